@@ -1,0 +1,6 @@
+# A library in front of Qt that tells the thread sanitizer how Qt orders threads, for all that follows.
+add_library(TsanQt SHARED "${PROJECT_SOURCE_DIR}/tests/sanitizers/TsanQt.cpp")
+set_target_properties(TsanQt PROPERTIES AUTOMOC OFF CXX_VISIBILITY_PRESET default)
+target_link_libraries(TsanQt PRIVATE Qt5::Core ${CMAKE_DL_LIBS})
+install(TARGETS TsanQt EXPORT QuillonTargets LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+link_libraries(TsanQt)
