@@ -1,0 +1,28 @@
+#include "api/FileDigest.h"
+
+#include <QCryptographicHash>
+#include <QDebug>
+#include <QFile>
+
+QString FileMd5Hex(QString path)
+{
+    constexpr qint64 chunkSize = 4096;
+
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        qDebug("file open error.");
+        return QStringLiteral("");
+    }
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    // A file that grows meanwhile is hashed up to the size that it had.
+    qint64 remaining = file.size();
+    while (remaining > 0) {
+        const QByteArray chunk = file.read(qMin(remaining, chunkSize));
+        if (chunk.isEmpty()) {
+            break;
+        }
+        hash.addData(chunk);
+        remaining -= chunk.size();
+    }
+    return QString::fromLatin1(hash.result().toHex());
+}

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QString>
+
+/// The MD5 of the content of the file at @p path as 32 lower-case hexadecimal digits. A file that
+/// cannot be opened gives an empty string and the debug line "file open error.".
+QString FileMd5Hex(QString path);

@@ -1,0 +1,37 @@
+#include "api/ProductSettings.h"
+
+#include "api/CustomizeInfoReader.h"
+#include "api/QuillonInit.h"
+#include "CvPaths.h"
+
+#include <QSettings>
+
+QString InstallLanguage()
+{
+    using namespace ProductSettings;
+    // The host's own data directory, which need not be the module's configuration directory.
+    QSettings settings(CvGetCorvinaDirectory() + QLatin1String(fileName), QSettings::IniFormat);
+    settings.beginGroup(QLatin1String(systemGroup));
+    return settings.value(QLatin1String(installLanguageKey), QLatin1String(defaultInstallLanguage))
+        .toString();
+}
+
+QString StatisticsHost()
+{
+    using namespace ProductSettings;
+    QSettings settings(QuillonInit::GetConfigFileDir() + QLatin1String(fileName),
+                       QSettings::IniFormat);
+    settings.beginGroup(QLatin1String(quillonGroup));
+    const QString host = settings.value(QLatin1String(statisticsHostKey)).toString();
+    return host.isEmpty() ? QStringLiteral(QUILLON_STATISTICS_HOST) : host;
+}
+
+QString ProductId(QString language)
+{
+    return CustomizeValue(language, QStringLiteral("PID"));
+}
+
+QString CustomizeValue(QString language, QString key)
+{
+    return CustomizeInfoReader(nullptr).ReadCustomizeInfo(language, key);
+}

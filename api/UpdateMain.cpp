@@ -1,0 +1,73 @@
+#include "api/UpdateMain.h"
+
+#include "ui/UpdateMainImpl.h"
+
+#include <QHBoxLayout>
+
+#include <utility>
+
+namespace
+{
+// Hosts bind to these two by name as well, and an inline function that nobody uses would not exist.
+QT_WARNING_PUSH
+QT_WARNING_DISABLE_DEPRECATED
+[[gnu::used]] QString (*const inlineMembers[])(const char *, const char *,
+                                               int) = {&UpdateMain::tr, &UpdateMain::trUtf8};
+QT_WARNING_POP
+} // namespace
+
+UpdateMain::UpdateMain(QWidget *parent)
+    : ShadowDialog(parent)
+{
+    setAttribute(Qt::WA_StyledBackground);
+    setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
+    // Smaller than any page on purpose: the first page switch gives the dialog its real size.
+    resize(570, 250);
+    setModal(true);
+
+    m_impl = new UpdateMainImpl(nullptr);
+    auto *layout = new QHBoxLayout(this);
+    layout->addWidget(m_impl);
+    const int border = gGetSystemBorder();
+    layout->setContentsMargins(border, border, border, border);
+
+    // The host's slots run before the dialog closes, so that they still see it open.
+    connect(m_impl, &UpdateMainImpl::Close, this, &UpdateMain::Close);
+    connect(m_impl, &UpdateMainImpl::Close, this, &UpdateMain::close);
+    connect(m_impl, &UpdateMainImpl::BeginInstall, this, &UpdateMain::BeginInstall);
+    connect(m_impl, &UpdateMainImpl::CancelInstall, this, &UpdateMain::CancelInstall);
+    connect(m_impl, &UpdateMainImpl::CancelInstall, this, &UpdateMain::close);
+    connect(m_impl, &UpdateMainImpl::InstallStarted, this, &UpdateMain::InstallStarted);
+    connect(m_impl, &UpdateMainImpl::InstallStarted, this, &UpdateMain::close);
+    connect(m_impl, &UpdateMainImpl::RemindMeLater, this, &UpdateMain::RemindMeLater);
+    connect(m_impl, &UpdateMainImpl::RemindMeLater, this, &UpdateMain::close);
+    connect(m_impl, &UpdateMainImpl::Resize, this, [this](QSize size) { resize(size); });
+    connect(m_impl, &UpdateMainImpl::Move, this, [this](int dx, int dy) {
+        const QRect now = geometry();
+        setGeometry(now.x() + dx, now.y() + dy, now.width(), now.height());
+    });
+}
+
+UpdateMain::~UpdateMain() = default;
+
+void UpdateMain::LiveUpdate(QString pid, QString version, QString email)
+{
+    show();
+    m_impl->LiveUpdate(std::move(pid), std::move(version), std::move(email));
+}
+
+void UpdateMain::LiveUpdate()
+{
+    show();
+    m_impl->LiveUpdate();
+}
+
+bool UpdateMain::IsNeedUpdate()
+{
+    return m_impl->IsNeedUpdate();
+}
+
+void UpdateMain::Install()
+{
+    m_impl->Install();
+}

@@ -1,0 +1,18 @@
+#include "platform/DetachedProcess.h"
+
+#include <QFile>
+#include <QProcess>
+
+bool gStartDetached(const QString &path)
+{
+    // A downloaded file is not executable. Where the bit cannot be set, the start below says no.
+    QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner |
+                                    QFileDevice::ExeUser | QFileDevice::ExeGroup);
+    QProcess process;
+    process.setProgram(path);
+    // The installer outlives the host: it must not keep the host's output open or write into it.
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    return process.startDetached();
+}

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+
+/// The `FileVersion` text of the version resource of the file at @p path, as it is stored there:
+/// the text of the resource's first translation, not rebuilt from the numeric fields.
+///
+/// A file that is no PE file may carry its version as a line "FileVersion=..." within its first
+/// 4096 bytes, optionally behind "#" or "//". Empty when the file has neither, is damaged or cannot
+/// be read.
+QString FileVersionString(const QString &path);
