@@ -1,0 +1,102 @@
+#include "ui/UpdateMainImpl.h"
+
+#include "api/QuillonInit.h"
+#include "ResourcePath.h"
+#include "ui/TitleBar.h"
+#include "update/LiveUpdateMgr.h"
+#include "update/UpdateCommon/HintDisplay.h"
+#include "update/UpdateCommon/ProgressDisplay.h"
+#include "update/UpdateCommon/VersionDisplay.h"
+
+#include <QPointer>
+#include <QStackedWidget>
+
+#include <utility>
+
+UpdateMainImpl::UpdateMainImpl(QWidget *parent)
+    : URBaseWidget(parent)
+{
+    setAttribute(Qt::WA_StyledBackground);
+    m_titleBar = new TitleBar(this);
+    m_pages = new QStackedWidget(this);
+    m_progressPage = new ProgressDisplay(nullptr);
+    m_versionPage = new VersionDisplay(nullptr);
+    m_hintPage = new HintDisplay(nullptr);
+    m_pages->addWidget(m_progressPage);
+    m_pages->addWidget(m_versionPage);
+    m_pages->addWidget(m_hintPage);
+
+    // The manager asks for the progress page while it is constructed, before anyone listens. That
+    // is deliberate: the page is shown anyway, and the dialog keeps its first size until a real
+    // switch.
+    m_manager = new LiveUpdateMgr(m_progressPage, m_versionPage, m_hintPage, this);
+    connect(m_manager, &LiveUpdateMgr::Close, this, &UpdateMainImpl::Close);
+    connect(m_manager, &LiveUpdateMgr::RemindMeLater, this, &UpdateMainImpl::RemindMeLater);
+    connect(m_manager, &LiveUpdateMgr::BeginInstall, this, &UpdateMainImpl::BeginInstall);
+    connect(m_manager, &LiveUpdateMgr::InstallStarted, this, &UpdateMainImpl::InstallStarted);
+    connect(m_manager, &LiveUpdateMgr::CancelInstall, this, &UpdateMainImpl::CancelInstall);
+    connect(m_manager, &LiveUpdateMgr::SetCurrentWidget, this, &UpdateMainImpl::ShowPage);
+    connect(m_titleBar, &TitleBar::Move, this, &UpdateMainImpl::Move);
+    connect(m_titleBar, &TitleBar::Close, this, &UpdateMainImpl::OnTitleBarClose);
+
+    const QString sheet = QStringLiteral(":/Quillon/Resources/Quillon.qss");
+    setStyleSheet(QuillonInit::gGetStyleSheet(gGetResourcePathWithPixelRatio(sheet)));
+    UpdateMainImpl::RetranslateUi();
+}
+
+void UpdateMainImpl::LiveUpdate(QString pid, QString version, QString email)
+{
+    m_manager->LiveUpdate(std::move(pid), std::move(version), std::move(email));
+}
+
+void UpdateMainImpl::LiveUpdate()
+{
+    m_manager->LiveUpdate();
+}
+
+bool UpdateMainImpl::IsNeedUpdate()
+{
+    return m_manager->IsNeedUpdate();
+}
+
+void UpdateMainImpl::Install()
+{
+    m_manager->Install();
+}
+
+void UpdateMainImpl::ShowPage(QWidget *page)
+{
+    constexpr QSize versionPageSize(640, 320);
+    constexpr QSize otherPageSize(640, 270);
+
+    m_pages->setCurrentWidget(page);
+    emit Resize(page == m_versionPage ? versionPageSize : otherPageSize);
+    page->show();
+}
+
+void UpdateMainImpl::RetranslateUi()
+{
+    m_titleBar->SetTitle(tr("Live Update"));
+}
+
+void UpdateMainImpl::resizeEvent(QResizeEvent * /*event*/)
+{
+    constexpr int frame = 1;
+    constexpr int titleBarHeight = 30;
+
+    m_titleBar->setGeometry(frame, frame, width() - 2 * frame, titleBarHeight);
+    const int pagesTop = m_titleBar->geometry().bottom() + 1;
+    m_pages->setGeometry(frame, pagesTop, width() - 2 * frame, height() - pagesTop);
+}
+
+void UpdateMainImpl::OnTitleBarClose()
+{
+    // A host may delete the dialog in its slot for Close, and this object with it.
+    QPointer<ProgressDisplay> closedPage =
+        m_pages->currentWidget() == m_progressPage ? m_progressPage : nullptr;
+    emit Close();
+    // Closing during a download saves its state, exactly as the page's own button does.
+    if (closedPage != nullptr) {
+        emit closedPage->Close();
+    }
+}
