@@ -1,0 +1,8 @@
+#pragma once
+
+#include <QString>
+
+/// Starts @p installer detached, reports whether that worked, and blocks until the reports that are
+/// on their way have ended: the host is about to terminate itself.
+/// @return whether the installer was started.
+bool gLaunchInstaller(const QString &installer);

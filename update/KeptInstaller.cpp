@@ -1,0 +1,37 @@
+#include "update/KeptInstaller.h"
+
+#include "api/FileDigest.h"
+#include "api/Log.h"
+#include "platform/FileVersion.h"
+#include "update/UpdateCommon/UpdateEventReport.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+QString gFindKeptInstaller(const QString &folder, const QString &currentVersion,
+                           const QString &expectedMd5)
+{
+    constexpr char logFile[] = "LiveUpdateMgr";
+    constexpr char logFunction[] = "LiveUpdateMgr::UpdateNow";
+
+    const QFileInfoList files = QDir(folder).entryInfoList(QDir::Files, QDir::Unsorted);
+    for (const QFileInfo &file : files) {
+        const QString path = file.absoluteFilePath();
+        const QString version = FileVersionString(path);
+        QUILLON_LOG(logFile, logFunction, "packVersion %s;currentVersion = %s",
+                    version.toStdString().c_str(), currentVersion.toStdString().c_str());
+        if (version.trimmed() != currentVersion.trimmed()) {
+            continue;
+        }
+        const QString md5 = FileMd5Hex(path);
+        QUILLON_LOG(logFile, logFunction,
+                    "local oldpackage md5:%s; update response oldpackage md5:%s",
+                    md5.toStdString().c_str(), expectedMd5.toStdString().c_str());
+        if (md5 == expectedMd5) {
+            return path;
+        }
+        QUILLON_LOG(logFile, logFunction, "Match old version md5 failed");
+        UpdateEventReport::GetInstance()->ReportEvent(UpdateEventReport::OldVersionMd5Mismatch);
+    }
+    return {};
+}

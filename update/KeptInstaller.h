@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QString>
+
+/// Searches @p folder for the installer of @p currentVersion that an incremental package applies
+/// to: a file whose version resource names that version and whose MD5 is @p expectedMd5 (exactly,
+/// lower-case). Every file of the right version with another MD5 is logged and reported.
+/// @return its absolute path; empty when there is none.
+QString gFindKeptInstaller(const QString &folder, const QString &currentVersion,
+                           const QString &expectedMd5);

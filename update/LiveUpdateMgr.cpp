@@ -1,0 +1,480 @@
+#include "update/LiveUpdateMgr.h"
+
+#include "api/Log.h"
+#include "api/ProductSettings.h"
+#include "api/QuillonInit.h"
+#include "api/SettingsLock.h"
+#include "api/UpdateInit.h"
+#include "update/CheckUrl.h"
+#include "update/KeptInstaller.h"
+#include "update/PackageFolder.h"
+#include "update/PackageSizeProbe.h"
+#include "update/SizeText.h"
+#include "update/UpdateCommon/DownloadMgr.h"
+#include "update/UpdateCommon/DownloadState.h"
+#include "update/UpdateCommon/HintDisplay.h"
+#include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
+#include "update/UpdateCommon/ProgressDisplay.h"
+#include "update/UpdateCommon/UpdateEventReport.h"
+#include "update/UpdateCommon/VersionDisplay.h"
+#include "update/UpdateCommon/VersionInfo.h"
+#include "update/VersionPageHtml.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+
+namespace
+{
+constexpr char logFile[] = "LiveUpdateMgr";
+
+/// Everything behind the last slash of a package's address.
+QString gLastComponent(const QString &url)
+{
+    return url.mid(url.lastIndexOf(QLatin1Char('/')) + 1);
+}
+} // namespace
+
+LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version, HintDisplay *hint,
+                             QObject *parent)
+    : QObject(parent)
+    , m_updateUrl(UpdateInit::GetUpdateUrl())
+    , m_productSettings(gWithoutStaleLock(QuillonInit::GetConfigFileDir() +
+                                          QLatin1String(ProductSettings::fileName)),
+                        QSettings::IniFormat)
+    , m_request(QUrl())
+    , m_progressPage(progress)
+    , m_versionPage(version)
+    , m_hintPage(hint)
+    , m_resumeSettings(QuillonInit::GetConfigFileDir())
+{
+    m_versionInfo = new VersionInfo(QString(), this);
+    m_network = new QNetworkAccessManager(this);
+    m_downloadMgr = new DownloadMgr(this);
+
+    connect(m_network, &QNetworkAccessManager::finished, this, &LiveUpdateMgr::OnRequestFinished);
+    connect(m_versionPage, &VersionDisplay::UpdateNow, this, &LiveUpdateMgr::UpdateNow);
+    connect(m_versionPage, &VersionDisplay::RemindMeLater, this, &LiveUpdateMgr::RemindMeLater);
+    connect(m_downloadMgr, &DownloadMgr::CancelInstall, this, &LiveUpdateMgr::KeepInstaller);
+    connect(m_downloadMgr, &DownloadMgr::InstallStarted, this, &LiveUpdateMgr::InstallStarted);
+    connect(m_network, &QNetworkAccessManager::sslErrors, this, &LiveUpdateMgr::ShowCheckFailure);
+    connect(m_hintPage, &HintDisplay::Close, this, &LiveUpdateMgr::Close);
+    // A kept installer that cannot be started must not leave the dialog open without a word.
+    connect(m_downloadMgr, &DownloadMgr::Close, this, &LiveUpdateMgr::Close);
+
+    // Nobody can be connected yet, so this reaches no one. Deliberate: the dialog keeps its first
+    // size until a page is really switched.
+    emit SetCurrentWidget(m_progressPage);
+
+    for (int range = 1; range <= ResumeState::rangeCount; ++range) {
+        connect(m_progressPage, &ProgressDisplay::Close, this,
+                [this, range] { CloseRange(range); });
+    }
+}
+
+LiveUpdateMgr::~LiveUpdateMgr()
+{
+    delete m_downloadMgr;
+}
+
+void LiveUpdateMgr::LiveUpdate(QString pid, QString version, QString email)
+{
+    m_interactive = 1;
+    CheckVersion(pid, version, email);
+}
+
+void LiveUpdateMgr::LiveUpdate()
+{
+    m_interactive = 1;
+    const QueryValues values = GatherQueryValues();
+    CheckVersion(values.pid, values.version, values.email);
+}
+
+bool LiveUpdateMgr::IsNeedUpdate()
+{
+    constexpr int limitMs = 5000;
+
+    m_interactive = 0;
+    const QueryValues values = GatherQueryValues();
+    m_request.setUrl(BuildCheckUrl(values.pid, values.version, values.email));
+    auto *runner = new NetworkAccessManagerTimeout; // deletes itself
+    const QByteArray body = runner->Get(m_request, limitMs);
+    if (body.isEmpty()) {
+        return false;
+    }
+    m_versionInfo->setXml(QString::fromUtf8(body));
+    return m_versionInfo->HasExeUrl();
+}
+
+void LiveUpdateMgr::Install()
+{
+    if (m_downloadMgr != nullptr) {
+        m_downloadMgr->Install();
+    }
+}
+
+// --- The check -----------------------------------------------------------------------------------
+
+LiveUpdateMgr::QueryValues LiveUpdateMgr::GatherQueryValues()
+{
+    m_productSettings.beginGroup(QLatin1String(ProductSettings::quillonGroup));
+    const QueryValues values{
+        ProductId(InstallLanguage()),
+        UpdateInit::GetUpdateVersion(),
+        m_productSettings.value(QLatin1String(ProductSettings::emailKey)).toString(),
+    };
+    m_productSettings.endGroup();
+    return values;
+}
+
+void LiveUpdateMgr::CheckVersion(const QString &pid, const QString &version, const QString &email)
+{
+    emit SetCurrentWidget(m_progressPage);
+    m_progressPage->SetText(tr("Checking the version."));
+    m_progressPage->SetBusy();
+    m_progressPage->SetCloseVisible(0);
+
+    m_productSettings.sync();
+    m_productSettings.beginGroup(QLatin1String(ProductSettings::quillonGroup));
+    const QString keptInstaller =
+        m_productSettings.value(QLatin1String(ProductSettings::setupFileKey)).toString();
+    m_productSettings.endGroup();
+    if (QFileInfo(keptInstaller).isFile()) {
+        m_downloadMgr->OfferKeptInstaller(keptInstaller);
+        return;
+    }
+
+    if (m_checkReply != nullptr) {
+        m_checkReply->disconnect(this);
+        m_checkReply->deleteLater();
+    }
+    m_request.setUrl(BuildCheckUrl(pid, version, email));
+    m_checkReply = m_network->get(m_request);
+    // Shown whatever the mode: nobody else would say that the service cannot be trusted.
+    connect(m_checkReply, &QNetworkReply::sslErrors, this, [this] {
+        m_hintPage->SetText(tr("Failed to check update!"));
+        emit SetCurrentWidget(m_hintPage);
+    });
+    connect(m_checkReply, &QNetworkReply::readyRead, this, &LiveUpdateMgr::OnCheckReplyReady);
+}
+
+QUrl LiveUpdateMgr::BuildCheckUrl(const QString &pid, const QString &version,
+                                  const QString &email) const
+{
+    return gBuildCheckUrl(m_updateUrl, pid, version, email);
+}
+
+void LiveUpdateMgr::OnCheckReplyReady()
+{
+    constexpr int firstErrorStatus = 400;
+
+    emit SetCurrentWidget(m_versionPage);
+    QByteArray body;
+    while (m_checkReply->bytesAvailable() > 0) {
+        body += m_checkReply->readAll();
+    }
+    // One look is all the reply gets: what arrives later is dropped along with it.
+    m_checkReply->disconnect(this);
+    if (m_checkReply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() <
+        firstErrorStatus) {
+        m_checkReply->deleteLater();
+    } else {
+        // An error page is still to be followed by the word that the check has failed.
+        connect(m_checkReply, &QNetworkReply::finished, m_checkReply, &QObject::deleteLater);
+    }
+
+    m_versionInfo->setXml(QString::fromUtf8(body));
+    if (!m_versionInfo->HasExeUrl()) {
+        m_hintPage->SetText(tr("Your current version is the latest version!"));
+        emit SetCurrentWidget(m_hintPage);
+        return;
+    }
+    m_versionPage->SetText(BuildVersionPageHtml(m_versionInfo->ReleaseNotes()));
+}
+
+void LiveUpdateMgr::OnRequestFinished(QNetworkReply *reply)
+{
+    if (reply->error() == QNetworkReply::NoError) {
+        return;
+    }
+    QUILLON_LOG(logFile, "LiveUpdateMgr::OnRequestFinished", "check failed, error code %d",
+                static_cast<int>(reply->error()));
+    ShowCheckFailure();
+}
+
+void LiveUpdateMgr::ShowCheckFailure()
+{
+    if (m_interactive == 1) {
+        m_hintPage->SetText(tr("Failed to check update!"));
+    }
+    emit SetCurrentWidget(m_hintPage);
+}
+
+// --- Planning the download -----------------------------------------------------------------------
+
+void LiveUpdateMgr::UpdateNow()
+{
+    constexpr char function[] = "LiveUpdateMgr::UpdateNow";
+
+    m_fullPackageTried = false;
+    const QString folder = m_versionInfo->HasIncreasePackage() ? gSharedPackageFolder() : QString();
+    if (!folder.isEmpty()) {
+        QUILLON_LOG(logFile, function, "Start UpdateNow Check IncreasePackage Info");
+        const QString currentVersion = UpdateInit::GetUpdateVersion();
+        const QList<ReleaseNote> notes = m_versionInfo->ReleaseNotes();
+        // A manifest without release notes names no version, and starts nothing. Deliberate.
+        if (notes.isEmpty()) {
+            return;
+        }
+        UpdateEventReport::GetInstance()->SetReportInfo(currentVersion, notes.first().version,
+                                                        QStringLiteral("ins"));
+        const QString kept = gFindKeptInstaller(folder, currentVersion, m_versionInfo->OldVerify());
+        if (!kept.isEmpty()) {
+            QUILLON_LOG(logFile, function, "Start Download IncreasePackage");
+            StartDownload(true, kept);
+            return;
+        }
+    }
+    StartFullPackage();
+}
+
+void LiveUpdateMgr::StartFullPackage()
+{
+    // Once for each "Update Now": a package that fails must not be asked for in a loop.
+    if (m_fullPackageTried) {
+        return;
+    }
+    m_fullPackageTried = true;
+    QUILLON_LOG(logFile, "LiveUpdateMgr::UpdateNow", "Start Download FullPackage");
+    StartDownload(false, QString());
+}
+
+void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePath)
+{
+    // A manifest without release notes names no version, and starts nothing. Deliberate.
+    const QList<ReleaseNote> notes = m_versionInfo->ReleaseNotes();
+    if (notes.isEmpty()) {
+        return;
+    }
+    // "full" for the incremental package, too. Deliberate: it is what operators have always
+    // received.
+    UpdateEventReport::GetInstance()->SetReportInfo(UpdateInit::GetUpdateVersion(),
+                                                    notes.first().version, QStringLiteral("full"));
+    EndDownloaders();
+    SetDownloadTarget(incremental);
+    emit SetCurrentWidget(m_progressPage);
+
+    const QPointer<LiveUpdateMgr> alive(this);
+    const qint64 total = QueryPackageSize(m_downloadUrl);
+    if (alive == nullptr) {
+        return;
+    }
+    m_total = total;
+    DownloadState &state = gDownloadState();
+    state.segmentSize = total / ResumeState::rangeCount;
+    state.downloadStarted = true;
+    state.finishedSegments = 0;
+    m_resumeSettings.Sync();
+    const qint64 plannedSize = m_resumeSettings.PackageSize();
+    if (total == 0) {
+        m_hintPage->SetText(QStringLiteral("Failed to download the update."));
+        emit SetCurrentWidget(m_hintPage);
+        return;
+    }
+    if (plannedSize == total && QFile::exists(m_targetPath)) {
+        ResumePlan(incremental, oldPackagePath);
+    } else {
+        FreshPlan(incremental, oldPackagePath);
+    }
+}
+
+void LiveUpdateMgr::SetDownloadTarget(bool incremental)
+{
+    const QString folder = gPackageFolder() + QLatin1Char('/');
+    m_setupPath = folder + gLastComponent(m_versionInfo->ExeUrl());
+    m_downloadUrl = QUrl(m_versionInfo->ExeUrl());
+    m_targetPath = folder + QStringLiteral("Corvina9(x64).tmp");
+    m_expectedMd5.clear();
+    if (incremental) {
+        m_downloadUrl = QUrl(m_versionInfo->IncreaseUrl());
+        m_targetPath = folder + gLastComponent(m_versionInfo->IncreaseUrl());
+        m_expectedMd5 = m_versionInfo->IncreaseMd5();
+    }
+}
+
+qint64 LiveUpdateMgr::QueryPackageSize(const QUrl &url)
+{
+    const QPointer<LiveUpdateMgr> alive(this);
+    PackageSizeProbe probe;
+    // A dialog that is closed meanwhile must not start to download behind the user's back.
+    connect(m_progressPage, &ProgressDisplay::Close, &probe, &PackageSizeProbe::Cancel);
+    const PackageSizeProbe::Package package = probe.Query(url);
+    if (alive != nullptr) {
+        m_downloadUrl = package.url;
+    }
+    return package.size;
+}
+
+void LiveUpdateMgr::ShowDownloadStart()
+{
+    m_progressPage->SetText(tr("Downloading the update, please wait."));
+    m_progressPage->SetCloseVisible(1);
+    OnDownloadProgress(0, m_total);
+}
+
+void LiveUpdateMgr::ResumePlan(bool incremental, const QString &oldPackagePath)
+{
+    DownloadState &state = gDownloadState();
+    state.alreadyDownloaded = m_downloaded = m_resumeSettings.AlreadyDownloaded();
+    state.activeSegments = 0;
+    ShowDownloadStart();
+    for (int number = 1; number <= ResumeState::rangeCount; ++number) {
+        const ByteRange range{m_resumeSettings.StartByte(number), m_resumeSettings.EndByte(number)};
+        if (!range.IsEmpty()) {
+            state.activeSegments += 1;
+            StartRange(number, range, incremental, oldPackagePath);
+        }
+    }
+    if (state.activeSegments == 0) {
+        // Everything was there, but the process ended before the package was put in place.
+        state.activeSegments = 1;
+        const int last = ResumeState::rangeCount;
+        StartRange(last, {m_resumeSettings.StartByte(last), m_resumeSettings.EndByte(last)},
+                   incremental, oldPackagePath);
+    }
+}
+
+void LiveUpdateMgr::FreshPlan(bool incremental, const QString &oldPackagePath)
+{
+    const auto ranges = gSplitIntoRanges(m_total);
+    // In this order, a process that ends in between leaves no file that an old plan seems to fit:
+    // first the old file goes, then the plan is on disk, then the new file comes.
+    QFile::remove(m_targetPath);
+    WritePlan(ranges);
+    CreateEmptyFile();
+
+    DownloadState &state = gDownloadState();
+    state.alreadyDownloaded = 0;
+    state.activeSegments = ResumeState::rangeCount;
+    m_downloaded = 0;
+    ShowDownloadStart();
+    emit SetCurrentWidget(m_progressPage);
+    connect(m_progressPage, &ProgressDisplay::Close, this, &LiveUpdateMgr::_SuspendDownload,
+            Qt::UniqueConnection);
+    int number = 1;
+    for (const ByteRange &range : ranges) {
+        StartRange(number, range, incremental, oldPackagePath);
+        ++number;
+    }
+}
+
+void LiveUpdateMgr::WritePlan(const std::array<ByteRange, ResumeState::rangeCount> &ranges)
+{
+    m_resumeSettings.SetAlreadyDownloaded(0);
+    m_resumeSettings.SetPackageSize(m_total);
+    int number = 1;
+    for (const ByteRange &range : ranges) {
+        m_resumeSettings.SetEndByte(number, range.end);
+        m_resumeSettings.SetStartByte(number, range.start);
+        ++number;
+    }
+    if (!m_resumeSettings.Sync()) {
+        QUILLON_LOG(logFile, "LiveUpdateMgr::WritePlan", "the resume state cannot be written");
+    }
+}
+
+void LiveUpdateMgr::CreateEmptyFile()
+{
+    QFile file(m_targetPath);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || !file.resize(m_total)) {
+        // The downloads start all the same and say what fails when they write.
+        QUILLON_LOG(logFile, "LiveUpdateMgr::CreateEmptyFile", "Create file Filed!");
+    }
+}
+
+void LiveUpdateMgr::StartRange(int rangeNumber, ByteRange range, bool incremental,
+                               const QString &oldPackagePath)
+{
+    auto *downloader = new DownloadMgr(this);
+    m_downloaders.at(static_cast<size_t>(rangeNumber - 1)) = downloader;
+    connect(downloader, &DownloadMgr::DownloadProgress, this, &LiveUpdateMgr::OnDownloadProgress);
+    connect(downloader, &DownloadMgr::Close, this, &LiveUpdateMgr::Close);
+    connect(downloader, &DownloadMgr::BeginInstall, this, &LiveUpdateMgr::BeginInstall);
+    connect(downloader, &DownloadMgr::InstallStarted, this, &LiveUpdateMgr::InstallStarted);
+    connect(downloader, &DownloadMgr::CancelInstall, this, &LiveUpdateMgr::KeepInstaller);
+    connect(downloader, &DownloadMgr::Error, this, &LiveUpdateMgr::ShowDownloadError);
+    // From the event loop: the plan that follows ends this very downloader.
+    connect(downloader, &DownloadMgr::PatchIncreasePackageFaild, this,
+            &LiveUpdateMgr::StartFullPackage, Qt::QueuedConnection);
+    // The package is complete although other ranges may still be under way, when a server sent the
+    // whole of it for one: they let go of the file before it is moved into place.
+    connect(downloader, &DownloadMgr::DownloadFinished, this, [this, downloader] {
+        for (DownloadMgr *other : m_downloaders) {
+            if (other != nullptr && other != downloader) {
+                other->Stop();
+            }
+        }
+    });
+    downloader->ResumeDownload(m_targetPath, m_downloadUrl, m_setupPath, range.start, range.end,
+                               rangeNumber, incremental, m_expectedMd5, oldPackagePath);
+}
+
+void LiveUpdateMgr::EndDownloaders()
+{
+    for (QPointer<DownloadMgr> &downloader : m_downloaders) {
+        if (downloader != nullptr) {
+            downloader->Stop();
+            downloader->deleteLater();
+            downloader.clear();
+        }
+    }
+}
+
+// --- While the download runs, and after it -------------------------------------------------------
+
+void LiveUpdateMgr::OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
+{
+    if (m_progressPage == nullptr || bytesTotal == 0) {
+        return;
+    }
+    m_downloaded += bytesReceived;
+    m_progressPage->SetText(tr("Downloading the update, please wait...(downloaded %1,total %2)")
+                                .arg(gFormatSize(m_downloaded), gFormatSize(m_total)));
+    // The bar counts in 32 bits; a package of 2 GiB or more overflows it. Deliberate.
+    m_progressPage->SetMaximum(static_cast<int>(m_total));
+    m_progressPage->SetValue(static_cast<int>(m_downloaded));
+}
+
+void LiveUpdateMgr::ShowDownloadError(const QString &text)
+{
+    m_hintPage->SetText(text);
+    UpdateEventReport::GetInstance()->ReportEvent(UpdateEventReport::DownloadError);
+    emit SetCurrentWidget(m_hintPage);
+}
+
+void LiveUpdateMgr::CloseRange(int rangeNumber)
+{
+    DownloadMgr *downloader = m_downloaders.at(static_cast<size_t>(rangeNumber - 1));
+    if (downloader != nullptr && downloader->IsRunning()) {
+        downloader->SaveResumeState();
+        downloader->Stop();
+    }
+    // Once for each of the five ranges, whether it runs or not: hosts count on the repetition.
+    emit Close();
+}
+
+void LiveUpdateMgr::_SuspendDownload()
+{
+    gDownloadState().downloadStarted = false;
+}
+
+void LiveUpdateMgr::KeepInstaller()
+{
+    m_productSettings.beginGroup(QLatin1String(ProductSettings::quillonGroup));
+    m_productSettings.setValue(QLatin1String(ProductSettings::setupFileKey),
+                               gDownloadState().installerReady);
+    m_productSettings.endGroup();
+    m_productSettings.sync();
+    emit CancelInstall();
+}

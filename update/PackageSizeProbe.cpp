@@ -1,0 +1,62 @@
+#include "update/PackageSizeProbe.h"
+
+#include "api/Log.h"
+
+#include <QEventLoop>
+
+namespace
+{
+qint64 gContentLength(const QNetworkReply &reply)
+{
+    return reply.header(QNetworkRequest::ContentLengthHeader).toLongLong();
+}
+
+/// Where @p reply redirects to; an empty address when it does not.
+QUrl gRedirectTarget(const QNetworkReply &reply)
+{
+    const QUrl target = reply.attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+    return target.isEmpty() ? target : reply.url().resolved(target);
+}
+} // namespace
+
+PackageSizeProbe::Package PackageSizeProbe::Query(const QUrl &url)
+{
+    auto reply = Head(url);
+    if (reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 200) {
+        return {gContentLength(*reply), url};
+    }
+    // Two redirects, no more and no less: that is how packages are published, and a server that
+    // redirects once ends at an empty address and so at a size of 0. Deliberate.
+    reply = Head(gRedirectTarget(*reply));
+    const QUrl target = gRedirectTarget(*reply);
+    reply = Head(target);
+    return {gContentLength(*reply), target};
+}
+
+void PackageSizeProbe::Cancel()
+{
+    m_cancelled = true;
+    emit Cancelled();
+}
+
+std::unique_ptr<QNetworkReply> PackageSizeProbe::Head(const QUrl &url)
+{
+    QNetworkRequest request(url);
+    // The length of a compressed answer would not be the package's.
+    request.setRawHeader("Accept-Encoding", "identity");
+    std::unique_ptr<QNetworkReply> reply(m_network.head(request));
+    QEventLoop loop;
+    QObject::connect(reply.get(), SIGNAL(finished()), &loop, SLOT(quit()));
+    connect(this, &PackageSizeProbe::Cancelled, reply.get(), &QNetworkReply::abort);
+    if (m_cancelled) {
+        reply->abort();
+    }
+    if (!reply->isFinished()) {
+        loop.exec();
+    }
+    if (reply->error() != QNetworkReply::NoError) {
+        QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::QueryPackageSize",
+                    "size query failed, error code %d", static_cast<int>(reply->error()));
+    }
+    return reply;
+}

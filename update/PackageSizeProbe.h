@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QObject>
+#include <QUrl>
+
+#include <memory>
+
+/// Asks a server for the size of a package with HEAD requests, blocking in a local event loop.
+///
+/// Thread:    GUI thread. Ownership: created on the stack for one query.
+/// Errors:    every failure gives a size of 0 bytes.
+class PackageSizeProbe : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Package {
+        qint64 size = 0;
+        /// Where the package is to be fetched from.
+        QUrl url;
+    };
+
+    /// A server that answers 200 is asked once. Any other first answer has to be the first of
+    /// exactly two redirects, whatever the status codes behind it; the second target becomes the
+    /// package's address.
+    Package Query(const QUrl &url);
+
+    /// Ends a running query, which then gives 0 bytes.
+    void Cancel();
+
+signals:
+    void Cancelled();
+
+private:
+    std::unique_ptr<QNetworkReply> Head(const QUrl &url);
+
+    QNetworkAccessManager m_network;
+    bool m_cancelled = false;
+};

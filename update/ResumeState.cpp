@@ -1,0 +1,80 @@
+#include "update/ResumeState.h"
+
+#include "api/SettingsLock.h"
+
+namespace
+{
+const QString &gPackageSizeKey()
+{
+    static const QString key = QStringLiteral("FullPackage_size/FullPackage_size");
+    return key;
+}
+
+const QString &gAlreadyDownloadedKey()
+{
+    static const QString key = QStringLiteral("AlreadyDownload_size/AlreadyDownload_size");
+    return key;
+}
+
+QString gStartByteKey(int rangeNumber)
+{
+    return QStringLiteral("DownLoad_Tasks/Start_Byte%1").arg(rangeNumber);
+}
+
+QString gEndByteKey(int rangeNumber)
+{
+    return QStringLiteral("DownLoad_Tasks/End_Byte%1").arg(rangeNumber);
+}
+} // namespace
+
+ResumeState::ResumeState(const QString &configDirectory)
+    : m_settings(gWithoutStaleLock(configDirectory + QStringLiteral("/CvBreakResumeDownLoad.ini")),
+                 QSettings::IniFormat)
+{
+}
+
+qint32 ResumeState::PackageSize() const
+{
+    return m_settings.value(gPackageSizeKey()).toInt();
+}
+
+void ResumeState::SetPackageSize(qint64 bytes)
+{
+    m_settings.setValue(gPackageSizeKey(), QString::number(bytes));
+}
+
+qint32 ResumeState::AlreadyDownloaded() const
+{
+    return m_settings.value(gAlreadyDownloadedKey()).toInt();
+}
+
+void ResumeState::SetAlreadyDownloaded(qint64 bytes)
+{
+    m_settings.setValue(gAlreadyDownloadedKey(), QString::number(bytes));
+}
+
+qint32 ResumeState::StartByte(int rangeNumber) const
+{
+    return m_settings.value(gStartByteKey(rangeNumber)).toInt();
+}
+
+void ResumeState::SetStartByte(int rangeNumber, qint64 byte)
+{
+    m_settings.setValue(gStartByteKey(rangeNumber), byte);
+}
+
+qint32 ResumeState::EndByte(int rangeNumber) const
+{
+    return m_settings.value(gEndByteKey(rangeNumber)).toInt();
+}
+
+void ResumeState::SetEndByte(int rangeNumber, qint64 byte)
+{
+    m_settings.setValue(gEndByteKey(rangeNumber), byte);
+}
+
+bool ResumeState::Sync()
+{
+    m_settings.sync();
+    return m_settings.status() == QSettings::NoError;
+}

@@ -1,0 +1,7 @@
+#include "update/UpdateCommon/DownloadState.h"
+
+DownloadState &gDownloadState()
+{
+    static DownloadState state;
+    return state;
+}

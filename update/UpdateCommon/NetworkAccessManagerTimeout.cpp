@@ -1,0 +1,36 @@
+#include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
+
+#include <QEventLoop>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+
+NetworkAccessManagerTimeout::NetworkAccessManagerTimeout(QObject *parent)
+    : QThread(parent)
+{
+    // Also reclaims a runner that was given up on, once its late thread has ended.
+    connect(this, &QThread::finished, this, &QObject::deleteLater);
+}
+
+QByteArray NetworkAccessManagerTimeout::Get(const QNetworkRequest &request, int msecs)
+{
+    m_request = request;
+    m_started = true;
+    start(QThread::InheritPriority);
+    if (!wait(static_cast<unsigned long>(msecs))) {
+        // The thread still runs and owns the result; nothing here may look at it any more.
+        return {};
+    }
+    return m_data;
+}
+
+void NetworkAccessManagerTimeout::run()
+{
+    QNetworkAccessManager manager;
+    QEventLoop loop;
+    QObject::connect(&manager, SIGNAL(finished(QNetworkReply *)), &loop, SLOT(quit()));
+    m_reply = manager.get(m_request);
+    loop.exec();
+    if (m_reply->error() == QNetworkReply::NoError) {
+        m_data = m_reply->readAll();
+    }
+}

@@ -1,0 +1,74 @@
+#include "update/UpdateCommon/ProgressDisplay.h"
+
+#include "CvButton.h"
+
+#include <QLabel>
+#include <QProgressBar>
+
+ProgressDisplay::ProgressDisplay(QWidget *parent)
+    : URBaseWidget(parent)
+    , m_progressLabel(new QLabel(this))
+    , m_percentLabel(new QLabel(this))
+    , m_progressBar(new QProgressBar(this))
+    , m_closeButton(new CvButton(this))
+{
+    m_closeButton->setObjectName(QStringLiteral("CvCommonLib_Normal_Btn"));
+    m_closeButton->setFocusPolicy(Qt::NoFocus);
+    m_progressBar->setTextVisible(false);
+    connect(m_closeButton, &QAbstractButton::clicked, this, &ProgressDisplay::Close);
+    connect(m_progressBar, &QProgressBar::valueChanged, this, &ProgressDisplay::OnValueChanged);
+    m_progressLabel->setAlignment(Qt::AlignLeft | Qt::AlignBottom);
+    m_progressLabel->setWordWrap(true);
+    m_progressLabel->setObjectName(QStringLiteral("UpdateProgressLabel"));
+    m_progressBar->setObjectName(QStringLiteral("UpdateProgressBar"));
+    ProgressDisplay::RetranslateUi();
+}
+
+void ProgressDisplay::SetText(QString text)
+{
+    m_progressLabel->setText(text);
+}
+
+void ProgressDisplay::SetBusy()
+{
+    m_progressBar->setMaximum(0);
+    m_progressBar->setMinimum(0);
+}
+
+void ProgressDisplay::SetMaximum(int maximum)
+{
+    m_progressBar->setMaximum(maximum);
+}
+
+void ProgressDisplay::SetValue(int value)
+{
+    m_progressBar->setValue(value);
+}
+
+void ProgressDisplay::SetCloseVisible(int visible)
+{
+    m_closeVisible = visible;
+    m_closeButton->setVisible(visible != 0);
+}
+
+void ProgressDisplay::RetranslateUi()
+{
+    m_closeButton->setText(tr("Close"));
+}
+
+void ProgressDisplay::resizeEvent(QResizeEvent * /*event*/)
+{
+    constexpr int left = 20;
+
+    m_progressLabel->setGeometry(left, height() / 2 - 72, width() - 20, 40);
+    const int labelBottom = m_progressLabel->geometry().bottom();
+    m_progressBar->setGeometry(left, labelBottom + 20, width() - 70, 4);
+    // The percentage stands beside the bar: its 40 pixels straddle the bar's four.
+    m_percentLabel->setGeometry(m_progressBar->geometry().right() + 5, labelBottom, 40, 40);
+    m_closeButton->setGeometry(width() - 100, height() - 50, 80, 30);
+}
+
+void ProgressDisplay::OnValueChanged()
+{
+    m_percentLabel->setText(m_progressBar->text());
+}

@@ -1,0 +1,135 @@
+#include "update/UpdateCommon/UpdateEventReport.h"
+
+#include "api/ProductSettings.h"
+#include "update/ClientIdentity.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QEventLoop>
+#include <QMutexLocker>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QtConcurrent>
+#include <QTimer>
+
+#include <memory>
+
+namespace
+{
+constexpr int limitMs = 5000;
+constexpr int statusReceived = 200;
+} // namespace
+
+UpdateEventReport *UpdateEventReport::GetInstance()
+{
+    static UpdateEventReport instance;
+    return &instance;
+}
+
+UpdateEventReport::UpdateEventReport()
+    : m_uid(ClientIdentity().GetClientSign(QStringLiteral("Halvard")))
+    , m_pid(ProductId(InstallLanguage()))
+{
+    m_synchronizer.setCancelOnWait(false);
+    // Once the application object is gone, Qt delivers no events on pool threads: a report that is still
+    // on its way would never end, and the process would wait for its thread for ever.
+    qAddPostRoutine([] { GetInstance()->WaitForReports(); });
+}
+
+UpdateEventReport::~UpdateEventReport()
+{
+    m_synchronizer.waitForFinished();
+}
+
+void UpdateEventReport::SetReportInfo(const QString &oldVersion, const QString &newVersion,
+                                      const QString &packageType)
+{
+    const QMutexLocker locker(&m_mutex);
+    m_oldVersion = oldVersion;
+    m_newVersion = newVersion;
+    m_packageType = packageType;
+}
+
+void UpdateEventReport::ReportEvent(EventType type)
+{
+    // A report that has just ended may still have others waiting behind it: they keep their place.
+    if (m_future.isRunning() || !m_pending.isEmpty()) {
+        m_pending.append(type);
+    } else {
+        StartReport(type, true);
+    }
+}
+
+void UpdateEventReport::WaitForReports()
+{
+    m_synchronizer.waitForFinished();
+}
+
+void UpdateEventReport::StartReport(EventType type, bool firstAttempt)
+{
+    {
+        const QMutexLocker locker(&m_mutex);
+        m_host = StatisticsHost();
+    }
+    m_future = QtConcurrent::run(this, &UpdateEventReport::Report, type, firstAttempt);
+    m_synchronizer.addFuture(m_future);
+}
+
+EventRecord UpdateEventReport::MakeRecord(EventType type)
+{
+    EventRecord record;
+    record.pid = m_pid;
+    record.oldVersion = m_oldVersion;
+    record.newVersion = m_newVersion;
+    record.packageType = m_packageType;
+    record.uid = m_uid;
+    record.result = type;
+    record.time = static_cast<quint32>(QDateTime::currentSecsSinceEpoch());
+    return record;
+}
+
+void UpdateEventReport::Report(EventType type, bool firstAttempt)
+{
+    QNetworkRequest request;
+    {
+        const QMutexLocker locker(&m_mutex);
+        request.setUrl(gEventRecordUrl(m_host, gEventRecordJson(MakeRecord(type))));
+    }
+    bool ok = false;
+    {
+        QNetworkAccessManager manager;
+        QEventLoop loop;
+        QTimer timer;
+        timer.setSingleShot(true);
+        timer.setTimerType(Qt::PreciseTimer); // the coarse ones may be a quarter of a second early
+        QNetworkReply *reply = manager.get(request);
+        connect(reply, &QNetworkReply::finished, &loop, [&ok, &loop, reply] {
+            const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+            ok = status.toInt() == statusReceived;
+            loop.quit();
+        });
+        connect(&timer, SIGNAL(timeout()), &loop, SLOT(quit()));
+        timer.start(limitMs);
+        loop.exec();
+        if (!timer.isActive()) {
+            reply->disconnect(&loop);
+            reply->abort();
+            ok = false;
+        }
+        timer.stop();
+    }
+    // The second attempt is the last one, whatever came of it.
+    const bool outcome = ok || !firstAttempt;
+    QMetaObject::invokeMethod(this, "_ReportFinished", Qt::QueuedConnection, Q_ARG(bool, outcome),
+                              Q_ARG(int, static_cast<int>(type)));
+}
+
+void UpdateEventReport::_ReportFinished(bool result, int type)
+{
+    if (!result) {
+        StartReport(static_cast<EventType>(type), false);
+    } else if (!m_pending.isEmpty()) {
+        StartReport(m_pending.takeFirst(), true);
+    }
+}

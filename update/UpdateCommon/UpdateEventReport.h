@@ -1,0 +1,82 @@
+#pragma once
+
+#include "update/EventRecord.h"
+
+#include <QFuture>
+#include <QFutureSynchronizer>
+#include <QList>
+#include <QMutex>
+#include <QObject>
+#include <QString>
+
+/// Sends one statistics record for each notable outcome of an update, without holding up the
+/// dialog.
+///
+///     ReportEvent ─┬─► StartReport ─► Report (pool thread: one GET, at most 5 s)
+///                  │                    └─► _ReportFinished (back on this thread)
+///                  │                          ├─ failed: the same event once more
+///                  └─► waits in m_pending ◄───┴─ done: the next one that waits
+///
+/// A record goes to "https://<host>/tallow/visit/?data=<JSON>"; see `gEventRecordJson`. Only the
+/// status 200 counts as received. Certificate errors are never ignored.
+///
+/// Thread:    the thread that first asks for the instance, for every call; only `Report` runs
+///            elsewhere.
+/// Ownership: one instance for the process, which is destroyed when it exits.
+/// Errors:    none reach a caller; a record that fails twice is lost.
+class UpdateEventReport : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The result that is sent with a record. -5 was never given out.
+    enum EventType : qint32 {
+        InstallStarted = 1,
+        DownloadError = -1,
+        PatchMd5Mismatch = -2,
+        PatchDispatchFailed = -3,
+        OldVersionMd5Mismatch = -4,
+        InstallStartFailed = -6
+    };
+
+    static UpdateEventReport *GetInstance();
+
+    /// Waits for every report that was started.
+    ~UpdateEventReport() override;
+
+    /// What the records that follow tell about the update. @p packageType is "full" or "ins".
+    void SetReportInfo(const QString &oldVersion, const QString &newVersion,
+                       const QString &packageType);
+
+    /// Sends a record of @p type now, or behind those that are on their way.
+    void ReportEvent(EventType type);
+
+    /// Blocks until every report that was started has ended, at most about 5 s for each. Events
+    /// that still wait behind one in flight are not started meanwhile.
+    void WaitForReports();
+
+    /// Sends the record and tells the outcome through a queued `_ReportFinished`. For `StartReport`
+    /// only.
+    void Report(EventType type, bool firstAttempt);
+
+public slots:
+    void _ReportFinished(bool result, int type);
+
+private:
+    UpdateEventReport();
+
+    void StartReport(EventType type, bool firstAttempt);
+    EventRecord MakeRecord(EventType type);
+
+    /// Guards the strings: a report in flight reads them on its pool thread.
+    QMutex m_mutex;
+    QString m_oldVersion;
+    QString m_newVersion;
+    QString m_uid;
+    QString m_packageType;
+    QString m_pid;
+    QString m_host;
+    QList<EventType> m_pending;
+    QFuture<void> m_future;
+    QFutureSynchronizer<void> m_synchronizer;
+};
