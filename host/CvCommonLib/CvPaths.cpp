@@ -1,0 +1,35 @@
+#include "CvPaths.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTemporaryFile>
+
+namespace
+{
+QString &CorvinaDirectory()
+{
+    static QString directory;
+    return directory;
+}
+} // namespace
+
+bool IsPathWriteable(const QString &path)
+{
+    if (path.isEmpty())
+        return false;
+    QTemporaryFile probe(QDir(path).filePath(QStringLiteral("CvWriteProbe_XXXXXX")));
+    // Some systems open a temporary file without a name; asking for the name puts it into the
+    // directory.
+    return probe.open() && !probe.fileName().isEmpty();
+}
+
+QString CvGetCorvinaDirectory()
+{
+    const QString directory = CorvinaDirectory();
+    return directory.isEmpty() ? QCoreApplication::applicationDirPath() : directory;
+}
+
+void CvSetCorvinaDirectory(const QString &directory)
+{
+    CorvinaDirectory() = directory.isEmpty() ? QString() : QDir::cleanPath(directory);
+}

@@ -1,0 +1,8 @@
+// bspatch.exe OLDFILE NEWFILE PATCHFILE: makes NEWFILE of OLDFILE and a patch in the BSDIFF40 format.
+
+#include "host/bspatch/BspatchProgram.h"
+
+int main(int argc, char *argv[])
+{
+    return BspatchProgram::Run({argv + 1, argv + argc});
+}
