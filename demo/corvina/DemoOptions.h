@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// What corvina-demo was asked to do, read from its command line.
+///
+/// Errors: `Parse` gives a text for the user in `error`; it is empty when all is well.
+struct DemoOptions {
+    enum class Check { None, Silent, Interactive };
+    enum class OnVersion { Update, Remind, Close, Wait };
+    enum class OnPrompt { Yes, Cancel, Wait };
+    enum class OnHint { Close, Wait };
+
+    QString updateUrl;
+    QString productVersion;
+    /// Empty: the places that the platform names for this application.
+    QString configDir;
+    QString dataDir;
+
+    Check check = Check::None;
+    /// Whether the three query values below are given to the check; without, the module finds its
+    /// own.
+    bool hasQueryValues = false;
+    QString pid;
+    QString version;
+    QString email;
+
+    OnVersion onVersion = OnVersion::Wait;
+    OnPrompt onPrompt = OnPrompt::Wait;
+    OnHint onHint = OnHint::Wait;
+    /// Downloaded bytes at which the download is closed; -1 for never.
+    qint64 closeAtBytes = -1;
+    qint64 titleBarCloseAtBytes = -1;
+
+    /// Certificate authorities to trust besides those of the system; empty for none.
+    QString caFile;
+    /// Empty: what the settings say.
+    QString statisticsHost;
+    /// Empty: no screenshots, no log file.
+    QString screenshotDir;
+    QString logFile;
+    /// Milliseconds; 0 for no time-out.
+    int timeout = 0;
+    int linger = 0;
+
+    bool helpWanted = false;
+    QString error;
+
+    /// @param arguments the command line with the program's name in front
+    static DemoOptions Parse(const QStringList &arguments);
+    static const char *Usage();
+};

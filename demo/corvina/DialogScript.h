@@ -1,0 +1,52 @@
+#pragma once
+
+#include "demo/corvina/DemoOptions.h"
+#include "demo/corvina/DialogWatcher.h"
+#include "demo/corvina/ProgressEvents.h"
+
+#include <QObject>
+#include <QString>
+
+class EventWriter;
+class Screenshots;
+
+/// Tells what the update dialog shows, takes its pictures, and presses the buttons that the options
+/// name.
+///
+/// Thread:    GUI thread.
+/// Ownership: its Qt parent; everything given by reference outlives it.
+class DialogScript : public QObject
+{
+    Q_OBJECT
+
+public:
+    DialogScript(const DemoOptions &options, const EventWriter &writer, Screenshots &screenshots,
+                 DialogWatcher *watcher);
+
+    /// Tells the page that the dialog shows at this moment.
+    void InspectNow() { m_watcher->Inspect(); }
+
+    /// Writes the progress that is held back; call it before other events.
+    void Flush() { m_progress.Flush(); }
+
+signals:
+    /// The user, or the script for him, answered a prompt with Yes.
+    void InstallAgreed();
+
+private slots:
+    void _PageChanged(DialogWatcher::Page page, const QString &text, const QString &html);
+    void _ProgressChanged(int value, int maximum, const QString &text);
+    void _PromptShown(QWidget *box);
+
+private:
+    void AnswerVersionPage();
+    void PressSoon(QWidget *button);
+
+    const DemoOptions &m_options;
+    const EventWriter &m_writer;
+    Screenshots &m_screenshots;
+    DialogWatcher *m_watcher;
+    ProgressEvents m_progress;
+    bool m_halfwayTaken = false;
+    bool m_closed = false;
+};

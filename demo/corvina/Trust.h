@@ -1,0 +1,7 @@
+#pragma once
+
+class QString;
+
+/// Makes this process trust the certificate authorities in the PEM file @p path, besides those of
+/// the system. Call it before the first connection. @return false when the file holds none.
+bool gTrust(const QString &path);

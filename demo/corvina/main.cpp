@@ -1,0 +1,66 @@
+// corvina-demo: a small host application that offers updates, by hand or by script.
+
+#include "demo/corvina/DemoOptions.h"
+#include "demo/corvina/DemoRun.h"
+#include "demo/corvina/EventWriter.h"
+#include "demo/corvina/LogFile.h"
+#include "demo/corvina/Trust.h"
+
+#include <QApplication>
+
+#include <iostream>
+
+namespace
+{
+constexpr int usageErrorStatus = 2;
+
+QStringList Arguments(int argc, char *argv[])
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    return arguments;
+}
+
+int Finish(const EventWriter &writer, int status)
+{
+    writer.Write(QStringLiteral("exit"), {{QStringLiteral("code"), status}});
+    return status;
+}
+
+int Run(int argc, char *argv[], const DemoOptions &options, const EventWriter &writer)
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QCoreApplication::setApplicationName(QStringLiteral("Corvina"));
+    QApplication application(argc, argv);
+    DemoRun run(options, writer);
+    run.Start();
+    return QApplication::exec();
+}
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const EventWriter writer;
+    // Before there is an application object: a mistyped option needs no display.
+    const DemoOptions options = DemoOptions::Parse(Arguments(argc, argv));
+    if (options.helpWanted) {
+        std::cout << DemoOptions::Usage();
+        return 0;
+    }
+    if (!options.error.isEmpty()) {
+        std::cerr << "corvina-demo: " << qUtf8Printable(options.error) << '\n'
+                  << DemoOptions::Usage();
+        return Finish(writer, usageErrorStatus);
+    }
+    if (!options.logFile.isEmpty() && !gLogToFile(options.logFile)) {
+        std::cerr << "corvina-demo: cannot write " << qUtf8Printable(options.logFile) << '\n';
+        return Finish(writer, usageErrorStatus);
+    }
+    if (!options.caFile.isEmpty() && !gTrust(options.caFile)) {
+        std::cerr << "corvina-demo: no certificate in " << qUtf8Printable(options.caFile) << '\n';
+        return Finish(writer, usageErrorStatus);
+    }
+    return Finish(writer, Run(argc, argv, options, writer));
+}

@@ -1,0 +1,26 @@
+#include "demo/serve/AccessLog.h"
+
+#include <httplib.h>
+
+#include <algorithm>
+#include <iostream>
+#include <string>
+
+namespace
+{
+/// Control characters of a request must not make up log lines of their own.
+std::string Printable(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
+    return text;
+}
+} // namespace
+
+void gLogAccess(const httplib::Request &request, const httplib::Response &response)
+{
+    const std::string range = request.has_header("Range") ? request.get_header_value("Range") : "-";
+    // In one piece: the lines of several threads must not mix.
+    std::cerr << Printable(request.method + ' ' + request.path + ' ' + range) + ' ' +
+                     std::to_string(response.status) + '\n';
+}

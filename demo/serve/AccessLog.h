@@ -1,0 +1,13 @@
+#pragma once
+
+namespace httplib
+{
+struct Request;
+struct Response;
+} // namespace httplib
+
+/// Writes one line about an answered request to stderr: method, path, range and status. Query
+/// strings stay out, they carry e-mail addresses.
+///
+/// Thread: any.
+void gLogAccess(const httplib::Request &request, const httplib::Response &response);

@@ -1,0 +1,186 @@
+#include "demo/serve/UpdateHandlers.h"
+
+#include "demo/serve/ByteRange.h"
+#include "demo/serve/EventLog.h"
+#include "demo/serve/RateLimiter.h"
+
+#include <httplib.h>
+
+#include <algorithm>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+constexpr char packageType[] = "application/octet-stream";
+constexpr std::size_t redirectPrefixLength = sizeof("/redirect") - 1;
+
+/// A version becomes a file name, so only what versions are made of may pass.
+bool IsPlainVersion(const std::string &version)
+{
+    const bool plain = std::all_of(version.begin(), version.end(), [](unsigned char c) {
+        return std::isalnum(c) != 0 || c == '.' || c == '-' || c == '_';
+    });
+    return plain && !version.empty() && version.find("..") == std::string::npos;
+}
+
+bool IsFile(const fs::path &path)
+{
+    std::error_code ignored;
+    return fs::is_regular_file(path, ignored);
+}
+
+bool StartsWith(const std::string &text, const std::string &prefix)
+{
+    return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+/// The one range that was asked for; nothing for several ranges or one that the file does not have.
+std::optional<ByteRange> WantedRange(const httplib::Request &request, std::uint64_t size)
+{
+    if (request.ranges.size() != 1)
+        return std::nullopt;
+    return ByteRange::Resolve(request.ranges.front(), size);
+}
+
+/// The library would cut the answer by the same ranges a second time, beyond the end of the file
+/// and with a Content-Range that lacks its last byte. Its handlers get the request as const, the
+/// object itself is not.
+void TakeOverRanges(const httplib::Request &request)
+{
+    const_cast<httplib::Request &>(request).ranges.clear();
+}
+} // namespace
+
+UpdateHandlers::UpdateHandlers(const fs::path &directory, RateLimiter &limiter)
+    : m_directory(fs::canonical(directory))
+    , m_limiter(limiter)
+{
+}
+
+void UpdateHandlers::Register(httplib::Server &server)
+{
+    // A Get handler of this library answers HEAD as well.
+    server.Get("/update", [this](const httplib::Request &request, httplib::Response &response) {
+        AnswerUpdate(request, response);
+    });
+    server.Get("/packages/(.+)",
+               [this](const httplib::Request &request, httplib::Response &response) {
+                   AnswerPackage(request, response);
+               });
+    server.Get("/redirect/.+", &UpdateHandlers::AnswerRedirect);
+    server.Get("/tallow/visit/", &UpdateHandlers::AnswerEvent);
+}
+
+void UpdateHandlers::AnswerUpdate(const httplib::Request &request,
+                                  httplib::Response &response) const
+{
+    TakeOverRanges(request);
+    const fs::path path = ManifestFor(request.get_param_value("version"));
+    std::ifstream file(path, std::ios::binary);
+    if (!IsFile(path) || !file) {
+        response.status = 404;
+        return;
+    }
+    std::ostringstream manifest;
+    manifest << file.rdbuf();
+    response.set_content(manifest.str(), "application/xml");
+}
+
+fs::path UpdateHandlers::ManifestFor(const std::string &version) const
+{
+    if (IsPlainVersion(version)) {
+        const fs::path own = m_directory / "manifests" / (version + ".xml");
+        if (IsFile(own))
+            return own;
+    }
+    return m_directory / "manifest.xml";
+}
+
+void UpdateHandlers::AnswerPackage(const httplib::Request &request,
+                                   httplib::Response &response) const
+{
+    std::error_code error;
+    const fs::path path = PackagePath(request.matches[1].str());
+    const std::uint64_t size = path.empty() ? 0 : fs::file_size(path, error);
+    if (path.empty() || error) {
+        TakeOverRanges(request);
+        response.status = 404;
+        return;
+    }
+
+    response.set_header("Accept-Ranges", "bytes");
+    ByteRange range{0, size};
+    // A range counts for GET only; HEAD tells about the whole file.
+    if (!request.ranges.empty() && request.method == "GET") {
+        const std::optional<ByteRange> wanted = WantedRange(request, size);
+        response.status = wanted ? 206 : 416;
+        response.set_header("Content-Range", wanted ? wanted->ContentRange(size)
+                                                    : "bytes */" + std::to_string(size));
+        range = wanted.value_or(ByteRange{0, 0});
+    }
+    TakeOverRanges(request);
+    if (range.length > 0)
+        Stream(path, range.first, range.length, response);
+    else if (response.status != 416)
+        response.set_header("Content-Type", packageType);
+}
+
+/// The file behind @p relative; empty when there is none or it lies, by ".." or a link, elsewhere.
+fs::path UpdateHandlers::PackagePath(const std::string &relative) const
+{
+    const fs::path asked(relative);
+    if (relative.find('\0') != std::string::npos || asked.is_absolute() ||
+        std::find(asked.begin(), asked.end(), "..") != asked.end())
+        return {};
+    std::error_code error;
+    const fs::path root = fs::canonical(m_directory / "packages", error);
+    const fs::path path = error ? fs::path() : fs::canonical(root / asked, error);
+    if (error || !IsFile(path) || !StartsWith(path.string(), root.string() + '/'))
+        return {};
+    return path;
+}
+
+void UpdateHandlers::Stream(const fs::path &path, std::uint64_t first, std::uint64_t length,
+                            httplib::Response &response) const
+{
+    const auto file = std::make_shared<std::ifstream>(path, std::ios::binary);
+    file->seekg(static_cast<std::streamoff>(first));
+    response.set_content_provider(
+        length, packageType, [this, file](std::size_t, std::size_t left, httplib::DataSink &sink) {
+            std::vector<char> chunk(std::min(left, m_limiter.ChunkSize()));
+            // A file that became shorter meanwhile ends the connection: the length was promised.
+            if (!file->read(chunk.data(), static_cast<std::streamsize>(chunk.size())))
+                return false;
+            m_limiter.Pay(chunk.size());
+            return sink.write(chunk.data(), chunk.size());
+        });
+}
+
+void UpdateHandlers::AnswerRedirect(const httplib::Request &request, httplib::Response &response)
+{
+    TakeOverRanges(request);
+    // The address as it was sent, still encoded. Only into this service's own paths: what follows
+    // the prefix could otherwise name another host.
+    const std::string rest =
+        request.target.substr(std::min(redirectPrefixLength, request.target.size()));
+    const bool ours = StartsWith(request.target, "/redirect/") &&
+                      (StartsWith(rest, "/redirect/") || StartsWith(rest, "/packages/"));
+    if (!ours) {
+        response.status = 404;
+        return;
+    }
+    response.set_redirect(rest, 302);
+}
+
+void UpdateHandlers::AnswerEvent(const httplib::Request &request, httplib::Response &response)
+{
+    TakeOverRanges(request);
+    gLogEvent(request);
+    response.set_content("ok\n", "text/plain");
+}

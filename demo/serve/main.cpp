@@ -1,0 +1,147 @@
+// quillon-serve: the update service for one machine, for demonstrations and tests.
+
+#include "demo/serve/AccessLog.h"
+#include "demo/serve/RateLimiter.h"
+#include "demo/serve/ServeOptions.h"
+#include "demo/serve/UpdateHandlers.h"
+
+#include <httplib.h>
+
+#include <csignal>
+#include <iostream>
+#include <thread>
+
+namespace
+{
+constexpr char address[] = "127.0.0.1";
+// The library keeps a thread for as long as a connection is kept alive.
+constexpr std::size_t workerThreads = 64;
+constexpr std::size_t requestsPerConnection = 100000;
+// Idle connections also hold up the end of the program for this long.
+constexpr time_t keepAliveSeconds = 2;
+constexpr time_t writeTimeoutSeconds = 30;
+
+void Configure(httplib::Server &server)
+{
+    server.new_task_queue = [] { return new httplib::ThreadPool(workerThreads); };
+    server.set_tcp_nodelay(true);
+    server.set_keep_alive_max_count(requestsPerConnection);
+    server.set_keep_alive_timeout(keepAliveSeconds);
+    server.set_write_timeout(writeTimeoutSeconds);
+    server.set_logger(gLogAccess);
+}
+
+/// The port that the server listens on; -1 when it is taken.
+int Bind(httplib::Server &server, int port)
+{
+    if (port == 0)
+        return server.bind_to_any_port(address);
+    return server.bind_to_port(address, port) ? port : -1;
+}
+
+sigset_t EndSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    return signals;
+}
+
+/// One server and the thread that it listens on.
+///
+/// Ownership: stops and joins when it goes.
+class Listener
+{
+public:
+    Listener(httplib::Server &server, int port)
+        : m_server(server)
+        , m_port(Bind(server, port))
+    {
+        if (m_port < 0) {
+            std::cerr << "quillon-serve: cannot listen on port " << port << '\n';
+            return;
+        }
+        m_thread = std::thread([&server] { server.listen_after_bind(); });
+        // The library ignores a stop that comes before its loop runs.
+        while (!server.is_running())
+            std::this_thread::yield();
+    }
+    ~Listener()
+    {
+        if (m_thread.joinable()) {
+            m_server.stop();
+            m_thread.join();
+        }
+    }
+    Listener(const Listener &) = delete;
+    Listener &operator=(const Listener &) = delete;
+
+    /// The port that it listens on; -1 when it could not.
+    int Port() const { return m_port; }
+
+private:
+    httplib::Server &m_server;
+    int m_port;
+    std::thread m_thread;
+};
+
+void PrintTemplate(const char *scheme, int port)
+{
+    std::cout << scheme << "://" << address << ':' << port
+              << "/update?pid=&version=&email=" << std::endl;
+}
+
+int WaitForEnd()
+{
+    const sigset_t signals = EndSignals();
+    int received = 0;
+    sigwait(&signals, &received);
+    return 0;
+}
+
+int Serve(UpdateHandlers &handlers, const ServeOptions &options)
+{
+    httplib::Server server;
+    Configure(server);
+    handlers.Register(server);
+    const Listener listener(server, options.port);
+    if (listener.Port() < 0)
+        return 1;
+    if (options.tlsPort < 0) {
+        PrintTemplate("http", listener.Port());
+        return WaitForEnd();
+    }
+
+    httplib::SSLServer tlsServer(options.certificate.c_str(), options.key.c_str());
+    if (!tlsServer.is_valid()) {
+        std::cerr << "quillon-serve: cannot use the certificate " << options.certificate
+                  << " with the key " << options.key << '\n';
+        return 1;
+    }
+    Configure(tlsServer);
+    handlers.Register(tlsServer);
+    const Listener tlsListener(tlsServer, options.tlsPort);
+    if (tlsListener.Port() < 0)
+        return 1;
+    PrintTemplate("http", listener.Port());
+    PrintTemplate("https", tlsListener.Port());
+    return WaitForEnd();
+}
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const ServeOptions options = ServeOptions::Parse({argv + 1, argv + argc});
+    if (!options.error.empty()) {
+        std::cerr << "quillon-serve: " << options.error << '\n' << ServeOptions::Usage();
+        return 2;
+    }
+    // Blocked before any thread starts, so that only the wait receives them.
+    const sigset_t signals = EndSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+    RateLimiter limiter(options.rate);
+    UpdateHandlers handlers(options.directory, limiter);
+    return Serve(handlers, options);
+}
