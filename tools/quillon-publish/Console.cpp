@@ -1,0 +1,27 @@
+#include "tools/quillon-publish/Console.h"
+
+#include "update/SizeText.h"
+
+#include <iostream>
+
+void gSay(const QString &line)
+{
+    std::cout << line.toStdString() << std::endl;
+}
+
+void gComplain(const QString &line)
+{
+    std::cerr << "quillon-publish: " << line.simplified().toStdString() << std::endl;
+}
+
+QString gBytesText(qint64 bytes)
+{
+    return QStringLiteral("%1 (%2 bytes)").arg(gFormatSize(bytes)).arg(bytes);
+}
+
+QString gSecondsText(qint64 milliseconds)
+{
+    constexpr double millisecondsPerSecond = 1000.0;
+    return QString::number(static_cast<double>(milliseconds) / millisecondsPerSecond, 'f', 1) +
+           QStringLiteral(" s");
+}

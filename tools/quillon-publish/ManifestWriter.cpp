@@ -1,0 +1,104 @@
+#include "tools/quillon-publish/ManifestWriter.h"
+
+#include "tools/quillon-publish/PublishError.h"
+#include "update/UpdateCommon/VersionInfo.h"
+
+#include <QXmlStreamWriter>
+
+namespace
+{
+/// A TLS record carries 16 KiB, and clients parse what has come with the first one. The rest is for
+/// the head of the answer.
+constexpr int maxManifestBytes = 15 * 1024;
+
+void gWriteNotes(QXmlStreamWriter &xml, const Manifest &manifest)
+{
+    xml.writeStartElement(QStringLiteral("WhatNews"));
+    xml.writeStartElement(QStringLiteral("Item"));
+    xml.writeTextElement(QStringLiteral("Version"), manifest.version);
+    xml.writeStartElement(QStringLiteral("Text"));
+    xml.writeCDATA(manifest.notes);
+    xml.writeEndElement();
+    xml.writeEndElement();
+    xml.writeEndElement();
+}
+
+void gWritePatch(QXmlStreamWriter &xml, const Manifest &manifest)
+{
+    xml.writeStartElement(QStringLiteral("IncreasePackage"));
+    xml.writeTextElement(QStringLiteral("Url_x64"), manifest.patchUrl);
+    xml.writeTextElement(QStringLiteral("Version"), manifest.version);
+    xml.writeTextElement(QStringLiteral("Verify_x64"), manifest.md5);
+    xml.writeTextElement(QStringLiteral("Size_x64"), QString::number(manifest.patchSize));
+    xml.writeTextElement(QStringLiteral("AutoNotify"),
+                         QString::number(manifest.autoNotify ? 1 : 0));
+    xml.writeEndElement();
+}
+
+QByteArray gDocument(const Manifest &manifest)
+{
+    QByteArray document;
+    QXmlStreamWriter xml(&document);
+    xml.setAutoFormatting(true);
+    xml.setAutoFormattingIndent(2);
+    xml.writeStartDocument();
+    xml.writeStartElement(QStringLiteral("Update"));
+    xml.writeTextElement(QStringLiteral("ExeUrl_x64"), manifest.exeUrl);
+    if (!manifest.exeUrl.isEmpty()) {
+        // Before the patch's own: clients take the first one of the document for the installer's.
+        xml.writeTextElement(QStringLiteral("Verify_x64"), manifest.md5);
+        if (!manifest.patchUrl.isEmpty()) {
+            xml.writeTextElement(QStringLiteral("OldVerify_x64"), manifest.oldMd5);
+        }
+        gWriteNotes(xml, manifest);
+        if (!manifest.patchUrl.isEmpty()) {
+            gWritePatch(xml, manifest);
+        }
+    }
+    xml.writeEndDocument();
+    return document;
+}
+
+bool gHasNotes(const VersionInfo &read, const Manifest &manifest)
+{
+    const QList<ReleaseNote> notes = read.ReleaseNotes();
+    return notes.size() == 1 && notes.first().version == manifest.version &&
+           notes.first().notes == VersionInfo::wrapNotes(manifest.notes);
+}
+
+bool gHasPatch(const VersionInfo &read, const Manifest &manifest)
+{
+    return read.IncreaseUrl() == manifest.patchUrl && read.IncreaseVersion() == manifest.version &&
+           read.IncreaseMd5() == manifest.md5 && read.IncreaseSize() == manifest.patchSize &&
+           read.AutoNotify() == manifest.autoNotify && read.OldVerify() == manifest.oldMd5;
+}
+
+bool gReadsBack(const QByteArray &document, const Manifest &manifest)
+{
+    const VersionInfo read(QString::fromUtf8(document), nullptr);
+    if (manifest.exeUrl.isEmpty()) {
+        return !read.HasExeUrl() && !read.HasIncreasePackage();
+    }
+    const bool hasRightPatch =
+        manifest.patchUrl.isEmpty() ? !read.HasIncreasePackage() : gHasPatch(read, manifest);
+    return read.ExeUrl() == manifest.exeUrl && read.FullPackageMd5() == manifest.md5 &&
+           gHasNotes(read, manifest) && hasRightPatch;
+}
+} // namespace
+
+QByteArray gWriteManifest(const Manifest &manifest)
+{
+    QByteArray document = gDocument(manifest);
+    if (document.size() > maxManifestBytes) {
+        throw PublishError(
+            QStringLiteral("a manifest would have %1 bytes, and clients read no more "
+                           "than %2: shorten the release notes")
+                .arg(document.size())
+                .arg(maxManifestBytes));
+    }
+    if (!gReadsBack(document, manifest)) {
+        throw PublishError(
+            QStringLiteral("clients would not read the manifest as it is meant; check the notes"));
+    }
+    return document;
+}

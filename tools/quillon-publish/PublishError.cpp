@@ -1,0 +1,6 @@
+#include "tools/quillon-publish/PublishError.h"
+
+PublishError::PublishError(const QString &message)
+    : std::runtime_error(message.toStdString())
+{
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "tools/quillon-publish/Installer.h"
+
+#include <QByteArray>
+#include <QString>
+
+struct Manifest;
+struct Options;
+class Site;
+
+/// One release on its way into the site: the installer, a patch from each previous version, and the
+/// manifests that offer them.
+///
+/// Errors: PublishError; the site is as it was then.
+class Release
+{
+public:
+    explicit Release(const Options &options);
+
+    void Publish();
+
+private:
+    void AddInstaller(Site &site);
+    void AddPatches(Site &site);
+    void AddManifests(Site &site) const;
+    QString Address(const QString &packageName) const;
+    Manifest FullManifest() const;
+
+    const Options &m_options;
+    QString m_notes;
+    /// Once it is staged, the staged copy: what is published is what the patches lead to.
+    Installer m_installer;
+    QList<Installer> m_previous;
+    /// By the order of `m_previous`.
+    QList<qint64> m_patchSizes;
+};

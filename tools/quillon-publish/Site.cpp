@@ -1,0 +1,177 @@
+#include "tools/quillon-publish/Site.h"
+
+#include "api/FileDigest.h"
+#include "tools/quillon-publish/FileChanges.h"
+#include "tools/quillon-publish/PublishError.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace
+{
+const QString packagesFolder = QStringLiteral("packages");
+const QString manifestsFolder = QStringLiteral("manifests");
+const QString mainManifest = QStringLiteral("manifest.xml");
+const QString scratchFolder = QStringLiteral("scratch");
+const QString backupFolder = QStringLiteral("backup");
+
+QString gSiteFolder(const QString &folder)
+{
+    // Behind a link, so that "beside the site" is in the same file system.
+    const QFileInfo info(QDir::cleanPath(folder));
+    return info.exists() ? info.canonicalFilePath() : info.absoluteFilePath();
+}
+
+/// A hidden file beside @p folder that nobody else makes use of.
+QString gBeside(const QString &folder, const char *suffix)
+{
+    const QFileInfo info(folder);
+    return info.path() + QLatin1String("/.") + info.fileName() + QLatin1String(suffix);
+}
+
+/// The web server runs as another user than the release engineer.
+void gMakeReadable(const QString &path)
+{
+    if (!QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                         QFileDevice::ReadGroup | QFileDevice::ReadOther)) {
+        throw PublishError(QStringLiteral("cannot make %1 readable for all").arg(path));
+    }
+}
+
+void gWrite(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    const bool written = file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+    file.close();
+    if (!written || file.error() != QFileDevice::NoError) {
+        throw PublishError(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
+    }
+    gMakeReadable(path);
+}
+
+QString gManifestOf(const QString &version)
+{
+    return manifestsFolder + QLatin1Char('/') + version + QLatin1String(".xml");
+}
+} // namespace
+
+Site::Site(const QString &folder)
+    : m_folder(gSiteFolder(folder))
+    , m_staging(gBeside(m_folder, ".quillon-publish"))
+    , m_lock(gBeside(m_folder, ".quillon-publish.lock"))
+{
+    const QFileInfo info(m_folder);
+    if (info.exists() && !info.isDir()) {
+        throw PublishError(QStringLiteral("the site is not a folder: %1").arg(m_folder));
+    }
+    if (!QFileInfo(info.path()).isDir()) {
+        throw PublishError(QStringLiteral("no such folder: %1").arg(info.path()));
+    }
+    // However long a patch takes: only the lock of a process that is gone counts as left over.
+    m_lock.setStaleLockTime(0);
+    if (!m_lock.tryLock(0)) {
+        throw PublishError(m_lock.error() == QLockFile::LockFailedError
+                               ? QStringLiteral("another run is publishing into %1").arg(m_folder)
+                               : QStringLiteral("cannot write in %1").arg(info.path()));
+    }
+    MakeStaging();
+}
+
+Site::~Site()
+{
+    QDir(m_staging).removeRecursively();
+}
+
+void Site::MakeStaging() const
+{
+    QDir staging(m_staging);
+    bool made = staging.removeRecursively();
+    for (const QString &name : {packagesFolder, manifestsFolder, scratchFolder, backupFolder}) {
+        made = made && staging.mkpath(name);
+    }
+    if (!made) {
+        throw PublishError(QStringLiteral("cannot make the folder %1").arg(m_staging));
+    }
+}
+
+QString Site::StagedPackage(const QString &name) const
+{
+    return Staged(packagesFolder + QLatin1Char('/') + name);
+}
+
+QString Site::ScratchFolder() const
+{
+    return Staged(scratchFolder);
+}
+
+void Site::AddPackage(const QString &name)
+{
+    const QString relative = packagesFolder + QLatin1Char('/') + name;
+    const QFileInfo present(Published(relative));
+    if (!present.exists()) {
+        gMakeReadable(Staged(relative));
+        m_packages.append(relative);
+        return;
+    }
+    const bool isSame = present.isFile() && present.size() == QFileInfo(Staged(relative)).size() &&
+                        FileMd5Hex(present.filePath()) == FileMd5Hex(Staged(relative));
+    if (!isSame) {
+        throw PublishError(QStringLiteral("the site has another package named %1; published "
+                                          "packages never change, give the new one another name")
+                               .arg(name));
+    }
+}
+
+QString Site::OtherPackageOfSize(qint64 size, const QString &name) const
+{
+    const QFileInfoList present = QDir(Published(packagesFolder)).entryInfoList(QDir::Files);
+    for (const QFileInfo &file : present) {
+        if (file.size() == size && file.fileName() != name) {
+            return file.fileName();
+        }
+    }
+    return {};
+}
+
+void Site::AddManifest(const QString &version, const QByteArray &document)
+{
+    gWrite(Staged(gManifestOf(version)), document);
+    m_manifests.append(gManifestOf(version));
+}
+
+void Site::SetMainManifest(const QByteArray &document)
+{
+    const QStringList present =
+        QDir(Published(manifestsFolder))
+            .entryList({QStringLiteral("*.xml")}, QDir::Files | QDir::Hidden);
+    for (const QString &name : present) {
+        const QString version = QFileInfo(name).completeBaseName();
+        if (!m_manifests.contains(gManifestOf(version))) {
+            AddManifest(version, document);
+        }
+    }
+    gWrite(Staged(mainManifest), document);
+}
+
+void Site::Publish()
+{
+    FileChanges changes(Staged(backupFolder));
+    changes.MakeFolder(m_folder);
+    changes.MakeFolder(Published(packagesFolder));
+    changes.MakeFolder(Published(manifestsFolder));
+    for (const QString &relative : m_packages + m_manifests + QStringList{mainManifest}) {
+        changes.Move(Staged(relative), Published(relative));
+    }
+    changes.Keep();
+}
+
+QString Site::Staged(const QString &relative) const
+{
+    return m_staging + QLatin1Char('/') + relative;
+}
+
+QString Site::Published(const QString &relative) const
+{
+    return m_folder + QLatin1Char('/') + relative;
+}

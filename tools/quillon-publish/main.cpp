@@ -1,0 +1,35 @@
+// quillon-publish: puts a release into the folder that an update service serves.
+
+#include "tools/quillon-publish/Console.h"
+#include "tools/quillon-publish/Options.h"
+#include "tools/quillon-publish/PublishError.h"
+#include "tools/quillon-publish/Release.h"
+
+#include <QCoreApplication>
+#include <QLoggingCategory>
+
+#include <iostream>
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    // What the module's classes write for the host's log is no news here.
+    QLoggingCategory::setFilterRules(QStringLiteral("corvina.*=false\ndefault.debug=false"));
+
+    const Options options = Options::Parse(QCoreApplication::arguments());
+    if (options.help) {
+        std::cout << Options::Usage().toStdString();
+        return 0;
+    }
+    if (!options.error.isEmpty()) {
+        gComplain(options.error + QStringLiteral(" (--help tells more)"));
+        return 2;
+    }
+    try {
+        Release(options).Publish();
+    } catch (const PublishError &error) {
+        gComplain(error.Message());
+        return 1;
+    }
+    return 0;
+}
