@@ -1,0 +1,428 @@
+#include "api/UpdateMain.h"
+
+#include "api/QuillonInit.h"
+#include "api/UpdateInit.h"
+#include "CvButton.h"
+#include "tests/support/HttpServer.h"
+#include "tests/support/MetaMethods.h"
+#include "ui/ImageButton.h"
+#include "ui/UpdateMainImpl.h"
+#include "update/UpdateCommon/HintDisplay.h"
+#include "update/UpdateCommon/ProgressDisplay.h"
+#include "update/UpdateCommon/VersionDisplay.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QFile>
+#include <QHBoxLayout>
+#include <QPointer>
+#include <QScopedPointer>
+#include <QSignalSpy>
+#include <QStackedWidget>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace
+{
+
+const QByteArray newerVersion =
+    "<Update><ExeUrl_x64>http://127.0.0.1/Corvina9.exe</ExeUrl_x64>"
+    "<WhatNews><Item><Version>9.2.0.0</Version><Text>faster</Text></Item>"
+    "</WhatNews></Update>";
+const QByteArray latestVersion = "<Update><ExeUrl_x64></ExeUrl_x64></Update>";
+
+/// A host: writes down the dialog's signals and whether the dialog was still visible in its slots,
+/// and how often the dialog was closed.
+class Host : public QObject
+{
+public:
+    explicit Host(UpdateMain *dialog)
+        : m_dialog(dialog)
+    {
+        connect(dialog, &UpdateMain::BeginInstall, this, [this]() { Note("BeginInstall"); });
+        connect(dialog, &UpdateMain::CancelInstall, this, [this]() { Note("CancelInstall"); });
+        connect(dialog, &UpdateMain::InstallStarted, this, [this]() { Note("InstallStarted"); });
+        connect(dialog, &UpdateMain::Close, this, [this]() { Note("Close"); });
+        connect(dialog, &UpdateMain::RemindMeLater, this, [this]() { Note("RemindMeLater"); });
+        dialog->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *object, QEvent *event) override
+    {
+        if (event->type() == QEvent::Close) {
+            calls << "closed";
+        }
+        return QObject::eventFilter(object, event);
+    }
+
+    QStringList calls;
+    bool visibleAtFirstSignal = false;
+
+private:
+    void Note(const QString &signal)
+    {
+        if (calls.isEmpty()) {
+            visibleAtFirstSignal = m_dialog->isVisible();
+        }
+        calls << signal;
+    }
+
+    UpdateMain *m_dialog;
+};
+
+} // namespace
+
+class tst_UpdateMain : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void a_fresh_dialog_is_570_by_250_frameless_modal_and_hidden();
+    void it_is_a_ShadowDialog_whose_signals_stand_in_the_order_that_hosts_rely_on();
+    void the_controller_fills_the_dialog_inside_the_shadow();
+    void the_parent_is_optional_and_owns_the_dialog();
+    void a_signal_reaches_the_host_before_the_dialog_closes_data();
+    void a_signal_reaches_the_host_before_the_dialog_closes();
+    void BeginInstall_leaves_the_dialog_open();
+    void closing_does_not_delete_the_dialog();
+    void the_dialog_takes_the_size_that_a_page_asks_for_data();
+    void the_dialog_takes_the_size_that_a_page_asks_for();
+    void a_drag_moves_the_dialog_and_keeps_its_size();
+    void the_progress_pages_Close_button_gives_Close_and_closes_five_times();
+    void the_title_bars_close_on_the_progress_page_gives_Close_six_times();
+    void the_title_bars_close_on_the_version_page_gives_Close_once();
+    void the_hint_pages_Close_button_gives_Close_once();
+    void Remind_Me_Later_reaches_the_host_and_closes();
+    void LiveUpdate_shows_the_dialog_and_puts_each_argument_behind_its_key();
+    void LiveUpdate_without_arguments_sends_the_modules_own_values();
+    void a_newer_version_leads_to_the_version_page_of_640_by_320();
+    void the_latest_version_leads_to_the_hint_page_of_640_by_270();
+    void a_later_address_does_not_reach_a_dialog_that_exists();
+    void a_later_configuration_directory_does_not_reach_a_dialog_that_exists();
+    void a_later_version_does_reach_the_dialog();
+    void IsNeedUpdate_tells_whether_there_is_a_newer_version_data();
+    void IsNeedUpdate_tells_whether_there_is_a_newer_version();
+    void IsNeedUpdate_neither_shows_nor_changes_the_dialog();
+    void Install_without_an_agreed_package_does_nothing();
+
+private:
+    UpdateMainImpl *Content() const { return m_dialog->findChild<UpdateMainImpl *>(); }
+    QWidget *CurrentPage() const
+    {
+        return m_dialog->findChild<QStackedWidget *>()->currentWidget();
+    }
+    template<typename Page>
+    void Show() const
+    {
+        Content()->ShowPage(m_dialog->findChild<Page *>());
+        m_dialog->show();
+    }
+    void PressTitleBarClose() const
+    {
+        QTest::mousePress(m_dialog->findChild<ImageButton *>("Quillon_TitleBar_CloseBtn"),
+                          Qt::LeftButton);
+    }
+    /// What the service was asked, once it was asked.
+    QByteArray AskedFor() const
+    {
+        return m_server->Requests().isEmpty() ? QByteArray() : m_server->Requests().last().target;
+    }
+    void WriteEmail(const QString &directory, const QByteArray &email) const;
+
+    QScopedPointer<QTemporaryDir> m_directory;
+    QScopedPointer<HttpServer> m_server;
+    QScopedPointer<UpdateMain> m_dialog;
+};
+
+void tst_UpdateMain::init()
+{
+    m_dialog.reset();
+    m_directory.reset(new QTemporaryDir);
+    m_server.reset(new HttpServer);
+    m_server->Serve("/check", HttpAnswer::Body(newerVersion));
+    UpdateInit::SetUpdateUrl(m_server->Address("/check?pid=&version=&email="));
+    UpdateInit::SetUpdateVersion("9.1.0.0");
+    QuillonInit::SetConfigFileDir(m_directory->path());
+    m_dialog.reset(new UpdateMain);
+}
+
+void tst_UpdateMain::WriteEmail(const QString &directory, const QByteArray &email) const
+{
+    QFile file(directory + "/Corvina.ini");
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("[Quillon]\nEmail=" + email + "\n");
+}
+
+void tst_UpdateMain::a_fresh_dialog_is_570_by_250_frameless_modal_and_hidden()
+{
+    QCOMPARE(m_dialog->size(), QSize(570, 250));
+    QVERIFY(m_dialog->windowFlags().testFlag(Qt::FramelessWindowHint));
+    QVERIFY(m_dialog->isModal());
+    QVERIFY(m_dialog->testAttribute(Qt::WA_StyledBackground));
+    QVERIFY(!m_dialog->isVisible());
+    m_dialog->show();
+    QCOMPARE(m_dialog->size(), QSize(570, 250));
+    QVERIFY(qobject_cast<ProgressDisplay *>(CurrentPage()));
+}
+
+void tst_UpdateMain::it_is_a_ShadowDialog_whose_signals_stand_in_the_order_that_hosts_rely_on()
+{
+    QCOMPARE(UpdateMain::staticMetaObject.superClass(), &ShadowDialog::staticMetaObject);
+    QCOMPARE(gOwnMethods(UpdateMain::staticMetaObject, QMetaMethod::Signal),
+             QByteArrayList({"BeginInstall()", "CancelInstall()", "InstallStarted()", "Close()",
+                             "RemindMeLater()"}));
+}
+
+void tst_UpdateMain::the_controller_fills_the_dialog_inside_the_shadow()
+{
+    const int border = gGetSystemBorder();
+    auto *layout = qobject_cast<QHBoxLayout *>(m_dialog->layout());
+    QVERIFY(layout);
+    QCOMPARE(layout->contentsMargins(), QMargins(border, border, border, border));
+    QCOMPARE(layout->count(), 1);
+    QCOMPARE(layout->itemAt(0)->widget(), Content());
+    QCOMPARE(Content()->parentWidget(), m_dialog.data());
+    m_dialog->show();
+    QCOMPARE(Content()->geometry(), QRect(border, border, 570 - 2 * border, 250 - 2 * border));
+}
+
+void tst_UpdateMain::the_parent_is_optional_and_owns_the_dialog()
+{
+    QVERIFY(!m_dialog->parentWidget());
+    QPointer<UpdateMain> dialog;
+    QPointer<UpdateMainImpl> content;
+    {
+        QWidget parent;
+        dialog = new UpdateMain(&parent);
+        content = dialog->findChild<UpdateMainImpl *>();
+        QCOMPARE(dialog->parentWidget(), &parent);
+        QVERIFY(dialog->isWindow());
+    }
+    QVERIFY(dialog.isNull());
+    QVERIFY(content.isNull());
+}
+
+void tst_UpdateMain::a_signal_reaches_the_host_before_the_dialog_closes_data()
+{
+    QTest::addColumn<QByteArray>("signal");
+    for (const QByteArray signal : {"CancelInstall", "InstallStarted", "Close", "RemindMeLater"}) {
+        QTest::newRow(signal.constData()) << signal;
+    }
+}
+
+void tst_UpdateMain::a_signal_reaches_the_host_before_the_dialog_closes()
+{
+    QFETCH(QByteArray, signal);
+    m_dialog->show();
+    const Host host(m_dialog.data());
+    QVERIFY(QMetaObject::invokeMethod(Content(), signal.constData()));
+    QCOMPARE(host.calls, QStringList({QString::fromLatin1(signal), "closed"}));
+    QVERIFY(host.visibleAtFirstSignal);
+    QVERIFY(!m_dialog->isVisible());
+}
+
+void tst_UpdateMain::BeginInstall_leaves_the_dialog_open()
+{
+    m_dialog->show();
+    const Host host(m_dialog.data());
+    emit Content()->BeginInstall();
+    QCOMPARE(host.calls, QStringList("BeginInstall"));
+    QVERIFY(m_dialog->isVisible());
+}
+
+void tst_UpdateMain::closing_does_not_delete_the_dialog()
+{
+    auto *dialog = new UpdateMain;
+    const QPointer<UpdateMain> watched(dialog);
+    dialog->show();
+    emit dialog->findChild<UpdateMainImpl *>()->Close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!watched.isNull());
+    dialog->show();
+    QVERIFY(dialog->isVisible());
+    delete dialog;
+}
+
+void tst_UpdateMain::the_dialog_takes_the_size_that_a_page_asks_for_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("640 x 270") << QSize(640, 270);
+    QTest::newRow("640 x 320") << QSize(640, 320);
+}
+
+void tst_UpdateMain::the_dialog_takes_the_size_that_a_page_asks_for()
+{
+    QFETCH(QSize, size);
+    m_dialog->show();
+    emit Content()->Resize(size);
+    QCOMPARE(m_dialog->size(), size);
+}
+
+void tst_UpdateMain::a_drag_moves_the_dialog_and_keeps_its_size()
+{
+    m_dialog->show();
+    m_dialog->setGeometry(100, 120, 640, 270);
+    emit Content()->Move(7, -9);
+    QCOMPARE(m_dialog->geometry(), QRect(107, 111, 640, 270));
+    emit Content()->Move(-20, 4);
+    QCOMPARE(m_dialog->geometry(), QRect(87, 115, 640, 270));
+}
+
+void tst_UpdateMain::the_progress_pages_Close_button_gives_Close_and_closes_five_times()
+{
+    Show<ProgressDisplay>();
+    const Host host(m_dialog.data());
+    m_dialog->findChild<ProgressDisplay *>()->findChild<CvButton *>()->click();
+    QStringList expected;
+    for (int handler = 0; handler < 5; ++handler) {
+        expected << "Close"
+                 << "closed";
+    }
+    QCOMPARE(host.calls, expected);
+    QVERIFY(host.visibleAtFirstSignal);
+    QVERIFY(!m_dialog->isVisible());
+}
+
+void tst_UpdateMain::the_title_bars_close_on_the_progress_page_gives_Close_six_times()
+{
+    Show<ProgressDisplay>();
+    const Host host(m_dialog.data());
+    PressTitleBarClose();
+    QCOMPARE(host.calls.count("Close"), 6);
+    QCOMPARE(host.calls.count("closed"), 6);
+    QVERIFY(host.visibleAtFirstSignal);
+    QVERIFY(!m_dialog->isVisible());
+}
+
+void tst_UpdateMain::the_title_bars_close_on_the_version_page_gives_Close_once()
+{
+    Show<VersionDisplay>();
+    const Host host(m_dialog.data());
+    PressTitleBarClose();
+    QCOMPARE(host.calls, QStringList({"Close", "closed"}));
+}
+
+void tst_UpdateMain::the_hint_pages_Close_button_gives_Close_once()
+{
+    Show<HintDisplay>();
+    const Host host(m_dialog.data());
+    m_dialog->findChild<HintDisplay *>()->findChild<CvButton *>()->click();
+    QCOMPARE(host.calls, QStringList({"Close", "closed"}));
+}
+
+void tst_UpdateMain::Remind_Me_Later_reaches_the_host_and_closes()
+{
+    Show<VersionDisplay>();
+    const Host host(m_dialog.data());
+    m_dialog->findChild<VersionDisplay *>()->findChildren<CvButton *>().last()->click();
+    QCOMPARE(host.calls, QStringList({"RemindMeLater", "closed"}));
+    QVERIFY(host.visibleAtFirstSignal);
+}
+
+void tst_UpdateMain::LiveUpdate_shows_the_dialog_and_puts_each_argument_behind_its_key()
+{
+    m_dialog->LiveUpdate("1", "2", "3");
+    QVERIFY(m_dialog->isVisible());
+    QVERIFY(qobject_cast<ProgressDisplay *>(CurrentPage()));
+    QCOMPARE(m_dialog->size(), QSize(640, 270));
+    QTRY_COMPARE(AskedFor(), QByteArray("/check?pid=1&version=2&email=3"));
+}
+
+void tst_UpdateMain::LiveUpdate_without_arguments_sends_the_modules_own_values()
+{
+    WriteEmail(m_directory->path(), "user@corvina.example");
+    m_dialog.reset(new UpdateMain);
+    m_dialog->LiveUpdate();
+    QVERIFY(m_dialog->isVisible());
+    // There is no utility library beside this test, so the product identifier is empty.
+    QTRY_COMPARE(AskedFor(), QByteArray("/check?pid=&version=9.1.0.0&email=user@corvina.example"));
+}
+
+void tst_UpdateMain::a_newer_version_leads_to_the_version_page_of_640_by_320()
+{
+    m_dialog->LiveUpdate("1", "2", "3");
+    QTRY_VERIFY(qobject_cast<VersionDisplay *>(CurrentPage()));
+    QCOMPARE(m_dialog->size(), QSize(640, 320));
+}
+
+void tst_UpdateMain::the_latest_version_leads_to_the_hint_page_of_640_by_270()
+{
+    m_server->Serve("/check", HttpAnswer::Body(latestVersion));
+    m_dialog->LiveUpdate("1", "2", "3");
+    QTRY_VERIFY(qobject_cast<HintDisplay *>(CurrentPage()));
+    QCOMPARE(m_dialog->size(), QSize(640, 270));
+}
+
+void tst_UpdateMain::a_later_address_does_not_reach_a_dialog_that_exists()
+{
+    UpdateInit::SetUpdateUrl(m_server->Address("/later?pid=&version=&email="));
+    m_dialog->LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(AskedFor(), QByteArray("/check?pid=1&version=2&email=3"));
+    QVERIFY(m_dialog->IsNeedUpdate());
+    QCOMPARE(AskedFor(), QByteArray("/check?pid=&version=9.1.0.0&email="));
+}
+
+void tst_UpdateMain::a_later_configuration_directory_does_not_reach_a_dialog_that_exists()
+{
+    const QTemporaryDir later;
+    WriteEmail(m_directory->path(), "first@corvina.example");
+    WriteEmail(later.path(), "later@corvina.example");
+    m_dialog.reset(new UpdateMain);
+    QuillonInit::SetConfigFileDir(later.path());
+    m_dialog->LiveUpdate();
+    QTRY_COMPARE(AskedFor(), QByteArray("/check?pid=&version=9.1.0.0&email=first@corvina.example"));
+}
+
+void tst_UpdateMain::a_later_version_does_reach_the_dialog()
+{
+    UpdateInit::SetUpdateVersion("9.1.0.1");
+    m_dialog->LiveUpdate();
+    QTRY_COMPARE(AskedFor(), QByteArray("/check?pid=&version=9.1.0.1&email="));
+}
+
+void tst_UpdateMain::IsNeedUpdate_tells_whether_there_is_a_newer_version_data()
+{
+    QTest::addColumn<QByteArray>("manifest");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<bool>("needed");
+    QTest::newRow("a newer version") << newerVersion << 200 << true;
+    QTest::newRow("the latest version") << latestVersion << 200 << false;
+    QTest::newRow("an empty answer") << QByteArray() << 200 << false;
+    QTest::newRow("a failure") << newerVersion << 404 << false;
+}
+
+void tst_UpdateMain::IsNeedUpdate_tells_whether_there_is_a_newer_version()
+{
+    QFETCH(QByteArray, manifest);
+    QFETCH(int, status);
+    HttpAnswer answer = HttpAnswer::Body(manifest);
+    answer.status = status;
+    m_server->Serve("/check", answer);
+    QTEST(m_dialog->IsNeedUpdate(), "needed");
+    QCOMPARE(m_server->Requests().size(), 1);
+}
+
+void tst_UpdateMain::IsNeedUpdate_neither_shows_nor_changes_the_dialog()
+{
+    const Host host(m_dialog.data());
+    QVERIFY(m_dialog->IsNeedUpdate());
+    QVERIFY(!m_dialog->isVisible());
+    QCOMPARE(m_dialog->size(), QSize(570, 250));
+    QVERIFY(qobject_cast<ProgressDisplay *>(CurrentPage()));
+    QCOMPARE(host.calls, QStringList());
+}
+
+void tst_UpdateMain::Install_without_an_agreed_package_does_nothing()
+{
+    m_dialog->show();
+    const Host host(m_dialog.data());
+    m_dialog->Install();
+    QCOMPARE(host.calls, QStringList());
+    QVERIFY(m_dialog->isVisible());
+    QCOMPARE(m_server->Requests().size(), 0);
+}
+
+QTEST_MAIN(tst_UpdateMain)
+#include "tst_UpdateMain.moc"

@@ -1,0 +1,148 @@
+#include "tests/demo/ServeProcess.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+namespace
+{
+constexpr int patience = 30000;
+
+/// The JSON events that a run printed, one a line.
+QList<QJsonObject> Events(QProcess &process)
+{
+    QList<QJsonObject> events;
+    const QList<QByteArray> lines = process.readAllStandardOutput().trimmed().split('\n');
+    for (const QByteArray &line : lines)
+        events << QJsonDocument::fromJson(line).object();
+    return events;
+}
+
+QString Name(const QJsonObject &event)
+{
+    return event.value(QStringLiteral("event")).toString();
+}
+
+QString PageName(const QJsonObject &event)
+{
+    return Name(event) == QLatin1String("page") ? event.value(QStringLiteral("name")).toString()
+                                                : QString();
+}
+} // namespace
+
+/// The demo host's contract with scripts; what the module does within it is tested elsewhere.
+class tst_CorvinaDemo : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void WrongUsageNeedsNoDisplay_data();
+    void WrongUsageNeedsNoDisplay();
+    void TellsTheOutcomeOfASilentCheck_data();
+    void TellsTheOutcomeOfASilentCheck();
+    void EndsWithItsTimeOutWhileItWaits();
+
+private:
+    void Run(QProcess &process, const QStringList &arguments,
+             const QString &platform = QStringLiteral("offscreen"));
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+};
+
+void tst_CorvinaDemo::init()
+{
+    m_directory = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_directory->isValid());
+}
+
+void tst_CorvinaDemo::Run(QProcess &process, const QStringList &arguments, const QString &platform)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), m_directory->path());
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_directory->path());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), platform);
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(CORVINA_DEMO), arguments);
+    QVERIFY(process.waitForFinished(patience));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+}
+
+void tst_CorvinaDemo::WrongUsageNeedsNoDisplay_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("an unknown option") << QStringList{"--fast"};
+    QTest::newRow("an argument that is no option") << QStringList{"update"};
+    QTest::newRow("an unknown check") << QStringList{"--check", "loud"};
+    QTest::newRow("an unknown answer") << QStringList{"--on-version", "yes"};
+    QTest::newRow("only some of the query values")
+        << QStringList{"--pid", "1", "--email", "a@b.example"};
+    QTest::newRow("a count of bytes that is none") << QStringList{"--close-at-bytes", "half"};
+    QTest::newRow("a negative time-out") << QStringList{"--timeout", "-1"};
+    QTest::newRow("a log file that cannot be written") << QStringList{"--log", "/"};
+    QTest::newRow("an authority that is none") << QStringList{"--ca", "/dev/null"};
+}
+
+void tst_CorvinaDemo::WrongUsageNeedsNoDisplay()
+{
+    QFETCH(QStringList, arguments);
+    QProcess process;
+    Run(process, QStringList{"--timeout", "10"} + arguments, QStringLiteral("none"));
+    QCOMPARE(process.exitCode(), 2);
+    QVERIFY(process.readAllStandardError().startsWith("corvina-demo: "));
+    const QList<QJsonObject> events = Events(process);
+    QCOMPARE(events.size(), 1);
+    QCOMPARE(Name(events.constFirst()), QStringLiteral("exit"));
+    QCOMPARE(events.constFirst().value(QStringLiteral("code")).toInt(), 2);
+}
+
+void tst_CorvinaDemo::TellsTheOutcomeOfASilentCheck_data()
+{
+    QTest::addColumn<QByteArray>("manifest");
+    QTest::addColumn<bool>("needUpdate");
+    QTest::newRow("a manifest with an installer is an update")
+        << QByteArray("<Update><ExeUrl_x64>http://127.0.0.1/setup.run</ExeUrl_x64></Update>")
+        << true;
+    QTest::newRow("a manifest without an installer is none") << QByteArray("<Update/>") << false;
+}
+
+void tst_CorvinaDemo::TellsTheOutcomeOfASilentCheck()
+{
+    QFETCH(QByteArray, manifest);
+    QFETCH(bool, needUpdate);
+    QFile file(m_directory->filePath(QStringLiteral("manifest.xml")));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(manifest) > 0);
+    file.close();
+    const ServeProcess server(m_directory->path());
+
+    QProcess process;
+    Run(process, {"--update-url", server.Template().trimmed(), "--check", "silent"});
+    QCOMPARE(process.exitCode(), 0);
+    const QList<QJsonObject> events = Events(process);
+    QCOMPARE(events.size(), 2);
+    QCOMPARE(Name(events.at(0)), QStringLiteral("silent"));
+    QCOMPARE(events.at(0).value(QStringLiteral("needUpdate")).toBool(!needUpdate), needUpdate);
+    QCOMPARE(Name(events.at(1)), QStringLiteral("exit"));
+    QCOMPARE(events.at(1).value(QStringLiteral("code")).toInt(-1), 0);
+}
+
+void tst_CorvinaDemo::EndsWithItsTimeOutWhileItWaits()
+{
+    // Nothing listens on port 9 of this machine, so the check fails and its hint waits for a click.
+    QProcess process;
+    Run(process, {"--update-url", "http://127.0.0.1:9/update?pid=&version=&email=", "--check",
+                  "interactive", "--timeout", "1"});
+    QCOMPARE(process.exitCode(), 3);
+    const QList<QJsonObject> events = Events(process);
+    QCOMPARE(PageName(events.constFirst()), QStringLiteral("progress"));
+    QCOMPARE(PageName(events.at(events.size() - 2)), QStringLiteral("hint"));
+    QCOMPARE(events.constLast().value(QStringLiteral("code")).toInt(), 3);
+}
+
+QTEST_GUILESS_MAIN(tst_CorvinaDemo)
+#include "tst_CorvinaDemo.moc"

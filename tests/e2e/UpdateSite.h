@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QTemporaryDir>
+
+/// A folder that an update service serves, and the home of the user who updates from it.
+class UpdateSite
+{
+public:
+    UpdateSite();
+
+    QString Folder() const;
+    /// The user's home: settings, log, resume state, and below "data/Halvard" the packages.
+    QString Home() const;
+    QString WorkingFolder() const;
+
+    /// Publishes @p content as packages/@p name.
+    bool Publish(const QString &name, const QByteArray &content) const;
+
+    /// Writes a manifest that offers 9.2.0.0, to be downloaded from @p url; an empty one offers
+    /// nothing.
+    bool WriteManifest(const QString &url) const;
+
+    /// Publishes @p patch, which makes @p newInstaller out of @p oldInstaller, and a manifest that
+    /// offers both packages to hosts of version @p oldVersion.
+    bool PublishPatch(const QString &baseUrl, const QString &oldVersion,
+                      const QByteArray &oldInstaller, const QByteArray &newInstaller,
+                      const QString &fullUrl, const QByteArray &patch) const;
+    static QString PatchName();
+
+    /// The resume state as it is on disk.
+    int ResumeValue(const QString &group, const QString &key) const;
+    /// Writes a resume state for a package of @p size bytes.
+    void WriteResumeState(int size, int already, const QList<QPair<int, int>> &ranges) const;
+
+    static QByteArray Read(const QString &path);
+    static bool Write(const QString &path, const QByteArray &content);
+
+private:
+    QTemporaryDir m_folder;
+};

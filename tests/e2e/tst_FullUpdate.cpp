@@ -1,0 +1,441 @@
+#include "tests/e2e/ServerTestMain.h"
+#include "tests/e2e/UpdateScene.h"
+#include "tests/support/TestBytes.h"
+
+#include <QFileInfo>
+#include <QSettings>
+#include <QTest>
+
+#include <memory>
+
+namespace
+{
+constexpr int rangeCount = UpdateScene::rangeCount;
+constexpr int largestChunk = 1024 * 1024;
+const QString failedText = QStringLiteral("Failed to download the update.");
+
+bool gHasProgressed(const QJsonObject &event, int bytes)
+{
+    return event.value(QLatin1String("event")).toString() == QLatin1String("progress") &&
+           event.value(QLatin1String("maximum")).toInt() > 0 &&
+           event.value(QLatin1String("value")).toInt() >= bytes;
+}
+
+QStringList gSorted(QStringList list)
+{
+    list.sort();
+    return list;
+}
+} // namespace
+
+/// Whole updates by the full package, each from a fresh user's folder.
+class tst_FullUpdate : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit tst_FullUpdate(QString serverName)
+        : m_serverName(std::move(serverName))
+    {
+    }
+
+private:
+    void RunAndAnswer(const QString &prompt);
+
+    QString m_serverName;
+    QByteArray m_installer;
+    std::unique_ptr<UpdateScene> m_scene;
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void aFreshUpdateRunsTheInstallerThatItDownloaded();
+    void theHostHearsEverySignalOfAFreshUpdateInOrder();
+    void aKilledDownloadContinuesWhereItsStateStood();
+    void rangesThatAreCompleteAreNotAskedForAgain();
+    void aDeletedTargetStartsFromTheBeginning();
+    void everythingDownloadedButNotInPlaceIsPutInPlace();
+    void twoRedirectsLeadToThePackage();
+    void oneRedirectFailsWithoutTouchingAnything();
+    void aPackageOfNoBytesFails();
+    void aPackageOfFewerThanFiveBytesArrives();
+    void aKeptInstallerIsStartedOnYesWithoutAnyRequest();
+    void aKeptInstallerStaysKeptOnCancel();
+    void anInstallerPutOffIsOfferedByTheNextRun();
+    void closingADownloadGivesFiveCloseAndTheNextRunContinues();
+    void theTitleBarClosesADownloadWithSixClose();
+    void aLargePackageTakesAtMost64MiBOfMemory();
+    void remindMeLaterDownloadsNothing();
+    void noNewerVersionSaysSo();
+    void anUnreachableServiceSaysSo();
+};
+
+/// Runs an update that accepts the offer and answers the prompt as asked, to its end.
+void tst_FullUpdate::RunAndAnswer(const QString &prompt)
+{
+    QCOMPARE(m_scene->Run(prompt), 0);
+}
+
+void tst_FullUpdate::initTestCase()
+{
+    m_installer = UpdateScene::MakeInstaller(QStringLiteral("9.2.0.0"), 12);
+    QVERIFY(m_installer.size() > 12 * 1024 * 1024);
+}
+
+void tst_FullUpdate::init()
+{
+    m_scene = std::make_unique<UpdateScene>(m_serverName);
+}
+
+void tst_FullUpdate::cleanup()
+{
+    if (QTest::currentTestFailed() && m_scene->demo != nullptr) {
+        qWarning().noquote() << m_scene->demo->Log()
+                             << m_scene->server->Requests().join(QLatin1Char('\n'));
+    }
+    m_scene.reset();
+}
+
+void tst_FullUpdate::aFreshUpdateRunsTheInstallerThatItDownloaded()
+{
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(m_installer));
+    RunAndAnswer(QStringLiteral("yes"));
+
+    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), m_installer);
+    QVERIFY(!QFileInfo::exists(m_scene->TargetPath()));
+    QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
+    const int segment = m_installer.size() / rangeCount;
+    QStringList expected{QStringLiteral("bytes=%1-").arg(4 * segment)};
+    for (int index = 0; index < rangeCount - 1; ++index) {
+        expected.append(
+            QStringLiteral("bytes=%1-%2").arg(index * segment).arg((index + 1) * segment - 1));
+    }
+    QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()), gSorted(expected));
+}
+
+void tst_FullUpdate::theHostHearsEverySignalOfAFreshUpdateInOrder()
+{
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(m_installer));
+    RunAndAnswer(QStringLiteral("yes"));
+
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+             (QStringList{QStringLiteral("BeginInstall"), QStringLiteral("Close"),
+                          QStringLiteral("InstallStarted")}));
+    QStringList pages = m_scene->demo->Values(QStringLiteral("page"), QStringLiteral("name"));
+    pages.removeDuplicates();
+    QCOMPARE(pages, (QStringList{QStringLiteral("progress"), QStringLiteral("version")}));
+    QCOMPARE(m_scene->demo->Events(QStringLiteral("prompt")).size(), 1);
+    const QJsonObject last = m_scene->demo->Events(QStringLiteral("progress")).last();
+    QCOMPARE(last.value(QLatin1String("value")).toInt(), m_installer.size());
+    QCOMPARE(last.value(QLatin1String("maximum")).toInt(), m_installer.size());
+}
+
+void tst_FullUpdate::aKilledDownloadContinuesWhereItsStateStood()
+{
+    QVERIFY(m_scene->StartServer(5 * 1024 * 1024));
+    QVERIFY(m_scene->PublishInstaller(m_installer));
+    m_scene->demo->Start({QStringLiteral("--on-version"), QStringLiteral("update")});
+    QVERIFY(m_scene->demo->WaitFor([this](const QJsonObject &event) {
+        return gHasProgressed(event, m_installer.size() / 2);
+    }));
+    m_scene->demo->Kill();
+
+    const QByteArray target = UpdateSite::Read(m_scene->TargetPath());
+    QCOMPARE(target.size(), m_installer.size());
+    const int segment = m_installer.size() / rangeCount;
+    QStringList expected;
+    int counted = 0;
+    for (int number = 1; number <= rangeCount; ++number) {
+        const QString group = QStringLiteral("DownLoad_Tasks");
+        const int start =
+            m_scene->site.ResumeValue(group, QStringLiteral("Start_Byte%1").arg(number));
+        const int end = m_scene->site.ResumeValue(group, QStringLiteral("End_Byte%1").arg(number));
+        const int first = (number - 1) * segment;
+        counted += start - first;
+        QCOMPARE(target.mid(first, start - first), m_installer.mid(first, start - first));
+        int written = start;
+        while (written <= end && target.at(written) == m_installer.at(written)) {
+            ++written;
+        }
+        QVERIFY2(written - start <= largestChunk, "the state lags by more than one chunk");
+        if (start <= end) {
+            expected.append(number < rangeCount ? QStringLiteral("bytes=%1-%2").arg(start).arg(end)
+                                                : QStringLiteral("bytes=%1-").arg(start));
+        }
+    }
+    const QString already = QStringLiteral("AlreadyDownload_size");
+    QCOMPARE(m_scene->site.ResumeValue(already, already), counted);
+
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(m_installer));
+    RunAndAnswer(QStringLiteral("yes"));
+    QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()), gSorted(expected));
+    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), m_installer);
+    QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
+}
+
+void tst_FullUpdate::rangesThatAreCompleteAreNotAskedForAgain()
+{
+    const QByteArray content = gTestBytes(1000003);
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(content));
+    QByteArray partial(content.size(), '\0');
+    for (const int first : {0, 400000}) {
+        partial.replace(first, 200000, content.mid(first, 200000));
+    }
+    QVERIFY(UpdateSite::Write(m_scene->TargetPath(), partial));
+    m_scene->site.WriteResumeState(content.size(), 400000,
+                                   {{200000, 199999},
+                                    {200000, 399999},
+                                    {600000, 599999},
+                                    {600000, 799999},
+                                    {800000, 1000002}});
+    RunAndAnswer(QStringLiteral("cancel"));
+
+    QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()),
+             gSorted({QStringLiteral("bytes=200000-399999"), QStringLiteral("bytes=600000-799999"),
+                      QStringLiteral("bytes=800000-")}));
+    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), content);
+    const QList<QJsonObject> progress = m_scene->demo->Events(QStringLiteral("progress"));
+    QCOMPARE(progress.last().value(QLatin1String("value")).toInt(), content.size());
+}
+
+void tst_FullUpdate::aDeletedTargetStartsFromTheBeginning()
+{
+    const QByteArray content = gTestBytes(1000003);
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(content));
+    m_scene->site.WriteResumeState(content.size(), 400000,
+                                   {{200000, 199999},
+                                    {200000, 399999},
+                                    {600000, 599999},
+                                    {600000, 799999},
+                                    {800000, 1000002}});
+    RunAndAnswer(QStringLiteral("cancel"));
+
+    QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()).size(), rangeCount);
+    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), content);
+}
+
+void tst_FullUpdate::everythingDownloadedButNotInPlaceIsPutInPlace()
+{
+    const QByteArray content = gTestBytes(1000003);
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(content));
+    QVERIFY(UpdateSite::Write(m_scene->TargetPath(), content));
+    m_scene->site.WriteResumeState(content.size(), content.size(),
+                                   {{200000, 199999},
+                                    {400000, 399999},
+                                    {600000, 599999},
+                                    {800000, 799999},
+                                    {1000003, 1000002}});
+    RunAndAnswer(QStringLiteral("cancel"));
+
+    QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()), QStringList());
+    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), content);
+}
+
+void tst_FullUpdate::twoRedirectsLeadToThePackage()
+{
+    const QByteArray content = gTestBytes(1000003);
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(content));
+    QVERIFY(m_scene->site.WriteManifest(
+        m_scene->PackageUrl(UpdateScene::InstallerName(), QStringLiteral("/redirect/redirect"))));
+    RunAndAnswer(QStringLiteral("cancel"));
+
+    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), content);
+    QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()).size(), rangeCount);
+}
+
+void tst_FullUpdate::oneRedirectFailsWithoutTouchingAnything()
+{
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(gTestBytes(1000003)));
+    QVERIFY(m_scene->site.WriteManifest(
+        m_scene->PackageUrl(UpdateScene::InstallerName(), QStringLiteral("/redirect"))));
+    RunAndAnswer(QStringLiteral("cancel"));
+
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
+             failedText);
+    QVERIFY(!QFileInfo::exists(m_scene->TargetPath()));
+    QVERIFY(
+        !QFileInfo::exists(m_scene->site.Home() + QStringLiteral("/CvBreakResumeDownLoad.ini")));
+}
+
+void tst_FullUpdate::aPackageOfNoBytesFails()
+{
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(QByteArray()));
+    RunAndAnswer(QStringLiteral("cancel"));
+
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
+             failedText);
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+             QStringList{QStringLiteral("Close")});
+    QVERIFY(!QFileInfo::exists(m_scene->TargetPath()));
+}
+
+void tst_FullUpdate::aPackageOfFewerThanFiveBytesArrives()
+{
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller("abc"));
+    RunAndAnswer(QStringLiteral("cancel"));
+
+    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), QByteArray("abc"));
+    QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()),
+             QStringList{QStringLiteral("bytes=0-")});
+}
+
+void tst_FullUpdate::aKeptInstallerIsStartedOnYesWithoutAnyRequest()
+{
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(UpdateSite::Write(m_scene->InstalledPath(), m_installer));
+    QSettings(m_scene->site.Home() + QStringLiteral("/Corvina.ini"), QSettings::IniFormat)
+        .setValue(QStringLiteral("Quillon/SetupFile"), m_scene->InstalledPath());
+    RunAndAnswer(QStringLiteral("yes"));
+
+    QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
+    QCOMPARE(m_scene->server->Requests(), QStringList());
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+             (QStringList{QStringLiteral("Close"), QStringLiteral("InstallStarted")}));
+    QVERIFY(m_scene->demo->Values(QStringLiteral("prompt"), QStringLiteral("text"))
+                .first()
+                .startsWith(QStringLiteral("A new version has been found in your device.")));
+}
+
+void tst_FullUpdate::aKeptInstallerStaysKeptOnCancel()
+{
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(UpdateSite::Write(m_scene->InstalledPath(), m_installer));
+    const QString settings = m_scene->site.Home() + QStringLiteral("/Corvina.ini");
+    QSettings(settings, QSettings::IniFormat)
+        .setValue(QStringLiteral("Quillon/SetupFile"), m_scene->InstalledPath());
+    RunAndAnswer(QStringLiteral("cancel"));
+
+    QCOMPARE(QSettings(settings, QSettings::IniFormat)
+                 .value(QStringLiteral("Quillon/SetupFile"))
+                 .toString(),
+             m_scene->InstalledPath());
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+             (QStringList{QStringLiteral("CancelInstall"), QStringLiteral("Close")}));
+    QVERIFY(!QFileInfo::exists(m_scene->site.Home() + QStringLiteral("/installed")));
+}
+
+void tst_FullUpdate::anInstallerPutOffIsOfferedByTheNextRun()
+{
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(m_installer));
+    RunAndAnswer(QStringLiteral("cancel"));
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+             (QStringList{QStringLiteral("BeginInstall"), QStringLiteral("CancelInstall"),
+                          QStringLiteral("Close")}));
+    QVERIFY(!QFileInfo::exists(m_scene->site.Home() + QStringLiteral("/installed")));
+
+    QVERIFY(m_scene->StartServer());
+    RunAndAnswer(QStringLiteral("yes"));
+    QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
+    QCOMPARE(m_scene->server->Requests(), QStringList());
+}
+
+void tst_FullUpdate::closingADownloadGivesFiveCloseAndTheNextRunContinues()
+{
+    QVERIFY(m_scene->StartServer(4 * 1024 * 1024));
+    QVERIFY(m_scene->PublishInstaller(m_installer));
+    m_scene->demo->Start({QStringLiteral("--on-version"), QStringLiteral("update"),
+                          QStringLiteral("--close-at-bytes"),
+                          QString::number(m_installer.size() / 3)});
+    QCOMPARE(m_scene->demo->WaitForEnd(), 0);
+    QStringList fiveTimes;
+    for (int range = 0; range < rangeCount; ++range) {
+        fiveTimes.append(QStringLiteral("Close"));
+    }
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")), fiveTimes);
+    const QString already = QStringLiteral("AlreadyDownload_size");
+    QVERIFY(m_scene->site.ResumeValue(already, already) >= m_installer.size() / 3);
+    QVERIFY(m_scene->site.ResumeValue(already, already) < m_installer.size());
+
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(m_installer));
+    RunAndAnswer(QStringLiteral("yes"));
+    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), m_installer);
+    QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
+}
+
+void tst_FullUpdate::theTitleBarClosesADownloadWithSixClose()
+{
+    QVERIFY(m_scene->StartServer(4 * 1024 * 1024));
+    QVERIFY(m_scene->PublishInstaller(m_installer));
+    m_scene->demo->Start({QStringLiteral("--on-version"), QStringLiteral("update"),
+                          QStringLiteral("--titlebar-close-at-bytes"),
+                          QString::number(m_installer.size() / 3)});
+    QCOMPARE(m_scene->demo->WaitForEnd(), 0);
+    const QStringList signalNames =
+        m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name"));
+    QCOMPARE(signalNames.size(), rangeCount + 1);
+    QCOMPARE(signalNames.count(QStringLiteral("Close")), rangeCount + 1);
+}
+
+void tst_FullUpdate::aLargePackageTakesAtMost64MiBOfMemory()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    QSKIP("a sanitizer needs memory of its own");
+#endif
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(gTestBytes(300 * 1024 * 1024)));
+    m_scene->demo->Start({QStringLiteral("--on-version"), QStringLiteral("update"),
+                          QStringLiteral("--on-prompt"), QStringLiteral("wait")});
+    QVERIFY(m_scene->demo->WaitFor([](const QJsonObject &event) {
+        return event.value(QLatin1String("name")).toString() == QLatin1String("version");
+    }));
+    const int idle = m_scene->demo->MemoryKiB("VmRSS");
+    QVERIFY(m_scene->demo->WaitFor([](const QJsonObject &event) {
+        return event.value(QLatin1String("event")).toString() == QLatin1String("prompt");
+    }));
+    const int most = m_scene->demo->MemoryKiB("VmHWM");
+    qInfo("%d MiB over %d MiB when idle", (most - idle) / 1024, idle / 1024);
+    QVERIFY(idle > 0);
+    QVERIFY(most - idle <= 64 * 1024);
+}
+
+void tst_FullUpdate::remindMeLaterDownloadsNothing()
+{
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->PublishInstaller(m_installer));
+    m_scene->demo->Start({QStringLiteral("--on-version"), QStringLiteral("remind")});
+    QCOMPARE(m_scene->demo->WaitForEnd(), 0);
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+             QStringList{QStringLiteral("RemindMeLater")});
+    QCOMPARE(m_scene->server->Requests().size(), 1);
+    QVERIFY(m_scene->demo->Events(QStringLiteral("page"))
+                .last()
+                .value(QLatin1String("html"))
+                .toString()
+                .contains(QStringLiteral("<ol><li>Faster export</li><li>Fewer stalls</li></ol>")));
+}
+
+void tst_FullUpdate::noNewerVersionSaysSo()
+{
+    QVERIFY(m_scene->StartServer());
+    QVERIFY(m_scene->site.WriteManifest(QString()));
+    RunAndAnswer(QStringLiteral("cancel"));
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
+             QStringLiteral("Your current version is the latest version!"));
+}
+
+void tst_FullUpdate::anUnreachableServiceSaysSo()
+{
+    QVERIFY(m_scene->StartServer());
+    m_scene->server->Stop();
+    RunAndAnswer(QStringLiteral("cancel"));
+    QCOMPARE(m_scene->demo->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
+             QStringLiteral("Failed to check update!"));
+}
+
+QUILLON_SERVER_TEST_MAIN(tst_FullUpdate)
+
+#include "tst_FullUpdate.moc"

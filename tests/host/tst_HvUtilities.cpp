@@ -1,0 +1,240 @@
+#include "host/HvUtilities/HvUtilities.h"
+
+#include <QLibrary>
+#include <QtTest>
+
+#include <array>
+#include <string>
+
+namespace
+{
+/// More room than any value below, filled with a mark that shows what was written.
+using Buffer = std::array<char16_t, 16>;
+constexpr char16_t mark = u'#';
+
+Buffer MarkedBuffer()
+{
+    Buffer buffer{};
+    buffer.fill(mark);
+    return buffer;
+}
+} // namespace
+
+class tst_HvUtilities : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void the_library_has_this_one_name_on_every_system();
+    void an_entry_is_found_by_key_and_language_data();
+    void an_entry_is_found_by_key_and_language();
+    void what_is_not_in_the_store_leaves_the_buffer_alone_data();
+    void what_is_not_in_the_store_leaves_the_buffer_alone();
+    void a_value_is_cut_to_the_buffer_data();
+    void a_value_is_cut_to_the_buffer();
+    void no_buffer_gives_zero();
+    void a_file_that_is_no_store_gives_zero_and_empties_the_store_data();
+    void a_file_that_is_no_store_gives_zero_and_empties_the_store();
+    void a_missing_file_gives_zero();
+    void loading_again_replaces_the_values();
+    void the_example_file_is_a_store();
+
+private:
+    int Load(const QByteArray &content);
+    int Read(const QString &key, const QString &language, Buffer *buffer, int units = 16) const;
+    QString Value(const QString &key, const QString &language) const;
+
+    QLibrary m_library{QStringLiteral(HVUTILITIES_LIBRARY)};
+    QTemporaryDir m_folder;
+    decltype(&LoadCustomizeXMLFileW) m_load = nullptr;
+    decltype(&ReadCustomizeInfoW) m_read = nullptr;
+};
+
+int tst_HvUtilities::Load(const QByteArray &content)
+{
+    QFile file(m_folder.filePath(QString::fromUtf8("Customization-\u00fc.xml")));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        return -1;
+    file.close();
+    return m_load(file.fileName().toStdU16String().c_str());
+}
+
+int tst_HvUtilities::Read(const QString &key, const QString &language, Buffer *buffer,
+                          int units) const
+{
+    return m_read(key.toStdU16String().c_str(), language.toStdU16String().c_str(), buffer->data(),
+                  units, 0, 0);
+}
+
+QString tst_HvUtilities::Value(const QString &key, const QString &language) const
+{
+    Buffer buffer = MarkedBuffer();
+    return Read(key, language, &buffer) ? QString::fromUtf16(buffer.data()) : QString();
+}
+
+void tst_HvUtilities::init()
+{
+    QVERIFY2(m_library.load(), qPrintable(m_library.errorString()));
+    m_load = reinterpret_cast<decltype(m_load)>(m_library.resolve("LoadCustomizeXMLFileW"));
+    m_read = reinterpret_cast<decltype(m_read)>(m_library.resolve("ReadCustomizeInfoW"));
+    QVERIFY(m_load);
+    QVERIFY(m_read);
+    QVERIFY(Load("<Customization>"
+                 "<Entry key='PID'>10001</Entry>"
+                 "<Entry key='PID' language='DEU'> 10002\n</Entry>"
+                 "<Entry key='OnlyDEU' language='DEU'>x</Entry>"
+                 "<Entry key='Empty'/>"
+                 "<Entry key='Twice'>first</Entry><Entry key='Twice'>last</Entry>"
+                 "<Entry key='Text'>Gr&#xfc;&#xdf;e &amp; \xe4\xbd\xa0</Entry>"
+                 "<Other key='PID'><Entry key='Hidden'>1</Entry></Other>"
+                 "</Customization>") > 0);
+}
+
+void tst_HvUtilities::cleanup()
+{
+    m_library.unload();
+}
+
+void tst_HvUtilities::the_library_has_this_one_name_on_every_system()
+{
+    QCOMPARE(QFileInfo(QStringLiteral(HVUTILITIES_LIBRARY)).fileName(),
+             QStringLiteral("HvUtilities.dll"));
+}
+
+void tst_HvUtilities::an_entry_is_found_by_key_and_language_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<QString>("value");
+    QTest::newRow("the language's own entry comes first") << "PID"
+                                                          << "DEU"
+                                                          << "10002";
+    QTest::newRow("other languages share the entry without one") << "PID"
+                                                                 << "ENG"
+                                                                 << "10001";
+    QTest::newRow("no language reads the shared entry") << "PID"
+                                                        << ""
+                                                        << "10001";
+    QTest::newRow("of two entries the last counts") << "Twice"
+                                                    << "ENG"
+                                                    << "last";
+    QTest::newRow("characters beyond ASCII arrive") << "Text"
+                                                    << "ENG" << QString::fromUtf8("Grüße & 你");
+}
+
+void tst_HvUtilities::an_entry_is_found_by_key_and_language()
+{
+    QFETCH(QString, key);
+    QFETCH(QString, language);
+    QFETCH(QString, value);
+    QCOMPARE(Value(key, language), value);
+}
+
+void tst_HvUtilities::what_is_not_in_the_store_leaves_the_buffer_alone_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("language");
+    QTest::newRow("an unknown key") << "Nothing"
+                                    << "ENG";
+    QTest::newRow("a key in another case") << "pid"
+                                           << "ENG";
+    QTest::newRow("an entry of another language") << "OnlyDEU"
+                                                  << "ENG";
+    QTest::newRow("an entry inside a foreign element") << "Hidden"
+                                                       << "ENG";
+}
+
+void tst_HvUtilities::what_is_not_in_the_store_leaves_the_buffer_alone()
+{
+    QFETCH(QString, key);
+    QFETCH(QString, language);
+    Buffer buffer = MarkedBuffer();
+    QCOMPARE(Read(key, language, &buffer), 0);
+    QCOMPARE(buffer, MarkedBuffer());
+}
+
+void tst_HvUtilities::a_value_is_cut_to_the_buffer_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<int>("units");
+    QTest::addColumn<QString>("value");
+    QTest::newRow("just large enough") << "PID" << 6 << "10001";
+    QTest::newRow("one unit too small") << "PID" << 5 << "1000";
+    QTest::newRow("room for the terminating zero only") << "PID" << 1 << "";
+    QTest::newRow("an empty value") << "Empty" << 16 << "";
+}
+
+void tst_HvUtilities::a_value_is_cut_to_the_buffer()
+{
+    QFETCH(QString, key);
+    QFETCH(int, units);
+    QFETCH(QString, value);
+    Buffer buffer = MarkedBuffer();
+    QVERIFY(Read(key, QStringLiteral("ENG"), &buffer, units) != 0);
+
+    Buffer wanted = MarkedBuffer();
+    const std::u16string written = value.toStdU16String();
+    std::copy_n(written.c_str(), written.size() + 1, wanted.begin());
+    QCOMPARE(buffer, wanted);
+}
+
+void tst_HvUtilities::no_buffer_gives_zero()
+{
+    Buffer buffer = MarkedBuffer();
+    QCOMPARE(Read(QStringLiteral("PID"), QStringLiteral("ENG"), &buffer, 0), 0);
+    QCOMPARE(Read(QStringLiteral("PID"), QStringLiteral("ENG"), &buffer, -1), 0);
+    QCOMPARE(buffer, MarkedBuffer());
+    QCOMPARE(m_read(u"PID", u"ENG", nullptr, 16, 0, 0), 0);
+}
+
+void tst_HvUtilities::a_file_that_is_no_store_gives_zero_and_empties_the_store_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("nothing") << QByteArray();
+    QTest::newRow("not XML") << QByteArray("PID=10001\n");
+    QTest::newRow("cut off") << QByteArray("<Customization><Entry key='PID'>10001</Entry><Ent");
+    QTest::newRow("a tag is not closed")
+        << QByteArray("<Customization><Entry key='PID'>1</Customization>");
+    QTest::newRow("an entry holds an element")
+        << QByteArray("<Customization><Entry key='PID'><b>1</b></Entry></Customization>");
+    QTest::newRow("another root element")
+        << QByteArray("<Other><Entry key='PID'>10001</Entry></Other>");
+    QTest::newRow("a second root element")
+        << QByteArray("<Customization><Entry key='PID'>1</Entry></Customization><Customization/>");
+    QTest::newRow("bytes that are no UTF-8")
+        << QByteArray("<Customization><Entry key='PID'>\xff\xfe</Entry></Customization>");
+}
+
+void tst_HvUtilities::a_file_that_is_no_store_gives_zero_and_empties_the_store()
+{
+    QFETCH(QByteArray, content);
+    QCOMPARE(Load(content), 0);
+    QCOMPARE(Value(QStringLiteral("PID"), QStringLiteral("ENG")), QString());
+}
+
+void tst_HvUtilities::a_missing_file_gives_zero()
+{
+    const QString missing = m_folder.filePath(QStringLiteral("missing.xml"));
+    QCOMPARE(m_load(missing.toStdU16String().c_str()), 0);
+    QCOMPARE(m_load(m_folder.path().toStdU16String().c_str()), 0);
+    QCOMPARE(m_load(u""), 0);
+}
+
+void tst_HvUtilities::loading_again_replaces_the_values()
+{
+    QVERIFY(Load("<Customization><Entry key='New'>1</Entry></Customization>") > 0);
+    QCOMPARE(Value(QStringLiteral("New"), QStringLiteral("ENG")), QStringLiteral("1"));
+    QCOMPARE(Value(QStringLiteral("PID"), QStringLiteral("ENG")), QString());
+}
+
+void tst_HvUtilities::the_example_file_is_a_store()
+{
+    QVERIFY(m_load(QStringLiteral(HVUTILITIES_EXAMPLE).toStdU16String().c_str()) != 0);
+    QCOMPARE(Value(QStringLiteral("PID"), QStringLiteral("ENG")), QStringLiteral("10001"));
+    QCOMPARE(Value(QStringLiteral("PID"), QStringLiteral("DEU")), QStringLiteral("10002"));
+}
+
+QTEST_GUILESS_MAIN(tst_HvUtilities)
+#include "tst_HvUtilities.moc"

@@ -1,0 +1,76 @@
+#include "platform/CommonDocuments.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTest>
+
+class tst_CommonDocuments : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void the_folder_lies_in_the_data_directory_of_the_system();
+    void a_missing_folder_is_created_with_its_parents();
+    void an_existing_folder_keeps_its_files();
+    void a_folder_that_cannot_be_created_gives_nothing();
+    void the_name_has_forward_slashes_and_no_trailing_one_data();
+    void the_name_has_forward_slashes_and_no_trailing_one();
+
+private:
+    QTemporaryDir m_directory;
+};
+
+void tst_CommonDocuments::the_folder_lies_in_the_data_directory_of_the_system()
+{
+    const QString folder = m_directory.filePath("data");
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder));
+    QCOMPARE(gCommonDocumentsFolder(), folder);
+}
+
+void tst_CommonDocuments::a_missing_folder_is_created_with_its_parents()
+{
+    const QString folder = m_directory.filePath("missing/parents/data");
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder));
+    QVERIFY(!QFileInfo::exists(folder));
+    QCOMPARE(gCommonDocumentsFolder(), folder);
+    QVERIFY(QFileInfo(folder).isDir());
+}
+
+void tst_CommonDocuments::an_existing_folder_keeps_its_files()
+{
+    const QString folder = m_directory.filePath("existing");
+    QVERIFY(QDir().mkpath(folder));
+    QFile file(folder + "/kept");
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder));
+    QCOMPARE(gCommonDocumentsFolder(), folder);
+    QVERIFY(file.exists());
+}
+
+void tst_CommonDocuments::a_folder_that_cannot_be_created_gives_nothing()
+{
+    QFile file(m_directory.filePath("file"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(file.fileName() + "/below"));
+    QCOMPARE(gCommonDocumentsFolder(), QString());
+}
+
+void tst_CommonDocuments::the_name_has_forward_slashes_and_no_trailing_one_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("a name with a blank") << "shared documents";
+    QTest::newRow("a name beyond ASCII") << QString::fromUtf8("gemeinsame Dokumente für alle");
+    QTest::newRow("a slash at its end") << "data/";
+}
+
+void tst_CommonDocuments::the_name_has_forward_slashes_and_no_trailing_one()
+{
+    QFETCH(QString, name);
+    qputenv("XDG_DATA_HOME", QFile::encodeName(m_directory.filePath(name)));
+    QCOMPARE(gCommonDocumentsFolder(), QDir::cleanPath(m_directory.filePath(name)));
+}
+
+QTEST_GUILESS_MAIN(tst_CommonDocuments)
+#include "tst_CommonDocuments.moc"

@@ -1,0 +1,334 @@
+#include "platform/FileVersion.h"
+#include "platform/PeVersionResource.h"
+
+#include "tests/support/PeBuilder.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtEndian>
+#include <QTest>
+
+namespace
+{
+
+const QString version = QStringLiteral("9.1.0.0");
+
+template<typename Integer>
+void gPatch(QByteArray &image, int offset, Integer value)
+{
+    qToLittleEndian(value, image.data() + offset);
+}
+
+QString gVersionOf(QByteArray image)
+{
+    QBuffer device(&image);
+    device.open(QIODevice::ReadOnly);
+    return gPeFileVersion(device);
+}
+
+bool gIsPe(QByteArray image)
+{
+    QBuffer device(&image);
+    device.open(QIODevice::ReadOnly);
+    return gIsPortableExecutable(device);
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(PeBuilder::Format)
+
+class tst_FileVersion : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void the_text_of_the_version_resource_is_returned_data();
+    void the_text_of_the_version_resource_is_returned();
+    void an_executable_of_five_gigabytes_is_read_as_well();
+    void text_lines_of_an_executable_do_not_count();
+    void a_line_names_the_version_of_a_file_that_is_no_executable_data();
+    void a_line_names_the_version_of_a_file_that_is_no_executable();
+    void a_missing_file_and_a_directory_have_no_version();
+    void a_portable_executable_is_recognised_by_both_signatures_data();
+    void a_portable_executable_is_recognised_by_both_signatures();
+    void a_file_cut_anywhere_gives_no_version_data();
+    void a_file_cut_anywhere_gives_no_version();
+    void damaged_numbers_never_crash_or_hang_data();
+    void damaged_numbers_never_crash_or_hang();
+    void a_resource_tree_that_leads_back_to_its_root_gives_no_version();
+    void a_version_node_of_no_length_gives_no_version();
+    void a_resource_outside_every_section_gives_no_version();
+
+private:
+    QString Write(const QByteArray &content);
+
+    QTemporaryDir m_directory;
+};
+
+QString tst_FileVersion::Write(const QByteArray &content)
+{
+    QFile file(m_directory.filePath("file"));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+        qFatal("The test cannot write its file.");
+    }
+    return file.fileName();
+}
+
+void tst_FileVersion::the_text_of_the_version_resource_is_returned_data()
+{
+    QTest::addColumn<QByteArray>("image");
+    QTest::addColumn<QString>("text");
+    const PeBuilder usual = PeBuilder::WithFileVersion(version);
+    const QString accented = QString::fromUtf8("9.1.0.0 \"β\" für 😀");
+
+    QTest::newRow("PE32+, US English, Unicode") << usual.Build() << version;
+    QTest::newRow("PE32") << PeBuilder(usual).SetFormat(PeBuilder::Format::Pe32).Build() << version;
+    QTest::newRow("the translations stand before the strings")
+        << PeBuilder(usual).PutTranslationsFirst().Build() << version;
+    QTest::newRow("translation 0x804, 0x3a8 leads to the table 080403a8")
+        << PeBuilder()
+               .AddTranslation(0x804, 0x3a8)
+               .AddString("080403a8", "FileVersion", "9.2")
+               .Build()
+        << "9.2";
+    QTest::newRow("numbers are written with four digits")
+        << PeBuilder().AddTranslation(0, 0).AddString("00000000", "FileVersion", "9.3").Build()
+        << "9.3";
+    QTest::newRow("of several translations the first one counts")
+        << PeBuilder()
+               .AddTranslation(0x407, 0x4e4)
+               .AddTranslation(0x409, 0x4b0)
+               .AddString("040904b0", "FileVersion", "second")
+               .AddString("040704e4", "FileVersion", "first")
+               .Build()
+        << "first";
+    QTest::newRow("the second translation does not stand in for the first")
+        << PeBuilder()
+               .AddTranslation(0x407, 0x4e4)
+               .AddTranslation(0x409, 0x4b0)
+               .AddString("040904b0", "FileVersion", "second")
+               .Build()
+        << "";
+    QTest::newRow("the text is not rebuilt from the numbers")
+        << PeBuilder(usual).SetFixedVersion(5, 6, 7, 8).Build() << version;
+    QTest::newRow("any text is returned as it is stored")
+        << PeBuilder::WithFileVersion("  9, 1, 0, 0 (release) ").Build()
+        << "  9, 1, 0, 0 (release) ";
+    QTest::newRow("characters beyond ASCII")
+        << PeBuilder::WithFileVersion(accented).Build() << accented;
+    QTest::newRow("trailing zeros do not belong to the text")
+        << PeBuilder::WithFileVersion(version + QString(3, QChar('\0'))).Build() << version;
+    QTest::newRow("a table key in upper-case hexadecimal is found")
+        << PeBuilder()
+               .AddTranslation(0x409, 0x4b0)
+               .AddString("040904B0", "FileVersion", "9.4")
+               .Build()
+        << "9.4";
+    QTest::newRow("no resources at all") << PeBuilder(usual).LeaveOutResources().Build() << "";
+    QTest::newRow("resources without a version")
+        << PeBuilder(usual).LeaveOutVersionResource().Build() << "";
+    QTest::newRow("no translation")
+        << PeBuilder().AddString("040904b0", "FileVersion", version).Build() << "";
+    QTest::newRow("no table for the translation")
+        << PeBuilder()
+               .AddTranslation(0x409, 0x4b0)
+               .AddString("040704b0", "FileVersion", version)
+               .Build()
+        << "";
+    QTest::newRow("no FileVersion in the table")
+        << PeBuilder()
+               .AddTranslation(0x409, 0x4b0)
+               .AddString("040904b0", "ProductVersion", version)
+               .Build()
+        << "";
+    QTest::newRow("an empty FileVersion") << PeBuilder::WithFileVersion("").Build() << "";
+    QTest::newRow("the headers alone") << usual.Build().left(0x400) << "";
+}
+
+void tst_FileVersion::the_text_of_the_version_resource_is_returned()
+{
+    QFETCH(QByteArray, image);
+    QTEST(FileVersionString(Write(image)), "text");
+    QTEST(gVersionOf(image), "text");
+}
+
+void tst_FileVersion::an_executable_of_five_gigabytes_is_read_as_well()
+{
+    // A sparse file: an installer carries its payload behind the sections.
+    QFile file(Write(PeBuilder::WithFileVersion(version).Build()));
+    QVERIFY(file.resize(Q_INT64_C(5) << 30));
+    QCOMPARE(FileVersionString(file.fileName()), version);
+    QVERIFY(file.remove());
+}
+
+void tst_FileVersion::text_lines_of_an_executable_do_not_count()
+{
+    QByteArray image = PeBuilder::WithFileVersion(version).LeaveOutVersionResource().Build();
+    image.replace(0x410, 22, "\nFileVersion=6.6.6.6\n\n");
+    QCOMPARE(FileVersionString(Write(image)), QString());
+}
+
+void tst_FileVersion::a_line_names_the_version_of_a_file_that_is_no_executable_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("text");
+    const QByteArray line = "FileVersion=9.2.0.0\n";
+    QTest::newRow("a line of its own") << line << "9.2.0.0";
+    QTest::newRow("without an end of line") << QByteArray("FileVersion=9.2.0.0") << "9.2.0.0";
+    QTest::newRow("behind #") << "# " + line << "9.2.0.0";
+    QTest::newRow("behind //") << "// " + line << "9.2.0.0";
+    QTest::newRow("behind # without a blank") << "#" + line << "9.2.0.0";
+    QTest::newRow("in a script") << "#!/bin/sh\nexit 0\n# " + line + "echo\n"
+                                 << "9.2.0.0";
+    QTest::newRow("with carriage returns at the ends of lines")
+        << QByteArray("@echo off\r\n# FileVersion=9.2.0.0\r\nrem\r\n") << "9.2.0.0";
+    QTest::newRow("at the end of the first 4096 bytes")
+        << QByteArray(4095 - line.size(), 'x') + "\n" + line << "9.2.0.0";
+    QTest::newRow("behind the first 4096 bytes") << QByteArray(4095, 'x') + "\n" + line << "";
+    QTest::newRow("in the middle of a line") << "print " + line << "";
+    QTest::newRow("as a part of another name") << QByteArray("ProductFileVersion=9.2.0.0\n") << "";
+    QTest::newRow("with nothing behind it") << QByteArray("FileVersion=\n") << "";
+    QTest::newRow("an empty file") << QByteArray() << "";
+    QTest::newRow("some other text") << QByteArray("release notes of 9.2.0.0\n") << "";
+}
+
+void tst_FileVersion::a_line_names_the_version_of_a_file_that_is_no_executable()
+{
+    QFETCH(QByteArray, content);
+    QTEST(FileVersionString(Write(content)), "text");
+}
+
+void tst_FileVersion::a_missing_file_and_a_directory_have_no_version()
+{
+    QCOMPARE(FileVersionString(m_directory.filePath("missing")), QString());
+    QCOMPARE(FileVersionString(m_directory.path()), QString());
+    QCOMPARE(FileVersionString(QString()), QString());
+}
+
+void tst_FileVersion::a_portable_executable_is_recognised_by_both_signatures_data()
+{
+    QTest::addColumn<QByteArray>("image");
+    QTest::addColumn<bool>("recognised");
+    const QByteArray image = PeBuilder::WithFileVersion(version).Build();
+    QByteArray otherFormat = image;
+    otherFormat.replace(0x80, 4, QByteArray("NE\0\0", 4));
+    QByteArray farAway = image;
+    gPatch(farAway, 0x3c, 0x7fffffffU);
+    QByteArray noDosHeader = image;
+    noDosHeader.replace(0, 2, "ZM");
+    QTest::newRow("PE32+") << image << true;
+    QTest::newRow("PE32") << PeBuilder().SetFormat(PeBuilder::Format::Pe32).Build() << true;
+    QTest::newRow("without resources") << PeBuilder().LeaveOutResources().Build() << true;
+    QTest::newRow("no DOS header") << noDosHeader << false;
+    QTest::newRow("another format behind the DOS header") << otherFormat << false;
+    QTest::newRow("a header far behind the end") << farAway << false;
+    QTest::newRow("a DOS header alone") << image.left(0x40) << false;
+    QTest::newRow("the first two letters") << QByteArray("MZ") << false;
+    QTest::newRow("text") << QByteArray("FileVersion=9.2.0.0\n") << false;
+    QTest::newRow("nothing") << QByteArray() << false;
+}
+
+void tst_FileVersion::a_portable_executable_is_recognised_by_both_signatures()
+{
+    QFETCH(QByteArray, image);
+    QFETCH(bool, recognised);
+    QCOMPARE(gIsPe(image), recognised);
+    if (!recognised) {
+        QCOMPARE(gVersionOf(image), QString());
+    }
+}
+
+void tst_FileVersion::a_file_cut_anywhere_gives_no_version_data()
+{
+    QTest::addColumn<PeBuilder::Format>("format");
+    QTest::newRow("PE32") << PeBuilder::Format::Pe32;
+    QTest::newRow("PE32+") << PeBuilder::Format::Pe32Plus;
+}
+
+void tst_FileVersion::a_file_cut_anywhere_gives_no_version()
+{
+    QFETCH(PeBuilder::Format, format);
+    const PeBuilder builder = PeBuilder::WithFileVersion(version).SetFormat(format);
+    const QByteArray image = builder.Build();
+    QCOMPARE(gVersionOf(image), version);
+    for (int size = 0; size < builder.VersionInfoEnd(); size += 16) {
+        QVERIFY2(gVersionOf(image.left(size)).isEmpty(), qPrintable(QString::number(size)));
+    }
+}
+
+void tst_FileVersion::damaged_numbers_never_crash_or_hang_data()
+{
+    QTest::addColumn<PeBuilder::Format>("format");
+    QTest::addColumn<quint32>("number");
+    const QList<QPair<const char *, PeBuilder::Format>> formats{
+        {"PE32", PeBuilder::Format::Pe32}, {"PE32+", PeBuilder::Format::Pe32Plus}};
+    const QList<quint32> numbers{0xffffffff, 0x7fffffff, 0x80000000, 0, 1, 0xffff, 0xffff0000};
+    for (const auto &format : formats) {
+        for (const quint32 number : numbers) {
+            QTest::addRow("%s, every number set to 0x%x", format.first, number)
+                << format.second << number;
+        }
+        // Not a constant: 0xfeedface stands for the number's own place in the file.
+        QTest::addRow("%s, every number leads to itself", format.first)
+            << format.second << quint32(0xfeedface);
+    }
+}
+
+void tst_FileVersion::damaged_numbers_never_crash_or_hang()
+{
+    QFETCH(PeBuilder::Format, format);
+    QFETCH(quint32, number);
+    const bool ownOffset = number == 0xfeedface;
+    const QByteArray image = PeBuilder::WithFileVersion(version).SetFormat(format).Build();
+    for (int offset = 0; offset + 4 <= image.size(); offset += 2) {
+        QByteArray damaged = image;
+        gPatch(damaged, offset, ownOffset ? static_cast<quint32>(offset) : number);
+        QVERIFY(gVersionOf(damaged).size() < image.size());
+        if (ownOffset && offset >= PeBuilder::resourceDirectory) {
+            const int inSection = offset - PeBuilder::resourceDirectory;
+            gPatch(damaged, offset, 0x80000000U | static_cast<quint32>(inSection));
+            QVERIFY(gVersionOf(damaged).size() < image.size());
+            gPatch(damaged, offset, 0x3000U + static_cast<quint32>(inSection));
+            QVERIFY(gVersionOf(damaged).size() < image.size());
+        }
+    }
+}
+
+void tst_FileVersion::a_resource_tree_that_leads_back_to_its_root_gives_no_version()
+{
+    QByteArray image = PeBuilder::WithFileVersion(version).Build();
+    // The second entry of the root is that of the version resources.
+    const int versionEntry = PeBuilder::resourceDirectory + 16 + 8;
+    QCOMPARE(qFromLittleEndian<quint32>(image.constData() + versionEntry), 16U);
+    gPatch(image, versionEntry + 4, 0x80000000U);
+    QCOMPARE(gVersionOf(image), QString());
+}
+
+void tst_FileVersion::a_version_node_of_no_length_gives_no_version()
+{
+    const PeBuilder builder = PeBuilder::WithFileVersion(version);
+    QByteArray image = builder.Build();
+    gPatch(image, builder.VersionInfoOffset(), quint16(0));
+    QCOMPARE(gVersionOf(image), QString());
+
+    image = builder.Build();
+    const int stringFileInfo = builder.VersionInfoOffset() + 40 + 52;
+    QCOMPARE(image.mid(stringFileInfo + 6, 6), QByteArray("S\0t\0r\0", 6));
+    gPatch(image, stringFileInfo, quint16(0));
+    QCOMPARE(gVersionOf(image), QString());
+}
+
+void tst_FileVersion::a_resource_outside_every_section_gives_no_version()
+{
+    const PeBuilder builder = PeBuilder::WithFileVersion(version);
+    QByteArray image = builder.Build();
+    const int dataEntry = builder.VersionInfoOffset() - 16;
+    QCOMPARE(qFromLittleEndian<quint32>(image.constData() + dataEntry + 4),
+             quint32(builder.VersionInfoEnd() - builder.VersionInfoOffset()));
+    gPatch(image, dataEntry, 0x9000U);
+    QCOMPARE(gVersionOf(image), QString());
+}
+
+QTEST_GUILESS_MAIN(tst_FileVersion)
+#include "tst_FileVersion.moc"

@@ -1,0 +1,82 @@
+#include "platform/MachineIdentity.h"
+
+#include <QNetworkInterface>
+#include <QRegularExpression>
+#include <QSet>
+#include <QtTest>
+
+/// What the machine that runs the test says of itself. It may lack an adapter or a disk, as a
+/// container does; the rules hold all the same.
+class tst_MachineIdentity : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void TheAdapterAddressHasTwelveUpperCaseDigitsOrNone();
+    void TheAdapterAddressIsOfAnAdapterAndNotOfTheLoopback();
+    void TheVolumeSerialHasEightUpperCaseDigits();
+    void TheDiskIdentifierHasNoBlanksAroundIt();
+    void EverySourceGivesTheSameAgain();
+    void ANewGuidHasItsForm();
+    void EveryNewGuidIsAnother();
+};
+
+static bool gMatches(const QString &text, const char *pattern)
+{
+    return QRegularExpression(QRegularExpression::anchoredPattern(pattern)).match(text).hasMatch();
+}
+
+void tst_MachineIdentity::TheAdapterAddressHasTwelveUpperCaseDigitsOrNone()
+{
+    const QString address = QString::fromLatin1(AdapterAddressHex());
+    QVERIFY2(address.isEmpty() || gMatches(address, "[0-9A-F]{12}"), qUtf8Printable(address));
+}
+
+void tst_MachineIdentity::TheAdapterAddressIsOfAnAdapterAndNotOfTheLoopback()
+{
+    QByteArrayList addresses;
+    const QList<QNetworkInterface> adapters = QNetworkInterface::allInterfaces();
+    for (const QNetworkInterface &adapter : adapters) {
+        const QByteArray address = adapter.hardwareAddress().toLatin1().replace(':', "").toUpper();
+        if (address.size() >= 12 && !adapter.flags().testFlag(QNetworkInterface::IsLoopBack))
+            addresses.append(address.left(12));
+    }
+    QCOMPARE(AdapterAddressHex(), addresses.value(0));
+}
+
+void tst_MachineIdentity::TheVolumeSerialHasEightUpperCaseDigits()
+{
+    const QString serial = QString::fromLatin1(SystemVolumeSerialHex());
+    QVERIFY2(gMatches(serial, "[0-9A-F]{8}"), qUtf8Printable(serial));
+}
+
+void tst_MachineIdentity::TheDiskIdentifierHasNoBlanksAroundIt()
+{
+    QCOMPARE(DiskIdentifier().trimmed(), DiskIdentifier());
+}
+
+void tst_MachineIdentity::EverySourceGivesTheSameAgain()
+{
+    QCOMPARE(AdapterAddressHex(), AdapterAddressHex());
+    QCOMPARE(SystemVolumeSerialHex(), SystemVolumeSerialHex());
+    QCOMPARE(DiskIdentifier(), DiskIdentifier());
+}
+
+void tst_MachineIdentity::ANewGuidHasItsForm()
+{
+    const QString guid = NewGuidString();
+    QCOMPARE(guid.size(), 38);
+    QVERIFY2(gMatches(guid, "\\{[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\}"),
+             qUtf8Printable(guid));
+}
+
+void tst_MachineIdentity::EveryNewGuidIsAnother()
+{
+    QSet<QString> guids;
+    for (int count = 0; count < 100; ++count)
+        guids.insert(NewGuidString());
+    QCOMPARE(guids.size(), 100);
+}
+
+QTEST_GUILESS_MAIN(tst_MachineIdentity)
+#include "tst_MachineIdentity.moc"

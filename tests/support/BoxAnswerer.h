@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QTimer>
+
+#include <functional>
+
+class QWidget;
+
+/// The user in front of the host's message boxes: answers every modal box that comes up while the
+/// object lives, from within the box's own event loop.
+///
+/// Thread: GUI thread. Errors: a box without the wanted button is closed, so that no test waits
+/// forever.
+class BoxAnswerer
+{
+public:
+    /// Called with the box, which is modal and visible; has to end it.
+    using Answer = std::function<void(QWidget *box)>;
+
+    explicit BoxAnswerer(Answer answer);
+
+    /// Presses the button of that object name, for example "CvMessageBox_YesBtn".
+    static Answer Press(const QString &buttonName);
+    /// Closes the box by its window's close control.
+    static Answer CloseBox();
+
+    /// How many boxes were answered.
+    int Answered() const { return m_answered; }
+
+private:
+    void Look();
+
+    Answer m_answer;
+    QTimer m_poll;
+    int m_answered = 0;
+};

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QPair>
+#include <QtGlobal>
+
+/// What the test server gives to the requests of one path. Without any change: the whole body, or
+/// the range asked for, at once.
+struct HttpAnswer {
+    enum class Fault {
+        None,
+        /// The request is read, nothing is ever sent.
+        Silence,
+        /// The connection is closed, or reset, in place of an answer.
+        CloseAtOnce,
+        ResetAtOnce,
+        /// After `faultAfter` bytes of the body: the connection is closed, is reset, or stays open
+        /// without another byte.
+        CloseAfter,
+        ResetAfter,
+        StallAfter
+    };
+
+    int status = 200;
+    QByteArray body;
+    QByteArray contentType = "application/octet-stream";
+    /// Further header fields, for example a Location.
+    QList<QPair<QByteArray, QByteArray>> headers;
+    /// A Range header is answered with 206; otherwise it is overlooked.
+    bool ranges = true;
+    /// Without a Content-Length the end of the body is the end of the connection.
+    bool announceLength = true;
+    /// A Content-Length other than the body's own; -1: the true one.
+    qint64 announcedLength = -1;
+    int delayMs = 0;
+    /// The body is sent in pieces of this size with a pause between them; 0: in one piece.
+    int chunkSize = 0;
+    int chunkPauseMs = 0;
+    Fault fault = Fault::None;
+    qint64 faultAfter = 0;
+
+    static HttpAnswer Body(const QByteArray &body)
+    {
+        HttpAnswer answer;
+        answer.body = body;
+        return answer;
+    }
+
+    static HttpAnswer Status(int status)
+    {
+        HttpAnswer answer;
+        answer.status = status;
+        return answer;
+    }
+
+    static HttpAnswer Redirect(const QByteArray &location, int status = 302)
+    {
+        HttpAnswer answer = Status(status);
+        answer.headers.append({"Location", location});
+        return answer;
+    }
+
+    static HttpAnswer Broken(const QByteArray &body, Fault fault, qint64 faultAfter = 0)
+    {
+        HttpAnswer answer = Body(body);
+        answer.fault = fault;
+        answer.faultAfter = faultAfter;
+        return answer;
+    }
+};

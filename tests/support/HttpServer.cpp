@@ -1,0 +1,93 @@
+#include "tests/support/HttpServer.h"
+
+#include "tests/support/HttpConnection.h"
+
+#include <QMutexLocker>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+HttpServer::HttpServer()
+    : HttpServer(std::make_unique<QTcpServer>(), QStringLiteral("http"))
+{
+}
+
+HttpServer::HttpServer(std::unique_ptr<QTcpServer> listener, const QString &scheme)
+    : m_listener(listener.release())
+    , m_scheme(scheme)
+{
+    m_listener->moveToThread(&m_thread);
+    QObject::connect(&m_thread, &QThread::finished, m_listener, &QObject::deleteLater);
+    QObject::connect(m_listener, &QTcpServer::newConnection, m_listener, [this] { Accept(); });
+    m_thread.start();
+    QMetaObject::invokeMethod(
+        m_listener,
+        [this] {
+            if (!m_listener->listen(QHostAddress::LocalHost))
+                qFatal("The test server found no free port.");
+            m_port = m_listener->serverPort();
+        },
+        Qt::BlockingQueuedConnection);
+}
+
+HttpServer::~HttpServer()
+{
+    m_thread.quit();
+    m_thread.wait();
+}
+
+QString HttpServer::Host() const
+{
+    return QStringLiteral("127.0.0.1:%1").arg(m_port.load());
+}
+
+QString HttpServer::Address(const QString &path) const
+{
+    return m_scheme + QStringLiteral("://") + Host() + path;
+}
+
+void HttpServer::Serve(const QByteArray &path, const HttpAnswer &answer, const QByteArray &method)
+{
+    const QMutexLocker lock(&m_mutex);
+    m_answers.insert(method + path, answer);
+}
+
+QList<HttpRequest> HttpServer::Requests(const QByteArray &method) const
+{
+    const QMutexLocker lock(&m_mutex);
+    QList<HttpRequest> requests;
+    for (const HttpRequest &request : m_requests) {
+        if (method.isEmpty() || request.method == method)
+            requests.append(request);
+    }
+    return requests;
+}
+
+void HttpServer::ForgetRequests()
+{
+    const QMutexLocker lock(&m_mutex);
+    m_requests.clear();
+}
+
+HttpAnswer HttpServer::Receive(const HttpRequest &request)
+{
+    const QMutexLocker lock(&m_mutex);
+    m_requests.append(request);
+    const QByteArray path = request.Path();
+    const auto ofMethod = m_answers.constFind(request.method + path);
+    if (ofMethod != m_answers.constEnd())
+        return *ofMethod;
+    return m_answers.value(path, HttpAnswer::Status(404));
+}
+
+void HttpServer::Accept()
+{
+    while (QTcpSocket *socket = m_listener->nextPendingConnection()) {
+        ++m_openConnections;
+        ++m_connections;
+        QObject::connect(socket, &QTcpSocket::disconnected, m_listener, [this, socket] {
+            --m_openConnections;
+            socket->deleteLater();
+        });
+        new HttpConnection(socket, *this);
+    }
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// The program "bspatch.exe" beside the running test, which needs an output folder of its own for
+/// it. The destructor removes the program.
+///
+/// Thread: any; one object at a time. Errors: what cannot be written ends the whole test.
+class PatchProgram
+{
+public:
+    /// The real program, that of the system.
+    PatchProgram();
+    /// A shell script; "$1", "$2" and "$3" are its arguments.
+    explicit PatchProgram(const QByteArray &script);
+    ~PatchProgram();
+    PatchProgram(const PatchProgram &) = delete;
+    PatchProgram &operator=(const PatchProgram &) = delete;
+
+    static QString Path();
+
+    /// The patch that turns @p oldBytes into @p newBytes, made by the system's program "bsdiff".
+    static QByteArray MakePatch(const QByteArray &oldBytes, const QByteArray &newBytes);
+};

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "tests/support/HttpServer.h"
+#include "tests/support/TestCertificates.h"
+
+#include <QJsonObject>
+#include <QList>
+
+/// A statistics endpoint: a real encrypted server, and what it was sent.
+///
+/// Thread: as the server's. Errors: what is no record reads as an empty object.
+class StatisticsServer
+{
+public:
+    /// The server shows the certificate of @p certificates, and answers 200.
+    explicit StatisticsServer(const TestCertificates &certificates);
+
+    /// What every record is answered from now on.
+    void Answer(const HttpAnswer &answer) { m_server.Serve("/tallow/visit/", answer); }
+
+    HttpServer &Server() { return m_server; }
+    QString Host() const { return m_server.Host(); }
+
+    /// The event codes of all requests so far, in order; every attempt counts.
+    QList<int> Results() const;
+    /// The record of the request at @p index.
+    QJsonObject Record(int index) const;
+
+private:
+    HttpServer m_server;
+};

@@ -1,0 +1,256 @@
+#include "tests/tools/quillon-publish/ReleaseDesk.h"
+
+#include <QFile>
+#include <QTest>
+
+using Changes = QMap<QString, QString>;
+
+namespace
+{
+QString gText(const char *text)
+{
+    return QString::fromLatin1(text);
+}
+} // namespace
+
+/// What quillon-publish takes and what it refuses: command lines, installers, release notes.
+class tst_PublishInput : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void WrongCommandLinesAreUsageErrors_data();
+    void WrongCommandLinesAreUsageErrors();
+    void HelpNamesEveryOption();
+
+    void RefusedInputChangesNothing_data();
+    void RefusedInputChangesNothing();
+    void APackageOfTwoGibibytesIsRefusedWithTheReason();
+    void BlanksAroundTheVersionOfAnInstallerDoNotCount();
+
+    void NotesBecomeWhatTheVersionPageShows_data();
+    void NotesBecomeWhatTheVersionPageShows();
+
+private:
+    /// An installer of a few bytes that carries @p version.
+    QString Small(const char *name, const QByteArray &version) const
+    {
+        return m_desk.Write(gText(name), "#!/bin/sh\n# FileVersion=" + version + "\n");
+    }
+    void AddRefusal(const char *row, const Changes &changes, const QStringList &previous,
+                    const char *says) const
+    {
+        QTest::newRow(row) << m_desk.Arguments(changes, previous) << gText(says);
+    }
+
+    ReleaseDesk m_desk;
+};
+
+void tst_PublishInput::initTestCase()
+{
+    m_desk.Write(gText("notes.md"), "- Exports resume\n");
+    Small("corvina-9.3.0.0.exe", "9.3.0.0");
+    Small("corvina-9.2.0.0.exe", "9.2.0.0");
+}
+
+void tst_PublishInput::WrongCommandLinesAreUsageErrors_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("says");
+    const auto add = [this](const char *row, const Changes &changes, const char *says) {
+        QTest::newRow(row) << m_desk.Arguments(changes) << gText(says);
+    };
+    QTest::newRow("nothing at all") << QStringList() << gText("is missing");
+    for (const char *option : {"site", "base-url", "product-version", "installer", "notes"}) {
+        const QByteArray row = QByteArray("no --") + option;
+        add(row.constData(), {{gText(option), QString()}},
+            QByteArray(QByteArray("--") + option + " is missing").constData());
+    }
+    QTest::newRow("an unknown option")
+        << m_desk.Arguments() + QStringList{gText("--force")} << gText("force");
+    QTest::newRow("an argument without an option")
+        << m_desk.Arguments() + QStringList{gText("extra")} << gText("extra");
+    QTest::newRow("two sites") << m_desk.Arguments() + QStringList{gText("--site"), gText("b")}
+                               << gText("--site is given twice");
+    add("a base URL of a file", {{gText("base-url"), gText("file:///srv/updates")}}, "http");
+    add("a base URL without a host", {{gText("base-url"), gText("https:///x")}}, "http");
+    add("a base URL with a query", {{gText("base-url"), gText("https://a.example/?x=1")}}, "query");
+    add("a base URL with a user", {{gText("base-url"), gText("https://me@a.example/")}}, "user");
+    add("a version with a blank", {{gText("product-version"), gText("9.3 beta")}}, "9.3 beta");
+    add("a version that is a path", {{gText("product-version"), gText("../9.3")}}, "../9.3");
+}
+
+void tst_PublishInput::WrongCommandLinesAreUsageErrors()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, says);
+    const auto before = m_desk.Files();
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 2);
+    QVERIFY2(outcome.err.contains(says), qPrintable(outcome.err));
+    QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
+    QCOMPARE(m_desk.Files(), before);
+}
+
+void tst_PublishInput::HelpNamesEveryOption()
+{
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run({gText("--help")});
+    QCOMPARE(outcome.code, 0);
+    QCOMPARE(outcome.err, QString());
+    for (const char *option : {"--site", "--base-url", "--product-version", "--installer",
+                               "--previous", "--notes", "--auto-notify", "--bspatch", "--bsdiff"}) {
+        QVERIFY2(outcome.out.contains(gText(option)), option);
+    }
+}
+
+void tst_PublishInput::RefusedInputChangesNothing_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("says");
+    const QString installer = gText("installer");
+    const QString notes = gText("notes");
+
+    AddRefusal("an installer of another version", {{installer, Small("other.exe", "9.3.0.1")}}, {},
+               "carries the version 9.3.0.1 and not 9.3.0.0");
+    AddRefusal("a version that is only written alike",
+               {{installer, Small("alike.exe", "9.3.0.00")}}, {}, "9.3.0.00");
+    AddRefusal("an installer without a version",
+               {{installer, m_desk.Write(gText("none.exe"), "no version")}}, {},
+               "carries no version");
+    AddRefusal("an empty installer", {{installer, m_desk.Write(gText("empty.exe"), "")}}, {},
+               "empty.exe is empty");
+    AddRefusal("an installer that is not there", {{installer, m_desk.Path(gText("gone.exe"))}}, {},
+               "cannot read");
+    AddRefusal("a folder as the installer", {{installer, m_desk.Path(QString())}}, {},
+               "cannot read");
+    AddRefusal("a name with a blank", {{installer, Small("corvina 9.3.exe", "9.3.0.0")}}, {},
+               "cannot be a package's name");
+    AddRefusal("a name with a percent sign", {{installer, Small("corvina%2F9.exe", "9.3.0.0")}}, {},
+               "cannot be a package's name");
+    AddRefusal("a hidden file", {{installer, Small(".corvina.exe", "9.3.0.0")}}, {},
+               "cannot be a package's name");
+
+    AddRefusal("a previous installer of the new version", {}, {Small("same.exe", "9.3.0.0")},
+               "carries the new version");
+    AddRefusal("a previous installer without a version", {}, {m_desk.Path(gText("none.exe"))},
+               "carries no version");
+    AddRefusal("a previous version that is no file name", {}, {Small("path.exe", "../9.2")},
+               "cannot stand in an address");
+    AddRefusal("two previous installers of one version", {},
+               {m_desk.Path(gText("corvina-9.2.0.0.exe")), Small("twin.exe", "9.2.0.0")},
+               "two previous installers carry the version 9.2.0.0");
+    AddRefusal("a previous installer that is not there", {}, {m_desk.Path(gText("gone.exe"))},
+               "cannot read");
+
+    AddRefusal("notes of another kind", {{notes, m_desk.Write(gText("n.txt"), "Hello")}}, {},
+               ".md or a .html");
+    AddRefusal("notes that are not there", {{notes, m_desk.Path(gText("gone.md"))}}, {},
+               "cannot read");
+    AddRefusal("notes of blanks", {{notes, m_desk.Write(gText("blank.md"), " \n\n")}}, {},
+               "no release notes");
+    AddRefusal("notes in another encoding", {{notes, m_desk.Write(gText("l.md"), "- gr\xFC\xDF")}},
+               {}, "not UTF-8");
+    AddRefusal("notes with control characters", {{notes, m_desk.Write(gText("c.md"), "- a\x01")}},
+               {}, "control characters");
+    AddRefusal("notes beyond what clients read",
+               {{notes, m_desk.Write(gText("long.html"), QByteArray(15 * 1024, 'x'))}}, {},
+               "shorten the release notes");
+    AddRefusal("a file as the site", {{gText("site"), m_desk.Path(gText("notes.md"))}}, {},
+               "not a folder");
+    AddRefusal("a site in a folder that is not there",
+               {{gText("site"), m_desk.Path(gText("gone/site"))}}, {}, "no such folder");
+}
+
+void tst_PublishInput::RefusedInputChangesNothing()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, says);
+    const auto before = m_desk.Files();
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 1);
+    QVERIFY2(outcome.err.contains(says), qPrintable(outcome.err));
+    QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
+    QCOMPARE(m_desk.Files(), before);
+}
+
+void tst_PublishInput::APackageOfTwoGibibytesIsRefusedWithTheReason()
+{
+    QFile huge(Small("huge.exe", "9.3.0.0"));
+    // Without content beyond the head it takes no room.
+    QVERIFY(huge.resize(Q_INT64_C(2147483648)));
+    const ReleaseDesk::Outcome outcome =
+        ReleaseDesk::Run(m_desk.Arguments({{gText("installer"), huge.fileName()}}));
+    QVERIFY(huge.remove());
+    QCOMPARE(outcome.code, 1);
+    QVERIFY2(outcome.err.contains(gText("smaller than 2 GiB")), qPrintable(outcome.err));
+    QVERIFY2(outcome.err.contains(gText("32-bit")), qPrintable(outcome.err));
+}
+
+void tst_PublishInput::BlanksAroundTheVersionOfAnInstallerDoNotCount()
+{
+    QTemporaryDir folder;
+    const QString installer = Small("blanks-9.3.exe", "  9.3.0.0  ");
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(m_desk.Arguments(
+        {{gText("installer"), installer}, {gText("site"), folder.filePath(gText("site"))}}));
+    QCOMPARE(outcome.err, QString());
+    QCOMPARE(outcome.code, 0);
+}
+
+void tst_PublishInput::NotesBecomeWhatTheVersionPageShows_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("shown");
+    const QString markdown = gText("n.md");
+    const QString html = gText("n.html");
+    QTest::newRow("a Markdown list becomes items")
+        << markdown << QByteArray("- One\n- *Two*\n")
+        << gText("<ol><li>One</li>\n<li><em>Two</em></li></ol>");
+    QTest::newRow("a numbered list stays one") << markdown << QByteArray("1. One\n2. Two\n")
+                                               << gText("<ol>\n<li>One</li>\n<li>Two</li>\n</ol>");
+    QTest::newRow("a numbered list inside a bulleted one leaves both whole")
+        << markdown << QByteArray("- One\n  1. Two\n")
+        << gText("<ul>\n<li>One<ol>\n<li>Two</li>\n</ol>\n</li>\n</ul>");
+    QTest::newRow("a bulleted list inside another stays in its item")
+        << markdown << QByteArray("- One\n  - Two\n")
+        << gText("<ol><li>One<ul>\n<li>Two</li>\n</ul>\n</li></ol>");
+    QTest::newRow("two lists stay what they are")
+        << markdown << QByteArray("- One\n\n# Fixed\n\n- Two\n")
+        << gText("<ol><ul>\n<li>One</li>\n</ul>\n<h1>Fixed</h1>\n<ul>\n<li>Two</li>\n</ul></ol>");
+    QTest::newRow("HTML inside Markdown is text") << markdown << QByteArray("- a <b> & c\n")
+                                                  << gText("<ol><li>a &lt;b&gt; &amp; c</li></ol>");
+    QTest::newRow("HTML is taken as it is") << html << QByteArray("<li>One &amp; <b>Two</b></li>  ")
+                                            << gText("<ol><li>One &amp; <b>Two</b></li>  </ol>");
+    QTest::newRow("a list of its own is not wrapped again")
+        << html << QByteArray("<ol><li>One</li></ol>") << gText("<ol><li>One</li></ol>");
+    QTest::newRow("the end of a CDATA section is only text")
+        << html << QByteArray("<li>a[b[0]]>c ]]> ]]]]>></li>")
+        << gText("<ol><li>a[b[0]]>c ]]> ]]]]>></li></ol>");
+    QTest::newRow("letters of every script come through")
+        << markdown << QByteArray("- Gr\xC3\xBC\xC3\x9F\x65 \xF0\x9F\x9A\x80\n")
+        << QString::fromUtf8("<ol><li>Gr\xC3\xBC\xC3\x9F\x65 \xF0\x9F\x9A\x80</li></ol>");
+    QTest::newRow("a byte order mark and line ends of other systems are nothing")
+        << html << QByteArray("\xEF\xBB\xBF<li>One</li>\r\n<li>Two</li>")
+        << gText("<ol><li>One</li>\n<li>Two</li></ol>");
+}
+
+void tst_PublishInput::NotesBecomeWhatTheVersionPageShows()
+{
+    QFETCH(QString, file);
+    QFETCH(QByteArray, content);
+    QFETCH(QString, shown);
+    const QString notes = m_desk.Write(file, content);
+    const ReleaseDesk::Outcome outcome =
+        ReleaseDesk::Run(m_desk.Arguments({{gText("notes"), notes}}));
+    QCOMPARE(outcome.err, QString());
+    QCOMPARE(outcome.code, 0);
+    const QList<ReleaseNote> read = m_desk.Manifest(gText("manifest.xml"))->ReleaseNotes();
+    QCOMPARE(read.size(), 1);
+    QCOMPARE(read.first().version, gText("9.3.0.0"));
+    QCOMPARE(read.first().notes, shown);
+}
+
+QTEST_GUILESS_MAIN(tst_PublishInput)
+#include "tst_PublishInput.moc"

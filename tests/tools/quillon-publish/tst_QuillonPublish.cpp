@@ -1,0 +1,419 @@
+#include "api/FileDigest.h"
+#include "tests/tools/quillon-publish/ArrivalWatch.h"
+#include "tests/tools/quillon-publish/ReleaseDesk.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSignalSpy>
+#include <QTest>
+
+namespace
+{
+constexpr int patienceMs = 30000;
+const char mainManifest[] = "manifest.xml";
+const char patchName[] = "corvina-9.2.0.0-to-9.3.0.0.patch";
+
+QString gText(const char *text)
+{
+    return QString::fromLatin1(text);
+}
+
+/// A line of a script that waits for the file @p path, which the test writes.
+QByteArray gWaitFor(const QString &path)
+{
+    return "while [ ! -e '" + path.toUtf8() + "' ]; do sleep 0.02; done\n";
+}
+} // namespace
+
+/// quillon-publish as a release engineer runs it, with real installers.
+class tst_QuillonPublish : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_desk.reset(new ReleaseDesk);
+        m_desk->Write(gText("notes.md"), "- Exports resume\n- Fewer stalls\n");
+    }
+
+    void PublishesAPackageThatPatchesRebuildAndManifestsDescribe();
+    void ClientsOfTheNewVersionAreOfferedNothing();
+    void AReleaseWithoutPreviousInstallersHasNoPatch();
+    void AutoNotifyIsSetOnRequestOnly();
+    void TheSlashAtTheEndOfTheBaseUrlIsNotDoubled();
+    void TheNextReleaseReplacesEveryOlderOffer();
+    void TheSameReleaseCanBePublishedAgainWithOtherNotes();
+
+    void APackageOfTheSizeOfAnotherIsWarnedAbout();
+    void APatchThatSavesNothingIsWarnedAbout();
+
+    void PatchesAreNamedAfterBothVersions_data();
+    void PatchesAreNamedAfterBothVersions();
+
+    void PackagesArriveBeforeTheManifestsThatNameThem();
+    void PublishedFilesAreReadableForTheWebServer();
+
+    void FailuresOfThePatchProgramsPublishNothing_data();
+    void FailuresOfThePatchProgramsPublishNothing();
+    void AFailureAtTheLastFilePutsEverythingBack();
+    void AFailedFirstReleaseLeavesNoSite();
+    void AnotherPackageOfTheSameNameIsRefused();
+
+    void TellsTheSecondsAndRefusesASecondRunWhileAPatchIsMade();
+    void WhatAKilledRunLeftIsRemoved();
+
+private:
+    /// Publishes with @p changes to the command line; false and a report unless it works.
+    bool Publish(const QMap<QString, QString> &changes = {}, const QStringList &previous = {});
+    /// The same for 9.2.0.0.
+    bool PublishEarlier(QMap<QString, QString> changes = {}, const QStringList &previous = {});
+    static QString Installer(const char *version) { return ReleaseDesk::Installer(gText(version)); }
+    QString Package(const char *name) const
+    {
+        return m_desk->Site() + gText("/packages/") + gText(name);
+    }
+    QStringList Entries(const char *folder) const
+    {
+        return QDir(m_desk->Site() + QLatin1Char('/') + gText(folder)).entryList(QDir::Files);
+    }
+
+    QScopedPointer<ReleaseDesk> m_desk;
+};
+
+bool tst_QuillonPublish::Publish(const QMap<QString, QString> &changes, const QStringList &previous)
+{
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(m_desk->Arguments(changes, previous));
+    if (outcome.code != 0) {
+        qWarning("%d: %s", outcome.code, qPrintable(outcome.err));
+    }
+    return outcome.code == 0;
+}
+
+bool tst_QuillonPublish::PublishEarlier(QMap<QString, QString> changes, const QStringList &previous)
+{
+    changes[gText("product-version")] = gText("9.2.0.0");
+    changes[gText("installer")] = Installer("9.2.0.0");
+    return Publish(changes, previous);
+}
+
+void tst_QuillonPublish::PublishesAPackageThatPatchesRebuildAndManifestsDescribe()
+{
+    const QStringList previous{Installer("9.1.0.0"), Installer("9.2.0.0")};
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(m_desk->Arguments({}, previous));
+    QCOMPARE(outcome.err, QString());
+    QCOMPARE(outcome.code, 0);
+    QVERIFY(outcome.out.contains(gText("% of the full package")));
+
+    const QString newMd5 = FileMd5Hex(Installer("9.3.0.0"));
+    QCOMPARE(FileMd5Hex(Package("corvina-9.3.0.0.exe")), newMd5);
+    for (const QString &version : {gText("9.1.0.0"), gText("9.2.0.0")}) {
+        const QString name = gText("corvina-%1-to-9.3.0.0.patch").arg(version);
+        const QString patch = Package(qPrintable(name));
+        const QString rebuilt = m_desk->Path(version);
+        QCOMPARE(
+            QProcess::execute(gText("bspatch"), {ReleaseDesk::Installer(version), rebuilt, patch}),
+            0);
+        QCOMPARE(FileMd5Hex(rebuilt), newMd5);
+
+        const auto manifest = m_desk->Manifest(gText("manifests/%1.xml").arg(version));
+        QCOMPARE(manifest->ExeUrl(),
+                 gText("https://updates.example/corvina/packages/corvina-9.3.0.0.exe"));
+        QCOMPARE(manifest->FullPackageMd5(), newMd5);
+        QCOMPARE(manifest->OldVerify(), FileMd5Hex(ReleaseDesk::Installer(version)));
+        QCOMPARE(manifest->IncreaseUrl(),
+                 gText("https://updates.example/corvina/packages/") + name);
+        QCOMPARE(manifest->IncreaseVersion(), gText("9.3.0.0"));
+        QCOMPARE(manifest->IncreaseMd5(), newMd5);
+        QCOMPARE(manifest->IncreaseSize(), QFileInfo(patch).size());
+    }
+    const auto others = m_desk->Manifest(gText(mainManifest));
+    QCOMPARE(others->FullPackageMd5(), newMd5);
+    QCOMPARE(others->ReleaseNotes().value(0).version, gText("9.3.0.0"));
+    QVERIFY(!others->HasIncreasePackage());
+    QVERIFY(others->OldVerify().isEmpty());
+    QCOMPARE(m_desk->MissingPackages(), QStringList());
+}
+
+void tst_QuillonPublish::ClientsOfTheNewVersionAreOfferedNothing()
+{
+    QVERIFY(Publish());
+    const QByteArray document = ReleaseDesk::Read(m_desk->Site() + gText("/manifests/9.3.0.0.xml"));
+    QVERIFY(!document.isEmpty());
+    QVERIFY(!m_desk->Manifest(gText("manifests/9.3.0.0.xml"))->HasExeUrl());
+}
+
+void tst_QuillonPublish::AReleaseWithoutPreviousInstallersHasNoPatch()
+{
+    QVERIFY(Publish());
+    QCOMPARE(Entries("packages"), QStringList{gText("corvina-9.3.0.0.exe")});
+    QCOMPARE(Entries("manifests"), QStringList{gText("9.3.0.0.xml")});
+    QVERIFY(m_desk->Manifest(gText(mainManifest))->HasExeUrl());
+}
+
+void tst_QuillonPublish::AutoNotifyIsSetOnRequestOnly()
+{
+    const QString manifest = gText("manifests/9.2.0.0.xml");
+    const QStringList arguments = m_desk->Arguments(m_desk->QuickPatches(), {Installer("9.2.0.0")});
+    QCOMPARE(ReleaseDesk::Run(arguments).code, 0);
+    QVERIFY(!m_desk->Manifest(manifest)->AutoNotify());
+    QCOMPARE(ReleaseDesk::Run(arguments + QStringList{gText("--auto-notify")}).code, 0);
+    QVERIFY(m_desk->Manifest(manifest)->AutoNotify());
+}
+
+void tst_QuillonPublish::TheSlashAtTheEndOfTheBaseUrlIsNotDoubled()
+{
+    QVERIFY(Publish({{gText("base-url"), gText("http://127.0.0.1:8080/")}}));
+    QCOMPARE(m_desk->Manifest(gText(mainManifest))->ExeUrl(),
+             gText("http://127.0.0.1:8080/packages/corvina-9.3.0.0.exe"));
+}
+
+void tst_QuillonPublish::TheNextReleaseReplacesEveryOlderOffer()
+{
+    const QMap<QString, QString> changes = m_desk->QuickPatches();
+    QVERIFY(PublishEarlier(changes, {Installer("9.1.0.0")}));
+    QVERIFY(m_desk->Manifest(gText("manifests/9.1.0.0.xml"))->HasIncreasePackage());
+
+    QVERIFY(Publish(changes, {Installer("9.2.0.0")}));
+    QCOMPARE(ReleaseDesk::Read(m_desk->Site() + gText("/manifests/9.1.0.0.xml")),
+             ReleaseDesk::Read(m_desk->Site() + gText("/manifest.xml")));
+    QVERIFY(m_desk->Manifest(gText(mainManifest))
+                ->ExeUrl()
+                .endsWith(gText("/packages/corvina-9.3.0.0.exe")));
+    QVERIFY(m_desk->Manifest(gText("manifests/9.2.0.0.xml"))->HasIncreasePackage());
+    QVERIFY(!m_desk->Manifest(gText("manifests/9.3.0.0.xml"))->HasExeUrl());
+    // Clients may still be downloading them.
+    QVERIFY(QFileInfo::exists(Package("corvina-9.2.0.0.exe")));
+    QVERIFY(QFileInfo::exists(Package("corvina-9.1.0.0-to-9.2.0.0.patch")));
+    QCOMPARE(m_desk->MissingPackages(), QStringList());
+}
+
+void tst_QuillonPublish::TheSameReleaseCanBePublishedAgainWithOtherNotes()
+{
+    QVERIFY(Publish());
+    m_desk->Write(gText("notes.md"), "- Something else\n");
+    QVERIFY(Publish());
+    QCOMPARE(m_desk->Manifest(gText(mainManifest))->ReleaseNotes().value(0).notes,
+             gText("<ol><li>Something else</li></ol>"));
+}
+
+void tst_QuillonPublish::APackageOfTheSizeOfAnotherIsWarnedAbout()
+{
+    const QString twin = m_desk->Path(gText("twin-9.2.0.0.exe"));
+    QVERIFY(QFile::copy(Installer("9.2.0.0"), twin));
+    QVERIFY(QFile::resize(twin, QFileInfo(Installer("9.3.0.0")).size()));
+    QVERIFY(Publish({{gText("product-version"), gText("9.2.0.0")}, {gText("installer"), twin}}));
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(m_desk->Arguments());
+    QCOMPARE(outcome.code, 0);
+    QVERIFY2(outcome.err.contains(gText("has exactly the size of twin-9.2.0.0.exe")),
+             qPrintable(outcome.err));
+    QCOMPARE(
+        ReleaseDesk::Run(m_desk->Arguments({{gText("site"), m_desk->Path(gText("other"))}})).err,
+        QString());
+}
+
+void tst_QuillonPublish::APatchThatSavesNothingIsWarnedAbout()
+{
+    const ReleaseDesk::Outcome outcome =
+        ReleaseDesk::Run(m_desk->Arguments(m_desk->QuickPatches(), {Installer("9.2.0.0")}));
+    QCOMPARE(outcome.code, 0);
+    QVERIFY2(outcome.err.contains(gText("is no smaller than the full package")),
+             qPrintable(outcome.err));
+    QVERIFY(outcome.out.contains(gText("saves 0.0 %")));
+}
+
+void tst_QuillonPublish::PatchesAreNamedAfterBothVersions_data()
+{
+    QTest::addColumn<QString>("installer");
+    QTest::addColumn<QString>("patch");
+    QTest::newRow("the version in the name is replaced")
+        << gText("corvina-9.3.0.0.exe") << gText("corvina-9.2.0.0-to-9.3.0.0.patch");
+    QTest::newRow("what stands behind the version stays")
+        << gText("corvina-9.3.0.0-x64.exe") << gText("corvina-9.2.0.0-to-9.3.0.0-x64.patch");
+    QTest::newRow("a name without the version gets both")
+        << gText("CorvinaSetup.exe") << gText("CorvinaSetup-9.2.0.0-to-9.3.0.0.patch");
+    QTest::newRow("a name without a suffix loses nothing")
+        << gText("corvina-9.3.0.0") << gText("corvina-9.2.0.0-to-9.3.0.0.patch");
+}
+
+void tst_QuillonPublish::PatchesAreNamedAfterBothVersions()
+{
+    QFETCH(QString, installer);
+    QFETCH(QString, patch);
+    const QString folder = m_desk->Path(gText("renamed"));
+    QVERIFY(QDir().mkpath(folder));
+    const QString renamed = folder + QLatin1Char('/') + installer;
+    QVERIFY(QFile::copy(Installer("9.3.0.0"), renamed));
+    QMap<QString, QString> changes = m_desk->QuickPatches();
+    changes[gText("installer")] = renamed;
+    QVERIFY(Publish(changes, {Installer("9.2.0.0")}));
+    QVERIFY(Entries("packages").contains(patch));
+    QVERIFY(m_desk->Manifest(gText("manifests/9.2.0.0.xml"))
+                ->IncreaseUrl()
+                .endsWith(gText("/packages/") + patch));
+}
+
+void tst_QuillonPublish::PackagesArriveBeforeTheManifestsThatNameThem()
+{
+    QVERIFY(PublishEarlier());
+    const QString site = m_desk->Site();
+    ArrivalWatch watch({site, site + gText("/packages"), site + gText("/manifests")});
+
+    const auto process =
+        ReleaseDesk::Start(m_desk->Arguments(m_desk->QuickPatches(), {Installer("9.2.0.0")}));
+    while (!process->waitForFinished(1)) {
+        QVERIFY2(process->state() == QProcess::Running, "never finished");
+        QCOMPARE(m_desk->MissingPackages(), QStringList());
+    }
+    QCOMPARE(process->exitCode(), 0);
+    QCOMPARE(watch.Events(),
+             (QStringList{Package("corvina-9.3.0.0.exe"), Package(patchName),
+                          site + gText("/manifests/9.2.0.0.xml"),
+                          site + gText("/manifests/9.3.0.0.xml"), site + gText("/manifest.xml")}));
+}
+
+void tst_QuillonPublish::PublishedFilesAreReadableForTheWebServer()
+{
+    const QString secret = m_desk->Path(gText("corvina-9.3.0.0.exe"));
+    QVERIFY(QFile::copy(Installer("9.3.0.0"), secret));
+    QVERIFY(QFile::setPermissions(secret, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+    QVERIFY(Publish({{gText("installer"), secret}}));
+    for (const QString &path :
+         {Package("corvina-9.3.0.0.exe"), m_desk->Site() + gText("/manifest.xml"),
+          m_desk->Site() + gText("/manifests/9.3.0.0.xml"), m_desk->Site() + gText("/packages"),
+          m_desk->Site()}) {
+        QVERIFY2(QFileInfo(path).permission(QFileDevice::ReadOther), qPrintable(path));
+    }
+}
+
+void tst_QuillonPublish::FailuresOfThePatchProgramsPublishNothing_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QString>("says");
+    const QString bsdiff = gText("bsdiff");
+    const QString bspatch = gText("bspatch");
+    QTest::newRow("bsdiff fails after half a patch")
+        << bsdiff << QByteArray("echo half > \"$3\"; echo no memory >&2; exit 3\n")
+        << gText("exit code 3: no memory");
+    QTest::newRow("bsdiff crashes") << bsdiff << QByteArray("kill -9 $$\n") << gText("it crashed");
+    QTest::newRow("bsdiff writes nothing") << bsdiff << QByteArray("exit 0\n") << gText("no patch");
+    QTest::newRow("bsdiff is not there") << bsdiff << QByteArray() << gText("cannot start");
+    QTest::newRow("the patch program fails")
+        << bspatch << QByteArray("echo Corrupt patch >&2; exit 1\n") << gText("Corrupt patch");
+    QTest::newRow("the patch program gives another file")
+        << bspatch << QByteArray("cp \"$1\" \"$2\"\n") << gText("does not give the installer");
+    QTest::newRow("the patch program gives no file")
+        << bspatch << QByteArray("exit 0\n") << gText("does not give the installer");
+    QTest::newRow("the patch program is not there")
+        << bspatch << QByteArray() << gText("cannot start");
+}
+
+void tst_QuillonPublish::FailuresOfThePatchProgramsPublishNothing()
+{
+    QFETCH(QString, option);
+    QFETCH(QByteArray, script);
+    QFETCH(QString, says);
+    QMap<QString, QString> programs{
+        {gText("bsdiff"), m_desk->Script(gText("copying"), "cp \"$2\" \"$3\"\n")}};
+    programs[option] = script.isEmpty() ? m_desk->Path(gText("nothing"))
+                                        : m_desk->Script(gText("failing"), script);
+    QVERIFY(PublishEarlier());
+    const QStringList arguments = m_desk->Arguments(programs, {Installer("9.2.0.0")});
+
+    const auto before = m_desk->Files();
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 1);
+    QVERIFY2(outcome.err.contains(says), qPrintable(outcome.err));
+    QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
+    QCOMPARE(m_desk->Files(), before);
+}
+
+void tst_QuillonPublish::AFailureAtTheLastFilePutsEverythingBack()
+{
+    QVERIFY(PublishEarlier());
+    QVERIFY(QFile::remove(m_desk->Site() + gText("/manifest.xml")));
+    QVERIFY(QDir().mkpath(m_desk->Site() + gText("/manifest.xml/a folder in its place")));
+    const QStringList arguments = m_desk->Arguments();
+
+    const auto before = m_desk->Files();
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 1);
+    QVERIFY2(outcome.err.contains(gText("manifest.xml")), qPrintable(outcome.err));
+    QCOMPARE(m_desk->Files(), before);
+}
+
+void tst_QuillonPublish::AFailedFirstReleaseLeavesNoSite()
+{
+    const QStringList arguments = m_desk->Arguments(
+        {{gText("bsdiff"), m_desk->Path(gText("nothing"))}}, {Installer("9.2.0.0")});
+    const auto before = m_desk->Files();
+    QCOMPARE(ReleaseDesk::Run(arguments).code, 1);
+    QCOMPARE(m_desk->Files(), before);
+}
+
+void tst_QuillonPublish::AnotherPackageOfTheSameNameIsRefused()
+{
+    QVERIFY(Publish());
+    QFile published(Package("corvina-9.3.0.0.exe"));
+    QVERIFY(published.open(QIODevice::Append) && published.write("more") == 4);
+    published.close();
+
+    const QStringList arguments = m_desk->Arguments();
+    const auto before = m_desk->Files();
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 1);
+    QVERIFY2(outcome.err.contains(gText("another package named corvina-9.3.0.0.exe")),
+             qPrintable(outcome.err));
+    QCOMPARE(m_desk->Files(), before);
+}
+
+void tst_QuillonPublish::TellsTheSecondsAndRefusesASecondRunWhileAPatchIsMade()
+{
+    const QString go = m_desk->Path(gText("go"));
+    const QString slow =
+        m_desk->Script(gText("slow"), gWaitFor(go) + "exec bsdiff \"$1\" \"$2\" \"$3\"\n");
+    const auto process =
+        ReleaseDesk::Start(m_desk->Arguments({{gText("bsdiff"), slow}}, {Installer("9.2.0.0")}));
+    QByteArray told;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        (told += process->readAllStandardOutput()).contains("making the patch: 3 s"), patienceMs);
+
+    const ReleaseDesk::Outcome second = ReleaseDesk::Run(m_desk->Arguments());
+    QCOMPARE(second.code, 1);
+    QVERIFY2(second.err.contains(gText("another run is publishing")), qPrintable(second.err));
+
+    m_desk->Write(gText("go"), "now");
+    QVERIFY(process->waitForFinished(patienceMs));
+    QCOMPARE(process->exitCode(), 0);
+    QVERIFY(QFileInfo::exists(Package(patchName)));
+}
+
+void tst_QuillonPublish::WhatAKilledRunLeftIsRemoved()
+{
+    const QString started = m_desk->Path(gText("started"));
+    const QString go = m_desk->Path(gText("go"));
+    const QString endless =
+        m_desk->Script(gText("endless"), "touch '" + started.toUtf8() + "'\n" + gWaitFor(go));
+    const QStringList arguments = m_desk->Arguments();
+    const QStringList slowArguments =
+        m_desk->Arguments({{gText("bsdiff"), endless}}, {Installer("9.2.0.0")});
+    const QStringList entriesBefore =
+        QDir(m_desk->Path(QString())).entryList(QDir::AllEntries | QDir::Hidden);
+
+    const auto process = ReleaseDesk::Start(slowArguments);
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(started), patienceMs);
+    process->kill();
+    QVERIFY(process->waitForFinished(patienceMs));
+    m_desk->Write(gText("go"), "now");
+    QVERIFY(!QFileInfo::exists(m_desk->Site()));
+
+    QCOMPARE(ReleaseDesk::Run(arguments).code, 0);
+    QVERIFY(QFile::remove(started));
+    QVERIFY(QFile::remove(go));
+    QCOMPARE(QDir(m_desk->Path(QString())).entryList(QDir::AllEntries | QDir::Hidden),
+             entriesBefore + QStringList{gText("site")});
+}
+
+QTEST_GUILESS_MAIN(tst_QuillonPublish)
+#include "tst_QuillonPublish.moc"

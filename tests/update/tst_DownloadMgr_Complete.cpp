@@ -1,0 +1,299 @@
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/DownloadState.h"
+
+#include <QtTest>
+
+/// The downloader that ends a package: complete, incomplete, or behind a redirect.
+class tst_DownloadMgr_Complete : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void TheLastRangePutsTheInstallerInPlaceAndAsks();
+    void AnInstallerOfBeforeIsReplaced();
+    void ACompleteByteCountCompletesThoughRangesAreMissing();
+    void ARunThatIsShortEndsSilently();
+    void WithoutAByteTheErrorIsToldOnlyForASizeOfOne_data();
+    void WithoutAByteTheErrorIsToldOnlyForASizeOfOne();
+    void TheSizeIsReadWhenTheDownloaderIsMade();
+    void FiveDownloadersAskOnce();
+
+    void ARedirectIsFetchedWholeWithoutARange();
+    void ARedirectMayNameAPathOnly();
+    void FiveRedirectedRangesCompleteOnce();
+    void ARedirectedBodyOfAnotherSizeIsAnError_data();
+    void ARedirectedBodyOfAnotherSizeIsAnError();
+    void ARedirectThatIsCutCompletesNothing();
+    void ProgressOfARedirectIsPassedOn();
+
+private:
+    /// Prepares a package of @p size bytes with @p activeRanges ranges to go.
+    void Prepare(int size, int activeRanges);
+    std::unique_ptr<DownloadMgr> Start(int number, qint64 start, qint64 end);
+    void Serve(const QByteArray &path, const HttpAnswer &answer)
+    {
+        m_rig->Server().Serve(path, answer);
+    }
+    QByteArray Address(const QString &path) { return m_rig->Server().Address(path).toLatin1(); }
+
+    QByteArray m_package;
+    std::unique_ptr<UpdateRig> m_rig;
+    int m_errors = 0;
+    int m_finished = 0;
+    int m_begun = 0;
+};
+
+void tst_DownloadMgr_Complete::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_errors = m_finished = m_begun = 0;
+}
+
+void tst_DownloadMgr_Complete::cleanup()
+{
+    m_rig.reset();
+}
+
+void tst_DownloadMgr_Complete::Prepare(int size, int activeRanges)
+{
+    m_package = gTestBytes(size);
+    m_rig->WriteState(QString::number(size), "0",
+                      {{{0, 0}, {0, 0}, {0, 0}, {0, 0}, {0, size - 1}}});
+    QVERIFY(gWriteFile(m_rig->Target(), QByteArray(size, '\0')));
+    gDownloadState().activeSegments = activeRanges;
+    gDownloadState().downloadStarted = true;
+}
+
+std::unique_ptr<DownloadMgr> tst_DownloadMgr_Complete::Start(int number, qint64 start, qint64 end)
+{
+    auto downloader = std::make_unique<DownloadMgr>(nullptr);
+    connect(downloader.get(), &DownloadMgr::Error, this, [this] { ++m_errors; });
+    connect(downloader.get(), &DownloadMgr::DownloadFinished, this, [this] { ++m_finished; });
+    connect(downloader.get(), &DownloadMgr::BeginInstall, this, [this] { ++m_begun; });
+    downloader->ResumeDownload(m_rig->Target(), m_rig->Server().Url("/setup.exe"),
+                               m_rig->Installer(), start, end, number, false, QString(), QString());
+    return downloader;
+}
+
+void tst_DownloadMgr_Complete::TheLastRangePutsTheInstallerInPlaceAndAsks()
+{
+    Prepare(50000, 1);
+    Serve("/setup.exe", HttpAnswer::Body(m_package));
+    const auto downloader = Start(5, 0, 49999);
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(m_rig->BoxSaid("Information",
+                           "Download completed. However, the program is running. Please click Yes "
+                           "to terminate the program and install the new version. Click Cancel to "
+                           "install it next time."));
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+    QVERIFY(!QFile::exists(m_rig->Target()));
+    QCOMPARE(gDownloadState().installerReady, m_rig->Installer());
+    QCOMPARE(gDownloadState().finishedSegments, 0);
+    QVERIFY(!gDownloadState().downloadStarted);
+    QCOMPARE(m_begun, 1);
+    QCOMPARE(m_finished, 0);
+    QCOMPARE(m_errors, 0);
+    QVERIFY2(QFile::exists(m_rig->StateFile()), "the state outlives the package");
+}
+
+void tst_DownloadMgr_Complete::AnInstallerOfBeforeIsReplaced()
+{
+    Prepare(50000, 1);
+    QVERIFY(gWriteFile(m_rig->Installer(), gTestBytes(60000, 9)));
+    Serve("/setup.exe", HttpAnswer::Body(m_package));
+    const auto downloader = Start(5, 0, 49999);
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_DownloadMgr_Complete::ACompleteByteCountCompletesThoughRangesAreMissing()
+{
+    Prepare(50000, 3);
+    Serve("/setup.exe", HttpAnswer::Body(m_package));
+    const auto downloader = Start(5, 0, 49999);
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+    QVERIFY(!gDownloadState().downloadStarted);
+}
+
+void tst_DownloadMgr_Complete::ARunThatIsShortEndsSilently()
+{
+    Prepare(50000, 1);
+    Serve("/setup.exe", HttpAnswer::Body(m_package.left(20000)));
+    const auto downloader = Start(5, 0, 49999);
+    QTRY_VERIFY(!gDownloadState().downloadStarted);
+    QCOMPARE(gDownloadState().finishedSegments, 0);
+    QCOMPARE(gDownloadState().alreadyDownloaded, qint64(20000));
+    QCOMPARE(m_errors, 0);
+    QCOMPARE(m_begun, 0);
+    QCOMPARE(m_rig->Boxes(), 0);
+    QVERIFY(QFile::exists(m_rig->Target()));
+    QVERIFY(!QFile::exists(m_rig->Installer()));
+}
+
+void tst_DownloadMgr_Complete::WithoutAByteTheErrorIsToldOnlyForASizeOfOne_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<int>("errors");
+    QTest::newRow("no byte of a package of one: told") << 1 << QByteArray() << 1;
+    QTest::newRow("no byte of a larger package: silent") << 2 << QByteArray() << 0;
+    QTest::newRow("bytes of a package of unknown size: told") << 0 << QByteArray("abc") << 1;
+    QTest::newRow("bytes of a package of one: silent") << 1 << QByteArray("abc") << 0;
+}
+
+void tst_DownloadMgr_Complete::WithoutAByteTheErrorIsToldOnlyForASizeOfOne()
+{
+    QFETCH(int, size);
+    QFETCH(QByteArray, body);
+    QFETCH(int, errors);
+    Prepare(size, 1);
+    HttpAnswer answer = HttpAnswer::Body(body);
+    answer.ranges = false;
+    Serve("/setup.exe", answer);
+    const auto downloader = Start(5, 0, 9);
+    QTRY_VERIFY(!gDownloadState().downloadStarted);
+    QCOMPARE(m_errors, errors);
+    QCOMPARE(m_rig->Boxes(), 0);
+}
+
+void tst_DownloadMgr_Complete::TheSizeIsReadWhenTheDownloaderIsMade()
+{
+    Prepare(50000, 1);
+    Serve("/setup.exe", HttpAnswer::Body(m_package));
+    const auto downloader = Start(5, 0, 49999);
+    ResumeState(m_rig->ConfigFolder()).SetPackageSize(7);
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+}
+
+void tst_DownloadMgr_Complete::FiveDownloadersAskOnce()
+{
+    Prepare(50000, 5);
+    HttpAnswer answer = HttpAnswer::Body(m_package);
+    answer.chunkSize = 3000;
+    answer.chunkPauseMs = 2;
+    Serve("/setup.exe", answer);
+    std::vector<std::unique_ptr<DownloadMgr>> downloaders;
+    for (int number = 1; number <= 5; ++number)
+        downloaders.push_back(Start(number, (number - 1) * 10000, number * 10000 - 1));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QTRY_COMPARE(m_rig->Server().Requests().size(), 5);
+    downloaders.clear();
+    QCoreApplication::processEvents();
+    QCOMPARE(m_rig->Boxes(), 1);
+    QCOMPARE(m_begun, 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_DownloadMgr_Complete::ARedirectIsFetchedWholeWithoutARange()
+{
+    Prepare(50000, 1);
+    Serve("/setup.exe", HttpAnswer::Redirect(Address("/moved")));
+    Serve("/moved", HttpAnswer::Body(m_package));
+    const auto downloader = Start(3, 20000, 29999);
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    const QList<HttpRequest> requests = m_rig->Server().Requests();
+    QCOMPARE(requests.size(), 2);
+    QCOMPARE(requests.at(0).headers.value("range"), QByteArray("bytes=20000-29999"));
+    QCOMPARE(requests.at(1).target, QByteArray("/moved"));
+    QVERIFY(!requests.at(1).headers.contains("range"));
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+    QCOMPARE(gDownloadState().installerReady, m_rig->Installer());
+    QCOMPARE(m_finished, 1);
+    QCOMPARE(m_begun, 1);
+    QCOMPARE(m_errors, 0);
+}
+
+void tst_DownloadMgr_Complete::ARedirectMayNameAPathOnly()
+{
+    Prepare(50000, 1);
+    Serve("/setup.exe", HttpAnswer::Redirect("/moved"));
+    Serve("/moved", HttpAnswer::Body(m_package));
+    const auto downloader = Start(3, 20000, 29999);
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QCOMPARE(m_rig->Server().Requests().last().target, QByteArray("/moved"));
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+    QCOMPARE(m_errors, 0);
+}
+
+void tst_DownloadMgr_Complete::FiveRedirectedRangesCompleteOnce()
+{
+    m_package = gTestBytes(50000);
+    Serve("/files/setup.exe", HttpAnswer::Redirect(Address("/moved")));
+    HttpAnswer answer = HttpAnswer::Body(m_package);
+    answer.chunkSize = 7000;
+    answer.chunkPauseMs = 2;
+    Serve("/moved", answer);
+    m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(m_package), "HEAD");
+    m_rig->StartFullDownload(HttpAnswer::Redirect(Address("/moved")));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QTRY_COMPARE(m_rig->Signals().count("Close"), 1);
+    // Time for the other four, which must not go on behind the completed one.
+    HttpAnswer slow = HttpAnswer::Body("slow");
+    slow.delayMs = 200;
+    Serve("/slow", slow);
+    QCOMPARE(m_rig->Manager().QueryPackageSize(m_rig->Server().Url("/slow")), qint64(4));
+    QCOMPARE(m_rig->Boxes(), 1);
+    QCOMPARE(m_rig->Signals().count("BeginInstall"), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+    QVERIFY(!QFile::exists(m_rig->Target()));
+    QVERIFY(!m_rig->Pages().contains("hint"));
+}
+
+void tst_DownloadMgr_Complete::ARedirectedBodyOfAnotherSizeIsAnError_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::newRow("a shorter one") << 49999;
+    QTest::newRow("a longer one") << 50001;
+}
+
+void tst_DownloadMgr_Complete::ARedirectedBodyOfAnotherSizeIsAnError()
+{
+    QFETCH(int, size);
+    Prepare(50000, 1);
+    Serve("/setup.exe", HttpAnswer::Redirect(Address("/moved")));
+    Serve("/moved", HttpAnswer::Body(gTestBytes(size)));
+    const auto downloader = Start(1, 0, 9999);
+    QTRY_COMPARE(m_errors, 1);
+    QTRY_COMPARE(m_rig->Server().Requests().size(), 2);
+    QCoreApplication::processEvents();
+    QCOMPARE(m_errors, 1);
+    QCOMPARE(m_begun, 0);
+    QCOMPARE(m_rig->Boxes(), 0);
+    QVERIFY(!QFile::exists(m_rig->Installer()));
+}
+
+void tst_DownloadMgr_Complete::ARedirectThatIsCutCompletesNothing()
+{
+    Prepare(50000, 1);
+    Serve("/setup.exe", HttpAnswer::Redirect(Address("/moved")));
+    Serve("/moved", HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 20000));
+    const auto downloader = Start(1, 0, 9999);
+    QTRY_COMPARE(m_rig->Server().Requests().size(), 2);
+    QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
+    QCoreApplication::processEvents();
+    QCOMPARE(m_begun, 0);
+    QCOMPARE(m_rig->Boxes(), 0);
+    QVERIFY(!QFile::exists(m_rig->Installer()));
+}
+
+void tst_DownloadMgr_Complete::ProgressOfARedirectIsPassedOn()
+{
+    Prepare(50000, 1);
+    DownloadMgr downloader(nullptr);
+    const QSignalSpy progress(&downloader, &DownloadMgr::DownloadProgress);
+    downloader.slotDownloadProgress(300, 50000);
+    QCOMPARE(progress.count(), 1);
+    QCOMPARE(progress.first().at(0).toLongLong(), qint64(300));
+    QCOMPARE(progress.first().at(1).toLongLong(), qint64(50000));
+    downloader.slotDownloadProgress(400, 0);
+    QCOMPARE(progress.count(), 2);
+    QCOMPARE(m_rig->Boxes(), 0);
+}
+
+QTEST_MAIN(tst_DownloadMgr_Complete)
+#include "tst_DownloadMgr_Complete.moc"

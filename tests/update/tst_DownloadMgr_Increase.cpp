@@ -1,0 +1,354 @@
+#include "api/UpdateInit.h"
+#include "tests/support/PatchProgram.h"
+#include "tests/support/StatisticsServer.h"
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/DownloadState.h"
+
+#include <QCryptographicHash>
+#include <QtTest>
+
+/// An incremental package on its whole way: the download, the patch, and the question. The
+/// installers are scripts that leave a mark behind.
+class tst_DownloadMgr_Increase : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void TheKeptInstallerBecomesTheNewOne();
+    void YesStartsTheNewInstaller();
+    void TheResultIsTheBaseOfTheNextIncrementalUpdate();
+    void TheQuestionComesAfterThePatch();
+    void TheDownloadIsToldAsFinishedAfterThePatch();
+    void AFailedPatchIsToldAndAsksNothing_data();
+    void AFailedPatchIsToldAndAsksNothing();
+    void AnUpperCaseMd5OfTheManifestIsAFailedPatch();
+
+    void ARedirectedPackageIsPatched();
+    void FiveRedirectedRangesPatchOnce();
+    void ARedirectedPackageThatCannotBePatchedIsTold();
+    void ProgressOfARedirectedPackageIsPassedOn();
+
+    void APackageThatIsAllThereIsPatchedAtOnce();
+    void APackageThatIsHalfThereIsResumed();
+
+private:
+    QString Mark() const { return m_rig->Path("mark"); }
+    /// An installer of @p version.
+    QByteArray Installer(const QByteArray &version) const
+    {
+        return "#!/bin/sh\n#FileVersion=" + version + "\nprintf " + version + " > '" +
+               Mark().toUtf8() + ".new' && mv '" + Mark().toUtf8() + ".new' '" + Mark().toUtf8() +
+               "'\nexit 0\n#" + gTestBytes(20000, 4) + gTestBytes(100, qHash(version));
+    }
+    QString Kept() const { return m_rig->WorkingFolder() + "/Corvina9"; }
+    QString Target() const { return m_rig->WorkingFolder() + "/increase.patch"; }
+    static QString Md5(const QByteArray &bytes)
+    {
+        return QString::fromLatin1(
+            QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
+    }
+    void Offer(const QByteArray &oldInstaller, const QString &newMd5,
+               const QByteArray &patchPath = "/files/increase.patch");
+    /// Starts one range of the package without a manager.
+    std::unique_ptr<DownloadMgr> Start(const QString &md5);
+    QList<int> Reports()
+    {
+        gSettleReports();
+        return m_statistics->Results();
+    }
+
+    TestCertificates m_certificates;
+    std::unique_ptr<UpdateRig> m_rig;
+    std::unique_ptr<StatisticsServer> m_statistics;
+    QByteArray m_old;
+    QByteArray m_new;
+    QByteArray m_patch;
+    QStringList m_told;
+};
+
+static const QByteArray path = "/files/increase.patch";
+
+void tst_DownloadMgr_Increase::initTestCase()
+{
+    m_certificates.TrustAuthority();
+}
+
+void tst_DownloadMgr_Increase::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_statistics = std::make_unique<StatisticsServer>(m_certificates);
+    m_rig->SendReportsTo(*m_statistics);
+    QFile::remove(PatchProgram::Path());
+    m_old = Installer("9.1.0.0");
+    m_new = Installer("9.2.0.0");
+    m_patch = PatchProgram::MakePatch(m_old, m_new);
+    m_told.clear();
+    QVERIFY(gWriteFile(Kept(), m_old));
+    m_rig->Server().Serve(path, HttpAnswer::Body(m_patch));
+    m_rig->Build();
+}
+
+void tst_DownloadMgr_Increase::cleanup()
+{
+    m_rig.reset();
+    m_statistics.reset();
+}
+
+void tst_DownloadMgr_Increase::Offer(const QByteArray &oldInstaller, const QString &newMd5,
+                                     const QByteArray &patchPath)
+{
+    m_rig->Offer("/files/setup.exe",
+                 QString("<OldVerify_x64>%1</OldVerify_x64><IncreasePackage><Url_x64>%2</Url_x64>"
+                         "<Verify_x64>%3</Verify_x64></IncreasePackage>")
+                     .arg(Md5(oldInstaller), m_rig->Server().Address(patchPath), newMd5));
+}
+
+std::unique_ptr<DownloadMgr> tst_DownloadMgr_Increase::Start(const QString &md5)
+{
+    const int size = m_patch.size();
+    m_rig->WriteState(QString::number(size), "0",
+                      {{{0, 0}, {0, 0}, {0, 0}, {0, 0}, {0, size - 1}}});
+    gWriteFile(Target(), QByteArray(size, '\0'));
+    gDownloadState().activeSegments = 1;
+    gDownloadState().downloadStarted = true;
+    auto downloader = std::make_unique<DownloadMgr>(nullptr);
+    const auto note = [this, &downloader](void (DownloadMgr::*signal)(), const char *name) {
+        connect(downloader.get(), signal, this, [this, name] { m_told.append(name); });
+    };
+    note(&DownloadMgr::DownloadFinished, "DownloadFinished");
+    note(&DownloadMgr::BeginInstall, "BeginInstall");
+    note(&DownloadMgr::CancelInstall, "CancelInstall");
+    note(&DownloadMgr::Close, "Close");
+    note(&DownloadMgr::PatchIncreasePackageFaild, "PatchIncreasePackageFaild");
+    connect(downloader.get(), &DownloadMgr::Error, this, [this] { m_told.append("Error"); });
+    downloader->ResumeDownload(Target(), m_rig->Server().Url(path), m_rig->Installer(), 0, size - 1,
+                               5, true, md5, Kept());
+    return downloader;
+}
+
+void tst_DownloadMgr_Increase::TheKeptInstallerBecomesTheNewOne()
+{
+    const PatchProgram program;
+    Offer(m_old, Md5(m_new));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(m_rig->BoxSaid("Information",
+                           "Download completed. However, the program is running. Please click Yes "
+                           "to terminate the program and install the new version. Click Cancel to "
+                           "install it next time."));
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QVERIFY(gReadFile(Target()) == m_patch);
+    QCOMPARE(gDownloadState().installerReady, Kept());
+    const QStringList expected{"BeginInstall", "CancelInstall", "Close"};
+    QTRY_COMPARE(m_rig->Signals(), expected);
+    QCOMPARE(m_rig->Setting("SetupFile"), Kept());
+    QCOMPARE(m_rig->Server().Requests("GET").size(), 5);
+    QVERIFY(!QFile::exists(m_rig->Installer()));
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_DownloadMgr_Increase::YesStartsTheNewInstaller()
+{
+    const PatchProgram program;
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    Offer(m_old, Md5(m_new));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(gReadFile(Mark()), QByteArray("9.2.0.0"));
+    const QStringList expected{"BeginInstall", "Close", "InstallStarted"};
+    QTRY_COMPARE(m_rig->Signals(), expected);
+    QCOMPARE(Reports(), QList<int>{1});
+}
+
+void tst_DownloadMgr_Increase::TheResultIsTheBaseOfTheNextIncrementalUpdate()
+{
+    const PatchProgram program;
+    Offer(m_old, Md5(m_new));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Signals().count("Close"), 1);
+
+    const QByteArray next = Installer("9.3.0.0");
+    m_rig->Server().Serve("/files/next.patch",
+                          HttpAnswer::Body(PatchProgram::MakePatch(m_new, next)));
+    UpdateInit::SetUpdateVersion("9.2.0.0");
+    m_rig->Build();
+    Offer(m_new, Md5(next), "/files/next.patch");
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Boxes(), 2);
+    QVERIFY(gReadFile(Kept()) == next);
+    QCOMPARE(gDownloadState().installerReady, Kept());
+}
+
+void tst_DownloadMgr_Increase::TheQuestionComesAfterThePatch()
+{
+    const PatchProgram program;
+    int boxes = -1;
+    QByteArray inPlace;
+    connect(&m_rig->Manager(), &LiveUpdateMgr::BeginInstall, this, [&] {
+        boxes = m_rig->Boxes();
+        inPlace = gReadFile(Kept());
+    });
+    Offer(m_old, Md5(m_new));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QCOMPARE(boxes, 0);
+    QVERIFY(inPlace == m_new);
+}
+
+void tst_DownloadMgr_Increase::TheDownloadIsToldAsFinishedAfterThePatch()
+{
+    const PatchProgram program;
+    QByteArray inPlace;
+    const auto downloader = Start(Md5(m_new));
+    connect(downloader.get(), &DownloadMgr::DownloadFinished, this,
+            [&] { inPlace = gReadFile(Kept()); });
+    const QStringList expected{"DownloadFinished", "BeginInstall", "CancelInstall", "Close"};
+    QTRY_COMPARE(m_told, expected);
+    QVERIFY(inPlace == m_new);
+    QVERIFY(!gDownloadState().downloadStarted);
+    QCOMPARE(gDownloadState().finishedSegments, 0);
+}
+
+void tst_DownloadMgr_Increase::AFailedPatchIsToldAndAsksNothing_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QList<int>>("reports");
+    QTest::newRow("the program is missing") << QByteArray() << QList<int>{};
+    QTest::newRow("the result is wrong")
+        << QByteArray("printf wrong > \"$2\"") << QList<int>{-2, -3};
+    QTest::newRow("the program crashes") << QByteArray("kill -SEGV $$") << QList<int>{-3};
+}
+
+void tst_DownloadMgr_Increase::AFailedPatchIsToldAndAsksNothing()
+{
+    QFETCH(QByteArray, script);
+    const auto program = script.isEmpty() ? nullptr : std::make_unique<PatchProgram>(script);
+    const auto downloader = Start(Md5(m_new));
+    QTRY_COMPARE(m_told, QStringList{"PatchIncreasePackageFaild"});
+    QTEST(Reports(), "reports");
+    QCOMPARE(m_told, QStringList{"PatchIncreasePackageFaild"});
+    QCOMPARE(m_rig->Boxes(), 0);
+    QVERIFY(gReadFile(Kept()) == m_old);
+    QVERIFY(gReadFile(Target()) == m_patch);
+    QVERIFY(gDownloadState().installerReady.isEmpty());
+}
+
+void tst_DownloadMgr_Increase::AnUpperCaseMd5OfTheManifestIsAFailedPatch()
+{
+    const PatchProgram program;
+    m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(gTestBytes(30000)));
+    Offer(m_old, Md5(m_new).toUpper());
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QCOMPARE(gDownloadState().installerReady, m_rig->Installer());
+    QVERIFY(gReadFile(Kept()) == m_old);
+    QVERIFY2(gReadFile(Kept() + ".patch") == m_new, "the unverified file is left on disk");
+    const QList<int> expected{-2, -3};
+    QCOMPARE(Reports(), expected);
+}
+
+void tst_DownloadMgr_Increase::ARedirectedPackageIsPatched()
+{
+    const PatchProgram program;
+    m_rig->Server().Serve(path, HttpAnswer::Redirect(m_rig->Server().Address("/moved").toLatin1()));
+    m_rig->Server().Serve("/moved", HttpAnswer::Body(m_patch));
+    const auto downloader = Start(Md5(m_new));
+    const QStringList expected{"DownloadFinished", "BeginInstall", "CancelInstall", "Close"};
+    QTRY_COMPARE(m_told, expected);
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QCOMPARE(gDownloadState().installerReady, Kept());
+    QVERIFY(!m_rig->Server().Requests().last().headers.contains("range"));
+}
+
+void tst_DownloadMgr_Increase::FiveRedirectedRangesPatchOnce()
+{
+    const PatchProgram program;
+    m_rig->Server().Serve(path, HttpAnswer::Redirect(m_rig->Server().Address("/moved").toLatin1()));
+    m_rig->Server().Serve(path, HttpAnswer::Body(m_patch), "HEAD");
+    m_rig->Server().Serve("/moved", HttpAnswer::Body(m_patch));
+    Offer(m_old, Md5(m_new));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Signals().count("Close"), 1);
+    gSettleReports();
+    QCOMPARE(m_rig->Boxes(), 1);
+    QCOMPARE(m_rig->Signals().count("BeginInstall"), 1);
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_DownloadMgr_Increase::ARedirectedPackageThatCannotBePatchedIsTold()
+{
+    m_rig->Server().Serve(path, HttpAnswer::Redirect(m_rig->Server().Address("/moved").toLatin1()));
+    m_rig->Server().Serve("/moved", HttpAnswer::Body(m_patch));
+    const auto downloader = Start(Md5(m_new));
+    QTRY_COMPARE(m_told, QStringList{"PatchIncreasePackageFaild"});
+    gSettleReports();
+    QCOMPARE(m_told, QStringList{"PatchIncreasePackageFaild"});
+    QCOMPARE(m_rig->Boxes(), 0);
+    QVERIFY(gReadFile(Kept()) == m_old);
+}
+
+void tst_DownloadMgr_Increase::ProgressOfARedirectedPackageIsPassedOn()
+{
+    DownloadMgr downloader(nullptr);
+    const QSignalSpy progress(&downloader, &DownloadMgr::DownloadProgress);
+    downloader.DownloadIncreasePackageProgress(300, 50000);
+    QCOMPARE(progress.count(), 1);
+    QCOMPARE(progress.first().at(0).toLongLong(), qint64(300));
+    QCOMPARE(progress.first().at(1).toLongLong(), qint64(50000));
+    downloader.DownloadIncreasePackageProgress(400, 0);
+    QCOMPARE(progress.count(), 2);
+    QCOMPARE(m_rig->Boxes(), 0);
+}
+
+void tst_DownloadMgr_Increase::APackageThatIsAllThereIsPatchedAtOnce()
+{
+    const PatchProgram program;
+    const qint64 size = m_patch.size();
+    const qint64 part = size / 5;
+    m_rig->WriteState(QString::number(size), QString::number(size),
+                      {{{part, part - 1},
+                        {2 * part, 2 * part - 1},
+                        {3 * part, 3 * part - 1},
+                        {4 * part, 4 * part - 1},
+                        {size, size - 1}}});
+    QVERIFY(gWriteFile(Target(), m_patch));
+    m_rig->Build();
+    Offer(m_old, Md5(m_new));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QCOMPARE(gDownloadState().installerReady, Kept());
+    QCOMPARE(m_rig->Server().Requests("HEAD").size(), 1);
+    QVERIFY(m_rig->Server().Requests("GET").isEmpty());
+}
+
+void tst_DownloadMgr_Increase::APackageThatIsHalfThereIsResumed()
+{
+    const PatchProgram program;
+    const qint64 size = m_patch.size();
+    const qint64 part = size / 5;
+    m_rig->WriteState(QString::number(size), QString::number(2 * part),
+                      {{{part, part - 1},
+                        {part, 2 * part - 1},
+                        {3 * part, 3 * part - 1},
+                        {3 * part, 4 * part - 1},
+                        {4 * part, size - 1}}});
+    QByteArray half = m_patch;
+    half.replace(int(part), int(part), QByteArray(int(part), '\0'));
+    half.replace(int(3 * part), int(size - 3 * part), QByteArray(int(size - 3 * part), '\0'));
+    QVERIFY(gWriteFile(Target(), half));
+    m_rig->Build();
+    Offer(m_old, Md5(m_new));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QCOMPARE(m_rig->Server().Requests("GET").size(), 3);
+}
+
+QTEST_MAIN(tst_DownloadMgr_Increase)
+#include "tst_DownloadMgr_Increase.moc"

@@ -1,0 +1,33 @@
+#include "update/UpdateCommon/DownloadState.h"
+
+#include <QtTest>
+
+class tst_DownloadState : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void ANewStateIsEmpty();
+    void EveryCallerSharesOneState();
+};
+
+void tst_DownloadState::ANewStateIsEmpty()
+{
+    const DownloadState &state = gDownloadState();
+    QCOMPARE(state.segmentSize, qint64(0));
+    QCOMPARE(state.downloadStarted, false);
+    QCOMPARE(state.alreadyDownloaded, qint64(0));
+    QCOMPARE(state.activeSegments, 0);
+    QCOMPARE(state.finishedSegments, 0);
+    QVERIFY(state.installerReady.isEmpty());
+}
+
+void tst_DownloadState::EveryCallerSharesOneState()
+{
+    gDownloadState().alreadyDownloaded = 5000000000;
+    QCOMPARE(gDownloadState().alreadyDownloaded, qint64(5000000000));
+    QCOMPARE(&gDownloadState(), &gDownloadState());
+}
+
+QTEST_GUILESS_MAIN(tst_DownloadState)
+#include "tst_DownloadState.moc"

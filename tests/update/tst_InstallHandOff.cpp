@@ -1,0 +1,361 @@
+#include "tests/support/StatisticsServer.h"
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/DownloadState.h"
+
+#include <QtTest>
+
+Q_DECLARE_METATYPE(UpdateRig::Answer)
+
+/// From the complete package, or the kept installer, to the started installer or the next time. The
+/// installers are scripts that leave a mark behind.
+class tst_InstallHandOff : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void ACompletePackageAsksTheUser();
+    void ACompletePackageIsToldBeforeTheQuestion();
+    void YesAfterADownloadStartsTheInstaller();
+    void NoAfterADownloadKeepsTheInstaller_data();
+    void NoAfterADownloadKeepsTheInstaller();
+
+    void AKeptInstallerAsksTheUser();
+    void YesForAKeptInstallerStartsIt();
+    void NoForAKeptInstallerKeepsIt_data();
+    void NoForAKeptInstallerKeepsIt();
+    void AnInstallerKeptFromADownloadIsOfferedAtTheNextCheck();
+    void AKeptInstallerIsOfferedAtEveryCheck();
+
+    void CloseIsToldBeforeTheInstallerStarts();
+    void AnInstallerThatCannotBeStartedIsNotTold();
+    void AStartedInstallerIsReportedBeforeTheHostIsTold();
+    void AnInstallerThatCannotBeStartedIsReported();
+    void AReportThatFailsHoldsNothingBack();
+    void TheSettingIsWrittenBeforeTheHostIsTold();
+    void InstallWithoutAYesStartsNothing();
+    void InstallAfterAYesStartsTheInstallerAgain();
+    void ADownloaderOffersNothingWithoutTheFile();
+    void ADownloaderTellsTheAnswer();
+
+private:
+    QString Mark() const { return m_rig->Path("mark"); }
+    /// A script that leaves @p text as its mark, filled up to @p size bytes.
+    QByteArray Script(const QByteArray &text, int size = 0) const
+    {
+        const QByteArray script = "#!/bin/sh\nprintf " + text + " > '" + Mark().toUtf8() +
+                                  ".new' && mv '" + Mark().toUtf8() + ".new' '" + Mark().toUtf8() +
+                                  "'\nexit 0\n#";
+        return size > script.size() ? script + gTestBytes(size - script.size()) : script;
+    }
+    void KeepInstaller()
+    {
+        QVERIFY(gWriteFile(Kept(), Script("kept")));
+        m_rig->WriteSetting("SetupFile", Kept());
+        m_rig->Build();
+    }
+    QString Kept() const { return m_rig->Path("kept installer.exe"); }
+
+    /// Where the reports go to; each test that looks at them says so.
+    void ReceiveReports()
+    {
+        m_statistics = std::make_unique<StatisticsServer>(m_certificates);
+        m_rig->SendReportsTo(*m_statistics);
+    }
+
+    TestCertificates m_certificates;
+    std::unique_ptr<StatisticsServer> m_statistics;
+    std::unique_ptr<UpdateRig> m_rig;
+};
+
+static const QString completeText =
+    "Download completed. However, the program is running. Please click Yes to terminate the "
+    "program "
+    "and install the new version. Click Cancel to install it next time.";
+static const QString keptText =
+    "A new version has been found in your device. However, the program is running. Please click "
+    "Yes "
+    "to terminate the program and install the new version. Click Cancel to install it next time.";
+
+void tst_InstallHandOff::initTestCase()
+{
+    m_certificates.TrustAuthority();
+}
+
+void tst_InstallHandOff::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_rig->Build();
+}
+
+void tst_InstallHandOff::cleanup()
+{
+    m_rig.reset();
+    m_statistics.reset();
+}
+
+void tst_InstallHandOff::ACompletePackageAsksTheUser()
+{
+    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(m_rig->BoxSaid("Information", completeText));
+    QCOMPARE(gDownloadState().installerReady, m_rig->Installer());
+}
+
+void tst_InstallHandOff::ACompletePackageIsToldBeforeTheQuestion()
+{
+    int boxes = -1;
+    bool inPlace = false;
+    connect(&m_rig->Manager(), &LiveUpdateMgr::BeginInstall, this, [&] {
+        boxes = m_rig->Boxes();
+        inPlace = QFile::exists(m_rig->Installer()) && !QFile::exists(m_rig->Target());
+    });
+    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QCOMPARE(boxes, 0);
+    QVERIFY(inPlace);
+}
+
+void tst_InstallHandOff::YesAfterADownloadStartsTheInstaller()
+{
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    QTRY_COMPARE(gReadFile(Mark()), QByteArray("new"));
+    const QStringList expected{"BeginInstall", "Close", "InstallStarted"};
+    QTRY_COMPARE(m_rig->Signals(), expected);
+    QCOMPARE(m_rig->Setting("SetupFile"), QString());
+}
+
+void tst_InstallHandOff::NoAfterADownloadKeepsTheInstaller_data()
+{
+    QTest::addColumn<UpdateRig::Answer>("answer");
+    QTest::newRow("Cancel") << UpdateRig::Answer::Cancel;
+    QTest::newRow("closing the box") << UpdateRig::Answer::CloseBox;
+}
+
+void tst_InstallHandOff::NoAfterADownloadKeepsTheInstaller()
+{
+    QFETCH(UpdateRig::Answer, answer);
+    m_rig->SetAnswer(answer);
+    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    const QStringList expected{"BeginInstall", "CancelInstall", "Close"};
+    QTRY_COMPARE(m_rig->Signals(), expected);
+    QCOMPARE(m_rig->Setting("SetupFile"), m_rig->WorkingFolder() + "/setup.exe");
+    QVERIFY(!QFile::exists(Mark()));
+}
+
+void tst_InstallHandOff::AKeptInstallerAsksTheUser()
+{
+    KeepInstaller();
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(m_rig->BoxSaid("Information", keptText));
+    QVERIFY(m_rig->Server().Requests().isEmpty());
+}
+
+void tst_InstallHandOff::YesForAKeptInstallerStartsIt()
+{
+    KeepInstaller();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(gReadFile(Mark()), QByteArray("kept"));
+    const QStringList expected{"Close", "InstallStarted"};
+    QTRY_COMPARE(m_rig->Signals(), expected);
+    QCOMPARE(m_rig->Setting("SetupFile"), Kept());
+}
+
+void tst_InstallHandOff::NoForAKeptInstallerKeepsIt_data()
+{
+    NoAfterADownloadKeepsTheInstaller_data();
+}
+
+void tst_InstallHandOff::NoForAKeptInstallerKeepsIt()
+{
+    QFETCH(UpdateRig::Answer, answer);
+    KeepInstaller();
+    m_rig->SetAnswer(answer);
+    m_rig->Manager().LiveUpdate();
+    const QStringList expected{"CancelInstall", "Close"};
+    QTRY_COMPARE(m_rig->Signals(), expected);
+    QCOMPARE(m_rig->Setting("SetupFile"), Kept());
+    QCOMPARE(gDownloadState().installerReady, Kept());
+    QVERIFY(!QFile::exists(Mark()));
+}
+
+void tst_InstallHandOff::AnInstallerKeptFromADownloadIsOfferedAtTheNextCheck()
+{
+    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    QTRY_COMPARE(m_rig->Signals().count("CancelInstall"), 1);
+    m_rig->Forget();
+    m_rig->Build();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(gReadFile(Mark()), QByteArray("new"));
+    QVERIFY(m_rig->BoxSaid("Information", keptText));
+    QVERIFY(m_rig->Server().Requests().isEmpty());
+}
+
+void tst_InstallHandOff::AKeptInstallerIsOfferedAtEveryCheck()
+{
+    KeepInstaller();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Signals().count("InstallStarted"), 1);
+    m_rig->SetAnswer(UpdateRig::Answer::Cancel);
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Boxes(), 2);
+    QTRY_COMPARE(m_rig->Signals().count("CancelInstall"), 1);
+}
+
+void tst_InstallHandOff::CloseIsToldBeforeTheInstallerStarts()
+{
+    KeepInstaller();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    // Whatever had been started before would leave the other mark.
+    connect(&m_rig->Manager(), &LiveUpdateMgr::Close, this, [this] {
+        QFile::remove(Kept());
+        gWriteFile(Kept(), Script("exchanged"));
+    });
+    m_rig->Manager().LiveUpdate();
+    QTRY_VERIFY(QFile::exists(Mark()));
+    QCOMPARE(gReadFile(Mark()), QByteArray("exchanged"));
+}
+
+void tst_InstallHandOff::AnInstallerThatCannotBeStartedIsNotTold()
+{
+    KeepInstaller();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    connect(&m_rig->Manager(), &LiveUpdateMgr::Close, this, [this] { QFile::remove(Kept()); });
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Signals(), QStringList{"Close"});
+    QCoreApplication::processEvents();
+    QCOMPARE(m_rig->Signals(), QStringList{"Close"});
+    QCOMPARE(m_rig->Setting("SetupFile"), Kept());
+}
+
+void tst_InstallHandOff::AStartedInstallerIsReportedBeforeTheHostIsTold()
+{
+    ReceiveReports();
+    HttpAnswer slow = HttpAnswer::Status(200);
+    slow.delayMs = 200;
+    m_statistics->Answer(slow);
+    KeepInstaller();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    QList<int> reportsAtClose{0};
+    QList<int> reportsAtStart;
+    QElapsedTimer sinceClose;
+    qint64 waited = 0;
+    connect(&m_rig->Manager(), &LiveUpdateMgr::Close, this, [&] {
+        reportsAtClose = m_statistics->Results();
+        sinceClose.start();
+    });
+    connect(&m_rig->Manager(), &LiveUpdateMgr::InstallStarted, this, [&] {
+        reportsAtStart = m_statistics->Results();
+        waited = sinceClose.elapsed();
+    });
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Signals().count("InstallStarted"), 1);
+    QVERIFY(reportsAtClose.isEmpty());
+    QCOMPARE(reportsAtStart, QList<int>{1});
+    QVERIFY2(waited >= 200, "the answer was waited for");
+    gSettleReports();
+    QCOMPARE(m_statistics->Results(), QList<int>{1});
+}
+
+void tst_InstallHandOff::AnInstallerThatCannotBeStartedIsReported()
+{
+    ReceiveReports();
+    KeepInstaller();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    connect(&m_rig->Manager(), &LiveUpdateMgr::Close, this, [this] { QFile::remove(Kept()); });
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_statistics->Results(), QList<int>{-6});
+    gSettleReports();
+    QCOMPARE(m_statistics->Results(), QList<int>{-6});
+    QCOMPARE(m_rig->Signals(), QStringList{"Close"});
+}
+
+void tst_InstallHandOff::AReportThatFailsHoldsNothingBack()
+{
+    ReceiveReports();
+    m_statistics->Answer(HttpAnswer::Status(500));
+    KeepInstaller();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    m_rig->Manager().LiveUpdate();
+    const QStringList expected{"Close", "InstallStarted"};
+    QTRY_COMPARE(m_rig->Signals(), expected);
+    QTRY_COMPARE(gReadFile(Mark()), QByteArray("kept"));
+}
+
+void tst_InstallHandOff::TheSettingIsWrittenBeforeTheHostIsTold()
+{
+    QString setting;
+    connect(&m_rig->Manager(), &LiveUpdateMgr::CancelInstall, this,
+            [this, &setting] { setting = m_rig->Setting("SetupFile"); });
+    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    QTRY_COMPARE(setting, m_rig->Installer());
+}
+
+void tst_InstallHandOff::InstallWithoutAYesStartsNothing()
+{
+    m_rig->Manager().Install();
+    KeepInstaller();
+    m_rig->Manager().Install();
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Signals().count("CancelInstall"), 1);
+    m_rig->Manager().Install();
+    QVERIFY(!m_rig->Signals().contains("InstallStarted"));
+    QVERIFY(!QFile::exists(Mark()));
+}
+
+void tst_InstallHandOff::InstallAfterAYesStartsTheInstallerAgain()
+{
+    KeepInstaller();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    m_rig->Manager().LiveUpdate();
+    QTRY_VERIFY(QFile::exists(Mark()));
+    QTRY_COMPARE(m_rig->Signals().count("InstallStarted"), 1);
+    QVERIFY(QFile::remove(Mark()));
+    m_rig->Manager().Install();
+    QTRY_VERIFY(QFile::exists(Mark()));
+    QTRY_COMPARE(m_rig->Signals().count("InstallStarted"), 2);
+}
+
+void tst_InstallHandOff::ADownloaderOffersNothingWithoutTheFile()
+{
+    DownloadMgr downloader(nullptr);
+    const QSignalSpy cancelled(&downloader, &DownloadMgr::CancelInstall);
+    downloader.OfferKeptInstaller(m_rig->Path("gone.exe"));
+    QCoreApplication::processEvents();
+    QCOMPARE(m_rig->Boxes(), 0);
+    QCOMPARE(cancelled.count(), 0);
+    QVERIFY(gDownloadState().installerReady.isEmpty());
+}
+
+void tst_InstallHandOff::ADownloaderTellsTheAnswer()
+{
+    QVERIFY(gWriteFile(Kept(), Script("kept")));
+    DownloadMgr downloader(nullptr);
+    QStringList told;
+    connect(&downloader, &DownloadMgr::Close, this, [&told] { told.append("Close"); });
+    connect(&downloader, &DownloadMgr::CancelInstall, this,
+            [&told] { told.append("CancelInstall"); });
+    connect(&downloader, &DownloadMgr::InstallStarted, this,
+            [&told] { told.append("InstallStarted"); });
+    downloader.OfferKeptInstaller(Kept());
+    const QStringList afterCancel{"CancelInstall", "Close"};
+    QTRY_COMPARE(told, afterCancel);
+    told.clear();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    downloader.OfferKeptInstaller(Kept());
+    const QStringList afterYes{"Close", "InstallStarted"};
+    QTRY_COMPARE(told, afterYes);
+    QTRY_COMPARE(gReadFile(Mark()), QByteArray("kept"));
+}
+
+QTEST_MAIN(tst_InstallHandOff)
+#include "tst_InstallHandOff.moc"

@@ -1,0 +1,255 @@
+#include "tests/support/LogCapture.h"
+#include "tests/support/PatchProgram.h"
+#include "tests/support/StatisticsServer.h"
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/InstallerPatch.h"
+#include "update/UpdateCommon/DownloadState.h"
+
+#include <QCryptographicHash>
+#include <QtTest>
+
+#include <cerrno>
+#include <csignal>
+
+using namespace std::chrono_literals;
+
+/// Rebuilding an installer with the patch program beside the application.
+class tst_InstallerPatch : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void ARealPatchReplacesTheKeptInstallerUnderItsName();
+    void TheResultIsTheBaseOfTheNextPatch();
+    void ARealPatchForAnotherFileFails();
+    void TheDownloaderPointsAtTheNewInstaller();
+
+    void AMissingProgramFailsWithoutATrace();
+    void TheArgumentsAreOldNewAndPatch();
+    void TheExitCodeIsNotAsked();
+    void AnUpperCaseMd5NeverMatches();
+    void AWrongResultIsReportedTwiceAndLeftOnDisk();
+    void AProgramThatMakesNothingIsAWrongResult();
+    void ACrashIsReportedOnceThoughTheResultIsRight();
+    void AProgramThatTakesTooLongIsEnded();
+    void AProgramThatCannotBeStartedIsReported();
+
+private:
+    QString Kept() const { return m_rig->WorkingFolder() + "/Corvina 9.exe"; }
+    QString New() const { return Kept() + ".patch"; }
+    QString Patch() const { return m_rig->WorkingFolder() + "/increase.patch"; }
+    bool Apply(const QString &md5, std::chrono::milliseconds limit = 90s) const
+    {
+        return gPatchKeptInstaller(Kept(), Patch(), md5, limit);
+    }
+    /// Checks what every failure leaves behind.
+    void VerifyUntouched() const
+    {
+        QVERIFY(gReadFile(Kept()) == m_old);
+        QVERIFY(QFile::exists(Patch()));
+        QVERIFY(gDownloadState().installerReady.isEmpty());
+    }
+    QStringList Log() const { return m_log->Messages("UpdateCommon"); }
+    QList<int> Reports()
+    {
+        gSettleReports();
+        return m_statistics->Results();
+    }
+
+    TestCertificates m_certificates;
+    const QByteArray m_old = gTestBytes(40000, 1);
+    const QByteArray m_new = gTestBytes(20000, 1) + "changed" + gTestBytes(25000, 2);
+    std::unique_ptr<UpdateRig> m_rig;
+    std::unique_ptr<StatisticsServer> m_statistics;
+    std::unique_ptr<LogCapture> m_log;
+};
+
+static QString gMd5(const QByteArray &bytes)
+{
+    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
+}
+
+static const QString startLine = "Start Patch IncreasePackage";
+static const QString endLine = "End Patch IncreasePackage";
+static const QString mismatchLine = "Match PatchPackage md5 Failed";
+static const QString failedLine = "DispatchPackageFailed!!!";
+
+void tst_InstallerPatch::initTestCase()
+{
+    m_certificates.TrustAuthority();
+}
+
+void tst_InstallerPatch::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_statistics = std::make_unique<StatisticsServer>(m_certificates);
+    m_rig->SendReportsTo(*m_statistics);
+    QVERIFY(gWriteFile(Kept(), m_old));
+    // What the scripts below take for the result.
+    QVERIFY(gWriteFile(Patch(), m_new));
+    QFile::remove(PatchProgram::Path());
+    m_log = std::make_unique<LogCapture>();
+}
+
+void tst_InstallerPatch::cleanup()
+{
+    m_log.reset();
+    m_rig.reset();
+    m_statistics.reset();
+}
+
+void tst_InstallerPatch::ARealPatchReplacesTheKeptInstallerUnderItsName()
+{
+    const PatchProgram program;
+    QVERIFY(gWriteFile(Patch(), PatchProgram::MakePatch(m_old, m_new)));
+    QVERIFY(Apply(gMd5(m_new)));
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QVERIFY(!QFile::exists(New()));
+    const QStringList expected{startLine, endLine};
+    QCOMPARE(Log(), expected);
+    QCOMPARE(m_log->Count("UpdateCommon", "DownloadMgr::PatchIncreasePackage", endLine), 1);
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_InstallerPatch::TheResultIsTheBaseOfTheNextPatch()
+{
+    const PatchProgram program;
+    const QByteArray next = m_new.mid(5000) + gTestBytes(3000, 3);
+    QVERIFY(gWriteFile(Patch(), PatchProgram::MakePatch(m_old, m_new)));
+    QVERIFY(Apply(gMd5(m_new)));
+    QVERIFY(gWriteFile(Patch(), PatchProgram::MakePatch(m_new, next)));
+    QVERIFY(Apply(gMd5(next)));
+    QVERIFY(gReadFile(Kept()) == next);
+}
+
+void tst_InstallerPatch::ARealPatchForAnotherFileFails()
+{
+    const PatchProgram program;
+    const QByteArray other = gTestBytes(40000, 7);
+    QVERIFY(gWriteFile(Patch(), PatchProgram::MakePatch(m_old, m_new)));
+    QVERIFY(gWriteFile(Kept(), other));
+    QVERIFY(!Apply(gMd5(m_new)));
+    QVERIFY(gReadFile(Kept()) == other);
+    const QList<int> expected{-2, -3};
+    QCOMPARE(Reports(), expected);
+}
+
+void tst_InstallerPatch::TheDownloaderPointsAtTheNewInstaller()
+{
+    const PatchProgram program(R"(cp "$3" "$2")");
+    m_rig->Server().Serve("/increase.patch", HttpAnswer::Body(m_new));
+    DownloadMgr downloader(nullptr);
+    downloader.ResumeDownload(Patch(), m_rig->Server().Url("/increase.patch"), m_rig->Installer(),
+                              0, 9, 1, true, gMd5(m_new), Kept());
+    downloader.Stop();
+    QVERIFY(downloader.PatchIncreasePackage());
+    QCOMPARE(gDownloadState().installerReady, Kept());
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QVERIFY(!QFile::exists(m_rig->Installer()));
+}
+
+void tst_InstallerPatch::AMissingProgramFailsWithoutATrace()
+{
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    QVERIFY(!QFile::exists(New()));
+    QCOMPARE(Log(), QStringList());
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_InstallerPatch::TheArgumentsAreOldNewAndPatch()
+{
+    const QString told = m_rig->Path("arguments");
+    const PatchProgram program(R"(printf '%s\n' "$#" "$@" > ')" + told.toUtf8() +
+                               R"('; cp "$3" "$2")");
+    QVERIFY(Apply(gMd5(m_new)));
+    const QStringList expected{"3", Kept(), New(), Patch(), ""};
+    QCOMPARE(QString::fromUtf8(gReadFile(told)).split('\n'), expected);
+}
+
+void tst_InstallerPatch::TheExitCodeIsNotAsked()
+{
+    const PatchProgram program(R"(cp "$3" "$2"; exit 3)");
+    QVERIFY(Apply(gMd5(m_new)));
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_InstallerPatch::AnUpperCaseMd5NeverMatches()
+{
+    const PatchProgram program(R"(cp "$3" "$2")");
+    QVERIFY(!Apply(gMd5(m_new).toUpper()));
+    VerifyUntouched();
+    const QStringList expected{startLine, mismatchLine, failedLine};
+    QCOMPARE(Log(), expected);
+}
+
+void tst_InstallerPatch::AWrongResultIsReportedTwiceAndLeftOnDisk()
+{
+    const PatchProgram program("printf wrong > \"$2\"");
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    QCOMPARE(gReadFile(New()), QByteArray("wrong"));
+    QVERIFY(gReadFile(Patch()) == m_new);
+    const QStringList lines{startLine, mismatchLine, failedLine};
+    QCOMPARE(Log(), lines);
+    const QList<int> reports{-2, -3};
+    QCOMPARE(Reports(), reports);
+}
+
+void tst_InstallerPatch::AProgramThatMakesNothingIsAWrongResult()
+{
+    const PatchProgram program("exit 0");
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    const QStringList lines{startLine, mismatchLine, failedLine};
+    QCOMPARE(Log(), lines);
+    const QList<int> reports{-2, -3};
+    QCOMPARE(Reports(), reports);
+}
+
+void tst_InstallerPatch::ACrashIsReportedOnceThoughTheResultIsRight()
+{
+    const PatchProgram program(R"(cp "$3" "$2"; kill -SEGV $$)");
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    QVERIFY2(gReadFile(New()) == m_new, "what the program made is left");
+    const QStringList lines{startLine, failedLine};
+    QCOMPARE(Log(), lines);
+    QCOMPARE(Reports(), QList<int>{-3});
+}
+
+void tst_InstallerPatch::AProgramThatTakesTooLongIsEnded()
+{
+    const QString told = m_rig->Path("pid");
+    const PatchProgram program(R"(cp "$3" "$2"; echo $$ > ')" + told.toUtf8() +
+                               "'; exec sleep 1000");
+    QVERIFY(!Apply(gMd5(m_new), 2s));
+    VerifyUntouched();
+    const QStringList lines{startLine, failedLine};
+    QCOMPARE(Log(), lines);
+    QCOMPARE(Reports(), QList<int>{-3});
+    const int pid = gReadFile(told).trimmed().toInt();
+    QVERIFY(pid > 0);
+    QCOMPARE(kill(pid, 0), -1);
+    QCOMPARE(errno, ESRCH);
+}
+
+void tst_InstallerPatch::AProgramThatCannotBeStartedIsReported()
+{
+    const PatchProgram program(R"(cp "$3" "$2")");
+    QVERIFY(QFile::setPermissions(PatchProgram::Path(), QFileDevice::ReadOwner));
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    const QStringList lines{startLine, failedLine};
+    QCOMPARE(Log(), lines);
+    QCOMPARE(Reports(), QList<int>{-3});
+}
+
+QTEST_MAIN(tst_InstallerPatch)
+#include "tst_InstallerPatch.moc"

@@ -1,0 +1,460 @@
+#include "api/UpdateInit.h"
+#include "tests/support/FakeTranslator.h"
+#include "tests/support/MetaMethods.h"
+#include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/VersionInfo.h"
+#include "update/VersionPageHtml.h"
+
+#include <QElapsedTimer>
+#include <QNetworkAccessManager>
+#include <QTcpServer>
+#include <QtTest>
+
+/// The update check, interactive and silent.
+class tst_LiveUpdateMgr_Check : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void TheSignalsStandInTheirOrder();
+    void TheTemplateIsCopiedAtConstruction();
+    void ACheckShowsTheBusyProgressPage();
+    void ACheckSendsOnePlainGetWithTheGivenValues();
+    void ACheckWithoutArgumentsGathersItsValues();
+    void TheVersionOfTheHostIsReadAtEveryCheck();
+    void ANewerVersionShowsItsReleaseNotes();
+    void AManifestWithoutFullPackageMeansLatestVersion_data();
+    void AManifestWithoutFullPackageMeansLatestVersion();
+    void OnlyWhatHadArrivedFirstIsParsed();
+    void TheManifestIsDecodedAsUtf8();
+    void AFailedCheckSaysSo_data();
+    void AFailedCheckSaysSo();
+    void AnErrorStatusWithABodyShowsTheFailureLast();
+    void AnEmptyBodyLeavesTheProgressPage();
+    void AKeptInstallerShortCircuitsTheCheck();
+    void AKeptInstallerThatIsGoneIsOverlooked();
+    void ASecondCheckStartsAnew();
+
+    void TheSilentCheckGives_data();
+    void TheSilentCheckGives();
+    void TheSilentCheckChangesNoPage_data();
+    void TheSilentCheckChangesNoPage();
+    void TheSilentCheckGivesUpAfterFiveSeconds();
+    void TheSilentCheckSendsTheGatheredValues();
+    void AfterASilentCheckAFailureIsNotSpelledOut();
+    void AnInteractiveCheckSpellsFailuresOutAgain();
+
+    void TlsErrorsAreToldByTheSameRule();
+    void TlsErrorsOfTheCheckAreAlwaysSpelledOut();
+    void RemindMeLaterIsPassedOn();
+    void TheHintPagesCloseIsPassedOnOnce();
+    void TheProgressPagesCloseComesFiveTimes();
+    void TheTextsAreTranslated();
+
+private:
+    QNetworkAccessManager *Network() const
+    {
+        return m_rig->Manager().findChild<QNetworkAccessManager *>(QString(),
+                                                                   Qt::FindDirectChildrenOnly);
+    }
+    void ServeManifest(const QString &xml) { m_rig->Server().Serve("/check", Xml(xml.toUtf8())); }
+    static HttpAnswer Xml(const QByteArray &text)
+    {
+        HttpAnswer answer = HttpAnswer::Body(text);
+        answer.contentType = "text/xml";
+        return answer;
+    }
+
+    std::unique_ptr<UpdateRig> m_rig;
+};
+
+static const QString exeUrl = "http://u.example/files/setup.exe";
+
+void tst_LiveUpdateMgr_Check::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_rig->Build();
+}
+
+void tst_LiveUpdateMgr_Check::cleanup()
+{
+    m_rig.reset();
+}
+
+void tst_LiveUpdateMgr_Check::TheSignalsStandInTheirOrder()
+{
+    const QByteArrayList expected{
+        "SetCurrentWidget(QWidget*)", "Close()",        "BeginInstall()", "CancelInstall()",
+        "InstallStarted()",           "RemindMeLater()"};
+    QCOMPARE(gOwnMethods(LiveUpdateMgr::staticMetaObject, QMetaMethod::Signal), expected);
+}
+
+void tst_LiveUpdateMgr_Check::TheTemplateIsCopiedAtConstruction()
+{
+    UpdateInit::SetUpdateUrl("http://other.example/?pid=&version=&email=");
+    QCOMPARE(m_rig->Manager().BuildCheckUrl("1", "2", "3"),
+             m_rig->Server().Url("/check?pid=1&version=2&email=3"));
+}
+
+void tst_LiveUpdateMgr_Check::ACheckShowsTheBusyProgressPage()
+{
+    m_rig->Server().Serve("/check", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
+    m_rig->Progress().SetCloseVisible(1);
+    m_rig->Progress().SetText("before");
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QCOMPARE(m_rig->Pages(), QStringList{"progress"});
+    QCOMPARE(m_rig->ProgressText(), QStringLiteral("Checking the version."));
+    QCOMPARE(m_rig->Bar()->minimum(), 0);
+    QCOMPARE(m_rig->Bar()->maximum(), 0);
+    QVERIFY(!m_rig->CloseOffered());
+}
+
+void tst_LiveUpdateMgr_Check::ACheckSendsOnePlainGetWithTheGivenValues()
+{
+    ServeManifest("<a/>");
+    m_rig->Manager().LiveUpdate("1", "2", "me@u.example");
+    QTRY_COMPARE(m_rig->Pages().last(), QStringLiteral("hint"));
+    const QList<HttpRequest> requests = m_rig->Server().Requests();
+    QCOMPARE(requests.size(), 1);
+    QCOMPARE(requests.first().method, QByteArray("GET"));
+    QCOMPARE(requests.first().target, QByteArray("/check?pid=1&version=2&email=me@u.example"));
+    QVERIFY(!requests.first().headers.contains("range"));
+}
+
+void tst_LiveUpdateMgr_Check::ACheckWithoutArgumentsGathersItsValues()
+{
+    m_rig->WriteSetting("Email", "kept@u.example");
+    m_rig->Build();
+    ServeManifest("<a/>");
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Server().Requests().size(), 1);
+    // There is no customisation store beside this test, so there is no product identifier.
+    QCOMPARE(m_rig->Server().Requests().first().target,
+             QByteArray("/check?pid=&version=9.1.0.0&email=kept@u.example"));
+}
+
+void tst_LiveUpdateMgr_Check::TheVersionOfTheHostIsReadAtEveryCheck()
+{
+    ServeManifest("<a/>");
+    UpdateInit::SetUpdateVersion("9.9");
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Server().Requests().size(), 1);
+    QCOMPARE(m_rig->Server().Requests().first().target,
+             QByteArray("/check?pid=&version=9.9&email="));
+}
+
+void tst_LiveUpdateMgr_Check::ANewerVersionShowsItsReleaseNotes()
+{
+    ServeManifest(UpdateRig::Manifest(exeUrl));
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    const QString expected = BuildVersionPageHtml({{"9.2.0.0", "<ol><li>Faster</li></ol>"}});
+    QTRY_COMPARE(m_rig->VersionText(), expected);
+    const QStringList pages{"progress", "version"};
+    QCOMPARE(m_rig->Pages(), pages);
+    QCOMPARE(m_rig->Manager().findChild<VersionInfo *>()->ExeUrl(), exeUrl);
+}
+
+void tst_LiveUpdateMgr_Check::AManifestWithoutFullPackageMeansLatestVersion_data()
+{
+    QTest::addColumn<QString>("xml");
+    QTest::newRow("an empty address, whatever the version numbers say")
+        << UpdateRig::Manifest("", "<IncreasePackage><Url_x64>x</Url_x64><Version>99.0</Version>"
+                                   "<AutoNotify>1</AutoNotify></IncreasePackage>");
+    QTest::newRow("no address at all") << "<a/>";
+    QTest::newRow("no manifest at all") << "not XML";
+}
+
+void tst_LiveUpdateMgr_Check::AManifestWithoutFullPackageMeansLatestVersion()
+{
+    QFETCH(QString, xml);
+    ServeManifest(xml);
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Your current version is the latest version!"));
+    const QStringList pages{"progress", "version", "hint"};
+    QCOMPARE(m_rig->Pages(), pages);
+    QVERIFY2(m_rig->VersionText().isEmpty(), "the notes of the version page are not touched");
+}
+
+void tst_LiveUpdateMgr_Check::OnlyWhatHadArrivedFirstIsParsed()
+{
+    HttpAnswer answer = Xml(UpdateRig::Manifest(exeUrl).toUtf8());
+    answer.chunkSize = answer.body.size() - 5;
+    answer.chunkPauseMs = 400;
+    m_rig->Server().Serve("/check", answer);
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Your current version is the latest version!"));
+    const QStringList pages{"progress", "version", "hint"};
+    QCOMPARE(m_rig->Pages(), pages);
+    // A second check, whole: until it has ended, the rest of the first one would have shown up too.
+    ServeManifest("<a/>");
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    const QStringList both = pages + pages;
+    QTRY_COMPARE(m_rig->Pages(), both);
+    QVERIFY(m_rig->VersionText().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Check::TheManifestIsDecodedAsUtf8()
+{
+    const QString address = QStringLiteral("http://u.example/\u00fc\u4e16.exe");
+    ServeManifest(UpdateRig::Manifest(address));
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->Manager().findChild<VersionInfo *>()->ExeUrl(), address);
+}
+
+void tst_LiveUpdateMgr_Check::AFailedCheckSaysSo_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("fault");
+    QTest::newRow("the page is not found") << 404 << int(HttpAnswer::Fault::None);
+    QTest::newRow("the server fails") << 503 << int(HttpAnswer::Fault::None);
+    QTest::newRow("the connection is reset") << 200 << int(HttpAnswer::Fault::ResetAtOnce);
+    QTest::newRow("the host refuses the connection") << 0 << int(HttpAnswer::Fault::None);
+}
+
+void tst_LiveUpdateMgr_Check::AFailedCheckSaysSo()
+{
+    QFETCH(int, status);
+    QFETCH(int, fault);
+    if (status == 0) {
+        QTcpServer closed;
+        QVERIFY(closed.listen(QHostAddress::LocalHost));
+        UpdateInit::SetUpdateUrl(
+            QString("http://127.0.0.1:%1/?pid=&version=&email=").arg(closed.serverPort()));
+        closed.close();
+        m_rig->Build();
+    }
+    HttpAnswer answer = HttpAnswer::Broken({}, HttpAnswer::Fault(fault));
+    answer.status = status;
+    m_rig->Server().Serve("/check", answer);
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to check update!"));
+    const QStringList pages{"progress", "hint"};
+    QCOMPARE(m_rig->Pages(), pages);
+}
+
+void tst_LiveUpdateMgr_Check::AnErrorStatusWithABodyShowsTheFailureLast()
+{
+    HttpAnswer answer = Xml(UpdateRig::Manifest(exeUrl).toUtf8());
+    answer.status = 404;
+    m_rig->Server().Serve("/check", answer);
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to check update!"));
+    const QStringList pages{"progress", "version", "hint"};
+    QCOMPARE(m_rig->Pages(), pages);
+}
+
+void tst_LiveUpdateMgr_Check::AnEmptyBodyLeavesTheProgressPage()
+{
+    ServeManifest({});
+    const QSignalSpy finished(Network(), &QNetworkAccessManager::finished);
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(finished.count(), 1);
+    QCOMPARE(m_rig->Pages(), QStringList{"progress"});
+    QCOMPARE(m_rig->ProgressText(), QStringLiteral("Checking the version."));
+}
+
+void tst_LiveUpdateMgr_Check::AKeptInstallerShortCircuitsTheCheck()
+{
+    QVERIFY(gWriteFile(m_rig->Path("kept.exe"), "an installer"));
+    m_rig->WriteSetting("SetupFile", m_rig->Path("kept.exe"));
+    m_rig->Build();
+    ServeManifest(UpdateRig::Manifest(exeUrl));
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(m_rig->BoxSaid("Information",
+                           "A new version has been found in your device. However, the program is "
+                           "running. Please click Yes to terminate the program and install the new "
+                           "version. Click Cancel to install it next time."));
+    QCOMPARE(m_rig->Pages(), QStringList{"progress"});
+    QVERIFY(m_rig->Server().Requests().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Check::AKeptInstallerThatIsGoneIsOverlooked()
+{
+    m_rig->WriteSetting("SetupFile", m_rig->Path("gone.exe"));
+    m_rig->Build();
+    ServeManifest("<a/>");
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->Pages().last(), QStringLiteral("hint"));
+    QCOMPARE(m_rig->Server().Requests().size(), 1);
+    QCOMPARE(m_rig->Boxes(), 0);
+}
+
+void tst_LiveUpdateMgr_Check::ASecondCheckStartsAnew()
+{
+    ServeManifest(UpdateRig::Manifest(exeUrl));
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_VERIFY(!m_rig->VersionText().isEmpty());
+    ServeManifest("<a/>");
+    m_rig->Manager().LiveUpdate("4", "5", "6");
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Your current version is the latest version!"));
+    QCOMPARE(m_rig->Server().Requests().last().target,
+             QByteArray("/check?pid=4&version=5&email=6"));
+    QVERIFY(m_rig->Manager().findChild<VersionInfo *>()->ExeUrl().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Check::TheSilentCheckGives_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("body");
+    QTest::addColumn<bool>("expected");
+    QTest::newRow("true for a full package") << 200 << UpdateRig::Manifest(exeUrl) << true;
+    QTest::newRow("false without one") << 200 << UpdateRig::Manifest("") << false;
+    QTest::newRow("false for what is no manifest") << 200 << "not XML" << false;
+    QTest::newRow("false for an empty body") << 200 << "" << false;
+    QTest::newRow("false for an error status") << 404 << UpdateRig::Manifest(exeUrl) << false;
+}
+
+void tst_LiveUpdateMgr_Check::TheSilentCheckGives()
+{
+    QFETCH(int, status);
+    QFETCH(QString, body);
+    QFETCH(bool, expected);
+    HttpAnswer answer = Xml(body.toUtf8());
+    answer.status = status;
+    m_rig->Server().Serve("/check", answer);
+    QCOMPARE(m_rig->Manager().IsNeedUpdate(), expected);
+    QCOMPARE(m_rig->Server().Requests().size(), 1);
+}
+
+void tst_LiveUpdateMgr_Check::TheSilentCheckChangesNoPage_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::newRow("when it finds an update") << 200;
+    QTest::newRow("when it fails") << 404;
+}
+
+void tst_LiveUpdateMgr_Check::TheSilentCheckChangesNoPage()
+{
+    QFETCH(int, status);
+    m_rig->Progress().SetText("p");
+    m_rig->Hint().SetText("h");
+    m_rig->Version().SetText("v");
+    HttpAnswer answer = Xml(UpdateRig::Manifest(exeUrl).toUtf8());
+    answer.status = status;
+    m_rig->Server().Serve("/check", answer);
+    QCOMPARE(m_rig->Manager().IsNeedUpdate(), status == 200);
+    QCoreApplication::processEvents();
+    QCOMPARE(m_rig->Pages(), QStringList());
+    QCOMPARE(m_rig->ProgressText(), QStringLiteral("p"));
+    QCOMPARE(m_rig->HintText(), QStringLiteral("h"));
+    QCOMPARE(m_rig->VersionText(), QStringLiteral("v"));
+}
+
+void tst_LiveUpdateMgr_Check::TheSilentCheckGivesUpAfterFiveSeconds()
+{
+    m_rig->Server().Serve("/check", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(!m_rig->Manager().IsNeedUpdate());
+    QVERIFY2(timer.elapsed() >= 4990, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(timer.elapsed() < 8000, qPrintable(QString::number(timer.elapsed())));
+}
+
+void tst_LiveUpdateMgr_Check::TheSilentCheckSendsTheGatheredValues()
+{
+    m_rig->WriteSetting("Email", "kept@u.example");
+    m_rig->Build();
+    UpdateInit::SetUpdateVersion("9.5");
+    m_rig->Manager().IsNeedUpdate();
+    QCOMPARE(m_rig->Server().Requests().value(0).target,
+             QByteArray("/check?pid=&version=9.5&email=kept@u.example"));
+}
+
+/// A reply that has already failed.
+static std::unique_ptr<QNetworkReply> gFailedReply(QNetworkAccessManager &network)
+{
+    std::unique_ptr<QNetworkReply> reply(network.get(QNetworkRequest(QUrl("unknown://scheme"))));
+    QSignalSpy(reply.get(), &QNetworkReply::finished).wait();
+    return reply;
+}
+
+void tst_LiveUpdateMgr_Check::AfterASilentCheckAFailureIsNotSpelledOut()
+{
+    m_rig->Manager().IsNeedUpdate();
+    m_rig->Hint().SetText("before");
+    QNetworkAccessManager network;
+    const auto reply = gFailedReply(network);
+    QVERIFY(reply->error() != QNetworkReply::NoError);
+    m_rig->Manager().OnRequestFinished(reply.get());
+    QCOMPARE(m_rig->Pages(), QStringList{"hint"});
+    QCOMPARE(m_rig->HintText(), QStringLiteral("before"));
+}
+
+void tst_LiveUpdateMgr_Check::AnInteractiveCheckSpellsFailuresOutAgain()
+{
+    QVERIFY(!m_rig->Manager().IsNeedUpdate());
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to check update!"));
+}
+
+void tst_LiveUpdateMgr_Check::TlsErrorsAreToldByTheSameRule()
+{
+    emit Network()->sslErrors(nullptr, {});
+    QCOMPARE(m_rig->HintText(), QStringLiteral("Failed to check update!"));
+    QCOMPARE(m_rig->Pages(), QStringList{"hint"});
+    m_rig->Hint().SetText("before");
+    m_rig->Manager().IsNeedUpdate();
+    emit Network()->sslErrors(nullptr, {});
+    QCOMPARE(m_rig->HintText(), QStringLiteral("before"));
+    const QStringList pages{"hint", "hint"};
+    QCOMPARE(m_rig->Pages(), pages);
+}
+
+void tst_LiveUpdateMgr_Check::TlsErrorsOfTheCheckAreAlwaysSpelledOut()
+{
+    m_rig->Server().Serve("/check", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->Server().Requests().size(), 1);
+    auto *reply = Network()->findChild<QNetworkReply *>();
+    QVERIFY(reply);
+    m_rig->Server().Serve("/check", HttpAnswer::Status(404));
+    QVERIFY(!m_rig->Manager().IsNeedUpdate());
+    emit reply->sslErrors({});
+    QCOMPARE(m_rig->HintText(), QStringLiteral("Failed to check update!"));
+    QCOMPARE(m_rig->Pages().last(), QStringLiteral("hint"));
+}
+
+void tst_LiveUpdateMgr_Check::RemindMeLaterIsPassedOn()
+{
+    const QByteArray settings = gReadFile(m_rig->SettingsFile());
+    emit m_rig->Version().RemindMeLater();
+    QCOMPARE(m_rig->Signals(), QStringList{"RemindMeLater"});
+    QCOMPARE(gReadFile(m_rig->SettingsFile()), settings);
+}
+
+void tst_LiveUpdateMgr_Check::TheHintPagesCloseIsPassedOnOnce()
+{
+    emit m_rig->Hint().Close();
+    QCOMPARE(m_rig->Signals(), QStringList{"Close"});
+}
+
+void tst_LiveUpdateMgr_Check::TheProgressPagesCloseComesFiveTimes()
+{
+    emit m_rig->Progress().Close();
+    const QStringList expected{"Close", "Close", "Close", "Close", "Close"};
+    QCOMPARE(m_rig->Signals(), expected);
+}
+
+void tst_LiveUpdateMgr_Check::TheTextsAreTranslated()
+{
+    FakeTranslator translator;
+    translator.Add("LiveUpdateMgr", "Checking the version.", "checking, translated");
+    translator.Add("LiveUpdateMgr", "Your current version is the latest version!",
+                   "latest, translated");
+    translator.Add("LiveUpdateMgr", "Failed to check update!", "failed, translated");
+    QCoreApplication::installTranslator(&translator);
+    ServeManifest("<a/>");
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QCOMPARE(m_rig->ProgressText(), QStringLiteral("checking, translated"));
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("latest, translated"));
+    m_rig->Server().Serve("/check", HttpAnswer::Status(404));
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("failed, translated"));
+}
+
+QTEST_MAIN(tst_LiveUpdateMgr_Check)
+#include "tst_LiveUpdateMgr_Check.moc"

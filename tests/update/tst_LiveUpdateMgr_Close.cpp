@@ -1,0 +1,144 @@
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/DownloadState.h"
+
+#include <QtTest>
+
+/// Closing the progress page during a download: what is saved, what is told, and how it goes on.
+class tst_LiveUpdateMgr_Close : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void ClosingTellsFiveTimesAndSavesHowFarItCame();
+    void ClosingEndsTheTransfers();
+    void ARunningDownloadAddsNoClose();
+    void SeveralDownloadsInOneManagerAddNoClose();
+    void AClosedDownloadIsResumedToTheSameBytes();
+    void ADestroyedManagerLeavesAStateToResume();
+    void ACutConnectionIsSilentAndResumed();
+
+private:
+    /// The first @p count bytes of every range arrive, then nothing more.
+    void StartAndStall(const QByteArray &package, int count);
+
+    std::unique_ptr<UpdateRig> m_rig;
+};
+
+static const QStringList fiveTimes{"Close", "Close", "Close", "Close", "Close"};
+
+void tst_LiveUpdateMgr_Close::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_rig->Build();
+}
+
+void tst_LiveUpdateMgr_Close::cleanup()
+{
+    m_rig.reset();
+}
+
+void tst_LiveUpdateMgr_Close::StartAndStall(const QByteArray &package, int count)
+{
+    m_rig->StartFullDownload(HttpAnswer::Broken(package, HttpAnswer::Fault::StallAfter, count));
+    QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(5) * count);
+}
+
+void tst_LiveUpdateMgr_Close::ClosingTellsFiveTimesAndSavesHowFarItCame()
+{
+    StartAndStall(gTestBytes(1000003), 3000);
+    // The state as it is on disk when the first of the five is told, and when the last is.
+    QList<QMap<QString, QString>> states;
+    connect(&m_rig->Manager(), &LiveUpdateMgr::Close, this,
+            [this, &states] { states.append(m_rig->State()); });
+    emit m_rig->Progress().Close();
+    QCOMPARE(m_rig->Signals(), fiveTimes);
+    QCOMPARE(states.size(), 5);
+    QCOMPARE(states.first().value("DownLoad_Tasks/Start_Byte1"), QStringLiteral("3000"));
+    QCOMPARE(states.last().value("AlreadyDownload_size/AlreadyDownload_size"),
+             QStringLiteral("15000"));
+    for (int number = 1; number <= 5; ++number) {
+        QCOMPARE(states.last().value(QString("DownLoad_Tasks/Start_Byte%1").arg(number)),
+                 QString::number((number - 1) * 200000 + 3000));
+    }
+    QCOMPARE(states.last().value("DownLoad_Tasks/End_Byte5"), QStringLiteral("1000002"));
+}
+
+void tst_LiveUpdateMgr_Close::ClosingEndsTheTransfers()
+{
+    StartAndStall(gTestBytes(1000003), 3000);
+    QVERIFY(m_rig->Server().OpenConnections() >= 5);
+    emit m_rig->Progress().Close();
+    QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
+    QVERIFY2(!m_rig->Pages().contains("hint"), "the user's own wish is no failure");
+    QCOMPARE(m_rig->Boxes(), 0);
+    QCOMPARE(gDownloadState().alreadyDownloaded, qint64(15000));
+}
+
+void tst_LiveUpdateMgr_Close::ARunningDownloadAddsNoClose()
+{
+    StartAndStall(gTestBytes(50000), 10);
+    emit m_rig->Progress().Close();
+    emit m_rig->Progress().Close();
+    QCOMPARE(m_rig->Signals(), fiveTimes + fiveTimes);
+}
+
+void tst_LiveUpdateMgr_Close::SeveralDownloadsInOneManagerAddNoClose()
+{
+    for (int size : {50000, 60000, 70000}) {
+        StartAndStall(gTestBytes(size), 10);
+        emit m_rig->Progress().Close();
+        QCOMPARE(m_rig->Signals(), fiveTimes);
+        m_rig->Forget();
+    }
+}
+
+void tst_LiveUpdateMgr_Close::AClosedDownloadIsResumedToTheSameBytes()
+{
+    const QByteArray package = gTestBytes(1000003);
+    StartAndStall(package, 3000);
+    emit m_rig->Progress().Close();
+    m_rig->Forget();
+    m_rig->Build();
+    m_rig->StartFullDownload(HttpAnswer::Body(package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    const QStringList rest{"bytes=203000-399999", "bytes=3000-199999", "bytes=403000-599999",
+                           "bytes=603000-799999", "bytes=803000-"};
+    QCOMPARE(gRangeHeaders(m_rig->Server()), rest);
+    QVERIFY(gReadFile(m_rig->Installer()) == package);
+}
+
+void tst_LiveUpdateMgr_Close::ADestroyedManagerLeavesAStateToResume()
+{
+    const QByteArray package = gTestBytes(1000003);
+    StartAndStall(package, 3000);
+    m_rig->Destroy();
+    QCOMPARE(m_rig->State().value("AlreadyDownload_size/AlreadyDownload_size"),
+             QStringLiteral("15000"));
+    m_rig->Forget();
+    m_rig->StartFullDownload(HttpAnswer::Body(package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == package);
+    QVERIFY(!gRangeHeaders(m_rig->Server()).contains("bytes=0-199999"));
+}
+
+void tst_LiveUpdateMgr_Close::ACutConnectionIsSilentAndResumed()
+{
+    const QByteArray package = gTestBytes(1000003);
+    m_rig->StartFullDownload(HttpAnswer::Broken(package, HttpAnswer::Fault::CloseAfter, 70000));
+    QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(350000));
+    QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
+    QVERIFY(!m_rig->Pages().contains("hint"));
+    QCOMPARE(m_rig->Boxes(), 0);
+    m_rig->Forget();
+    m_rig->StartFullDownload(HttpAnswer::Body(package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == package);
+    QVERIFY(gRangeHeaders(m_rig->Server()).contains("bytes=70000-199999"));
+}
+
+QTEST_MAIN(tst_LiveUpdateMgr_Close)
+#include "tst_LiveUpdateMgr_Close.moc"

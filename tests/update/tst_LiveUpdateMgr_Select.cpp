@@ -1,0 +1,355 @@
+#include "api/UpdateInit.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/PatchProgram.h"
+#include "tests/support/StatisticsServer.h"
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/UpdateEventReport.h"
+#include "update/UpdateCommon/VersionInfo.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QtTest>
+
+/// "Update Now": which of the two packages is fetched, and what is logged and reported on the way.
+/// No patch program lies beside this test, so every incremental package fails once it is there.
+class tst_LiveUpdateMgr_Select : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void WithoutAnIncrementalAddressTheFullPackageIsTakenAndNoFileIsLookedAt();
+    void WithoutReleaseNotesNothingHappens_data();
+    void WithoutReleaseNotesNothingHappens();
+    void TheMatchingInstallerLeadsToTheIncrementalPackage();
+    void TheFolderIsCreatedWhenItIsMissing();
+    void WithoutACandidateTheFullPackageIsTaken();
+    void WithAWrongMd5TheFullPackageIsTakenAndTheMismatchIsReported();
+    void OfTwoFilesOfTheVersionTheSecondIsTaken();
+    void AnUpperCaseMd5OfTheManifestNeverMatches();
+    void WithoutASharedFolderTheFullPackageIsTakenSilently_data();
+    void WithoutASharedFolderTheFullPackageIsTakenSilently();
+
+    void ReportsCarryFullOnceADownloadIsPlanned_data();
+    void ReportsCarryFullOnceADownloadIsPlanned();
+    void EveryFailingRangeIsReported();
+
+    void AFailedPatchFallsBackToTheFullPackage();
+    void SeveralFailedPatchesFallBackOnce();
+    void TheNextUpdateNowMayFallBackAgain();
+
+private:
+    QString Folder() const { return m_rig->WorkingFolder(); }
+    QString Elements(const QString &oldVerify) const;
+    /// Offers "/files/setup.exe" and, as the incremental package, "/files/increase.patch".
+    void Offer(const QString &oldVerify) { m_rig->Offer("/files/setup.exe", Elements(oldVerify)); }
+    void Keep(const QString &name, const QByteArray &bytes) const
+    {
+        QVERIFY(gWriteFile(Folder() + '/' + name, bytes));
+    }
+    /// The paths whose sizes were asked for, which tells the package that was chosen.
+    QByteArrayList Planned()
+    {
+        QByteArrayList paths;
+        const QList<HttpRequest> requests = m_rig->Server().Requests("HEAD");
+        for (const HttpRequest &request : requests)
+            paths.append(request.Path());
+        return paths;
+    }
+    QStringList Log() const { return m_log->Messages("LiveUpdateMgr", "LiveUpdateMgr::UpdateNow"); }
+    QList<int> Reports()
+    {
+        gSettleReports();
+        return m_statistics->Results();
+    }
+
+    TestCertificates m_certificates;
+    std::unique_ptr<UpdateRig> m_rig;
+    std::unique_ptr<StatisticsServer> m_statistics;
+    std::unique_ptr<LogCapture> m_log;
+};
+
+static const QByteArray fullPath = "/files/setup.exe";
+static const QByteArray increasePath = "/files/increase.patch";
+static const QString checkLine = "Start UpdateNow Check IncreasePackage Info";
+static const QString versionLine = "packVersion 9.1.0.0;currentVersion = 9.1.0.0";
+static const QString failedLine = "Match old version md5 failed";
+static const QString increaseLine = "Start Download IncreasePackage";
+static const QString fullLine = "Start Download FullPackage";
+
+static QByteArray gInstaller(quint64 seed = 1)
+{
+    return "#!/bin/sh\n#FileVersion=9.1.0.0\nexit 0\n" + gTestBytes(2000, seed);
+}
+
+static QString gMd5(const QByteArray &bytes)
+{
+    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
+}
+
+static QString gMd5Line(const QString &local, const QString &expected)
+{
+    return "local oldpackage md5:" + local + "; update response oldpackage md5:" + expected;
+}
+
+void tst_LiveUpdateMgr_Select::initTestCase()
+{
+    QVERIFY(!QFile::exists(PatchProgram::Path()));
+    m_certificates.TrustAuthority();
+}
+
+void tst_LiveUpdateMgr_Select::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_statistics = std::make_unique<StatisticsServer>(m_certificates);
+    m_rig->SendReportsTo(*m_statistics);
+    m_rig->Build();
+    m_log = std::make_unique<LogCapture>();
+}
+
+void tst_LiveUpdateMgr_Select::cleanup()
+{
+    m_log.reset();
+    m_rig.reset();
+    m_statistics.reset();
+}
+
+QString tst_LiveUpdateMgr_Select::Elements(const QString &oldVerify) const
+{
+    return QString("<OldVerify_x64>%1</OldVerify_x64><IncreasePackage><Url_x64>%2</Url_x64>"
+                   "<Version>9.2.0.0</Version><Verify_x64>%3</Verify_x64></IncreasePackage>")
+        .arg(oldVerify, m_rig->Server().Address("/files/increase.patch"), gMd5("new"));
+}
+
+void tst_LiveUpdateMgr_Select::WithoutAnIncrementalAddressTheFullPackageIsTakenAndNoFileIsLookedAt()
+{
+    Keep("Corvina9", gInstaller());
+    m_rig->Offer("/files/setup.exe", "<OldVerify_x64>" + gMd5(gInstaller()) +
+                                         "</OldVerify_x64><IncreasePackage>"
+                                         "<Url_x64></Url_x64></IncreasePackage>");
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(Planned(), QByteArrayList{fullPath});
+    QCOMPARE(Log(), QStringList{fullLine});
+}
+
+void tst_LiveUpdateMgr_Select::WithoutReleaseNotesNothingHappens_data()
+{
+    QTest::addColumn<QString>("manifest");
+    QTest::addColumn<QStringList>("log");
+    QTest::newRow("with an incremental package")
+        << "<Update><ExeUrl_x64>http://127.0.0.1:1/setup.exe</ExeUrl_x64><IncreasePackage>"
+           "<Url_x64>http://127.0.0.1:1/increase</Url_x64></IncreasePackage></Update>"
+        << QStringList{checkLine};
+    QTest::newRow("without one")
+        << "<Update><ExeUrl_x64>http://127.0.0.1:1/setup.exe</ExeUrl_x64><WhatNews/></Update>"
+        << QStringList{fullLine};
+}
+
+void tst_LiveUpdateMgr_Select::WithoutReleaseNotesNothingHappens()
+{
+    QFETCH(QString, manifest);
+    Keep("Corvina9", gInstaller());
+    m_rig->Manager().findChild<VersionInfo *>()->setXml(manifest);
+    m_rig->Forget();
+    m_rig->Manager().UpdateNow();
+    QTEST(Log(), "log");
+    QVERIFY(m_rig->Pages().isEmpty());
+    QVERIFY(m_rig->Signals().isEmpty());
+    QVERIFY(!QFile::exists(m_rig->StateFile()));
+    QVERIFY(!QFile::exists(m_rig->Target()));
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Select::TheMatchingInstallerLeadsToTheIncrementalPackage()
+{
+    const QString md5 = gMd5(gInstaller());
+    Keep("Corvina9", gInstaller());
+    Offer(md5);
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(Planned(), QByteArrayList{increasePath});
+    const QStringList expected{checkLine, versionLine, gMd5Line(md5, md5), increaseLine};
+    QCOMPARE(Log(), expected);
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Select::TheFolderIsCreatedWhenItIsMissing()
+{
+    QVERIFY(!QFile::exists(Folder()));
+    Offer(gMd5(gInstaller()));
+    m_rig->Manager().UpdateNow();
+    QVERIFY(QFileInfo(Folder()).isDir());
+    QCOMPARE(Planned(), QByteArrayList{fullPath});
+}
+
+void tst_LiveUpdateMgr_Select::WithoutACandidateTheFullPackageIsTaken()
+{
+    Keep("Corvina8", "#FileVersion=9.0.0.0\n");
+    Offer(gMd5(gInstaller()));
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(Planned(), QByteArrayList{fullPath});
+    const QStringList expected{checkLine, "packVersion 9.0.0.0;currentVersion = 9.1.0.0", fullLine};
+    QCOMPARE(Log(), expected);
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Select::WithAWrongMd5TheFullPackageIsTakenAndTheMismatchIsReported()
+{
+    const QString md5 = gMd5(gInstaller(1));
+    Keep("Corvina9", gInstaller(2));
+    Offer(md5);
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(Planned(), QByteArrayList{fullPath});
+    const QStringList expected{checkLine, versionLine, gMd5Line(gMd5(gInstaller(2)), md5),
+                               failedLine, fullLine};
+    QCOMPARE(Log(), expected);
+    QCOMPARE(Reports(), QList<int>{-4});
+}
+
+void tst_LiveUpdateMgr_Select::OfTwoFilesOfTheVersionTheSecondIsTaken()
+{
+    Keep("one", "to be filled");
+    Keep("other", "to be filled");
+    const QFileInfoList files = QDir(Folder()).entryInfoList(QDir::Files, QDir::Unsorted);
+    Keep(files.at(0).fileName(), gInstaller(1));
+    Keep(files.at(1).fileName(), gInstaller(2));
+    const QString md5 = gMd5(gInstaller(2));
+    Offer(md5);
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(Planned(), QByteArrayList{increasePath});
+    const QStringList expected{checkLine,   versionLine, gMd5Line(gMd5(gInstaller(1)), md5),
+                               failedLine,  versionLine, gMd5Line(md5, md5),
+                               increaseLine};
+    QCOMPARE(Log(), expected);
+    QCOMPARE(Reports(), QList<int>{-4});
+}
+
+void tst_LiveUpdateMgr_Select::AnUpperCaseMd5OfTheManifestNeverMatches()
+{
+    Keep("Corvina9", gInstaller());
+    Offer(gMd5(gInstaller()).toUpper());
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(Planned(), QByteArrayList{fullPath});
+    QCOMPARE(Log().count(failedLine), 1);
+    QCOMPARE(Reports(), QList<int>{-4});
+}
+
+void tst_LiveUpdateMgr_Select::WithoutASharedFolderTheFullPackageIsTakenSilently_data()
+{
+    QTest::addColumn<bool>("documents");
+    QTest::newRow("there is no common documents folder") << false;
+    QTest::newRow("the folder cannot be created or written") << true;
+}
+
+void tst_LiveUpdateMgr_Select::WithoutASharedFolderTheFullPackageIsTakenSilently()
+{
+    QFETCH(bool, documents);
+    if (documents)
+        QVERIFY(gWriteFile(Folder(), "a file where a folder is needed"));
+    else
+        m_rig->BlockWorkingFolder();
+    Offer(gMd5(gInstaller()));
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(Planned(), QByteArrayList{fullPath});
+    QCOMPARE(Log(), QStringList{fullLine});
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Select::ReportsCarryFullOnceADownloadIsPlanned_data()
+{
+    QTest::addColumn<QString>("oldVerify");
+    QTest::newRow("the incremental package, too") << gMd5(gInstaller());
+    QTest::newRow("the full package") << "no such MD5";
+}
+
+void tst_LiveUpdateMgr_Select::ReportsCarryFullOnceADownloadIsPlanned()
+{
+    QFETCH(QString, oldVerify);
+    Keep("Corvina9", gInstaller());
+    Offer(oldVerify);
+    m_rig->Manager().UpdateNow();
+    gSettleReports();
+    m_statistics->Server().ForgetRequests();
+    UpdateEventReport::GetInstance()->ReportEvent(UpdateEventReport::DownloadError);
+    QCOMPARE(Reports(), QList<int>{-1});
+    const QJsonObject label = m_statistics->Record(0).value("label").toObject();
+    QCOMPARE(label.value("type"), QJsonValue("full"));
+    QCOMPARE(label.value("oldver"), QJsonValue("9.1.0.0"));
+    QCOMPARE(label.value("newver"), QJsonValue("9.2.0.0"));
+}
+
+void tst_LiveUpdateMgr_Select::EveryFailingRangeIsReported()
+{
+    m_rig->Server().Serve(fullPath, HttpAnswer::Body(gTestBytes(50000)), "HEAD");
+    m_rig->StartFullDownload(HttpAnswer::Status(404));
+    QTRY_COMPARE(m_rig->Pages().count("hint"), 5);
+    QCOMPARE(m_rig->HintText(), QString("Failed to download the update."));
+    const QList<int> expected{-1, -1, -1, -1, -1};
+    QCOMPARE(Reports(), expected);
+}
+
+void tst_LiveUpdateMgr_Select::AFailedPatchFallsBackToTheFullPackage()
+{
+    const QString md5 = gMd5(gInstaller());
+    const QByteArray package = gTestBytes(40000, 5);
+    Keep("Corvina9", gInstaller());
+    m_rig->Server().Serve(increasePath, HttpAnswer::Body(gTestBytes(700, 3)));
+    m_rig->Server().Serve(fullPath, HttpAnswer::Body(package));
+    Offer(md5);
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    const QByteArrayList planned{increasePath, fullPath};
+    QCOMPARE(Planned(), planned);
+    const QStringList expected{checkLine, versionLine, gMd5Line(md5, md5), increaseLine, fullLine};
+    QCOMPARE(Log(), expected);
+    QVERIFY(gReadFile(m_rig->Installer()) == package);
+    QVERIFY2(gReadFile(Folder() + "/Corvina9") == gInstaller(), "the kept installer stays");
+    QVERIFY(gReadFile(Folder() + "/increase.patch") == gTestBytes(700, 3));
+    QVERIFY(!m_rig->Pages().contains("hint"));
+}
+
+void tst_LiveUpdateMgr_Select::SeveralFailedPatchesFallBackOnce()
+{
+    Keep("Corvina9", gInstaller());
+    HttpAnswer slow = HttpAnswer::Body(gTestBytes(700, 3));
+    slow.delayMs = 60000;
+    m_rig->Server().Serve(increasePath, HttpAnswer::Body(gTestBytes(700, 3)), "HEAD");
+    m_rig->Server().Serve(increasePath, slow);
+    m_rig->Server().Serve(fullPath, HttpAnswer::Body(gTestBytes(40000, 5)));
+    Offer(gMd5(gInstaller()));
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(Planned(), QByteArrayList{increasePath});
+    int failures = 0;
+    const QList<DownloadMgr *> downloaders = m_rig->Manager().findChildren<DownloadMgr *>();
+    for (DownloadMgr *downloader : downloaders) {
+        if (downloader->IsRunning()) {
+            ++failures;
+            emit downloader->PatchIncreasePackageFaild();
+        }
+    }
+    QCOMPARE(failures, 5);
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    const QByteArrayList planned{increasePath, fullPath};
+    QCOMPARE(Planned(), planned);
+    QCOMPARE(Log().count(fullLine), 1);
+}
+
+void tst_LiveUpdateMgr_Select::TheNextUpdateNowMayFallBackAgain()
+{
+    Keep("Corvina9", gInstaller());
+    m_rig->Server().Serve(increasePath, HttpAnswer::Body(gTestBytes(700, 3)));
+    m_rig->Server().Serve(fullPath, HttpAnswer::Body(gTestBytes(40000, 5)));
+    Offer(gMd5(gInstaller()));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Signals().count("Close"), 1);
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Boxes(), 2);
+    const QByteArrayList planned{increasePath, fullPath, increasePath, fullPath};
+    QCOMPARE(Planned(), planned);
+}
+
+QTEST_MAIN(tst_LiveUpdateMgr_Select)
+#include "tst_LiveUpdateMgr_Select.moc"

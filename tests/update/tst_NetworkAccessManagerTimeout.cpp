@@ -1,0 +1,150 @@
+#include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
+
+#include "tests/support/HttpServer.h"
+
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QTcpServer>
+#include <QtTest>
+
+class tst_NetworkAccessManagerTimeout : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void ABodyWithinTheLimitIsReturnedAndTheRunnerDeletesItself();
+    void ALateAnswerGivesNothingAfterTheLimitAndIsDiscarded();
+    void AnAnswerGivesNothing_data();
+    void AnAnswerGivesNothing();
+    void AHostThatRefusesGivesNothingBeforeTheLimit();
+    void ARedirectIsNotFollowed();
+    void TheHeadersOfTheRequestAreSent();
+    void TheCallersEventLoopStandsStillMeanwhile();
+    void SeveralRunnersDoNotDisturbEachOther();
+    void TheClassDeclaresNoMethodsOfItsOwn();
+};
+
+static QByteArray gGet(const QUrl &url, int msecs)
+{
+    return (new NetworkAccessManagerTimeout)->Get(QNetworkRequest(url), msecs);
+}
+
+void tst_NetworkAccessManagerTimeout::ABodyWithinTheLimitIsReturnedAndTheRunnerDeletesItself()
+{
+    HttpServer server;
+    server.Serve("/a", HttpAnswer::Body("the body"));
+    const QPointer<NetworkAccessManagerTimeout> runner = new NetworkAccessManagerTimeout;
+    QCOMPARE(runner->Get(QNetworkRequest(server.Url("/a")), 20000), QByteArray("the body"));
+    QVERIFY2(runner, "it has to wait for the event loop");
+    QTRY_VERIFY(!runner);
+    QCOMPARE(server.Requests().size(), 1);
+    QCOMPARE(server.Requests().first().method, QByteArray("GET"));
+}
+
+void tst_NetworkAccessManagerTimeout::ALateAnswerGivesNothingAfterTheLimitAndIsDiscarded()
+{
+    HttpServer server;
+    HttpAnswer answer = HttpAnswer::Body("late");
+    answer.delayMs = 1500;
+    server.Serve("/a", answer);
+    const QPointer<NetworkAccessManagerTimeout> runner = new NetworkAccessManagerTimeout;
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(runner->Get(QNetworkRequest(server.Url("/a")), 300), QByteArray());
+    QVERIFY(timer.elapsed() >= 300);
+    QVERIFY2(timer.elapsed() < 1400, "it did not wait for the answer");
+    QVERIFY2(runner && runner->isRunning(), "the request is left to end on its own");
+    QTRY_VERIFY_WITH_TIMEOUT(!runner, 10000);
+}
+
+void tst_NetworkAccessManagerTimeout::AnAnswerGivesNothing_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("fault");
+    QTest::newRow("when the page is not found") << 404 << int(HttpAnswer::Fault::None);
+    QTest::newRow("when the server fails") << 500 << int(HttpAnswer::Fault::None);
+    QTest::newRow("when the connection is reset at once")
+        << 200 << int(HttpAnswer::Fault::ResetAtOnce);
+}
+
+void tst_NetworkAccessManagerTimeout::AnAnswerGivesNothing()
+{
+    QFETCH(int, status);
+    QFETCH(int, fault);
+    HttpServer server;
+    HttpAnswer answer = HttpAnswer::Broken("body", HttpAnswer::Fault(fault));
+    answer.status = status;
+    server.Serve("/a", answer);
+    QCOMPARE(gGet(server.Url("/a"), 20000), QByteArray());
+    QVERIFY(!server.Requests().isEmpty());
+}
+
+void tst_NetworkAccessManagerTimeout::AHostThatRefusesGivesNothingBeforeTheLimit()
+{
+    QTcpServer closed;
+    QVERIFY(closed.listen(QHostAddress::LocalHost));
+    const QUrl url(QString("http://127.0.0.1:%1/").arg(closed.serverPort()));
+    closed.close();
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(gGet(url, 20000), QByteArray());
+    QVERIFY(timer.elapsed() < 20000);
+}
+
+void tst_NetworkAccessManagerTimeout::ARedirectIsNotFollowed()
+{
+    HttpServer server;
+    HttpAnswer redirect = HttpAnswer::Redirect("/b");
+    redirect.body = "moved";
+    server.Serve("/a", redirect);
+    server.Serve("/b", HttpAnswer::Body("target"));
+    QCOMPARE(gGet(server.Url("/a"), 20000), QByteArray("moved"));
+    QCOMPARE(server.Requests().size(), 1);
+}
+
+void tst_NetworkAccessManagerTimeout::TheHeadersOfTheRequestAreSent()
+{
+    HttpServer server;
+    QNetworkRequest request(server.Url("/a?pid=1"));
+    request.setRawHeader("X-Own", "value");
+    (new NetworkAccessManagerTimeout)->Get(request, 20000);
+    QCOMPARE(server.Requests().value(0).headers.value("x-own"), QByteArray("value"));
+    QCOMPARE(server.Requests().value(0).target, QByteArray("/a?pid=1"));
+}
+
+void tst_NetworkAccessManagerTimeout::TheCallersEventLoopStandsStillMeanwhile()
+{
+    HttpServer server;
+    HttpAnswer answer = HttpAnswer::Body("body");
+    answer.delayMs = 100;
+    server.Serve("/a", answer);
+    bool ran = false;
+    QTimer::singleShot(0, this, [&ran] { ran = true; });
+    QCOMPARE(gGet(server.Url("/a"), 20000), QByteArray("body"));
+    QVERIFY(!ran);
+    QTRY_VERIFY(ran);
+}
+
+void tst_NetworkAccessManagerTimeout::SeveralRunnersDoNotDisturbEachOther()
+{
+    HttpServer server;
+    server.Serve("/silent", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
+    server.Serve("/a", HttpAnswer::Body("first"));
+    server.Serve("/b", HttpAnswer::Body("second"));
+    QCOMPARE(gGet(server.Url("/a"), 20000), QByteArray("first"));
+    const QPointer<NetworkAccessManagerTimeout> abandoned = new NetworkAccessManagerTimeout;
+    QCOMPARE(abandoned->Get(QNetworkRequest(server.Url("/silent")), 100), QByteArray());
+    QCOMPARE(gGet(server.Url("/b"), 20000), QByteArray("second"));
+    QVERIFY(abandoned);
+}
+
+void tst_NetworkAccessManagerTimeout::TheClassDeclaresNoMethodsOfItsOwn()
+{
+    const QMetaObject &meta = NetworkAccessManagerTimeout::staticMetaObject;
+    QCOMPARE(meta.methodCount(), meta.methodOffset());
+    QCOMPARE(meta.propertyCount(), meta.propertyOffset());
+    QCOMPARE(meta.className(), "NetworkAccessManagerTimeout");
+}
+
+QTEST_GUILESS_MAIN(tst_NetworkAccessManagerTimeout)
+#include "tst_NetworkAccessManagerTimeout.moc"

@@ -1,0 +1,163 @@
+#include "update/UpdateCommon/NetworkCheck.h"
+
+#include "tests/support/MetaMethods.h"
+
+#include <QThread>
+#include <QTimer>
+#include <QtTest>
+
+#include <atomic>
+#include <memory>
+
+using namespace std::chrono_literals;
+
+class tst_NetworkCheck : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void TheMethodsStandInTheirOrder();
+    void TheIntervalIsHalfAMinuteUnlessTold();
+    void TheTimerRepeatsAndIsNotStartedYet();
+    void ItLivesOnAThreadOfItsOwn();
+    void ItIsIdleUntilItIsArmed();
+    void ItFiresAgainAndAgainUntilItIsStopped();
+    void ItDoesNotFireWhenItIsRearmedInTime();
+    void ItFiresWhileItsOwnersThreadIsBusy();
+    void ItCanBeArmedAgainAfterAStop();
+    void DestroyingAnArmedOneEndsItsThread();
+};
+
+static void gArm(NetworkCheck &check)
+{
+    QMetaObject::invokeMethod(&check, &NetworkCheck::_Check, Qt::QueuedConnection);
+}
+
+static void gStop(NetworkCheck &check)
+{
+    QMetaObject::invokeMethod(&check, &NetworkCheck::_StopCheck, Qt::BlockingQueuedConnection);
+}
+
+/// How often @p check has fired. It counts on the watchdog's thread, where a count could not be read from
+/// this one, and lives as long as the connection.
+static std::shared_ptr<const std::atomic<int>> gCountTimeOuts(NetworkCheck &check)
+{
+    auto count = std::make_shared<std::atomic<int>>(0);
+    QObject::connect(
+        &check, &NetworkCheck::TimeOut, &check, [count] { ++*count; }, Qt::DirectConnection);
+    return count;
+}
+
+void tst_NetworkCheck::TheMethodsStandInTheirOrder()
+{
+    QCOMPARE(gOwnMethods(NetworkCheck::staticMetaObject, QMetaMethod::Signal),
+             QByteArrayList{"TimeOut()"});
+    const QByteArrayList expectedSlots{"_StopCheck()", "_Check()"};
+    QCOMPARE(gOwnMethods(NetworkCheck::staticMetaObject, QMetaMethod::Slot), expectedSlots);
+}
+
+void tst_NetworkCheck::TheIntervalIsHalfAMinuteUnlessTold()
+{
+    const NetworkCheck check;
+    QCOMPARE(check.findChild<QTimer *>()->interval(), 30000);
+}
+
+void tst_NetworkCheck::TheTimerRepeatsAndIsNotStartedYet()
+{
+    const NetworkCheck check;
+    QVERIFY(!check.findChild<QTimer *>()->isSingleShot());
+    QVERIFY(!check.findChild<QTimer *>()->isActive());
+    QVERIFY(!check.parent());
+}
+
+void tst_NetworkCheck::ItLivesOnAThreadOfItsOwn()
+{
+    NetworkCheck check(10ms);
+    QVERIFY(check.thread() != QThread::currentThread());
+    QVERIFY(check.thread()->isRunning());
+    std::atomic<QThread *> emitter{nullptr};
+    connect(
+        &check, &NetworkCheck::TimeOut, &check, [&emitter] { emitter = QThread::currentThread(); },
+        Qt::DirectConnection);
+    gArm(check);
+    QTRY_COMPARE(emitter.load(), check.thread());
+    gStop(check);
+}
+
+void tst_NetworkCheck::ItIsIdleUntilItIsArmed()
+{
+    NetworkCheck idle(10ms);
+    NetworkCheck armed(10ms);
+    const auto idleCount = gCountTimeOuts(idle);
+    const auto armedCount = gCountTimeOuts(armed);
+    gArm(armed);
+    QTRY_VERIFY(armedCount->load() >= 5);
+    QCOMPARE(idleCount->load(), 0);
+}
+
+void tst_NetworkCheck::ItFiresAgainAndAgainUntilItIsStopped()
+{
+    NetworkCheck check(10ms);
+    NetworkCheck clock(10ms);
+    std::atomic<int> fired{0};
+    connect(
+        &check, &NetworkCheck::TimeOut, &check, [&fired] { ++fired; }, Qt::DirectConnection);
+    const auto clockCount = gCountTimeOuts(clock);
+    gArm(check);
+    QTRY_VERIFY(fired >= 3);
+    gStop(check);
+    const int atTheStop = fired;
+    gArm(clock);
+    QTRY_VERIFY(clockCount->load() >= 10);
+    QCOMPARE(fired.load(), atTheStop);
+}
+
+void tst_NetworkCheck::ItDoesNotFireWhenItIsRearmedInTime()
+{
+    NetworkCheck check(2000ms);
+    const auto count = gCountTimeOuts(check);
+    QTimer rearm;
+    int rearmed = 0;
+    connect(&rearm, &QTimer::timeout, &check, &NetworkCheck::_Check);
+    connect(&rearm, &QTimer::timeout, this, [&rearmed] { ++rearmed; });
+    rearm.start(100);
+    // Longer than the interval in all, far shorter each time.
+    QTRY_VERIFY_WITH_TIMEOUT(rearmed >= 30, 20000);
+    rearm.stop();
+    QCOMPARE(count->load(), 0);
+    QTRY_COMPARE(count->load(), 1);
+}
+
+void tst_NetworkCheck::ItFiresWhileItsOwnersThreadIsBusy()
+{
+    NetworkCheck check(10ms);
+    QSemaphore fired;
+    connect(
+        &check, &NetworkCheck::TimeOut, &check, [&fired] { fired.release(); },
+        Qt::DirectConnection);
+    gArm(check);
+    // No event of this thread is handled while it waits here.
+    QVERIFY(fired.tryAcquire(2, 10000));
+}
+
+void tst_NetworkCheck::ItCanBeArmedAgainAfterAStop()
+{
+    NetworkCheck check(10ms);
+    gArm(check);
+    gStop(check);
+    const auto count = gCountTimeOuts(check);
+    gArm(check);
+    QTRY_VERIFY(count->load() >= 2);
+}
+
+void tst_NetworkCheck::DestroyingAnArmedOneEndsItsThread()
+{
+    auto check = std::make_unique<NetworkCheck>(10ms);
+    const QPointer<QThread> thread = check->thread();
+    gArm(*check);
+    check.reset();
+    QVERIFY(!thread || thread->isFinished());
+}
+
+QTEST_GUILESS_MAIN(tst_NetworkCheck)
+#include "tst_NetworkCheck.moc"

@@ -1,0 +1,475 @@
+#include "api/QuillonInit.h"
+#include "tests/support/MetaMethods.h"
+#include "tests/support/StatisticsServer.h"
+#include "tests/support/TestCertificates.h"
+#include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/UpdateEventReport.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QProcess>
+#include <QtTest>
+
+Q_DECLARE_METATYPE(HttpAnswer::Fault)
+
+using Event = UpdateEventReport::EventType;
+
+/// The reports, as a real encrypted server receives them. The reporter is one for the process, so
+/// every function starts and ends with nothing on its way.
+class tst_UpdateEventReport : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+    void cleanup();
+
+    // First: it needs a reporter that was told nothing yet.
+    void AnEventBeforeSetReportInfoHasEmptyStringsButMachineAndProduct();
+    void TheReporterHasOneSlotAndNoSignal();
+    void TheEventCodesAre();
+
+    void ARecordIsOneGetWithoutABodyAndWithoutHeadersOfItsOwn();
+    void ARecordCarriesTheReportInfoAndTheTime();
+    void ABlankInAVersionIsNotSent();
+    void OnlyTheLastReportInfoCounts();
+
+    void TheStatus200IsReceived();
+    void AnyOtherStatusIsAFailureThatIsRetriedOnceThenTheQueueMovesOn_data();
+    void AnyOtherStatusIsAFailureThatIsRetriedOnceThenTheQueueMovesOn();
+    void ARetryThatIsReceivedIsTheLastAttempt();
+    void ARedirectIsNotFollowed();
+    void AClosedConnectionIsRetriedOnceThenTheQueueMovesOn_data();
+    void AClosedConnectionIsRetriedOnceThenTheQueueMovesOn();
+    void NoAnswerWithin5000MsIsRetriedOnceThenTheQueueMovesOn();
+    void AnUntrustedCertificateIsRetriedOnceAndNoRecordIsSent();
+    void ACertificateOfAnotherHostIsNotTrusted();
+    void WhereNobodyListensNothingIsHeldUp();
+
+    void TheSecondOfTwoEventsWaitsForTheFirst();
+    void ManyEventsAreSentOneAfterTheOtherInTheirOrder();
+    void WaitForReportsWaitsForThoseThatWereStartedOnly();
+    void AnEventBehindAnEndedOneKeepsItsPlace();
+
+    void TheHostIs_data();
+    void TheHostIs();
+    void AChangedHostCountsFromTheNextRecordOn();
+    void AProcessThatEndsWithAReportOnItsWayDoesNotHang();
+
+private:
+    static void Raise(Event type) { UpdateEventReport::GetInstance()->ReportEvent(type); }
+    QList<int> Results() const { return m_statistics->Results(); }
+    QJsonObject Label(int index) const
+    {
+        return m_statistics->Record(index).value("label").toObject();
+    }
+
+    /// How many requests the server sees of a GET that is nothing to do with reports.
+    int RequestsOfOneGet();
+
+    TestCertificates m_certificates;
+    QTemporaryDir m_folder;
+    std::unique_ptr<UpdateRig> m_rig;
+    std::unique_ptr<StatisticsServer> m_statistics;
+};
+
+static const QString sign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
+
+static QString gInApplicationFolder(const QString &name)
+{
+    return QCoreApplication::applicationDirPath() + '/' + name;
+}
+
+void tst_UpdateEventReport::initTestCase()
+{
+    m_certificates.TrustAuthority();
+    QFile::remove(gInApplicationFolder("HvUtilities.dll"));
+    QVERIFY(QFile::copy(HOST_LIBRARY, gInApplicationFolder("HvUtilities.dll")));
+    QVERIFY(gWriteFile(gInApplicationFolder("Customization.xml"),
+                       "<Customization><Entry key=\"PID\">100 01</Entry></Customization>"));
+    QVERIFY(gWriteFile(m_folder.filePath("Halvard/Halvard Tessel Pack.ini"),
+                       "[General]\nClientSign=" + sign.toLatin1() + '\n'));
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_folder.path()));
+    // The sign and the product are read when the reporter is made.
+    UpdateEventReport::GetInstance();
+}
+
+void tst_UpdateEventReport::cleanupTestCase()
+{
+    QFile::remove(gInApplicationFolder("HvUtilities.dll"));
+    QFile::remove(gInApplicationFolder("Customization.xml"));
+}
+
+void tst_UpdateEventReport::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_statistics = std::make_unique<StatisticsServer>(m_certificates);
+    m_rig->SendReportsTo(*m_statistics);
+}
+
+void tst_UpdateEventReport::cleanup()
+{
+    m_rig.reset();
+    m_statistics.reset();
+}
+
+void tst_UpdateEventReport::AnEventBeforeSetReportInfoHasEmptyStringsButMachineAndProduct()
+{
+    QCOMPARE(UpdateEventReport::GetInstance(), UpdateEventReport::GetInstance());
+    Raise(Event::DownloadError);
+    gSettleReports();
+    QCOMPARE(Results(), QList<int>{-1});
+    QCOMPARE(Label(0).value("oldver"), QJsonValue(""));
+    QCOMPARE(Label(0).value("newver"), QJsonValue(""));
+    QCOMPARE(Label(0).value("type"), QJsonValue(""));
+    QCOMPARE(Label(0).value("pid"), QJsonValue("10001"));
+    QCOMPARE(m_statistics->Record(0).value("uid"), QJsonValue(sign));
+}
+
+void tst_UpdateEventReport::TheReporterHasOneSlotAndNoSignal()
+{
+    const QMetaObject &meta = UpdateEventReport::staticMetaObject;
+    QCOMPARE(gOwnMethods(meta, QMetaMethod::Slot), QByteArrayList{"_ReportFinished(bool,int)"});
+    QCOMPARE(gOwnMethods(meta, QMetaMethod::Signal), QByteArrayList());
+}
+
+void tst_UpdateEventReport::TheEventCodesAre()
+{
+    QCOMPARE(int{Event::InstallStarted}, 1);
+    QCOMPARE(int{Event::DownloadError}, -1);
+    QCOMPARE(int{Event::PatchMd5Mismatch}, -2);
+    QCOMPARE(int{Event::PatchDispatchFailed}, -3);
+    QCOMPARE(int{Event::OldVersionMd5Mismatch}, -4);
+    QCOMPARE(int{Event::InstallStartFailed}, -6);
+}
+
+void tst_UpdateEventReport::ARecordIsOneGetWithoutABodyAndWithoutHeadersOfItsOwn()
+{
+    Raise(Event::InstallStarted);
+    gSettleReports();
+    QCOMPARE(m_statistics->Server().Requests().size(), 1);
+    const HttpRequest request = m_statistics->Server().Requests().first();
+    QCOMPARE(request.method, QByteArray("GET"));
+    QVERIFY2(request.target.startsWith("/tallow/visit/?data=%7B%22act%22:%22result%22,%22category"
+                                       "%22:%22upgrade%22,%22dvalue%22:0,%22label%22:%7B"),
+             request.target.constData());
+    // What Qt itself says in every request, and nothing else.
+    QByteArrayList headers = request.headers.keys();
+    std::sort(headers.begin(), headers.end());
+    const QByteArrayList expected{"accept-encoding", "accept-language", "connection", "host",
+                                  "user-agent"};
+    QCOMPARE(headers, expected);
+}
+
+void tst_UpdateEventReport::ARecordCarriesTheReportInfoAndTheTime()
+{
+    UpdateEventReport::GetInstance()->SetReportInfo("9.1.0.0", "9.2.0.0", "full");
+    const qint64 before = QDateTime::currentSecsSinceEpoch();
+    Raise(Event::InstallStartFailed);
+    gSettleReports();
+    const qint64 after = QDateTime::currentSecsSinceEpoch();
+    const QJsonObject label{{"newver", "9.2.0.0"},
+                            {"oldver", "9.1.0.0"},
+                            {"pid", "10001"},
+                            {"result", -6},
+                            {"type", "full"}};
+    QCOMPARE(Label(0), label);
+    const QJsonValue time = m_statistics->Record(0).value("ostime");
+    QVERIFY(time.isDouble());
+    QVERIFY(time.toDouble() >= double(before) && time.toDouble() <= double(after));
+}
+
+void tst_UpdateEventReport::ABlankInAVersionIsNotSent()
+{
+    UpdateEventReport::GetInstance()->SetReportInfo("1.1 beta", "1.2 beta", "i n s");
+    Raise(Event::DownloadError);
+    gSettleReports();
+    QCOMPARE(Label(0).value("oldver"), QJsonValue("1.1beta"));
+    QCOMPARE(Label(0).value("newver"), QJsonValue("1.2beta"));
+    QCOMPARE(Label(0).value("type"), QJsonValue("ins"));
+    QVERIFY(!m_statistics->Server().Requests().first().target.contains("%20"));
+}
+
+void tst_UpdateEventReport::OnlyTheLastReportInfoCounts()
+{
+    UpdateEventReport::GetInstance()->SetReportInfo("1", "2", "ins");
+    UpdateEventReport::GetInstance()->SetReportInfo("3", "4", "full");
+    Raise(Event::DownloadError);
+    gSettleReports();
+    QCOMPARE(Label(0).value("oldver"), QJsonValue("3"));
+    QCOMPARE(Label(0).value("newver"), QJsonValue("4"));
+    QCOMPARE(Label(0).value("type"), QJsonValue("full"));
+}
+
+void tst_UpdateEventReport::TheStatus200IsReceived()
+{
+    Raise(Event::DownloadError);
+    gSettleReports();
+    QCOMPARE(Results(), QList<int>{-1});
+}
+
+void tst_UpdateEventReport::AnyOtherStatusIsAFailureThatIsRetriedOnceThenTheQueueMovesOn_data()
+{
+    QTest::addColumn<int>("status");
+    for (const int status : {201, 204, 206, 302, 404, 500})
+        QTest::addRow("%d", status) << status;
+}
+
+void tst_UpdateEventReport::AnyOtherStatusIsAFailureThatIsRetriedOnceThenTheQueueMovesOn()
+{
+    QFETCH(int, status);
+    m_statistics->Answer(HttpAnswer::Status(status));
+    Raise(Event::PatchMd5Mismatch);
+    Raise(Event::PatchDispatchFailed);
+    gSettleReports();
+    const QList<int> expected{-2, -2, -3, -3};
+    QCOMPARE(Results(), expected);
+}
+
+void tst_UpdateEventReport::ARetryThatIsReceivedIsTheLastAttempt()
+{
+    m_statistics->Answer(HttpAnswer::Status(404));
+    Raise(Event::PatchMd5Mismatch);
+    UpdateEventReport::GetInstance()->WaitForReports();
+    m_statistics->Answer(HttpAnswer::Status(200));
+    gSettleReports();
+    const QList<int> expected{-2, -2};
+    QCOMPARE(Results(), expected);
+}
+
+void tst_UpdateEventReport::ARedirectIsNotFollowed()
+{
+    m_statistics->Answer(HttpAnswer::Redirect("/elsewhere"));
+    m_statistics->Server().Serve("/elsewhere", HttpAnswer::Status(200));
+    Raise(Event::InstallStarted);
+    gSettleReports();
+    const QList<HttpRequest> requests = m_statistics->Server().Requests();
+    QCOMPARE(requests.size(), 2);
+    for (const HttpRequest &request : requests)
+        QCOMPARE(request.Path(), QByteArray("/tallow/visit/"));
+}
+
+int tst_UpdateEventReport::RequestsOfOneGet()
+{
+    QNetworkAccessManager manager;
+    const QSignalSpy finished(&manager, &QNetworkAccessManager::finished);
+    manager.get(QNetworkRequest(m_statistics->Server().Url("/tallow/visit/")));
+    if (!QTest::qWaitFor([&finished] { return finished.count() == 1; }))
+        return 0;
+    const int count = m_statistics->Server().Requests().size();
+    m_statistics->Server().ForgetRequests();
+    return count;
+}
+
+void tst_UpdateEventReport::AClosedConnectionIsRetriedOnceThenTheQueueMovesOn_data()
+{
+    QTest::addColumn<HttpAnswer::Fault>("fault");
+    QTest::newRow("closed before the answer") << HttpAnswer::Fault::CloseAtOnce;
+    QTest::newRow("reset before the answer") << HttpAnswer::Fault::ResetAtOnce;
+}
+
+void tst_UpdateEventReport::AClosedConnectionIsRetriedOnceThenTheQueueMovesOn()
+{
+    QFETCH(HttpAnswer::Fault, fault);
+    m_statistics->Answer(HttpAnswer::Broken(QByteArray(), fault));
+    // Qt itself sends a GET again, up to three times, when the server ends the connection before it
+    // answers. So one attempt of ours is several requests, as many as any other GET is.
+    const int sentPerAttempt = RequestsOfOneGet();
+    QVERIFY(sentPerAttempt >= 1 && sentPerAttempt <= 4);
+    Raise(Event::PatchMd5Mismatch);
+    Raise(Event::PatchDispatchFailed);
+    gSettleReports();
+    QList<int> expected;
+    for (const int result : {-2, -2, -3, -3}) {
+        for (int sent = 0; sent < sentPerAttempt; ++sent)
+            expected.append(result);
+    }
+    QCOMPARE(Results(), expected);
+}
+
+void tst_UpdateEventReport::NoAnswerWithin5000MsIsRetriedOnceThenTheQueueMovesOn()
+{
+    m_statistics->Answer(HttpAnswer::Broken(QByteArray(), HttpAnswer::Fault::Silence));
+    QElapsedTimer timer;
+    timer.start();
+    Raise(Event::PatchMd5Mismatch);
+    Raise(Event::PatchDispatchFailed);
+    QVERIFY2(timer.elapsed() < 5000, "raising an event waits for nothing");
+    QTRY_COMPARE_WITH_TIMEOUT(Results().size(), 2, 10000);
+    QVERIFY(timer.elapsed() >= 5000);
+    // The second attempt is on its way to the silent server; whatever follows is answered.
+    m_statistics->Answer(HttpAnswer::Status(200));
+    QTRY_COMPARE_WITH_TIMEOUT(Results().size(), 3, 10000);
+    QVERIFY(timer.elapsed() >= 10000);
+    gSettleReports();
+    const QList<int> expected{-2, -2, -3};
+    QCOMPARE(Results(), expected);
+}
+
+void tst_UpdateEventReport::AnUntrustedCertificateIsRetriedOnceAndNoRecordIsSent()
+{
+    const TestCertificates strangers;
+    StatisticsServer stranger(strangers);
+    m_rig->SendReportsTo(stranger);
+    Raise(Event::PatchMd5Mismatch);
+    Raise(Event::PatchDispatchFailed);
+    gSettleReports();
+    QCOMPARE(stranger.Server().Connections(), 4);
+    QVERIFY(stranger.Server().Requests().isEmpty());
+    m_rig->SendReportsTo(*m_statistics);
+    Raise(Event::InstallStarted);
+    gSettleReports();
+    QCOMPARE(Results(), QList<int>{1});
+}
+
+void tst_UpdateEventReport::ACertificateOfAnotherHostIsNotTrusted()
+{
+    // It is issued for 127.0.0.1, and this is the same machine by another name.
+    m_rig->WriteSetting("StatisticsHost", m_statistics->Host().replace("127.0.0.1", "localhost"));
+    Raise(Event::InstallStarted);
+    gSettleReports();
+    QVERIFY(m_statistics->Server().Connections() > 0);
+    QVERIFY(Results().isEmpty());
+}
+
+void tst_UpdateEventReport::WhereNobodyListensNothingIsHeldUp()
+{
+    m_rig->WriteSetting("StatisticsHost", "127.0.0.1:1");
+    Raise(Event::PatchMd5Mismatch);
+    UpdateEventReport::GetInstance()->WaitForReports();
+    QCoreApplication::processEvents();
+    // The retry goes to where the settings point by now.
+    m_rig->SendReportsTo(*m_statistics);
+    Raise(Event::PatchDispatchFailed);
+    gSettleReports();
+    QCOMPARE(Results(), QList<int>{-3});
+}
+
+void tst_UpdateEventReport::TheSecondOfTwoEventsWaitsForTheFirst()
+{
+    Raise(Event::PatchMd5Mismatch);
+    Raise(Event::PatchDispatchFailed);
+    UpdateEventReport::GetInstance()->WaitForReports();
+    QCOMPARE(Results(), QList<int>{-2});
+    const QList<int> expected{-2, -3};
+    QTRY_COMPARE(Results(), expected);
+}
+
+void tst_UpdateEventReport::ManyEventsAreSentOneAfterTheOtherInTheirOrder()
+{
+    const QList<Event> events{Event::InstallStarted,        Event::DownloadError,
+                              Event::DownloadError,         Event::PatchMd5Mismatch,
+                              Event::OldVersionMd5Mismatch, Event::InstallStartFailed};
+    QList<int> expected;
+    for (const Event event : events)
+        Raise(event);
+    for (const Event event : events) {
+        expected.append(event);
+        UpdateEventReport::GetInstance()->WaitForReports();
+        QCOMPARE(Results(), expected);
+        QCoreApplication::processEvents();
+    }
+    gSettleReports();
+    QCOMPARE(Results(), expected);
+}
+
+void tst_UpdateEventReport::WaitForReportsWaitsForThoseThatWereStartedOnly()
+{
+    HttpAnswer slow = HttpAnswer::Status(200);
+    slow.delayMs = 300;
+    m_statistics->Answer(slow);
+    QElapsedTimer timer;
+    timer.start();
+    Raise(Event::PatchMd5Mismatch);
+    Raise(Event::PatchDispatchFailed);
+    UpdateEventReport::GetInstance()->WaitForReports();
+    QVERIFY2(timer.elapsed() >= 300, "the answer was waited for");
+    QCOMPARE(Results(), QList<int>{-2});
+    UpdateEventReport::GetInstance()->WaitForReports();
+    QCOMPARE(Results(), QList<int>{-2});
+    gSettleReports();
+    const QList<int> expected{-2, -3};
+    QCOMPARE(Results(), expected);
+}
+
+void tst_UpdateEventReport::AnEventBehindAnEndedOneKeepsItsPlace()
+{
+    Raise(Event::PatchMd5Mismatch);
+    Raise(Event::PatchDispatchFailed);
+    UpdateEventReport::GetInstance()->WaitForReports();
+    Raise(Event::InstallStartFailed);
+    gSettleReports();
+    const QList<int> expected{-2, -3, -6};
+    QCOMPARE(Results(), expected);
+}
+
+void tst_UpdateEventReport::TheHostIs_data()
+{
+    QTest::addColumn<QByteArray>("settings");
+    QTest::addColumn<QString>("host");
+    QTest::newRow("the one of the build without the setting")
+        << QByteArray("[Quillon]\nEmail=a@b\n") << QUILLON_STATISTICS_HOST;
+    QTest::newRow("the one of the build for an empty setting")
+        << QByteArray("[Quillon]\nStatisticsHost=\n") << QUILLON_STATISTICS_HOST;
+    QTest::newRow("the one of the build for a setting of another group")
+        << QByteArray("[System]\nStatisticsHost=a.example\n") << QUILLON_STATISTICS_HOST;
+    QTest::newRow("that of the settings")
+        << QByteArray("[Quillon]\nStatisticsHost=a.example\n") << "a.example";
+    QTest::newRow("with its port")
+        << QByteArray("[Quillon]\nStatisticsHost=a.example:8443\n") << "a.example:8443";
+}
+
+void tst_UpdateEventReport::TheHostIs()
+{
+    QFETCH(QByteArray, settings);
+    const QTemporaryDir folder;
+    QVERIFY(gWriteFile(folder.filePath("Corvina.ini"), settings));
+    QuillonInit::SetConfigFileDir(folder.path());
+    QTEST(StatisticsHost(), "host");
+    QuillonInit::SetConfigFileDir(m_rig->ConfigFolder());
+}
+
+void tst_UpdateEventReport::AChangedHostCountsFromTheNextRecordOn()
+{
+    const StatisticsServer other(m_certificates);
+    Raise(Event::PatchMd5Mismatch);
+    gSettleReports();
+    m_rig->SendReportsTo(other);
+    Raise(Event::PatchDispatchFailed);
+    gSettleReports();
+    QCOMPARE(Results(), QList<int>{-2});
+    QCOMPARE(other.Results(), QList<int>{-3});
+}
+
+void tst_UpdateEventReport::AProcessThatEndsWithAReportOnItsWayDoesNotHang()
+{
+    // This server waits for a request that is not encrypted, so it never answers.
+    m_rig->WriteSetting("StatisticsHost", m_rig->Server().Host());
+    QProcess process;
+    process.start(QCoreApplication::applicationFilePath(),
+                  {"--report-and-exit", m_rig->ConfigFolder()});
+    QVERIFY2(process.waitForFinished(20000), "one attempt of 5 s, and neither retry nor queue");
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+    QCOMPARE(m_rig->Server().Connections(), 1);
+    m_rig->SendReportsTo(*m_statistics);
+}
+
+int main(int argc, char *argv[])
+{
+    const QApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == "--report-and-exit") {
+        QuillonInit::SetConfigFileDir(arguments.value(2));
+        UpdateEventReport::GetInstance()->ReportEvent(Event::DownloadError);
+        UpdateEventReport::GetInstance()->ReportEvent(Event::InstallStarted);
+        return 0;
+    }
+    tst_UpdateEventReport test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_UpdateEventReport.moc"

@@ -1,0 +1,323 @@
+#include "update/UpdateCommon/VersionInfo.h"
+
+#include "tests/support/LogCapture.h"
+
+#include <QtTest>
+
+/// A manifest with every element, its values numbered by @p suffix.
+static QString gFullManifest(const QString &suffix)
+{
+    return QStringLiteral("<Any><ExeUrl_x64>exe%1</ExeUrl_x64><Verify_x64>md5%1</Verify_x64>"
+                          "<OldVerify_x64>old%1</OldVerify_x64>"
+                          "<WhatNews><Item><Version>v%1</Version><Text>t%1</Text></Item></WhatNews>"
+                          "<IncreasePackage><Url_x64>url%1</Url_x64><Version>iv%1</Version>"
+                          "<Verify_x64>imd5%1</Verify_x64><Size_x64>1%1</Size_x64>"
+                          "<AutoNotify>1</AutoNotify></IncreasePackage></Any>")
+        .arg(suffix);
+}
+
+/// The release notes as "version=notes", one behind the other.
+static QString gNotesText(const VersionInfo &info)
+{
+    QStringList texts;
+    const QList<ReleaseNote> notes = info.ReleaseNotes();
+    for (const ReleaseNote &note : notes)
+        texts.append(note.version + '=' + note.notes);
+    return texts.join('|');
+}
+
+class tst_VersionInfo : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void EveryElementReachesItsField();
+    void WhatDoesNotParseGivesNothingAndNoLogLine_data();
+    void WhatDoesNotParseGivesNothingAndNoLogLine();
+    void AVerifyInsideTheIncrementalPackageAloneCountsForBoth();
+    void AVerifyBehindTheIncrementalPackageIsNotTheFullPackages();
+    void ASecondManifestWithoutVerifyKeepsTheFirstsMd5AndClearsTheRest();
+    void ASecondManifestReplacesTheReleaseNotes();
+    void ElementsAreFoundAtAnyDepthAndNotTrimmed();
+    void ElementNamesAreCaseSensitive();
+    void MarkupInATextIsConcatenated();
+    void NotesAreWrapped_data();
+    void NotesAreWrapped();
+    void TheSizeIs_data();
+    void TheSizeIs();
+    void AutoNotifyIs_data();
+    void AutoNotifyIs();
+    void AutoNotifyOutsideTheIncrementalPackageIsIgnored();
+    void TheReleaseNotesAre_data();
+    void TheReleaseNotesAre();
+    void OnlyTheFirstIncrementalPackageIsRead();
+    void TheValuesAreLoggedInOrder();
+    void AbsentElementsAreNotLogged();
+    void AnEmptyIncrementalPackageIsLoggedWithEmptyValues();
+};
+
+void tst_VersionInfo::EveryElementReachesItsField()
+{
+    const VersionInfo info(gFullManifest("7"), nullptr);
+    QCOMPARE(info.ExeUrl(), QStringLiteral("exe7"));
+    QCOMPARE(info.FullPackageMd5(), QStringLiteral("md57"));
+    QCOMPARE(info.OldVerify(), QStringLiteral("old7"));
+    QCOMPARE(gNotesText(info), QStringLiteral("v7=<ol>t7</ol>"));
+    QCOMPARE(info.IncreaseUrl(), QStringLiteral("url7"));
+    QCOMPARE(info.IncreaseVersion(), QStringLiteral("iv7"));
+    QCOMPARE(info.IncreaseMd5(), QStringLiteral("imd57"));
+    QCOMPARE(info.IncreaseSize(), qint64(17));
+    QVERIFY(info.AutoNotify());
+    QVERIFY(info.HasExeUrl());
+    QVERIFY(info.HasIncreasePackage());
+}
+
+void tst_VersionInfo::WhatDoesNotParseGivesNothingAndNoLogLine_data()
+{
+    QTest::addColumn<QString>("xml");
+    QTest::newRow("an empty string") << QString();
+    QTest::newRow("no XML at all") << "404 page not found";
+    QTest::newRow("a tag that does not match") << "<a><ExeUrl_x64>x</ExeUrl></a>";
+    QTest::newRow("an end that is cut off") << gFullManifest("1").chopped(30);
+    QTest::newRow("text behind the root") << gFullManifest("1") + "x";
+}
+
+void tst_VersionInfo::WhatDoesNotParseGivesNothingAndNoLogLine()
+{
+    QFETCH(QString, xml);
+    const LogCapture log;
+    VersionInfo info(xml, nullptr);
+    QVERIFY(info.ExeUrl().isEmpty());
+    QVERIFY(info.FullPackageMd5().isEmpty());
+    QVERIFY(info.ReleaseNotes().isEmpty());
+    QVERIFY(info.IncreaseUrl().isEmpty());
+    QVERIFY(info.IncreaseVersion().isEmpty());
+    QVERIFY(info.IncreaseMd5().isEmpty());
+    QCOMPARE(info.IncreaseSize(), qint64(0));
+    QVERIFY(!info.AutoNotify());
+    QVERIFY(info.OldVerify().isEmpty());
+    QVERIFY(!info.HasExeUrl());
+    QVERIFY(!info.HasIncreasePackage());
+    QCOMPARE(log.CountContaining({}), 0);
+}
+
+void tst_VersionInfo::AVerifyInsideTheIncrementalPackageAloneCountsForBoth()
+{
+    const VersionInfo info("<a><IncreasePackage><Verify_x64>m</Verify_x64></IncreasePackage></a>",
+                           nullptr);
+    QCOMPARE(info.IncreaseMd5(), QStringLiteral("m"));
+    QCOMPARE(info.FullPackageMd5(), QStringLiteral("m"));
+}
+
+void tst_VersionInfo::AVerifyBehindTheIncrementalPackageIsNotTheFullPackages()
+{
+    const VersionInfo info("<a><IncreasePackage><Verify_x64>inner</Verify_x64></IncreasePackage>"
+                           "<Verify_x64>outer</Verify_x64></a>",
+                           nullptr);
+    QCOMPARE(info.FullPackageMd5(), QStringLiteral("inner"));
+}
+
+void tst_VersionInfo::ASecondManifestWithoutVerifyKeepsTheFirstsMd5AndClearsTheRest()
+{
+    VersionInfo info(gFullManifest("1"), nullptr);
+    info.setXml("<a/>");
+    QCOMPARE(info.FullPackageMd5(), QStringLiteral("md51"));
+    QVERIFY(info.ExeUrl().isEmpty());
+    QVERIFY(info.ReleaseNotes().isEmpty());
+    QVERIFY(info.IncreaseUrl().isEmpty());
+    QVERIFY(info.IncreaseVersion().isEmpty());
+    QVERIFY(info.IncreaseMd5().isEmpty());
+    QCOMPARE(info.IncreaseSize(), qint64(0));
+    QVERIFY(!info.AutoNotify());
+    QVERIFY(info.OldVerify().isEmpty());
+}
+
+void tst_VersionInfo::ASecondManifestReplacesTheReleaseNotes()
+{
+    VersionInfo info(gFullManifest("1"), nullptr);
+    info.setXml(gFullManifest("2"));
+    QCOMPARE(gNotesText(info), QStringLiteral("v2=<ol>t2</ol>"));
+    QCOMPARE(info.FullPackageMd5(), QStringLiteral("md52"));
+}
+
+void tst_VersionInfo::ElementsAreFoundAtAnyDepthAndNotTrimmed()
+{
+    const VersionInfo info("<a><b><c><ExeUrl_x64> x </ExeUrl_x64></c></b>"
+                           "<ExeUrl_x64>second</ExeUrl_x64></a>",
+                           nullptr);
+    QCOMPARE(info.ExeUrl(), QStringLiteral(" x "));
+}
+
+void tst_VersionInfo::ElementNamesAreCaseSensitive()
+{
+    QVERIFY(!VersionInfo("<a><exeurl_x64>x</exeurl_x64></a>", nullptr).HasExeUrl());
+}
+
+void tst_VersionInfo::MarkupInATextIsConcatenated()
+{
+    const VersionInfo info("<a><ExeUrl_x64>x<i>y</i><![CDATA[<z>]]>&amp;</ExeUrl_x64></a>",
+                           nullptr);
+    QCOMPARE(info.ExeUrl(), QStringLiteral("xy<z>&"));
+}
+
+void tst_VersionInfo::NotesAreWrapped_data()
+{
+    QTest::addColumn<QString>("notes");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("two items get a list") << "<li>a</li><li>b</li>"
+                                          << "<ol><li>a</li><li>b</li></ol>";
+    QTest::newRow("a list at the front stays") << "<ol><li>a</li></ol>"
+                                               << "<ol><li>a</li></ol>";
+    QTest::newRow("a list anywhere stays") << "New: <ol>"
+                                           << "New: <ol>";
+    QTest::newRow("an upper-case list is wrapped again") << "<OL><li>a</li></OL>"
+                                                         << "<ol><OL><li>a</li></OL></ol>";
+    QTest::newRow("a list with attributes is wrapped again") << "<ol type=\"a\"></ol>"
+                                                             << "<ol><ol type=\"a\"></ol></ol>";
+    QTest::newRow("no notes give an empty list") << ""
+                                                 << "<ol></ol>";
+}
+
+void tst_VersionInfo::NotesAreWrapped()
+{
+    QFETCH(QString, notes);
+    QFETCH(QString, expected);
+    QCOMPARE(VersionInfo::wrapNotes(notes), expected);
+    const VersionInfo info("<a><WhatNews><Item><Version>1</Version><Text>" + notes.toHtmlEscaped() +
+                               "</Text></Item></WhatNews></a>",
+                           nullptr);
+    QCOMPARE(info.ReleaseNotes().value(0).notes, expected);
+}
+
+void tst_VersionInfo::TheSizeIs_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<qint64>("expected");
+    QTest::newRow("a number") << "1234" << qint64(1234);
+    QTest::newRow("the largest") << "4294967295" << qint64(4294967295);
+    QTest::newRow("one more overflows") << "4294967296" << qint64(0);
+    QTest::newRow("a negative number") << "-1" << qint64(0);
+    QTest::newRow("a number with a unit") << "12kB" << qint64(0);
+    QTest::newRow("nothing") << "" << qint64(0);
+    QTest::newRow("hexadecimal digits") << "0x10" << qint64(0);
+}
+
+void tst_VersionInfo::TheSizeIs()
+{
+    QFETCH(QString, text);
+    QFETCH(qint64, expected);
+    const VersionInfo info(
+        "<a><IncreasePackage><Size_x64>" + text + "</Size_x64></IncreasePackage></a>", nullptr);
+    QCOMPARE(info.IncreaseSize(), expected);
+}
+
+void tst_VersionInfo::AutoNotifyIs_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("expected");
+    QTest::newRow("one is on") << "1" << true;
+    QTest::newRow("two is on") << "2" << true;
+    QTest::newRow("a negative number is on") << "-1" << true;
+    QTest::newRow("zero is off") << "0" << false;
+    QTest::newRow("nothing is off") << "" << false;
+    QTest::newRow("a word is off") << "yes" << false;
+    QTest::newRow("an overflow is off") << "2147483648" << false;
+}
+
+void tst_VersionInfo::AutoNotifyIs()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, expected);
+    const VersionInfo info(
+        "<a><IncreasePackage><AutoNotify>" + text + "</AutoNotify></IncreasePackage></a>", nullptr);
+    QCOMPARE(info.AutoNotify(), expected);
+}
+
+void tst_VersionInfo::AutoNotifyOutsideTheIncrementalPackageIsIgnored()
+{
+    QVERIFY(!VersionInfo("<a><AutoNotify>1</AutoNotify></a>", nullptr).AutoNotify());
+    QVERIFY(
+        !VersionInfo("<a><AutoNotify>1</AutoNotify><IncreasePackage/></a>", nullptr).AutoNotify());
+}
+
+void tst_VersionInfo::TheReleaseNotesAre_data()
+{
+    QTest::addColumn<QString>("xml");
+    QTest::addColumn<QString>("expected");
+    const QString item = "<Item><Version>%1</Version><Text>%2</Text></Item>";
+    const QString one = item.arg(1).arg("a");
+    const QString two = item.arg(2).arg("b");
+    QTest::newRow("the items in document order") << "<r><WhatNews>" + two + one + "</WhatNews></r>"
+                                                 << "2=<ol>b</ol>|1=<ol>a</ol>";
+    QTest::newRow("duplicates are kept") << "<r><WhatNews>" + one + one + "</WhatNews></r>"
+                                         << "1=<ol>a</ol>|1=<ol>a</ol>";
+    QTest::newRow("only the first list of two")
+        << "<r><WhatNews>" + one + "</WhatNews><WhatNews>" + two + "</WhatNews></r>"
+        << "1=<ol>a</ol>";
+    QTest::newRow("a nested item is listed behind its parent")
+        << "<r><WhatNews><Item><Version>1</Version><Text>a</Text>" + two + "</Item></WhatNews></r>"
+        << "1=<ol>a</ol>|2=<ol>b</ol>";
+    QTest::newRow("an item without children is listed as well")
+        << "<r><WhatNews><Item/></WhatNews></r>"
+        << "=<ol></ol>";
+    QTest::newRow("an item outside the list is not")
+        << "<r>" + one + "<WhatNews>" + two + "</WhatNews></r>"
+        << "2=<ol>b</ol>";
+    QTest::newRow("an empty list") << "<r><WhatNews/></r>"
+                                   << "";
+}
+
+void tst_VersionInfo::TheReleaseNotesAre()
+{
+    QFETCH(QString, xml);
+    QFETCH(QString, expected);
+    QCOMPARE(gNotesText(VersionInfo(xml, nullptr)), expected);
+}
+
+void tst_VersionInfo::OnlyTheFirstIncrementalPackageIsRead()
+{
+    const VersionInfo info("<a><IncreasePackage><Url_x64>1</Url_x64></IncreasePackage>"
+                           "<IncreasePackage><Url_x64>2</Url_x64><Version>2</Version>"
+                           "</IncreasePackage></a>",
+                           nullptr);
+    QCOMPARE(info.IncreaseUrl(), QStringLiteral("1"));
+    QVERIFY(info.IncreaseVersion().isEmpty());
+}
+
+void tst_VersionInfo::TheValuesAreLoggedInOrder()
+{
+    const LogCapture log;
+    const VersionInfo info(gFullManifest("7"), nullptr);
+    const QStringList expected{"full package md5 = md57", "increase package url = url7",
+                               "increase package version = iv7", "increase package verify = imd57",
+                               "full package oldVerify = old7"};
+    const QStringList messages = log.Messages("UpdateCommon");
+    QCOMPARE(messages.size(), expected.size());
+    for (int index = 0; index < expected.size(); ++index) {
+        QVERIFY2(messages.at(index).endsWith(expected.at(index)), qPrintable(messages.at(index)));
+        QCOMPARE(log.Count("UpdateCommon", "VersionInfo::ParseXml", expected.at(index)), 1);
+    }
+}
+
+void tst_VersionInfo::AbsentElementsAreNotLogged()
+{
+    const LogCapture log;
+    const VersionInfo info("<a><ExeUrl_x64>x</ExeUrl_x64></a>", nullptr);
+    QVERIFY(info.HasExeUrl());
+    QCOMPARE(log.Messages("UpdateCommon"), QStringList());
+}
+
+void tst_VersionInfo::AnEmptyIncrementalPackageIsLoggedWithEmptyValues()
+{
+    const LogCapture log;
+    const VersionInfo info("<a><IncreasePackage/></a>", nullptr);
+    QVERIFY(!info.HasIncreasePackage());
+    const QStringList messages = log.Messages("UpdateCommon");
+    QCOMPARE(messages.size(), 3);
+    QVERIFY(messages.at(0).contains("increase package url ="));
+    QVERIFY(messages.at(1).contains("increase package version ="));
+    QVERIFY(messages.at(2).contains("increase package verify ="));
+}
+
+QTEST_GUILESS_MAIN(tst_VersionInfo)
+#include "tst_VersionInfo.moc"
