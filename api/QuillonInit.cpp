@@ -30,5 +30,7 @@ QString QuillonInit::gGetStyleSheet(QString path)
     if (!file.open(QIODevice::ReadOnly)) {
         return QStringLiteral("");
     }
-    return QTextStream(&file).readAll();
+    QTextStream text(&file);
+    text.setCodec("UTF-8"); // not the system's own encoding
+    return text.readAll();
 }

@@ -4,5 +4,9 @@
 
 /// Starts the program at @p path without arguments, as a process that outlives this one and shares
 /// no output with it. Where the system has an executable bit, the file is given it first.
-/// @return false when the program could not be started.
+///
+/// Windows asks the user when the program wants an administrator; the call returns with the answer.
+/// A file that another program holds is tried again for up to two seconds there, and the program
+/// runs in its own folder, elsewhere in that of this process.
+/// @return false when the program could not be started, or the user declined.
 bool gStartDetached(const QString &path);

@@ -171,6 +171,21 @@ std::optional<quint32> gFindEntry(QIODevice &device, const Image &image, quint32
     return std::nullopt;
 }
 
+/// The entry that Windows takes of a resource in several languages when the user's is US English:
+/// neutral, US English, the first one.
+std::optional<quint32> gFindLanguage(QIODevice &device, const Image &image, quint32 directory)
+{
+    constexpr quint32 neutral = 0;
+    constexpr quint32 usEnglish = 0x409;
+
+    for (const quint32 language : {neutral, usEnglish}) {
+        if (const auto entry = gFindEntry(device, image, directory, language); entry.has_value()) {
+            return entry;
+        }
+    }
+    return gFindEntry(device, image, directory, std::nullopt);
+}
+
 /// The bytes of the file's version resource; empty when it has none. The tree has exactly three
 /// levels (type, name, language), so the walk ends whatever the entries point at.
 Bytes gReadVersionResource(QIODevice &device)
@@ -191,7 +206,7 @@ Bytes gReadVersionResource(QIODevice &device)
     if (!languages.has_value() || (*languages & subdirectoryFlag) == 0) {
         return {};
     }
-    const auto data = gFindEntry(device, *image, *languages & ~subdirectoryFlag, std::nullopt);
+    const auto data = gFindLanguage(device, *image, *languages & ~subdirectoryFlag);
     if (!data.has_value() || (*data & subdirectoryFlag) != 0) {
         return {};
     }

@@ -1,15 +1,31 @@
 # Compares what a library exports with a checked-in list.
 #   cmake -DLIBRARY=<file> -DLIST=<file> -DNM=<program> -P CompareExports.cmake
+#   cmake -DLIBRARY=<file> -DLIST=<file> -DOBJDUMP=<program> -DCXXFILT=<program> -P CompareExports.cmake
+# The second form is for a DLL.
 # A host binds to these names: one that is gone breaks it, one that is new is a promise made by mistake.
 # After an intended change put the names printed here into the list, sorted.
 
 cmake_minimum_required(VERSION 3.25)
 
-execute_process(
-    COMMAND "${NM}" -D --defined-only -C "${LIBRARY}"
-    OUTPUT_VARIABLE output
-    COMMAND_ERROR_IS_FATAL ANY
-)
+if(OBJDUMP)
+    execute_process(COMMAND "${OBJDUMP}" -p "${LIBRARY}" OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX REPLACE ".*\\[Ordinal/Name Pointer\\] Table[^\n]*\n" "" table "${headers}")
+    string(REGEX REPLACE "\n\n.*" "" table "${table}")
+    string(REGEX REPLACE "[^\n]* " "" names "${table}")
+    file(WRITE "${LIBRARY}.exports" "${names}\n")
+    execute_process(
+        COMMAND "${CXXFILT}"
+        INPUT_FILE "${LIBRARY}.exports"
+        OUTPUT_VARIABLE output
+        COMMAND_ERROR_IS_FATAL ANY
+    )
+else()
+    execute_process(
+        COMMAND "${NM}" -D --defined-only -C "${LIBRARY}"
+        OUTPUT_VARIABLE output
+        COMMAND_ERROR_IS_FATAL ANY
+    )
+endif()
 string(REPLACE ";" "\\;" output "${output}")
 string(STRIP "${output}" output)
 string(REPLACE "\n" ";" lines "${output}")

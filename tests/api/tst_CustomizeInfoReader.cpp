@@ -1,13 +1,13 @@
 #include "api/CustomizeInfoReader.h"
 
 #include "api/ProductSettings.h"
+#include "platform/DynamicLibrary.h"
+#include "tests/support/LoadedLibrary.h"
 #include "tests/support/OddCustomization.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QTest>
-
-#include <dlfcn.h>
 
 namespace
 {
@@ -31,39 +31,21 @@ QString gRead(const QString &language, const QString &key)
 class KeptLibrary
 {
 public:
-    KeptLibrary()
-        : m_handle(dlopen(Path().constData(), RTLD_NOW))
-    {
-    }
-    ~KeptLibrary()
-    {
-        if (m_handle) {
-            dlclose(m_handle);
-        }
-    }
-    KeptLibrary(const KeptLibrary &) = delete;
-    KeptLibrary &operator=(const KeptLibrary &) = delete;
+    KeptLibrary() { m_library.Load(Path()); }
 
     QString Calls() const
     {
-        const auto calls = reinterpret_cast<decltype(&OddCustomizationCalls)>(
-            dlsym(m_handle, "OddCustomizationCalls"));
+        const auto calls =
+            m_library.Resolve<decltype(&OddCustomizationCalls)>("OddCustomizationCalls");
         return calls ? QString::fromLatin1(calls()) : QString("no library");
     }
 
-    static bool IsInProcess()
-    {
-        void *handle = dlopen(Path().constData(), RTLD_NOW | RTLD_NOLOAD);
-        if (handle) {
-            dlclose(handle);
-        }
-        return handle;
-    }
+    static bool IsInProcess() { return gIsInProcess(Path()); }
 
 private:
-    static QByteArray Path() { return QFile::encodeName(gInApplicationFolder("HvUtilities.dll")); }
+    static QString Path() { return gInApplicationFolder("HvUtilities.dll"); }
 
-    void *m_handle;
+    DynamicLibrary m_library;
 };
 
 } // namespace

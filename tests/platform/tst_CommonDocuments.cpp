@@ -1,5 +1,7 @@
 #include "platform/CommonDocuments.h"
 
+#include "tests/platform/DocumentsElsewhere.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -11,7 +13,7 @@ class tst_CommonDocuments : public QObject
     Q_OBJECT
 
 private slots:
-    void the_folder_lies_in_the_data_directory_of_the_system();
+    void the_folder_is_the_one_that_the_system_names();
     void a_missing_folder_is_created_with_its_parents();
     void an_existing_folder_keeps_its_files();
     void a_folder_that_cannot_be_created_gives_nothing();
@@ -22,17 +24,17 @@ private:
     QTemporaryDir m_directory;
 };
 
-void tst_CommonDocuments::the_folder_lies_in_the_data_directory_of_the_system()
+void tst_CommonDocuments::the_folder_is_the_one_that_the_system_names()
 {
     const QString folder = m_directory.filePath("data");
-    qputenv("XDG_DATA_HOME", QFile::encodeName(folder));
+    const DocumentsElsewhere documents(folder);
     QCOMPARE(gCommonDocumentsFolder(), folder);
 }
 
 void tst_CommonDocuments::a_missing_folder_is_created_with_its_parents()
 {
     const QString folder = m_directory.filePath("missing/parents/data");
-    qputenv("XDG_DATA_HOME", QFile::encodeName(folder));
+    const DocumentsElsewhere documents(folder);
     QVERIFY(!QFileInfo::exists(folder));
     QCOMPARE(gCommonDocumentsFolder(), folder);
     QVERIFY(QFileInfo(folder).isDir());
@@ -44,7 +46,7 @@ void tst_CommonDocuments::an_existing_folder_keeps_its_files()
     QVERIFY(QDir().mkpath(folder));
     QFile file(folder + "/kept");
     QVERIFY(file.open(QIODevice::WriteOnly));
-    qputenv("XDG_DATA_HOME", QFile::encodeName(folder));
+    const DocumentsElsewhere documents(folder);
     QCOMPARE(gCommonDocumentsFolder(), folder);
     QVERIFY(file.exists());
 }
@@ -53,7 +55,7 @@ void tst_CommonDocuments::a_folder_that_cannot_be_created_gives_nothing()
 {
     QFile file(m_directory.filePath("file"));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    qputenv("XDG_DATA_HOME", QFile::encodeName(file.fileName() + "/below"));
+    const DocumentsElsewhere documents(file.fileName() + "/below");
     QCOMPARE(gCommonDocumentsFolder(), QString());
 }
 
@@ -68,7 +70,7 @@ void tst_CommonDocuments::the_name_has_forward_slashes_and_no_trailing_one_data(
 void tst_CommonDocuments::the_name_has_forward_slashes_and_no_trailing_one()
 {
     QFETCH(QString, name);
-    qputenv("XDG_DATA_HOME", QFile::encodeName(m_directory.filePath(name)));
+    const DocumentsElsewhere documents(m_directory.filePath(name));
     QCOMPARE(gCommonDocumentsFolder(), QDir::cleanPath(m_directory.filePath(name)));
 }
 

@@ -1,13 +1,12 @@
 #include "platform/DynamicLibrary.h"
 
+#include "tests/support/LoadedLibrary.h"
 #include "tests/support/OddCustomization.h"
 
 #include <QFile>
 #include <QScopedPointer>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <dlfcn.h>
 
 namespace
 {
@@ -16,15 +15,6 @@ const QString library = QStringLiteral(ODD_CUSTOMIZATION);
 const QString libraryWithoutRead = QStringLiteral(ODD_CUSTOMIZATION_WITHOUT_READ);
 
 using ReadFunction = decltype(&ReadCustomizeInfoW);
-
-bool gIsInProcess(const QString &path)
-{
-    void *handle = dlopen(QFile::encodeName(path).constData(), RTLD_LAZY | RTLD_NOLOAD);
-    if (handle) {
-        dlclose(handle);
-    }
-    return handle;
-}
 
 } // namespace
 

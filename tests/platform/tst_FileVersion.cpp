@@ -17,7 +17,9 @@ const QString version = QStringLiteral("9.1.0.0");
 template<typename Integer>
 void gPatch(QByteArray &image, int offset, Integer value)
 {
-    qToLittleEndian(value, image.data() + offset);
+    const Integer little = qToLittleEndian(value);
+    constexpr int size = sizeof(little);
+    image.replace(offset, size, QByteArray(reinterpret_cast<const char *>(&little), size));
 }
 
 QString gVersionOf(QByteArray image)
@@ -54,6 +56,8 @@ private slots:
     void a_portable_executable_is_recognised_by_both_signatures();
     void a_file_cut_anywhere_gives_no_version_data();
     void a_file_cut_anywhere_gives_no_version();
+    void a_damaged_file_does_the_system_no_harm_data();
+    void a_damaged_file_does_the_system_no_harm();
     void damaged_numbers_never_crash_or_hang_data();
     void damaged_numbers_never_crash_or_hang();
     void a_resource_tree_that_leads_back_to_its_root_gives_no_version();
@@ -254,6 +258,38 @@ void tst_FileVersion::a_file_cut_anywhere_gives_no_version()
     QCOMPARE(gVersionOf(image), version);
     for (int size = 0; size < builder.VersionInfoEnd(); size += 16) {
         QVERIFY2(gVersionOf(image.left(size)).isEmpty(), qPrintable(QString::number(size)));
+    }
+}
+
+void tst_FileVersion::a_damaged_file_does_the_system_no_harm_data()
+{
+    a_file_cut_anywhere_gives_no_version_data();
+}
+
+void tst_FileVersion::a_damaged_file_does_the_system_no_harm()
+{
+    QFETCH(PeBuilder::Format, format);
+    const PeBuilder builder = PeBuilder::WithFileVersion(version).SetFormat(format);
+    const QByteArray image = builder.Build();
+    for (int size = 0; size < builder.VersionInfoEnd(); size += 64) {
+        QVERIFY2(FileVersionString(Write(image.left(size))).isEmpty(),
+                 qPrintable(QString::number(size)));
+    }
+    // A name for each file, because a system may keep a damaged one in use.
+    const QTemporaryDir directory;
+    for (int offset = 0x80; offset + 4 <= builder.VersionInfoEnd(); offset += 4) {
+        const bool isCode = offset >= 0x200 && offset < PeBuilder::resourceDirectory;
+        if (isCode) {
+            continue;
+        }
+        QByteArray damaged = image;
+        gPatch(damaged, offset, 0xffffffffU);
+        QFile file(directory.filePath(QString::number(offset)));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(damaged) == damaged.size());
+        file.close();
+        // Where a system reads the resource itself, it may be stricter than our reader.
+        const QString text = FileVersionString(file.fileName());
+        QVERIFY2(text.isEmpty() || text == gVersionOf(damaged), qPrintable(file.fileName()));
     }
 }
 

@@ -34,6 +34,7 @@ void tst_MachineIdentity::TheAdapterAddressHasTwelveUpperCaseDigitsOrNone()
 
 void tst_MachineIdentity::TheAdapterAddressIsOfAnAdapterAndNotOfTheLoopback()
 {
+    // Every one of them, as the systems list them in orders of their own.
     QByteArrayList addresses;
     const QList<QNetworkInterface> adapters = QNetworkInterface::allInterfaces();
     for (const QNetworkInterface &adapter : adapters) {
@@ -41,7 +42,9 @@ void tst_MachineIdentity::TheAdapterAddressIsOfAnAdapterAndNotOfTheLoopback()
         if (address.size() >= 12 && !adapter.flags().testFlag(QNetworkInterface::IsLoopBack))
             addresses.append(address.left(12));
     }
-    QCOMPARE(AdapterAddressHex(), addresses.value(0));
+    const QByteArray address = AdapterAddressHex();
+    QCOMPARE(address.isEmpty(), addresses.isEmpty());
+    QVERIFY2(address.isEmpty() || addresses.contains(address), address.constData());
 }
 
 void tst_MachineIdentity::TheVolumeSerialHasEightUpperCaseDigits()

@@ -80,6 +80,7 @@ void DownloadMgr::ResumeDownload(const QString &targetPath, const QUrl &url,
     if (startByte == endByte + 1) {
         // Nothing to ask for: a package of fewer than five bytes has such ranges, and a package
         // that was complete when its process ended has nothing else.
+        m_file.close();
         QMetaObject::invokeMethod(this, &DownloadMgr::_DownloadFinished, Qt::QueuedConnection);
         return;
     }
@@ -210,6 +211,11 @@ void DownloadMgr::_ReadyRead()
     }
     m_nextByte += written;
     if (m_redirects == 0) {
+        if (m_nextByte > m_endByte) {
+            // The range that completes the package moves the file, and where a file is in use it cannot
+            // be moved: whoever has written all of its bytes lets go of it.
+            m_file.close();
+        }
         gDownloadState().alreadyDownloaded += written;
         SaveResumeState();
         emit DownloadProgress(written, 1);

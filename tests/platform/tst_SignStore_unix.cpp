@@ -8,7 +8,7 @@
 #include <QtTest>
 
 /// The ini files that keep a sign: one in the user's settings folder, two in the machine's.
-class tst_SignStore : public QObject
+class tst_SignStore_unix : public QObject
 {
     Q_OBJECT
 
@@ -48,14 +48,14 @@ private:
 static const QString firstPlace = "/Halvard/Halvard Tessel Pack.ini";
 static const QString secondPlace = "/Halvard/TPX.ini";
 
-void tst_SignStore::init()
+void tst_SignStore_unix::init()
 {
     m_folder.reset(new QTemporaryDir);
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(User()));
     qputenv("XDG_CONFIG_DIRS", QFile::encodeName(Machine()));
 }
 
-void tst_SignStore::Write(const QString &path, const QByteArray &text)
+void tst_SignStore_unix::Write(const QString &path, const QByteArray &text)
 {
     QVERIFY(QDir().mkpath(QFileInfo(path).path()));
     QFile file(path);
@@ -63,12 +63,12 @@ void tst_SignStore::Write(const QString &path, const QByteArray &text)
     QCOMPARE(file.write(text), qint64(text.size()));
 }
 
-void tst_SignStore::WithoutAnyFileThereIsNoSign()
+void tst_SignStore_unix::WithoutAnyFileThereIsNoSign()
 {
     QVERIFY(gReadStoredSign("Halvard").isEmpty());
 }
 
-void tst_SignStore::ASignIsFoundIn_data()
+void tst_SignStore_unix::ASignIsFoundIn_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("the first place of the user") << "user" + firstPlace;
@@ -76,14 +76,14 @@ void tst_SignStore::ASignIsFoundIn_data()
     QTest::newRow("the second place of the machine") << "machine" + secondPlace;
 }
 
-void tst_SignStore::ASignIsFoundIn()
+void tst_SignStore_unix::ASignIsFoundIn()
 {
     QFETCH(QString, path);
     Write(m_folder->filePath(path), "[General]\nClientSign={AB-12}\n");
     QCOMPARE(gReadStoredSign("Halvard"), QString("{AB-12}"));
 }
 
-void tst_SignStore::TheUsersSignGoesBeforeThoseOfTheMachine()
+void tst_SignStore_unix::TheUsersSignGoesBeforeThoseOfTheMachine()
 {
     Write(User() + firstPlace, "[General]\nClientSign=user\n");
     Write(Machine() + firstPlace, "[General]\nClientSign=first\n");
@@ -91,20 +91,20 @@ void tst_SignStore::TheUsersSignGoesBeforeThoseOfTheMachine()
     QCOMPARE(gReadStoredSign("Halvard"), QString("user"));
 }
 
-void tst_SignStore::TheFirstPlaceOfTheMachineGoesBeforeTheSecond()
+void tst_SignStore_unix::TheFirstPlaceOfTheMachineGoesBeforeTheSecond()
 {
     Write(Machine() + firstPlace, "[General]\nClientSign=first\n");
     Write(Machine() + secondPlace, "[General]\nClientSign=second\n");
     QCOMPARE(gReadStoredSign("Halvard"), QString("first"));
 }
 
-void tst_SignStore::TheUsersSecondPlaceIsNoPlace()
+void tst_SignStore_unix::TheUsersSecondPlaceIsNoPlace()
 {
     Write(User() + secondPlace, "[General]\nClientSign=user\n");
     QVERIFY(gReadStoredSign("Halvard").isEmpty());
 }
 
-void tst_SignStore::AFileWithoutTheValueEndsNoSearch()
+void tst_SignStore_unix::AFileWithoutTheValueEndsNoSearch()
 {
     Write(User() + firstPlace, "[General]\nOther=1\n");
     Write(Machine() + firstPlace, "");
@@ -112,14 +112,14 @@ void tst_SignStore::AFileWithoutTheValueEndsNoSearch()
     QCOMPARE(gReadStoredSign("Halvard"), QString("second"));
 }
 
-void tst_SignStore::AnEmptySignEndsTheSearch()
+void tst_SignStore_unix::AnEmptySignEndsTheSearch()
 {
     Write(User() + firstPlace, "[General]\nClientSign=\n");
     Write(Machine() + firstPlace, "[General]\nClientSign=first\n");
     QVERIFY(gReadStoredSign("Halvard").isEmpty());
 }
 
-void tst_SignStore::ReadingWritesNothing()
+void tst_SignStore_unix::ReadingWritesNothing()
 {
     gReadStoredSign("Halvard");
     QVERIFY(!QFile::exists(User() + firstPlace));
@@ -127,7 +127,7 @@ void tst_SignStore::ReadingWritesNothing()
     QVERIFY(!QFile::exists(Machine() + secondPlace));
 }
 
-void tst_SignStore::EveryCompanyHasItsOwnPlaces()
+void tst_SignStore_unix::EveryCompanyHasItsOwnPlaces()
 {
     gStoreSign("Other", "{other}");
     QCOMPARE(Stored(Machine() + "/Other/Other Tessel Pack.ini"), QString("{other}"));
@@ -136,13 +136,13 @@ void tst_SignStore::EveryCompanyHasItsOwnPlaces()
     QVERIFY(gReadStoredSign("Halvard").isEmpty());
 }
 
-void tst_SignStore::ALongSignIsCutTo49Characters()
+void tst_SignStore_unix::ALongSignIsCutTo49Characters()
 {
     Write(Machine() + secondPlace, "[General]\nClientSign=" + QByteArray(60, 'x') + "\n");
     QCOMPARE(gReadStoredSign("Halvard"), QString(49, 'x'));
 }
 
-void tst_SignStore::ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers()
+void tst_SignStore_unix::ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers()
 {
     const QString sign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
     gStoreSign("Halvard", sign);
@@ -153,7 +153,7 @@ void tst_SignStore::ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers()
     QCOMPARE(gReadStoredSign("Halvard"), sign);
 }
 
-void tst_SignStore::StoringReplacesTheSignAndKeepsTheRest()
+void tst_SignStore_unix::StoringReplacesTheSignAndKeepsTheRest()
 {
     Write(Machine() + secondPlace, "[General]\nClientSign=old\nOther=1\n");
     gStoreSign("Halvard", "new");
@@ -161,7 +161,7 @@ void tst_SignStore::StoringReplacesTheSignAndKeepsTheRest()
     QCOMPARE(gReadIniText(Machine() + secondPlace).value("General/Other"), QString("1"));
 }
 
-void tst_SignStore::OnlyTheFirstFolderOfTheMachineIsWritten()
+void tst_SignStore_unix::OnlyTheFirstFolderOfTheMachineIsWritten()
 {
     const QString later = m_folder->filePath("later");
     qputenv("XDG_CONFIG_DIRS", QFile::encodeName(Machine() + ':' + later));
@@ -174,7 +174,7 @@ void tst_SignStore::OnlyTheFirstFolderOfTheMachineIsWritten()
     QVERIFY(gReadStoredSign("Halvard").isEmpty());
 }
 
-void tst_SignStore::AMachineFolderThatCannotBeWrittenIsOverlooked()
+void tst_SignStore_unix::AMachineFolderThatCannotBeWrittenIsOverlooked()
 {
     Write(Machine(), "a file where a folder is needed");
     gStoreSign("Halvard", "sign");
@@ -183,12 +183,12 @@ void tst_SignStore::AMachineFolderThatCannotBeWrittenIsOverlooked()
     QVERIFY(QFileInfo(Machine()).isFile());
 }
 
-void tst_SignStore::ALockThatAKilledProcessLeftHoldsNothingUp()
+void tst_SignStore_unix::ALockThatAKilledProcessLeftHoldsNothingUp()
 {
     Write(Machine() + firstPlace + ".lock", "");
     gStoreSign("Halvard", "sign");
     QCOMPARE(Stored(Machine() + firstPlace), QString("sign"));
 }
 
-QTEST_GUILESS_MAIN(tst_SignStore)
-#include "tst_SignStore.moc"
+QTEST_GUILESS_MAIN(tst_SignStore_unix)
+#include "tst_SignStore_unix.moc"

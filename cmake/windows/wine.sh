@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# Runs a Windows program with a Wine of the build's own: another prefix than the user's, no menu entries, no
+# messages but the program's.
+#
+#   wine.sh BUILD SDK PROGRAM [ARGUMENT]...   runs it; its status is this one's
+#   wine.sh BUILD SDK --prepare               makes the prefix, which the first program would do otherwise
+#   wine.sh BUILD SDK --end                   ends every program of the prefix
+set -euo pipefail
+build=$1
+sdk=$2
+shift 2
+
+export WINEPREFIX=${QUILLON_WINEPREFIX:-$build/wine}
+export WINEDEBUG=${WINEDEBUG:--all}
+# Neither .NET nor a browser engine is asked for when a prefix is made.
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
+# Where programs find the libraries that an installation has beside them.
+export WINEPATH="Z:$build/demo;Z:$sdk/bin"
+export QT_PLUGIN_PATH="Z:$sdk/plugins"
+# What Qt has to say would go to a debugger otherwise.
+export QT_FORCE_STDERR_LOGGING=1
+
+# Windows, even hidden ones, need a display.
+if [ -z "${DISPLAY:-}" ]; then
+    exec xvfb-run -a -s "-screen 0 1280x900x24" "$0" "$build" "$sdk" "$@"
+fi
+
+prepare() {
+    mkdir -p "$WINEPREFIX"
+    exec 9>"$WINEPREFIX/.lock"
+    flock 9
+    if [ ! -e "$WINEPREFIX/.ready" ]; then
+        wineboot --init >/dev/null 2>&1
+        # A program that crashes just ends.
+        wine reg delete 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /f \
+            >/dev/null 2>&1
+        wineserver --wait
+        touch "$WINEPREFIX/.ready"
+    fi
+    exec 9>&-
+}
+
+# A Qt test reports to a debugger, too, unless it is given a file.
+run_test() {
+    log=$(mktemp)
+    trap 'rm -f "$log"' EXIT
+    wine "$@" -o "Z:$log,txt" &
+    tail --quiet --lines=+1 --follow --sleep-interval=0.2 --pid=$! "$log"
+    wait $!
+}
+
+case $1 in
+--prepare) prepare ;;
+--end) wineserver --kill || true ;;
+*)
+    [ -e "$WINEPREFIX/.ready" ] || prepare
+    case ${1##*/} in
+    tst_*) run_test "$@" ;;
+    *) exec wine "$@" ;;
+    esac
+    ;;
+esac

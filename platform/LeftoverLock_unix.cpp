@@ -1,0 +1,20 @@
+#include "platform/LeftoverLock.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QLockFile>
+
+void gRemoveLeftoverLock(const QString &lockPath)
+{
+    QLockFile lock(lockPath);
+    qint64 owner = 0;
+    QString host;
+    QString application;
+    // A process that is killed between creating and filling the lock leaves it empty, which counts as
+    // held; and where process numbers are reused, our own number may stand in it. The lock of any other
+    // dead process is detected by Qt.
+    if (!lock.getLockInfo(&owner, &host, &application) ||
+        owner == QCoreApplication::applicationPid()) {
+        QFile::remove(lockPath);
+    }
+}

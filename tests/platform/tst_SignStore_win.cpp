@@ -1,0 +1,293 @@
+#include "platform/SignStore.h"
+
+#include <QByteArray>
+#include <QtTest>
+
+#include <optional>
+
+#include <windows.h>
+
+namespace
+{
+const QString company = QStringLiteral("Quillon test of SignStore");
+const QString other = QStringLiteral("Quillon test of SignStore, other");
+
+QString gFirstPlace(const QString &maker = company)
+{
+    return QStringLiteral("Software\\%1\\%1 Tessel Pack").arg(maker);
+}
+
+QString gSecondPlace(const QString &maker = company)
+{
+    return QStringLiteral("Software\\%1\\TPX").arg(maker);
+}
+
+std::wstring gMakersKey(const QString &maker)
+{
+    return QStringLiteral("Software\\%1").arg(maker).toStdWString();
+}
+
+/// Creates the key of the test's company as one that is gone with the next start of the system.
+bool gCreateVolatile(HKEY root)
+{
+    HKEY key = nullptr;
+    if (RegCreateKeyExW(root, gMakersKey(company).c_str(), 0, nullptr, REG_OPTION_VOLATILE,
+                        KEY_ALL_ACCESS, nullptr, &key, nullptr) != ERROR_SUCCESS) {
+        return false;
+    }
+    RegCloseKey(key);
+    return true;
+}
+
+bool gWriteRaw(HKEY root, const QString &place, const wchar_t *name, DWORD type,
+               const QByteArray &bytes)
+{
+    // The system would add a terminator that it finds behind the bytes.
+    const QByteArray followed = bytes + "..";
+    return RegSetKeyValueW(root, place.toStdWString().c_str(), name, type, followed.constData(),
+                           static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS;
+}
+
+QByteArray gUtf16(const QString &text)
+{
+    return {reinterpret_cast<const char *>(text.utf16()), text.size() * 2};
+}
+
+/// Writes as other programs do, with a terminator.
+bool gWrite(HKEY root, const QString &place, const QString &sign)
+{
+    return gWriteRaw(root, place, L"ClientSign", REG_SZ, gUtf16(sign) + QByteArray(2, '\0'));
+}
+
+bool gExists(HKEY root, const QString &place)
+{
+    HKEY key = nullptr;
+    const LSTATUS status =
+        RegOpenKeyExW(root, place.toStdWString().c_str(), 0, KEY_QUERY_VALUE, &key);
+    if (status == ERROR_SUCCESS) {
+        RegCloseKey(key);
+    }
+    return status == ERROR_SUCCESS;
+}
+
+struct Stored {
+    DWORD type = 0;
+    QByteArray bytes;
+};
+
+std::optional<Stored> gStored(HKEY root, const QString &place, const wchar_t *name = L"ClientSign")
+{
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(root, place.toStdWString().c_str(), 0, KEY_QUERY_VALUE, &key) !=
+        ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    Stored stored;
+    stored.bytes.fill('\0', 1000);
+    auto size = static_cast<DWORD>(stored.bytes.size());
+    const LSTATUS status = RegQueryValueExW(key, name, nullptr, &stored.type,
+                                            reinterpret_cast<BYTE *>(stored.bytes.data()), &size);
+    RegCloseKey(key);
+    if (status != ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    stored.bytes.truncate(static_cast<int>(size));
+    return stored;
+}
+} // namespace
+
+/// The registry of this machine, in keys of a maker that exists nowhere.
+class tst_SignStore_win : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void WithoutAnyKeyThereIsNoSign();
+    void ASignIsFoundIn_data();
+    void ASignIsFoundIn();
+    void TheUsersSignGoesBeforeThoseOfTheMachine();
+    void TheFirstPlaceOfTheMachineGoesBeforeTheSecond();
+    void TheUsersSecondPlaceIsNoPlace();
+    void AKeyWithoutTheValueEndsNoSearch();
+    void AnEmptySignEndsTheSearch();
+    void ReadingWritesNoValue();
+    void EveryCompanyHasItsOwnPlaces();
+    void ASignOf49CharactersIsRead();
+    void ALongerSignIsPassedOver();
+    void ASignWithoutTerminatorIsRead();
+
+    void ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers();
+    void AStoredSignIsATextWithoutTerminator();
+    void StoringReplacesTheSignAndKeepsTheRest();
+    void AMachineThatCannotBeWrittenIsOverlooked();
+};
+
+void tst_SignStore_win::init()
+{
+    cleanup();
+    if (!gCreateVolatile(HKEY_LOCAL_MACHINE)) {
+        QSKIP("Only an administrator can write the keys of the machine.");
+    }
+    cleanup();
+}
+
+void tst_SignStore_win::cleanup()
+{
+    for (HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
+        for (const QString &maker : {company, other}) {
+            RegDeleteTreeW(root, gMakersKey(maker).c_str());
+        }
+    }
+}
+
+void tst_SignStore_win::WithoutAnyKeyThereIsNoSign()
+{
+    QVERIFY(gReadStoredSign(company).isEmpty());
+}
+
+void tst_SignStore_win::ASignIsFoundIn_data()
+{
+    QTest::addColumn<bool>("ofUser");
+    QTest::addColumn<QString>("place");
+    QTest::newRow("the first place of the user") << true << gFirstPlace();
+    QTest::newRow("the first place of the machine") << false << gFirstPlace();
+    QTest::newRow("the second place of the machine") << false << gSecondPlace();
+}
+
+void tst_SignStore_win::ASignIsFoundIn()
+{
+    QFETCH(bool, ofUser);
+    QFETCH(QString, place);
+    QVERIFY(gWrite(ofUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE, place, "{sign}"));
+    QCOMPARE(gReadStoredSign(company), QString("{sign}"));
+}
+
+void tst_SignStore_win::TheUsersSignGoesBeforeThoseOfTheMachine()
+{
+    QVERIFY(gWrite(HKEY_CURRENT_USER, gFirstPlace(), "user"));
+    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
+    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
+    QCOMPARE(gReadStoredSign(company), QString("user"));
+}
+
+void tst_SignStore_win::TheFirstPlaceOfTheMachineGoesBeforeTheSecond()
+{
+    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
+    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
+    QCOMPARE(gReadStoredSign(company), QString("first"));
+}
+
+void tst_SignStore_win::TheUsersSecondPlaceIsNoPlace()
+{
+    QVERIFY(gWrite(HKEY_CURRENT_USER, gSecondPlace(), "user"));
+    QVERIFY(gReadStoredSign(company).isEmpty());
+}
+
+void tst_SignStore_win::AKeyWithoutTheValueEndsNoSearch()
+{
+    QVERIFY(gWriteRaw(HKEY_CURRENT_USER, gFirstPlace(), L"Other", REG_SZ, gUtf16("1")));
+    QVERIFY(gWriteRaw(HKEY_LOCAL_MACHINE, gFirstPlace(), L"Other", REG_SZ, gUtf16("1")));
+    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
+    QCOMPARE(gReadStoredSign(company), QString("second"));
+}
+
+void tst_SignStore_win::AnEmptySignEndsTheSearch()
+{
+    QVERIFY(gWrite(HKEY_CURRENT_USER, gFirstPlace(), ""));
+    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
+    QVERIFY(gReadStoredSign(company).isEmpty());
+}
+
+void tst_SignStore_win::ReadingWritesNoValue()
+{
+    gReadStoredSign(company);
+    for (HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
+        QVERIFY(!gStored(root, gFirstPlace()).has_value());
+        QVERIFY(!gStored(root, gSecondPlace()).has_value());
+    }
+    QVERIFY(!gExists(HKEY_CURRENT_USER, gSecondPlace()));
+}
+
+void tst_SignStore_win::EveryCompanyHasItsOwnPlaces()
+{
+    gStoreSign(other, "{other}");
+    QVERIFY(gStored(HKEY_LOCAL_MACHINE, gFirstPlace(other)).has_value());
+    QVERIFY(gStored(HKEY_LOCAL_MACHINE, gSecondPlace(other)).has_value());
+    QCOMPARE(gReadStoredSign(other), QString("{other}"));
+    QVERIFY(gReadStoredSign(company).isEmpty());
+}
+
+void tst_SignStore_win::ASignOf49CharactersIsRead()
+{
+    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), QString(49, 'x')));
+    QCOMPARE(gReadStoredSign(company), QString(49, 'x'));
+}
+
+void tst_SignStore_win::ALongerSignIsPassedOver()
+{
+    QVERIFY(gWrite(HKEY_CURRENT_USER, gFirstPlace(), QString(50, 'x')));
+    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), QString(600, 'x')));
+    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
+    QCOMPARE(gReadStoredSign(company), QString("second"));
+}
+
+void tst_SignStore_win::ASignWithoutTerminatorIsRead()
+{
+    const auto write = [](int length) {
+        return gWriteRaw(HKEY_CURRENT_USER, gFirstPlace(), L"ClientSign", REG_SZ,
+                         gUtf16(QString(length, 'x')));
+    };
+    QVERIFY(write(38));
+    QCOMPARE(gReadStoredSign(company), QString(38, 'x'));
+    // It fills the buffer, and one character has to go.
+    QVERIFY(write(50));
+    QCOMPARE(gReadStoredSign(company), QString(49, 'x'));
+}
+
+void tst_SignStore_win::ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers()
+{
+    const QString sign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
+    gStoreSign(company, sign);
+    QVERIFY(gStored(HKEY_LOCAL_MACHINE, gFirstPlace()).has_value());
+    QVERIFY(gStored(HKEY_LOCAL_MACHINE, gSecondPlace()).has_value());
+    QVERIFY(!gExists(HKEY_CURRENT_USER, gFirstPlace()));
+    QVERIFY(!gExists(HKEY_CURRENT_USER, gSecondPlace()));
+    QCOMPARE(gReadStoredSign(company), sign);
+}
+
+void tst_SignStore_win::AStoredSignIsATextWithoutTerminator()
+{
+    const QString sign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
+    gStoreSign(company, sign);
+    for (const QString &place : {gFirstPlace(), gSecondPlace()}) {
+        const auto stored = gStored(HKEY_LOCAL_MACHINE, place);
+        QVERIFY(stored.has_value());
+        QCOMPARE(stored->type, DWORD{REG_SZ});
+        QCOMPARE(stored->bytes, gUtf16(sign));
+    }
+}
+
+void tst_SignStore_win::StoringReplacesTheSignAndKeepsTheRest()
+{
+    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "a longer sign from earlier"));
+    QVERIFY(gWriteRaw(HKEY_LOCAL_MACHINE, gSecondPlace(), L"Other", REG_SZ, gUtf16("1")));
+    gStoreSign(company, "new");
+    QCOMPARE(gStored(HKEY_LOCAL_MACHINE, gSecondPlace())->bytes, gUtf16("new"));
+    QCOMPARE(gStored(HKEY_LOCAL_MACHINE, gSecondPlace(), L"Other")->bytes, gUtf16("1"));
+}
+
+void tst_SignStore_win::AMachineThatCannotBeWrittenIsOverlooked()
+{
+    // A lasting key cannot be created below one that is gone with the next start.
+    QVERIFY(gCreateVolatile(HKEY_LOCAL_MACHINE));
+    gStoreSign(company, "sign");
+    QVERIFY(gReadStoredSign(company).isEmpty());
+    QVERIFY(!gExists(HKEY_LOCAL_MACHINE, gFirstPlace()));
+    QVERIFY(!gExists(HKEY_CURRENT_USER, gSecondPlace()));
+}
+
+QTEST_GUILESS_MAIN(tst_SignStore_win)
+#include "tst_SignStore_win.moc"
