@@ -159,7 +159,8 @@ build_bsdiff() {
 copy_runtime() {
     local name
     for name in libgcc_s_seh-1.dll libstdc++-6.dll libwinpthread-1.dll; do
-        install -D "$($compiler-g++-posix -print-file-name=$name)" -t "$sdk/bin"
+        install -D --strip --strip-program=$compiler-strip \
+            "$($compiler-g++-posix -print-file-name=$name)" -t "$sdk/bin"
     done
     install -m 644 -D /usr/share/doc/gcc-mingw-w64-base/copyright "$sdk/licences/gcc-runtime.txt"
     install -m 644 -D /usr/share/doc/libqt5core5a/copyright "$sdk/licences/qt.txt"

@@ -20,8 +20,13 @@ export QT_PLUGIN_PATH="Z:$sdk/plugins"
 # What Qt has to say would go to a debugger otherwise.
 export QT_FORCE_STDERR_LOGGING=1
 
-# Windows, even hidden ones, need a display.
+# Windows, even hidden ones, need a display, and all programs of a prefix need the same one. Without one the
+# programs take turns.
 if [ -z "${DISPLAY:-}" ]; then
+    mkdir -p "$WINEPREFIX"
+    exec 8>"$WINEPREFIX/.turn"
+    flock 8
+    wineserver --kill 2>/dev/null || true
     exec xvfb-run -a -s "-screen 0 1280x900x24" "$0" "$build" "$sdk" "$@"
 fi
 
