@@ -36,19 +36,31 @@ prepare() {
     flock 9
     if [ ! -e "$WINEPREFIX/.ready" ]; then
         wineboot --init >/dev/null 2>&1
-        # A program that crashes just ends.
-        wine reg delete 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /f \
-            >/dev/null 2>&1
+        {
+            # A program that crashes just ends.
+            wine reg delete 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /f
+            # There is no window manager, and a window that closes would wait two seconds for one.
+            wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
+            # The system's own font stands for none that is installed.
+            wine reg add 'HKCU\Software\Wine\Fonts\Replacements' /v 'MS Shell Dlg' /d 'DejaVu Sans' /f
+        } >/dev/null 2>&1
         wineserver --wait
         touch "$WINEPREFIX/.ready"
     fi
     exec 9>&-
 }
 
-# A Qt test reports to a debugger, too, unless it is given a file.
+# A Qt test reports to a debugger, too, unless it is given a file. Its servers cannot encrypt: the program
+# QUILLON_TLS_FRONT of this machine, where it is given, does it for them.
 run_test() {
     log=$(mktemp)
-    trap 'rm -f "$log"' EXIT
+    trap 'rm -f "$log"; kill ${front:-} 2>/dev/null || true' EXIT
+    if [ -n "${QUILLON_TLS_FRONT:-}" ]; then
+        coproc TLS_FRONT { exec "$QUILLON_TLS_FRONT"; }
+        front=$TLS_FRONT_PID
+        read -r QUILLON_TLS_FRONT_PORT <&"${TLS_FRONT[0]}"
+        export QUILLON_TLS_FRONT_PORT
+    fi
     wine "$@" -o "Z:$log,txt" &
     tail --quiet --lines=+1 --follow --sleep-interval=0.2 --pid=$! "$log"
     wait $!

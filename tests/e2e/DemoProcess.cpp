@@ -6,16 +6,17 @@
 #include <QTest>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
 constexpr int limitMs = 60000;
 } // namespace
 
-DemoProcess::DemoProcess(const QString &home, const QString &checkTemplate, const QString &program)
+DemoProcess::DemoProcess(const QString &home, const QString &checkTemplate, HostProgram host)
     : m_home(home)
     , m_checkTemplate(checkTemplate)
-    , m_program(program)
+    , m_host(std::move(host))
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), home);
@@ -23,7 +24,11 @@ DemoProcess::DemoProcess(const QString &home, const QString &checkTemplate, cons
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
     environment.insert(QStringLiteral("XDG_CONFIG_DIRS"), home + QStringLiteral("/etc"));
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    environment.insert(QStringLiteral("CORVINA_INSTALL_LOG"), home + QStringLiteral("/installed"));
+    environment.insert(QStringLiteral("CORVINA_INSTALL_LOG"),
+                       m_host.Path(home + QStringLiteral("/installed")));
+    for (auto it = m_host.environment.cbegin(); it != m_host.environment.cend(); ++it) {
+        environment.insert(it.key(), it.value());
+    }
     m_process.setProcessEnvironment(environment);
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
 }
@@ -41,11 +46,11 @@ void DemoProcess::Start(const QStringList &arguments)
         QStringLiteral("--product-version"),
         QStringLiteral("9.1.0.0"),
         QStringLiteral("--config-dir"),
-        m_home,
+        m_host.Path(m_home),
         QStringLiteral("--data-dir"),
-        m_home,
+        m_host.Path(m_home),
         QStringLiteral("--log"),
-        m_home + QStringLiteral("/log"),
+        m_host.Path(m_home + QStringLiteral("/log")),
         QStringLiteral("--timeout"),
         QString::number(limitMs / 1000),
         // Nobody listens there, so that reports end at once.
@@ -54,7 +59,10 @@ void DemoProcess::Start(const QStringList &arguments)
         QStringLiteral("--check"),
         QStringLiteral("interactive"),
     };
-    m_process.start(m_program, common + arguments);
+    QStringList command = m_host.launcher;
+    command.append(m_host.path);
+    const QString program = command.takeFirst();
+    m_process.start(program, command + common + arguments);
 }
 
 int DemoProcess::WaitForEnd()
@@ -82,6 +90,15 @@ bool DemoProcess::WaitFor(const std::function<bool(const QJsonObject &)> &wanted
         }
     }
     return false;
+}
+
+bool DemoProcess::WaitForBytes(int bytes)
+{
+    return WaitFor([bytes](const QJsonObject &event) {
+        return event.value(QLatin1String("event")).toString() == QLatin1String("progress") &&
+               event.value(QLatin1String("maximum")).toInt() > 0 &&
+               event.value(QLatin1String("value")).toInt() >= bytes;
+    });
 }
 
 void DemoProcess::Kill()

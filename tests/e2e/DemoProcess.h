@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/e2e/HostProgram.h"
+
 #include <QJsonObject>
 #include <QList>
 #include <QProcess>
@@ -18,9 +20,8 @@ public:
     /// several
     ///                 runs that belong together
     /// @param checkTemplate the check's address template
-    /// @param program       the host's executable; its folder is where it looks for the patch program
-    DemoProcess(const QString &home, const QString &checkTemplate,
-                const QString &program = QStringLiteral(CORVINA_DEMO));
+    /// @param host          the host to run; its folder is where it looks for the patch program
+    DemoProcess(const QString &home, const QString &checkTemplate, HostProgram host = {});
     ~DemoProcess();
 
     /// Starts an interactive check as version 9.1.0.0, with @p arguments behind the common ones.
@@ -31,6 +32,9 @@ public:
 
     /// Waits for an event that @p wanted accepts. @return whether it came before the process ended.
     bool WaitFor(const std::function<bool(const QJsonObject &)> &wanted);
+
+    /// Waits until the progress page counts at least @p bytes. @return whether it came so far.
+    bool WaitForBytes(int bytes);
 
     /// Ends the process at once, without a chance to tidy up (kill -9).
     void Kill();
@@ -52,7 +56,7 @@ private:
 
     QString m_home;
     QString m_checkTemplate;
-    QString m_program;
+    HostProgram m_host;
     QProcess m_process;
     QList<QJsonObject> m_events;
 };

@@ -1,21 +1,9 @@
 #pragma once
 
-#include <QCoreApplication>
-#include <QString>
-#include <QStringList>
-#include <QTest>
+#include "tests/e2e/TestOption.h"
 
-/// Takes "--server NAME" out of the arguments of a test program. @return the name.
-inline QString gTakeServerName(QStringList &arguments)
-{
-    const int option = arguments.indexOf(QStringLiteral("--server"));
-    if (option < 0) {
-        return QStringLiteral("quillon-serve");
-    }
-    const QString name = arguments.value(option + 1);
-    arguments.erase(arguments.begin() + option, arguments.begin() + option + 2);
-    return name;
-}
+#include <QCoreApplication>
+#include <QTest>
 
 /// The main function of a test class that is constructed with the name of the server to run against.
 #define QUILLON_SERVER_TEST_MAIN(TestClass)                                                        \
@@ -23,6 +11,7 @@ inline QString gTakeServerName(QStringList &arguments)
     {                                                                                              \
         const QCoreApplication app(argc, argv);                                                    \
         QStringList arguments = QCoreApplication::arguments();                                     \
-        TestClass test(gTakeServerName(arguments));                                                \
+        TestClass test(                                                                            \
+            gTakeOption(arguments, QStringLiteral("--server"), QStringLiteral("quillon-serve")));  \
         return QTest::qExec(&test, arguments);                                                     \
     }

@@ -12,12 +12,14 @@
 
 const QString &UpdateScene::InstallerName()
 {
-    static const QString name = QStringLiteral("corvina-setup-9.2.0.0.run");
+    static const QString name = QStringLiteral("corvina-setup-9.2.0.0.exe");
     return name;
 }
 
-UpdateScene::UpdateScene(QString serverName)
-    : m_serverName(std::move(serverName))
+UpdateScene::UpdateScene(QString serverName, HostProgram host, const QString &workingFolder)
+    : site(workingFolder)
+    , m_serverName(std::move(serverName))
+    , m_host(std::move(host))
 {
 }
 
@@ -36,7 +38,7 @@ bool UpdateScene::StartServer(int bytesPerSecond)
     if (!server->Start(site.Folder(), bytesPerSecond)) {
         return false;
     }
-    demo = std::make_unique<DemoProcess>(site.Home(), server->CheckTemplate());
+    demo = std::make_unique<DemoProcess>(site.Home(), server->CheckTemplate(), m_host);
     return true;
 }
 
@@ -78,6 +80,23 @@ bool UpdateScene::InstallerHasRun(const QString &version) const
             return UpdateSite::Read(site.Home() + QStringLiteral("/installed")).contains(expected);
         },
         limitMs);
+}
+
+QStringList UpdateScene::RangesLeft() const
+{
+    QStringList ranges;
+    for (int number = 1; number <= rangeCount; ++number) {
+        const QString group = QStringLiteral("DownLoad_Tasks");
+        const int start = site.ResumeValue(group, QStringLiteral("Start_Byte%1").arg(number));
+        const int end = site.ResumeValue(group, QStringLiteral("End_Byte%1").arg(number));
+        if (start <= end) {
+            // The last one takes whatever the server has.
+            ranges.append(number < rangeCount ? QStringLiteral("bytes=%1-%2").arg(start).arg(end)
+                                              : QStringLiteral("bytes=%1-").arg(start));
+        }
+    }
+    ranges.sort();
+    return ranges;
 }
 
 QStringList UpdateScene::RangesAsked(const QString &name) const

@@ -20,7 +20,9 @@ public:
     static const QString &InstallerName();
 
     /// @param serverName "nginx" or "quillon-serve"
-    explicit UpdateScene(QString serverName);
+    /// @param workingFolder as for `UpdateSite`
+    explicit UpdateScene(QString serverName, HostProgram host = {},
+                         const QString &workingFolder = QString());
     ~UpdateScene();
 
     /// Starts the server, and prepares the next host to ask it. A running server ends first.
@@ -42,6 +44,9 @@ public:
     /// Waits for the line that the installer of @p version writes.
     bool InstallerHasRun(const QString &version) const;
 
+    /// The ranges that an interrupted download left to ask for, by the resume state on disk, sorted.
+    QStringList RangesLeft() const;
+
     /// The ranges of package @p name that were asked for, sorted.
     QStringList RangesAsked(const QString &name) const;
 
@@ -54,4 +59,5 @@ public:
 
 private:
     QString m_serverName;
+    HostProgram m_host;
 };

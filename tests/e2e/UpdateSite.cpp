@@ -15,8 +15,11 @@ QString gMd5(const QByteArray &content)
 }
 } // namespace
 
-UpdateSite::UpdateSite()
+UpdateSite::UpdateSite(const QString &workingFolder)
+    : m_workingFolder(workingFolder.isEmpty() ? Home() + QStringLiteral("/data/Halvard")
+                                              : workingFolder)
 {
+    QDir().mkpath(Home());
     QDir().mkpath(Folder() + QStringLiteral("/packages"));
     QDir().mkpath(Folder() + QStringLiteral("/manifests"));
     QDir().mkpath(WorkingFolder());
@@ -30,11 +33,6 @@ QString UpdateSite::Folder() const
 QString UpdateSite::Home() const
 {
     return m_folder.filePath(QStringLiteral("home"));
-}
-
-QString UpdateSite::WorkingFolder() const
-{
-    return Home() + QStringLiteral("/data/Halvard");
 }
 
 bool UpdateSite::Publish(const QString &name, const QByteArray &content) const
@@ -60,19 +58,20 @@ QString UpdateSite::PatchName()
 
 bool UpdateSite::PublishPatch(const QString &baseUrl, const QString &oldVersion,
                               const QByteArray &oldInstaller, const QByteArray &newInstaller,
-                              const QString &fullUrl, const QByteArray &patch) const
+                              const QString &fullUrl, const QByteArray &patch,
+                              const QString &newVersion) const
 {
     const QString manifest =
         QStringLiteral("<Update><ExeUrl_x64>%1</ExeUrl_x64><Verify_x64>%2</Verify_x64>"
                        "<OldVerify_x64>%3</OldVerify_x64>"
-                       "<WhatNews><Item><Version>9.2.0.0</Version>"
+                       "<WhatNews><Item><Version>%6</Version>"
                        "<Text><![CDATA[<li>Faster export</li>]]></Text></Item></WhatNews>"
-                       "<IncreasePackage><Url_x64>%4</Url_x64><Version>9.2.0.0</Version>"
+                       "<IncreasePackage><Url_x64>%4</Url_x64><Version>%6</Version>"
                        "<Verify_x64>%2</Verify_x64><Size_x64>%5</Size_x64>"
                        "<AutoNotify>0</AutoNotify></IncreasePackage></Update>")
             .arg(fullUrl, gMd5(newInstaller), gMd5(oldInstaller),
                  baseUrl + QStringLiteral("/packages/") + PatchName(),
-                 QString::number(patch.size()));
+                 QString::number(patch.size()), newVersion);
     return Publish(PatchName(), patch) &&
            Write(Folder() + QStringLiteral("/manifests/%1.xml").arg(oldVersion), manifest.toUtf8());
 }

@@ -8,12 +8,13 @@
 class UpdateSite
 {
 public:
-    UpdateSite();
+    /// @param workingFolder where the user's host keeps packages; by default it is in the user's home
+    explicit UpdateSite(const QString &workingFolder = QString());
 
     QString Folder() const;
-    /// The user's home: settings, log, resume state, and below "data/Halvard" the packages.
+    /// The user's home: settings, log and resume state.
     QString Home() const;
-    QString WorkingFolder() const;
+    QString WorkingFolder() const { return m_workingFolder; }
 
     /// Publishes @p content as packages/@p name.
     bool Publish(const QString &name, const QByteArray &content) const;
@@ -23,10 +24,11 @@ public:
     bool WriteManifest(const QString &url) const;
 
     /// Publishes @p patch, which makes @p newInstaller out of @p oldInstaller, and a manifest that
-    /// offers both packages to hosts of version @p oldVersion.
+    /// offers both packages as @p newVersion to hosts of version @p oldVersion.
     bool PublishPatch(const QString &baseUrl, const QString &oldVersion,
                       const QByteArray &oldInstaller, const QByteArray &newInstaller,
-                      const QString &fullUrl, const QByteArray &patch) const;
+                      const QString &fullUrl, const QByteArray &patch,
+                      const QString &newVersion = QStringLiteral("9.2.0.0")) const;
     static QString PatchName();
 
     /// The resume state as it is on disk.
@@ -39,4 +41,5 @@ public:
 
 private:
     QTemporaryDir m_folder;
+    QString m_workingFolder;
 };

@@ -25,12 +25,6 @@ QByteArray gMakePatch(const QByteArray &oldFile, const QByteArray &newFile)
     bsdiff.start(QStringLiteral("bsdiff"), {oldPath, newPath, patchPath});
     return bsdiff.waitForFinished(60000) ? UpdateSite::Read(patchPath) : QByteArray();
 }
-
-bool gHasProgressed(const QJsonObject &event, int bytes)
-{
-    return event.value(QLatin1String("event")).toString() == QLatin1String("progress") &&
-           event.value(QLatin1String("value")).toInt() >= bytes;
-}
 } // namespace
 
 /// Whole updates by a patch against the installer that an earlier update kept.
@@ -156,8 +150,7 @@ void tst_IncrementalUpdate::aKilledPatchDownloadContinuesWhereItsStateStood()
     QVERIFY(m_scene->StartServer(256 * 1024));
     QVERIFY(Publish(m_patch));
     m_scene->demo->Start({QStringLiteral("--on-version"), QStringLiteral("update")});
-    QVERIFY(m_scene->demo->WaitFor(
-        [this](const QJsonObject &event) { return gHasProgressed(event, m_patch.size() / 3); }));
+    QVERIFY(m_scene->demo->WaitForBytes(m_patch.size() / 3));
     m_scene->demo->Kill();
     const QString group = QStringLiteral("AlreadyDownload_size");
     QVERIFY(m_scene->site.ResumeValue(group, group) > 0);
@@ -177,8 +170,9 @@ void tst_IncrementalUpdate::aHostKilledWhilePatchingPatchesAgain()
     QVERIFY(UseSlowPatchProgram(folder.path()));
     QVERIFY(m_scene->StartServer());
     QVERIFY(Publish(m_patch));
-    DemoProcess slowHost(m_scene->site.Home(), m_scene->server->CheckTemplate(),
-                         folder.filePath(QStringLiteral("corvina-demo")));
+    HostProgram host;
+    host.path = folder.filePath(QStringLiteral("corvina-demo"));
+    DemoProcess slowHost(m_scene->site.Home(), m_scene->server->CheckTemplate(), host);
     slowHost.Start({QStringLiteral("--on-version"), QStringLiteral("update")});
     QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(folder.filePath(QStringLiteral("started"))), 20000);
     slowHost.Kill();

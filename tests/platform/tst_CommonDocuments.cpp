@@ -1,6 +1,6 @@
 #include "platform/CommonDocuments.h"
 
-#include "tests/platform/DocumentsElsewhere.h"
+#include "tests/support/SystemPlaces.h"
 
 #include <QDir>
 #include <QFile>
@@ -22,19 +22,20 @@ private slots:
 
 private:
     QTemporaryDir m_directory;
+    SystemPlaces m_places{m_directory.path()};
 };
 
 void tst_CommonDocuments::the_folder_is_the_one_that_the_system_names()
 {
     const QString folder = m_directory.filePath("data");
-    const DocumentsElsewhere documents(folder);
+    SystemPlaces::PutDocuments(folder);
     QCOMPARE(gCommonDocumentsFolder(), folder);
 }
 
 void tst_CommonDocuments::a_missing_folder_is_created_with_its_parents()
 {
     const QString folder = m_directory.filePath("missing/parents/data");
-    const DocumentsElsewhere documents(folder);
+    SystemPlaces::PutDocuments(folder);
     QVERIFY(!QFileInfo::exists(folder));
     QCOMPARE(gCommonDocumentsFolder(), folder);
     QVERIFY(QFileInfo(folder).isDir());
@@ -46,7 +47,7 @@ void tst_CommonDocuments::an_existing_folder_keeps_its_files()
     QVERIFY(QDir().mkpath(folder));
     QFile file(folder + "/kept");
     QVERIFY(file.open(QIODevice::WriteOnly));
-    const DocumentsElsewhere documents(folder);
+    SystemPlaces::PutDocuments(folder);
     QCOMPARE(gCommonDocumentsFolder(), folder);
     QVERIFY(file.exists());
 }
@@ -55,7 +56,7 @@ void tst_CommonDocuments::a_folder_that_cannot_be_created_gives_nothing()
 {
     QFile file(m_directory.filePath("file"));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    const DocumentsElsewhere documents(file.fileName() + "/below");
+    SystemPlaces::PutDocuments(file.fileName() + "/below");
     QCOMPARE(gCommonDocumentsFolder(), QString());
 }
 
@@ -70,7 +71,7 @@ void tst_CommonDocuments::the_name_has_forward_slashes_and_no_trailing_one_data(
 void tst_CommonDocuments::the_name_has_forward_slashes_and_no_trailing_one()
 {
     QFETCH(QString, name);
-    const DocumentsElsewhere documents(m_directory.filePath(name));
+    SystemPlaces::PutDocuments(m_directory.filePath(name));
     QCOMPARE(gCommonDocumentsFolder(), QDir::cleanPath(m_directory.filePath(name)));
 }
 

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// Takes "NAME VALUE" out of the arguments of a test program, which Qt Test would not know.
+/// @return the value; @p otherwise when it is not there
+inline QString gTakeOption(QStringList &arguments, const QString &name,
+                           const QString &otherwise = QString())
+{
+    const int option = arguments.indexOf(name);
+    if (option < 0 || option + 1 >= arguments.size()) {
+        return otherwise;
+    }
+    const QString value = arguments.at(option + 1);
+    arguments.erase(arguments.begin() + option, arguments.begin() + option + 2);
+    return value;
+}
