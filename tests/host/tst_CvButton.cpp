@@ -46,8 +46,9 @@ void tst_CvButton::every_state_has_a_look_of_its_own_data()
     QTest::addColumn<QColor>("border");
     QTest::newRow("normal") << Prepare([](CvButton *) {}) << QColor("#2A343F") << QColor("#3D4A57");
     QTest::newRow("under the mouse") << Prepare([](CvButton *button) {
-        button->setAttribute(Qt::WA_UnderMouse);
-        QTest::mouseMove(button, button->rect().center());
+        QWidget *window = button->window();
+        QTest::mouseMove(window->windowHandle(), button->geometry().center());
+        QTRY_VERIFY(button->underMouse());
     }) << QColor("#384653") << QColor("#61DED0");
     QTest::newRow("pressed") << Prepare([](CvButton *button) { button->setDown(true); })
                              << QColor("#61DED0") << QColor("#61DED0");

@@ -1,11 +1,10 @@
 #include "tests/support/HttpConnection.h"
 
 #include "tests/support/HttpServer.h"
+#include "tests/support/SocketReset.h"
 
 #include <QTcpSocket>
 #include <QTimer>
-
-#include <sys/socket.h>
 
 namespace
 {
@@ -154,9 +153,6 @@ void HttpConnection::Reset()
 {
     while (m_socket->bytesToWrite() > 0 && m_socket->waitForBytesWritten()) {
     }
-    // With a linger time of zero the system sends a reset when the socket is closed.
-    const linger noLinger{1, 0};
-    setsockopt(static_cast<int>(m_socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &noLinger,
-               sizeof noLinger);
+    gResetWhenClosed(m_socket->socketDescriptor());
     m_socket->abort();
 }

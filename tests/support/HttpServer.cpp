@@ -1,19 +1,19 @@
 #include "tests/support/HttpServer.h"
 
 #include "tests/support/HttpConnection.h"
+#include "tests/support/Listener.h"
 
 #include <QMutexLocker>
-#include <QTcpServer>
 #include <QTcpSocket>
 
 HttpServer::HttpServer()
-    : HttpServer(std::make_unique<QTcpServer>(), QStringLiteral("http"))
+    : HttpServer(std::make_unique<Listener>())
 {
 }
 
-HttpServer::HttpServer(std::unique_ptr<QTcpServer> listener, const QString &scheme)
+HttpServer::HttpServer(std::unique_ptr<Listener> listener)
     : m_listener(listener.release())
-    , m_scheme(scheme)
+    , m_scheme(m_listener->Scheme())
 {
     m_listener->moveToThread(&m_thread);
     QObject::connect(&m_thread, &QThread::finished, m_listener, &QObject::deleteLater);
@@ -22,9 +22,9 @@ HttpServer::HttpServer(std::unique_ptr<QTcpServer> listener, const QString &sche
     QMetaObject::invokeMethod(
         m_listener,
         [this] {
-            if (!m_listener->listen(QHostAddress::LocalHost))
+            m_port = m_listener->Open();
+            if (m_port == 0)
                 qFatal("The test server found no free port.");
-            m_port = m_listener->serverPort();
         },
         Qt::BlockingQueuedConnection);
 }

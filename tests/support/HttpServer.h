@@ -13,7 +13,7 @@
 #include <atomic>
 #include <memory>
 
-class QTcpServer;
+class Listener;
 
 /// A small HTTP/1.1 server on a free port of 127.0.0.1, with a scripted answer for each path. A
 /// path without one gives 404.
@@ -26,9 +26,8 @@ class HttpServer
 {
 public:
     HttpServer();
-    /// A server behind @p listener, for example one that encrypts; @p scheme is that of its
-    /// addresses.
-    HttpServer(std::unique_ptr<QTcpServer> listener, const QString &scheme);
+    /// A server behind @p listener, for example one that encrypts.
+    explicit HttpServer(std::unique_ptr<Listener> listener);
     ~HttpServer();
     HttpServer(const HttpServer &) = delete;
     HttpServer &operator=(const HttpServer &) = delete;
@@ -63,7 +62,7 @@ private:
     std::atomic<int> m_openConnections{0};
     std::atomic<int> m_connections{0};
     QThread m_thread;
-    QTcpServer *m_listener;
+    Listener *m_listener;
     QString m_scheme;
     /// Written on the server's thread.
     std::atomic<quint16> m_port{0};

@@ -1,5 +1,7 @@
 #include "tests/support/PatchProgram.h"
 
+#include "tests/support/StandIn.h"
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QProcess>
@@ -24,9 +26,9 @@ PatchProgram::PatchProgram()
         qFatal("The program bspatch is needed beside the test.");
 }
 
-PatchProgram::PatchProgram(const QByteArray &script)
+PatchProgram::PatchProgram(const QByteArray &orders)
 {
-    gWrite(Path(), "#!/bin/sh\n" + script + "\n");
+    gWrite(Path(), StandIn::Bytes(orders));
     QFile::setPermissions(Path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner);
 }
 

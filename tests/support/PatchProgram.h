@@ -10,10 +10,10 @@
 class PatchProgram
 {
 public:
-    /// The real program, that of the system.
+    /// The real program, the one in the system's path.
     PatchProgram();
-    /// A shell script; "$1", "$2" and "$3" are its arguments.
-    explicit PatchProgram(const QByteArray &script);
+    /// A stand-in that follows @p orders, see StandIn.
+    explicit PatchProgram(const QByteArray &orders);
     ~PatchProgram();
     PatchProgram(const PatchProgram &) = delete;
     PatchProgram &operator=(const PatchProgram &) = delete;

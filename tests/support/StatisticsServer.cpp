@@ -14,8 +14,7 @@ QJsonObject gRecord(const HttpRequest &request)
 } // namespace
 
 StatisticsServer::StatisticsServer(const TestCertificates &certificates)
-    : m_server(std::make_unique<TlsListener>(certificates.Server(), certificates.ServerKey()),
-               QStringLiteral("https"))
+    : m_server(std::make_unique<TlsListener>(certificates.Server(), certificates.ServerKey()))
 {
     Answer(HttpAnswer::Status(200));
 }

@@ -3,12 +3,11 @@
 #include <QSslCertificate>
 #include <QSslKey>
 #include <QString>
-#include <QTemporaryDir>
 
-/// A certificate authority of its own and a certificate that it issued for 127.0.0.1, both made by
-/// the program "openssl" when the object is created.
+/// A certificate authority of its own and a certificate that it issued for 127.0.0.1. They are made with the
+/// tests; each object of a process has another pair.
 ///
-/// Thread: any. Errors: without the program the whole test ends.
+/// Thread: GUI thread. Errors: a process that wants more pairs than were made ends.
 class TestCertificates
 {
 public:
@@ -17,16 +16,17 @@ public:
     QSslCertificate Server() const;
     QSslKey ServerKey() const;
 
-    /// The same as PEM files, for programs; they live as long as the object.
+    /// The same as PEM files, for programs.
+    QString AuthorityFile() const { return Path("ca.pem"); }
     QString ServerFile() const { return Path("server.pem"); }
     QString ServerKeyFile() const { return Path("server.key"); }
 
-    /// From now on every encrypted connection of this process trusts the authority.
+    /// From now on every encrypted connection of this process trusts the authority. Once for a process, before its
+    /// first connection.
     void TrustAuthority() const;
 
 private:
-    QString Path(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
-    void Run(const QStringList &arguments) const;
+    QString Path(const char *name) const { return m_folder + QLatin1String(name); }
 
-    QTemporaryDir m_folder;
+    QString m_folder;
 };

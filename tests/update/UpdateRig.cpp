@@ -17,13 +17,11 @@
 #include <QSettings>
 
 UpdateRig::UpdateRig()
-    : m_answerer([this](QWidget *box) { AnswerBox(box); })
+    : m_places(m_folder.path())
+    , m_answerer([this](QWidget *box) { AnswerBox(box); })
 {
     qRegisterMetaType<QNetworkReply *>();
     QDir().mkpath(ConfigFolder());
-    qputenv("XDG_DATA_HOME", QFile::encodeName(m_folder.filePath(QStringLiteral("data"))));
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(Path(QStringLiteral("settings/user"))));
-    qputenv("XDG_CONFIG_DIRS", QFile::encodeName(Path(QStringLiteral("settings/machine"))));
     QuillonInit::SetConfigFileDir(ConfigFolder());
     WriteSetting(QLatin1String(ProductSettings::statisticsHostKey), QStringLiteral("127.0.0.1:1"));
     UpdateInit::SetUpdateVersion(QStringLiteral("9.1.0.0"));
@@ -46,7 +44,7 @@ QString UpdateRig::StateFile() const
 void UpdateRig::BlockWorkingFolder() const
 {
     gWriteFile(Path(QStringLiteral("blocker")), "a file where a folder is needed");
-    qputenv("XDG_DATA_HOME", QFile::encodeName(Path(QStringLiteral("blocker/data"))));
+    SystemPlaces::PutDocuments(Path(QStringLiteral("blocker/data")));
 }
 
 LiveUpdateMgr &UpdateRig::Build()

@@ -4,6 +4,7 @@
 #include "tests/support/BoxAnswerer.h"
 #include "tests/support/HttpServer.h"
 #include "tests/support/StatisticsServer.h"
+#include "tests/support/SystemPlaces.h"
 #include "update/LiveUpdateMgr.h"
 #include "update/UpdateCommon/DownloadMgr.h"
 #include "update/UpdateCommon/HintDisplay.h"
@@ -100,6 +101,7 @@ private:
     void AnswerBox(QWidget *box);
 
     QTemporaryDir m_folder;
+    SystemPlaces m_places;
     HttpServer m_server;
     Answer m_answer = Answer::Cancel;
     QStringList m_boxTexts;

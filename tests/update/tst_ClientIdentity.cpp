@@ -1,12 +1,11 @@
-#include "platform/SignStore.h"
-#include "tests/support/IniText.h"
+#include "tests/support/SystemPlaces.h"
 #include "update/ClientIdentity.h"
 
-#include <QDir>
-#include <QFile>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QtTest>
+
+using Owner = SystemPlaces::Owner;
+Q_DECLARE_METATYPE(Owner)
 
 /// The client sign: how it is made of its sources, and when it is stored.
 class tst_ClientIdentity : public QObject
@@ -34,19 +33,12 @@ private slots:
     void AGuidThatCannotBeStoredIsAnotherOneInTheNextRun();
 
 private:
-    QString User(const QString &place) const { return m_folder->filePath("user" + place); }
-    QString Machine(const QString &place) const { return m_folder->filePath("machine" + place); }
-    static void Write(const QString &path, const QByteArray &text);
-    static QString Stored(const QString &path)
-    {
-        return gReadIniText(path).value("General/ClientSign");
-    }
-
     QScopedPointer<QTemporaryDir> m_folder;
+    QScopedPointer<SystemPlaces> m_places;
 };
 
-static const QString firstPlace = "/Halvard/Halvard Tessel Pack.ini";
-static const QString secondPlace = "/Halvard/TPX.ini";
+static const QString firstPlace = "Halvard/Halvard Tessel Pack";
+static const QString secondPlace = "Halvard/TPX";
 static const QString guid = "{01234567-89AB-CDEF-0123-456789ABCDEF}";
 
 /// Sources that say what the test wants them to.
@@ -65,17 +57,9 @@ static const QString fullSign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
 
 void tst_ClientIdentity::init()
 {
+    m_places.reset();
     m_folder.reset(new QTemporaryDir);
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_folder->filePath("user")));
-    qputenv("XDG_CONFIG_DIRS", QFile::encodeName(m_folder->filePath("machine")));
-}
-
-void tst_ClientIdentity::Write(const QString &path, const QByteArray &text)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(text), qint64(text.size()));
+    m_places.reset(new SystemPlaces(m_folder->path()));
 }
 
 void tst_ClientIdentity::ASignIsMadeOf_data()
@@ -157,46 +141,50 @@ void tst_ClientIdentity::TheSourcesOfThisMachineGiveASign()
 
 void tst_ClientIdentity::AUsersSignIsReturnedThoughTheMachinesDifferAndNothingIsWritten()
 {
-    Write(User(firstPlace), "[General]\nClientSign=user\n");
-    Write(Machine(firstPlace), "[General]\nClientSign=first\n");
+    SystemPlaces::PutSign(Owner::User, firstPlace, "user");
+    SystemPlaces::PutSign(Owner::Machine, firstPlace, "first");
     QCOMPARE(gFullIdentity().GetClientSign("Halvard"), QString("user"));
-    QCOMPARE(Stored(Machine(firstPlace)), QString("first"));
-    QVERIFY(!QFile::exists(Machine(secondPlace)));
+    QCOMPARE(SystemPlaces::Sign(Owner::Machine, firstPlace), QString("first"));
+    QVERIFY(SystemPlaces::Sign(Owner::Machine, secondPlace).isEmpty());
 }
 
 void tst_ClientIdentity::AStoredSignIsReturnedAsItIs_data()
 {
+    QTest::addColumn<Owner>("owner");
     QTest::addColumn<QString>("place");
-    QTest::newRow("from the first place of the user") << "user" + firstPlace;
-    QTest::newRow("from the first place of the machine") << "machine" + firstPlace;
-    QTest::newRow("from the second place of the machine") << "machine" + secondPlace;
+    QTest::newRow("from the first place of the user") << Owner::User << firstPlace;
+    QTest::newRow("from the first place of the machine") << Owner::Machine << firstPlace;
+    QTest::newRow("from the second place of the machine") << Owner::Machine << secondPlace;
 }
 
 void tst_ClientIdentity::AStoredSignIsReturnedAsItIs()
 {
+    QFETCH(Owner, owner);
     QFETCH(QString, place);
-    Write(m_folder->filePath(place), "[General]\nClientSign=in lower case\n");
+    SystemPlaces::PutSign(owner, place, "in lower case");
     QCOMPARE(gFullIdentity().GetClientSign("Halvard"), QString("in lower case"));
-    int files = 0;
-    for (const QString &other : {User(firstPlace), Machine(firstPlace), Machine(secondPlace)})
-        files += QFile::exists(other) ? 1 : 0;
-    QCOMPARE(files, 1);
+    int signs = 0;
+    for (const QString &sign : {SystemPlaces::Sign(Owner::User, firstPlace),
+                                SystemPlaces::Sign(Owner::Machine, firstPlace),
+                                SystemPlaces::Sign(Owner::Machine, secondPlace)})
+        signs += sign.isEmpty() ? 0 : 1;
+    QCOMPARE(signs, 1);
 }
 
 void tst_ClientIdentity::ANewSignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers()
 {
     QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
-    QCOMPARE(Stored(Machine(firstPlace)), fullSign);
-    QCOMPARE(Stored(Machine(secondPlace)), fullSign);
-    QVERIFY(!QFile::exists(User(firstPlace)));
-    QVERIFY(!QFile::exists(User(secondPlace)));
+    QCOMPARE(SystemPlaces::Sign(Owner::Machine, firstPlace), fullSign);
+    QCOMPARE(SystemPlaces::Sign(Owner::Machine, secondPlace), fullSign);
+    QVERIFY(SystemPlaces::Sign(Owner::User, firstPlace).isEmpty());
+    QVERIFY(SystemPlaces::Sign(Owner::User, secondPlace).isEmpty());
 }
 
 void tst_ClientIdentity::AnEmptyStoredSignIsReplaced()
 {
-    Write(Machine(firstPlace), "[General]\nClientSign=\n");
+    SystemPlaces::PutSign(Owner::Machine, firstPlace, "");
     QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
-    QCOMPARE(Stored(Machine(firstPlace)), fullSign);
+    QCOMPARE(SystemPlaces::Sign(Owner::Machine, firstPlace), fullSign);
 }
 
 void tst_ClientIdentity::TheNextRunFindsTheSign()
@@ -210,16 +198,16 @@ void tst_ClientIdentity::TheNextRunFindsTheSign()
 
 void tst_ClientIdentity::ASignIsReturnedThoughItCannotBeStored()
 {
-    Write(m_folder->filePath("machine"), "a file where a folder is needed");
+    SystemPlaces::BlockSignsOf("Halvard");
     QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
     QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
     QVERIFY(gFullIdentity().ReadClientSign("Halvard").isEmpty());
-    QVERIFY(!QFile::exists(User(firstPlace)));
+    QVERIFY(SystemPlaces::Sign(Owner::User, firstPlace).isEmpty());
 }
 
 void tst_ClientIdentity::AGuidThatCannotBeStoredIsAnotherOneInTheNextRun()
 {
-    Write(m_folder->filePath("machine"), "a file where a folder is needed");
+    SystemPlaces::BlockSignsOf("Halvard");
     QCOMPARE(gIdentity({}, {}, {}, "{1}").GetClientSign("Halvard"), QString("{1}"));
     QCOMPARE(gIdentity({}, {}, {}, "{2}").GetClientSign("Halvard"), QString("{2}"));
 }

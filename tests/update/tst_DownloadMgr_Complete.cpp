@@ -21,6 +21,7 @@ private slots:
     void WithoutAByteTheErrorIsToldOnlyForASizeOfOne();
     void TheSizeIsReadWhenTheDownloaderIsMade();
     void FiveDownloadersAskOnce();
+    void ARangeWhoseReplyEndsLateDoesNotKeepThePackageFromItsPlace();
 
     void ARedirectIsFetchedWholeWithoutARange();
     void ARedirectMayNameAPathOnly();
@@ -187,6 +188,26 @@ void tst_DownloadMgr_Complete::FiveDownloadersAskOnce()
     QCOMPARE(m_rig->Boxes(), 1);
     QCOMPARE(m_begun, 1);
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_DownloadMgr_Complete::ARangeWhoseReplyEndsLateDoesNotKeepThePackageFromItsPlace()
+{
+    Prepare(50000, 2);
+    HttpAnswer endless = HttpAnswer::Body(m_package);
+    endless.announcedLength = 20001;
+    endless.fault = HttpAnswer::Fault::StallAfter;
+    endless.faultAfter = 20000;
+    Serve("/setup.exe", endless);
+    const auto first = Start(1, 0, 19999);
+    QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(20000));
+    QVERIFY(first->IsRunning());
+
+    Serve("/setup.exe", HttpAnswer::Body(m_package));
+    const auto last = Start(5, 20000, 49999);
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+    QVERIFY(!QFile::exists(m_rig->Target()));
+    QCOMPARE(m_errors, 0);
 }
 
 void tst_DownloadMgr_Complete::ARedirectIsFetchedWholeWithoutARange()

@@ -1,5 +1,6 @@
 #include "api/UpdateInit.h"
 #include "tests/support/PatchProgram.h"
+#include "tests/support/StandIn.h"
 #include "tests/support/StatisticsServer.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
@@ -9,7 +10,7 @@
 #include <QtTest>
 
 /// An incremental package on its whole way: the download, the patch, and the question. The
-/// installers are scripts that leave a mark behind.
+/// installers are stand-ins that leave a mark behind.
 class tst_DownloadMgr_Increase : public QObject
 {
     Q_OBJECT
@@ -41,9 +42,8 @@ private:
     /// An installer of @p version.
     QByteArray Installer(const QByteArray &version) const
     {
-        return "#!/bin/sh\n#FileVersion=" + version + "\nprintf " + version + " > '" +
-               Mark().toUtf8() + ".new' && mv '" + Mark().toUtf8() + ".new' '" + Mark().toUtf8() +
-               "'\nexit 0\n#" + gTestBytes(20000, 4) + gTestBytes(100, qHash(version));
+        return StandIn::Bytes("write\t" + Mark().toUtf8() + '\t' + version,
+                              gTestBytes(20000, 4) + gTestBytes(100, qHash(version)));
     }
     QString Kept() const { return m_rig->WorkingFolder() + "/Corvina9"; }
     QString Target() const { return m_rig->WorkingFolder() + "/increase.patch"; }
@@ -215,18 +215,17 @@ void tst_DownloadMgr_Increase::TheDownloadIsToldAsFinishedAfterThePatch()
 
 void tst_DownloadMgr_Increase::AFailedPatchIsToldAndAsksNothing_data()
 {
-    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QByteArray>("orders");
     QTest::addColumn<QList<int>>("reports");
     QTest::newRow("the program is missing") << QByteArray() << QList<int>{};
-    QTest::newRow("the result is wrong")
-        << QByteArray("printf wrong > \"$2\"") << QList<int>{-2, -3};
-    QTest::newRow("the program crashes") << QByteArray("kill -SEGV $$") << QList<int>{-3};
+    QTest::newRow("the result is wrong") << QByteArray("write\t$2\twrong") << QList<int>{-2, -3};
+    QTest::newRow("the program crashes") << QByteArray("crash") << QList<int>{-3};
 }
 
 void tst_DownloadMgr_Increase::AFailedPatchIsToldAndAsksNothing()
 {
-    QFETCH(QByteArray, script);
-    const auto program = script.isEmpty() ? nullptr : std::make_unique<PatchProgram>(script);
+    QFETCH(QByteArray, orders);
+    const auto program = orders.isEmpty() ? nullptr : std::make_unique<PatchProgram>(orders);
     const auto downloader = Start(Md5(m_new));
     QTRY_COMPARE(m_told, QStringList{"PatchIncreasePackageFaild"});
     QTEST(Reports(), "reports");

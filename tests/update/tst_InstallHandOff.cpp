@@ -1,5 +1,5 @@
+#include "tests/support/StandIn.h"
 #include "tests/support/StatisticsServer.h"
-#include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
 #include "update/UpdateCommon/DownloadState.h"
 
@@ -8,7 +8,7 @@
 Q_DECLARE_METATYPE(UpdateRig::Answer)
 
 /// From the complete package, or the kept installer, to the started installer or the next time. The
-/// installers are scripts that leave a mark behind.
+/// installers are stand-ins that leave a mark behind.
 class tst_InstallHandOff : public QObject
 {
     Q_OBJECT
@@ -44,17 +44,14 @@ private slots:
 
 private:
     QString Mark() const { return m_rig->Path("mark"); }
-    /// A script that leaves @p text as its mark, filled up to @p size bytes.
-    QByteArray Script(const QByteArray &text, int size = 0) const
+    /// An installer that leaves @p text as its mark.
+    QByteArray Installer(const QByteArray &text) const
     {
-        const QByteArray script = "#!/bin/sh\nprintf " + text + " > '" + Mark().toUtf8() +
-                                  ".new' && mv '" + Mark().toUtf8() + ".new' '" + Mark().toUtf8() +
-                                  "'\nexit 0\n#";
-        return size > script.size() ? script + gTestBytes(size - script.size()) : script;
+        return StandIn::Bytes("write\t" + Mark().toUtf8() + '\t' + text);
     }
     void KeepInstaller()
     {
-        QVERIFY(gWriteFile(Kept(), Script("kept")));
+        QVERIFY(gWriteFile(Kept(), Installer("kept")));
         m_rig->WriteSetting("SetupFile", Kept());
         m_rig->Build();
     }
@@ -100,7 +97,7 @@ void tst_InstallHandOff::cleanup()
 
 void tst_InstallHandOff::ACompletePackageAsksTheUser()
 {
-    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    m_rig->StartFullDownload(HttpAnswer::Body(Installer("new")));
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(m_rig->BoxSaid("Information", completeText));
     QCOMPARE(gDownloadState().installerReady, m_rig->Installer());
@@ -114,7 +111,7 @@ void tst_InstallHandOff::ACompletePackageIsToldBeforeTheQuestion()
         boxes = m_rig->Boxes();
         inPlace = QFile::exists(m_rig->Installer()) && !QFile::exists(m_rig->Target());
     });
-    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    m_rig->StartFullDownload(HttpAnswer::Body(Installer("new")));
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QCOMPARE(boxes, 0);
     QVERIFY(inPlace);
@@ -123,7 +120,7 @@ void tst_InstallHandOff::ACompletePackageIsToldBeforeTheQuestion()
 void tst_InstallHandOff::YesAfterADownloadStartsTheInstaller()
 {
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
-    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    m_rig->StartFullDownload(HttpAnswer::Body(Installer("new")));
     QTRY_COMPARE(gReadFile(Mark()), QByteArray("new"));
     const QStringList expected{"BeginInstall", "Close", "InstallStarted"};
     QTRY_COMPARE(m_rig->Signals(), expected);
@@ -141,7 +138,7 @@ void tst_InstallHandOff::NoAfterADownloadKeepsTheInstaller()
 {
     QFETCH(UpdateRig::Answer, answer);
     m_rig->SetAnswer(answer);
-    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    m_rig->StartFullDownload(HttpAnswer::Body(Installer("new")));
     const QStringList expected{"BeginInstall", "CancelInstall", "Close"};
     QTRY_COMPARE(m_rig->Signals(), expected);
     QCOMPARE(m_rig->Setting("SetupFile"), m_rig->WorkingFolder() + "/setup.exe");
@@ -188,7 +185,7 @@ void tst_InstallHandOff::NoForAKeptInstallerKeepsIt()
 
 void tst_InstallHandOff::AnInstallerKeptFromADownloadIsOfferedAtTheNextCheck()
 {
-    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    m_rig->StartFullDownload(HttpAnswer::Body(Installer("new")));
     QTRY_COMPARE(m_rig->Signals().count("CancelInstall"), 1);
     m_rig->Forget();
     m_rig->Build();
@@ -218,7 +215,7 @@ void tst_InstallHandOff::CloseIsToldBeforeTheInstallerStarts()
     // Whatever had been started before would leave the other mark.
     connect(&m_rig->Manager(), &LiveUpdateMgr::Close, this, [this] {
         QFile::remove(Kept());
-        gWriteFile(Kept(), Script("exchanged"));
+        gWriteFile(Kept(), Installer("exchanged"));
     });
     m_rig->Manager().LiveUpdate();
     QTRY_VERIFY(QFile::exists(Mark()));
@@ -296,7 +293,7 @@ void tst_InstallHandOff::TheSettingIsWrittenBeforeTheHostIsTold()
     QString setting;
     connect(&m_rig->Manager(), &LiveUpdateMgr::CancelInstall, this,
             [this, &setting] { setting = m_rig->Setting("SetupFile"); });
-    m_rig->StartFullDownload(HttpAnswer::Body(Script("new", 40000)));
+    m_rig->StartFullDownload(HttpAnswer::Body(Installer("new")));
     QTRY_COMPARE(setting, m_rig->Installer());
 }
 
@@ -338,7 +335,7 @@ void tst_InstallHandOff::ADownloaderOffersNothingWithoutTheFile()
 
 void tst_InstallHandOff::ADownloaderTellsTheAnswer()
 {
-    QVERIFY(gWriteFile(Kept(), Script("kept")));
+    QVERIFY(gWriteFile(Kept(), Installer("kept")));
     DownloadMgr downloader(nullptr);
     QStringList told;
     connect(&downloader, &DownloadMgr::Close, this, [&told] { told.append("Close"); });

@@ -1,5 +1,6 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/PatchProgram.h"
+#include "tests/support/RunningProcess.h"
 #include "tests/support/StatisticsServer.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
@@ -8,9 +9,6 @@
 
 #include <QCryptographicHash>
 #include <QtTest>
-
-#include <cerrno>
-#include <csignal>
 
 using namespace std::chrono_literals;
 
@@ -74,6 +72,8 @@ static QString gMd5(const QByteArray &bytes)
     return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
 }
 
+/// What a stand-in does that takes the patch for the result.
+static const QByteArray copyPatch = "copy\t$3\t$2";
 static const QString startLine = "Start Patch IncreasePackage";
 static const QString endLine = "End Patch IncreasePackage";
 static const QString mismatchLine = "Match PatchPackage md5 Failed";
@@ -90,7 +90,7 @@ void tst_InstallerPatch::init()
     m_statistics = std::make_unique<StatisticsServer>(m_certificates);
     m_rig->SendReportsTo(*m_statistics);
     QVERIFY(gWriteFile(Kept(), m_old));
-    // What the scripts below take for the result.
+    // What the stand-ins below take for the result.
     QVERIFY(gWriteFile(Patch(), m_new));
     QFile::remove(PatchProgram::Path());
     m_log = std::make_unique<LogCapture>();
@@ -141,7 +141,7 @@ void tst_InstallerPatch::ARealPatchForAnotherFileFails()
 
 void tst_InstallerPatch::TheDownloaderPointsAtTheNewInstaller()
 {
-    const PatchProgram program(R"(cp "$3" "$2")");
+    const PatchProgram program(copyPatch);
     m_rig->Server().Serve("/increase.patch", HttpAnswer::Body(m_new));
     DownloadMgr downloader(nullptr);
     downloader.ResumeDownload(Patch(), m_rig->Server().Url("/increase.patch"), m_rig->Installer(),
@@ -165,8 +165,7 @@ void tst_InstallerPatch::AMissingProgramFailsWithoutATrace()
 void tst_InstallerPatch::TheArgumentsAreOldNewAndPatch()
 {
     const QString told = m_rig->Path("arguments");
-    const PatchProgram program(R"(printf '%s\n' "$#" "$@" > ')" + told.toUtf8() +
-                               R"('; cp "$3" "$2")");
+    const PatchProgram program("arguments\t" + told.toUtf8() + '\n' + copyPatch);
     QVERIFY(Apply(gMd5(m_new)));
     const QStringList expected{"3", Kept(), New(), Patch(), ""};
     QCOMPARE(QString::fromUtf8(gReadFile(told)).split('\n'), expected);
@@ -174,7 +173,7 @@ void tst_InstallerPatch::TheArgumentsAreOldNewAndPatch()
 
 void tst_InstallerPatch::TheExitCodeIsNotAsked()
 {
-    const PatchProgram program(R"(cp "$3" "$2"; exit 3)");
+    const PatchProgram program(copyPatch + "\nexit\t3");
     QVERIFY(Apply(gMd5(m_new)));
     QVERIFY(gReadFile(Kept()) == m_new);
     QVERIFY(Reports().isEmpty());
@@ -182,7 +181,7 @@ void tst_InstallerPatch::TheExitCodeIsNotAsked()
 
 void tst_InstallerPatch::AnUpperCaseMd5NeverMatches()
 {
-    const PatchProgram program(R"(cp "$3" "$2")");
+    const PatchProgram program(copyPatch);
     QVERIFY(!Apply(gMd5(m_new).toUpper()));
     VerifyUntouched();
     const QStringList expected{startLine, mismatchLine, failedLine};
@@ -191,7 +190,7 @@ void tst_InstallerPatch::AnUpperCaseMd5NeverMatches()
 
 void tst_InstallerPatch::AWrongResultIsReportedTwiceAndLeftOnDisk()
 {
-    const PatchProgram program("printf wrong > \"$2\"");
+    const PatchProgram program("write\t$2\twrong");
     QVERIFY(!Apply(gMd5(m_new)));
     VerifyUntouched();
     QCOMPARE(gReadFile(New()), QByteArray("wrong"));
@@ -204,7 +203,7 @@ void tst_InstallerPatch::AWrongResultIsReportedTwiceAndLeftOnDisk()
 
 void tst_InstallerPatch::AProgramThatMakesNothingIsAWrongResult()
 {
-    const PatchProgram program("exit 0");
+    const PatchProgram program("exit\t0");
     QVERIFY(!Apply(gMd5(m_new)));
     VerifyUntouched();
     const QStringList lines{startLine, mismatchLine, failedLine};
@@ -215,7 +214,7 @@ void tst_InstallerPatch::AProgramThatMakesNothingIsAWrongResult()
 
 void tst_InstallerPatch::ACrashIsReportedOnceThoughTheResultIsRight()
 {
-    const PatchProgram program(R"(cp "$3" "$2"; kill -SEGV $$)");
+    const PatchProgram program(copyPatch + "\ncrash");
     QVERIFY(!Apply(gMd5(m_new)));
     VerifyUntouched();
     QVERIFY2(gReadFile(New()) == m_new, "what the program made is left");
@@ -227,22 +226,20 @@ void tst_InstallerPatch::ACrashIsReportedOnceThoughTheResultIsRight()
 void tst_InstallerPatch::AProgramThatTakesTooLongIsEnded()
 {
     const QString told = m_rig->Path("pid");
-    const PatchProgram program(R"(cp "$3" "$2"; echo $$ > ')" + told.toUtf8() +
-                               "'; exec sleep 1000");
+    const PatchProgram program(copyPatch + "\npid\t" + told.toUtf8() + "\nsleep\t1000");
     QVERIFY(!Apply(gMd5(m_new), 2s));
     VerifyUntouched();
     const QStringList lines{startLine, failedLine};
     QCOMPARE(Log(), lines);
     QCOMPARE(Reports(), QList<int>{-3});
-    const int pid = gReadFile(told).trimmed().toInt();
+    const int pid = gReadFile(told).toInt();
     QVERIFY(pid > 0);
-    QCOMPARE(kill(pid, 0), -1);
-    QCOMPARE(errno, ESRCH);
+    QVERIFY(!gIsRunning(pid));
 }
 
 void tst_InstallerPatch::AProgramThatCannotBeStartedIsReported()
 {
-    const PatchProgram program(R"(cp "$3" "$2")");
+    const PatchProgram program(copyPatch);
     QVERIFY(QFile::setPermissions(PatchProgram::Path(), QFileDevice::ReadOwner));
     QVERIFY(!Apply(gMd5(m_new)));
     VerifyUntouched();

@@ -47,12 +47,13 @@ bool gTrust(const std::vector<BYTE> &certificate)
 int wmain(int argc, wchar_t *argv[])
 {
     if (argc != 2) {
-        std::fputs("usage: TrustCertificate FILE.pem\n", stderr);
+        static_cast<void>(std::fputs("usage: TrustCertificate FILE.pem\n", stderr));
         return 2;
     }
     const std::vector<BYTE> certificate = gRead(argv[1]);
     if (certificate.empty() || !gTrust(certificate)) {
-        std::fprintf(stderr, "TrustCertificate: error %lu\n", GetLastError());
+        static_cast<void>(
+            std::fprintf(stderr, "TrustCertificate: error %lu\n", GetLastError()));
         return 1;
     }
     return 0;

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QSslCertificate>
+
+/// From now on every encrypted connection of this process trusts @p authority. Once for a process, before its
+/// first connection.
+void gTrustAuthority(const QSslCertificate &authority);

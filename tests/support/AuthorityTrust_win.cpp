@@ -1,0 +1,37 @@
+#include "tests/support/AuthorityTrust.h"
+
+#include "tests/support/SystemPlaces.h"
+
+#include <QTemporaryDir>
+
+#include <windows.h>
+
+#include <wincrypt.h>
+
+// Qt hands its own authorities to the system in a form that Wine does not read, so the authority goes into
+// a store of the system.
+void gTrustAuthority(const QSslCertificate &authority)
+{
+    const QTemporaryDir folder;
+    const SystemPlaces places(folder.path());
+    const QByteArray bytes = authority.toDer();
+    const CERT_CONTEXT *certificate = CertCreateCertificateContext(
+        X509_ASN_ENCODING, reinterpret_cast<const BYTE *>(bytes.constData()),
+        static_cast<DWORD>(bytes.size()));
+    HCERTSTORE store =
+        CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER, L"ROOT");
+    if (CertAddCertificateContextToStore(store, certificate, CERT_STORE_ADD_REPLACE_EXISTING,
+                                         nullptr) == FALSE ||
+        CertCloseStore(store, 0) == FALSE)
+        qFatal("The test cannot write to the store of certificates.");
+    // What the first look at the stores finds is what the process trusts, and only now are they its own.
+    CERT_CHAIN_PARA parameters{};
+    parameters.cbSize = sizeof parameters;
+    const CERT_CHAIN_CONTEXT *chain = nullptr;
+    if (CertGetCertificateChain(nullptr, certificate, nullptr, nullptr, &parameters, 0, nullptr,
+                                &chain) == FALSE ||
+        chain->TrustStatus.dwErrorStatus != CERT_TRUST_NO_ERROR)
+        qFatal("The system does not trust the test's authority.");
+    CertFreeCertificateChain(chain);
+    CertFreeCertificateContext(certificate);
+}

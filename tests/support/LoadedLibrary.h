@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QString>
+
+/// Whether the library at @p path is loaded into this process.
+bool gIsInProcess(const QString &path);
