@@ -13,7 +13,7 @@ shift 2
 export WINEPREFIX=${QUILLON_WINEPREFIX:-$build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
 # Neither .NET nor a browser engine is asked for when a prefix is made.
-export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe,winedbg.exe=d"
 # Where programs find the libraries that an installation has beside them.
 export WINEPATH="Z:$build/demo;Z:$sdk/bin"
 export QT_PLUGIN_PATH="Z:$sdk/plugins"

@@ -29,7 +29,8 @@ PatchProgram::PatchProgram()
 PatchProgram::PatchProgram(const QByteArray &orders)
 {
     gWrite(Path(), StandIn::Bytes(orders));
-    QFile::setPermissions(Path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+    QFile::setPermissions(Path(),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
 }
 
 PatchProgram::~PatchProgram()

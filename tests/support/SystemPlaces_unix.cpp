@@ -15,8 +15,8 @@ constexpr char machineSettings[] = "XDG_CONFIG_DIRS";
 QString gSettings(SystemPlaces::Owner owner, const QString &place)
 {
     const bool isUser = owner == SystemPlaces::Owner::User;
-    return QStringLiteral("%1/%2.ini").arg(
-        qEnvironmentVariable(isUser ? userSettings : machineSettings), place);
+    return QStringLiteral("%1/%2.ini")
+        .arg(qEnvironmentVariable(isUser ? userSettings : machineSettings), place);
 }
 } // namespace
 

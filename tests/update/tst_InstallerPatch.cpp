@@ -240,7 +240,7 @@ void tst_InstallerPatch::AProgramThatTakesTooLongIsEnded()
 void tst_InstallerPatch::AProgramThatCannotBeStartedIsReported()
 {
     const PatchProgram program(copyPatch);
-    QVERIFY(QFile::setPermissions(PatchProgram::Path(), QFileDevice::ReadOwner));
+    QVERIFY(gWriteFile(PatchProgram::Path(), "no program of any system"));
     QVERIFY(!Apply(gMd5(m_new)));
     VerifyUntouched();
     const QStringList lines{startLine, failedLine};
