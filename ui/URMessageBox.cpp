@@ -2,6 +2,7 @@
 
 #include "CvMessageBox.h"
 
+#include <QPointer>
 #include <QWidget>
 
 namespace
@@ -21,14 +22,26 @@ URMessageBox::URMessageBox(int kind, QObject *parent)
 
 void URMessageBox::ShowMessage(QString title, QString text)
 {
+    const QPointer<URMessageBox> alive(this);
     if (m_kind == Information) {
         CvMessageBox::informationOk(title, text, m_dialogParent, boxWidth, boxHeight);
-        emit Ok();
+        if (alive != nullptr) {
+            emit Ok();
+        }
     } else if (m_kind == Question) {
-        CvMessageBox box(title, text, Qt::AlignRight, questionButtons, m_dialogParent);
-        box.resize(boxWidth, boxHeight);
-        box.SetIconObjectName(QStringLiteral("MessageBox_Icon_Question"));
-        if (box.DoModal() == 1) {
+        // The host may delete what the question belongs to while it is asked: the box goes as well,
+        // and nobody is left to hear an answer. On the heap, since a parent deletes its children.
+        const QPointer<CvMessageBox> box =
+            new CvMessageBox(title, text, Qt::AlignRight, questionButtons, m_dialogParent);
+        connect(this, &QObject::destroyed, box, &QDialog::reject);
+        box->resize(boxWidth, boxHeight);
+        box->SetIconObjectName(QStringLiteral("MessageBox_Icon_Question"));
+        const bool isYes = box->DoModal() == 1;
+        delete box;
+        if (alive == nullptr) {
+            return;
+        }
+        if (isYes) {
             emit Yes();
         } else {
             emit Cancel();

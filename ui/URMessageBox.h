@@ -6,7 +6,8 @@
 /// Shows a modal message or question in the host's message box and turns the answer into a signal.
 ///
 /// Thread:    GUI thread; `ShowMessage` runs a nested event loop.
-/// Ownership: its Qt parent. One object may be shown any number of times.
+/// Ownership: its Qt parent. One object may be shown any number of times. Deleting it while it shows
+///            a question closes the box without an answer.
 class URMessageBox : public QObject
 {
     Q_OBJECT

@@ -2,9 +2,8 @@
 
 #include "api/Log.h"
 #include "api/QuillonInit.h"
-#include "ui/URMessageBox.h"
-#include "update/InstallerLaunch.h"
 #include "update/InstallerPatch.h"
+#include "update/InstallOffer.h"
 #include "update/UpdateCommon/DownloadState.h"
 #include "update/UpdateCommon/NetworkCheck.h"
 
@@ -38,13 +37,15 @@ DownloadMgr::DownloadMgr(QObject *parent, std::chrono::milliseconds patchLimit)
     : QObject(parent)
     , m_manager(new QNetworkAccessManager(this))
     , m_networkCheck(new NetworkCheck)
-    , m_messageBox(new URMessageBox(URMessageBox::Question, this))
+    , m_installOffer(new InstallOffer(this))
     , m_resumeSettings(QuillonInit::GetConfigFileDir())
     , m_expectedSize(m_resumeSettings.PackageSize())
     , m_patchLimit(patchLimit)
 {
-    connect(m_messageBox, &URMessageBox::Yes, this, &DownloadMgr::_Yes);
-    connect(m_messageBox, &URMessageBox::Cancel, this, &DownloadMgr::_Cancel);
+    connect(m_installOffer, &InstallOffer::Close, this, &DownloadMgr::Close);
+    connect(m_installOffer, &InstallOffer::BeginInstall, this, &DownloadMgr::BeginInstall);
+    connect(m_installOffer, &InstallOffer::CancelInstall, this, &DownloadMgr::CancelInstall);
+    connect(m_installOffer, &InstallOffer::InstallStarted, this, &DownloadMgr::InstallStarted);
     connect(m_networkCheck, &NetworkCheck::TimeOut, this, &DownloadMgr::_TimeOut);
     connect(m_manager, &QNetworkAccessManager::finished, this, &DownloadMgr::ReplyFinished);
 }
@@ -441,9 +442,7 @@ void DownloadMgr::CompleteFullPackage()
         return;
     }
     gDownloadState().installerReady = m_installerPath;
-    // The question waits for the user in a nested event loop, in which the host may delete the
-    // dialog: not from within a reply's own signal.
-    QMetaObject::invokeMethod(this, &DownloadMgr::OfferInstall, Qt::QueuedConnection);
+    OfferInstall();
 }
 
 void DownloadMgr::CompleteIncreasePackage()
@@ -453,7 +452,19 @@ void DownloadMgr::CompleteIncreasePackage()
         return;
     }
     emit DownloadFinished();
-    QMetaObject::invokeMethod(this, &DownloadMgr::OfferInstall, Qt::QueuedConnection);
+    OfferInstall();
+}
+
+void DownloadMgr::OfferInstall()
+{
+    // The question waits for the user in a nested event loop, in which the host may delete the
+    // dialog: not from within a reply's own signal.
+    QMetaObject::invokeMethod(
+        m_installOffer,
+        [offer = m_installOffer, installer = m_file.fileName()] {
+            offer->OfferDownloaded(installer);
+        },
+        Qt::QueuedConnection);
 }
 
 bool DownloadMgr::PatchIncreasePackage()
@@ -466,19 +477,6 @@ bool DownloadMgr::PatchIncreasePackage()
     return true;
 }
 
-void DownloadMgr::OfferInstall()
-{
-    const QPointer<DownloadMgr> alive(this);
-    emit BeginInstall();
-    if (alive != nullptr) {
-        m_messageBox->ShowMessage(
-            tr("Information"),
-            tr("Download completed. However, the program is running. Please click Yes to terminate "
-               "the "
-               "program and install the new version. Click Cancel to install it next time."));
-    }
-}
-
 void DownloadMgr::OfferKeptInstaller(const QString &installerPath)
 {
     if (!QFile::exists(installerPath)) {
@@ -486,45 +484,12 @@ void DownloadMgr::OfferKeptInstaller(const QString &installerPath)
     }
     m_file.setFileName(installerPath);
     gDownloadState().installerReady = installerPath;
-    m_messageBox->ShowMessage(tr("Information"), tr("A new version has been found in your device. "
-                                                    "However, the program is running. Please click "
-                                                    "Yes to terminate the program and install the "
-                                                    "new version. Click Cancel to install it next "
-                                                    "time."));
-}
-
-void DownloadMgr::_Yes()
-{
-    m_installRequested = true;
-    const QString installer = m_file.fileName();
-    const QPointer<DownloadMgr> alive(this);
-    emit Close();
-    // The user's answer holds even if the host deletes the dialog in its slot for Close.
-    StartInstaller(installer, alive);
-}
-
-void DownloadMgr::_Cancel()
-{
-    m_installRequested = false;
-    const QPointer<DownloadMgr> alive(this);
-    emit CancelInstall();
-    if (alive != nullptr) {
-        emit Close();
-    }
+    m_installOffer->OfferKept(installerPath);
 }
 
 void DownloadMgr::Install()
 {
-    if (m_installRequested) {
-        StartInstaller(m_file.fileName(), this);
-    }
-}
-
-void DownloadMgr::StartInstaller(const QString &installer, const QPointer<DownloadMgr> &downloader)
-{
-    if (gLaunchInstaller(installer) && downloader != nullptr) {
-        emit downloader->InstallStarted();
-    }
+    m_installOffer->Install();
 }
 
 bool DownloadMgr::event(QEvent *event)

@@ -11,9 +11,9 @@
 
 #include <chrono>
 
+class InstallOffer;
 class NetworkCheck;
 class QNetworkAccessManager;
-class URMessageBox;
 
 /// Fetches one byte range of a package into the pre-allocated target file. The downloader that
 /// completes the package also puts it in place and asks the user to install it.
@@ -24,7 +24,7 @@ class URMessageBox;
 ///       ├─► ReplyError          logs, ends the range                                     │
 ///       └─► ReplyFinished       Error; or follows a redirect:                            │
 ///             GET without Range ─► slotDownloadProgress: the package in place ───────────┤
-///                                          OfferInstall ─► _Yes, _Cancel ◄───────────────┘
+///                                          InstallOffer ◄────────────────────────────────┘
 ///
 /// Thread:    GUI thread. The five downloaders of a package share `gDownloadState()`.
 /// Ownership: its Qt parent. Deleting it ends its transfer; the resume state stays as last written.
@@ -101,8 +101,6 @@ public:
     bool event(QEvent *event) override;
 
 private slots:
-    void _Yes();
-    void _Cancel();
     void _SslErrors(const QList<QSslError> &errors);
     void _TimeOut() const;
 
@@ -120,13 +118,12 @@ private:
     void CompleteFullPackage();
     void CompleteIncreasePackage();
     void OfferInstall();
-    static void StartInstaller(const QString &installer, const QPointer<DownloadMgr> &downloader);
 
     QFile m_file;
     QNetworkAccessManager *m_manager;
     QPointer<QNetworkReply> m_reply;
     NetworkCheck *m_networkCheck;
-    URMessageBox *m_messageBox;
+    InstallOffer *m_installOffer;
     /// Source text of the message that `Error` carries; null while nothing has failed.
     const char *m_errorText = nullptr;
     /// The range's failure was told; one failure shows in several places.
@@ -145,6 +142,5 @@ private:
     qint32 m_expectedSize;
     bool m_started = false;
     bool m_finishHandled = false;
-    bool m_installRequested = false;
     std::chrono::milliseconds m_patchLimit;
 };

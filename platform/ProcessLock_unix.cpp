@@ -1,0 +1,75 @@
+#include "platform/ProcessLock.h"
+
+#include <QFile>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+/// Whether @p file is still the one at @p path: its last holder may have removed it between our
+/// opening and our locking it.
+bool gIsAt(int file, const QByteArray &path)
+{
+    struct stat opened {};
+    struct stat named {};
+    return fstat(file, &opened) == 0 && stat(path.constData(), &named) == 0 &&
+           opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+}
+
+int gLock(int file)
+{
+    int result = 0;
+    do {
+        result = flock(file, LOCK_EX | LOCK_NB);
+    } while (result != 0 && errno == EINTR);
+    return result;
+}
+} // namespace
+
+ProcessLock::~ProcessLock()
+{
+    Unlock();
+}
+
+ProcessLock::Outcome ProcessLock::TryLock(const QString &path)
+{
+    constexpr int attempts = 16;
+
+    Unlock();
+    const QByteArray name = QFile::encodeName(path);
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        // Read-only, so that the lock that another user has created serves as well.
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg,hicpp-vararg)
+        const int file = open(name.constData(), O_RDONLY | O_CREAT | O_CLOEXEC, 0666);
+        if (file < 0) {
+            return Outcome::Unavailable;
+        }
+        if (gLock(file) != 0) {
+            const bool isHeld = errno == EWOULDBLOCK;
+            close(file);
+            return isHeld ? Outcome::HeldByAnother : Outcome::Unavailable;
+        }
+        if (gIsAt(file, name)) {
+            m_path = path;
+            m_file = file;
+            return Outcome::Taken;
+        }
+        close(file);
+    }
+    return Outcome::HeldByAnother;
+}
+
+void ProcessLock::Unlock()
+{
+    if (m_file != closed) {
+        // Removed while it is still held, so that no one's fresh lock can be removed.
+        unlink(QFile::encodeName(m_path).constData());
+        close(static_cast<int>(m_file));
+        m_file = closed;
+    }
+}

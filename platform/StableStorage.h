@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+enum class FlushResult {
+    /// What was written to the file before the call survives a loss of power.
+    Flushed,
+    /// Nothing is known: the file cannot be opened, or its file system has no such call.
+    Unknown,
+    /// The system tried and failed; what was written lately may be lost already.
+    Failed
+};
+
+/// Puts what any process has written to the file at @p path on stable storage. Blocks while the
+/// disk works, which can be seconds. Thread: any.
+FlushResult gFlushToDisk(const QString &path);
+
+/// Makes the names of the files in @p folder survive a loss of power, where the system does not do
+/// so by itself. Errors: none.
+void gFlushFolder(const QString &folder);

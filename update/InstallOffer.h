@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+class URMessageBox;
+
+/// Asks the user whether an installer is to be started now or next time, and acts on the answer.
+///
+///     OfferDownloaded ─► BeginInstall ─┐
+///     OfferKept ───────────────────────┴─► question ─┬─► _Yes    ─► Close, start, InstallStarted
+///                                                    └─► _Cancel ─► CancelInstall, Close
+///
+/// Thread:    GUI thread; both offers run a nested event loop.
+/// Ownership: its Qt parent. The host may delete it in any slot and while the question is asked.
+/// Errors:    an installer that cannot be started is logged and reported; no signal follows.
+class InstallOffer : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit InstallOffer(QObject *parent);
+
+    /// Offers the installer that has just been put in place.
+    void OfferDownloaded(const QString &installer);
+
+    /// Offers an installer that an earlier session kept.
+    void OfferKept(const QString &installer);
+
+    /// Starts the installer if the user has answered "Yes"; otherwise nothing happens.
+    void Install();
+
+signals:
+    void BeginInstall();
+    void CancelInstall();
+    void Close();
+    void InstallStarted();
+
+private slots:
+    void _Yes();
+    void _Cancel();
+
+private:
+    void Start(const QString &installer);
+
+    URMessageBox *m_messageBox;
+    QString m_installer;
+    bool m_installRequested = false;
+};
