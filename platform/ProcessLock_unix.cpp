@@ -15,8 +15,10 @@ namespace
 /// opening and our locking it.
 bool gIsAt(int file, const QByteArray &path)
 {
-    struct stat opened {};
-    struct stat named {};
+    struct stat opened {
+    };
+    struct stat named {
+    };
     return fstat(file, &opened) == 0 && stat(path.constData(), &named) == 0 &&
            opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }

@@ -37,14 +37,11 @@ void URMessageBox::ShowMessage(QString title, QString text)
         box->resize(boxWidth, boxHeight);
         box->SetIconObjectName(QStringLiteral("MessageBox_Icon_Question"));
         const bool isYes = box->DoModal() == 1;
-        delete box;
-        if (alive == nullptr) {
-            return;
-        }
-        if (isYes) {
+        if (alive != nullptr && isYes) {
             emit Yes();
-        } else {
+        } else if (alive != nullptr) {
             emit Cancel();
         }
+        delete box;
     }
 }

@@ -37,6 +37,17 @@ bool gIsVerified(const QString &newInstaller, const QString &expectedMd5)
     return false;
 }
 
+/// The new installer takes the place of one that is whole, also when the power fails meanwhile.
+bool gIsOnDisk(const QString &newInstaller, const DownloadSeams &seams)
+{
+    if (seams.flush(newInstaller) != FlushResult::Failed) {
+        return true;
+    }
+    QUILLON_LOG(logFile, logFunction, "disk failure, %s cannot be put on stable storage",
+                newInstaller.toStdString().c_str());
+    return false;
+}
+
 bool gReplace(const QString &keptInstaller, const QString &newInstaller)
 {
     if (QFile::remove(keptInstaller) && QFile::rename(newInstaller, keptInstaller)) {
@@ -48,7 +59,7 @@ bool gReplace(const QString &keptInstaller, const QString &newInstaller)
 } // namespace
 
 bool gPatchKeptInstaller(const QString &keptInstaller, const QString &patchFile,
-                         const QString &expectedMd5, std::chrono::milliseconds limit)
+                         const QString &expectedMd5, const DownloadSeams &seams)
 {
     const QString program = QCoreApplication::applicationDirPath() + QStringLiteral("/bspatch.exe");
     if (!QFile::exists(program)) {
@@ -56,8 +67,9 @@ bool gPatchKeptInstaller(const QString &keptInstaller, const QString &patchFile,
     }
     QUILLON_LOG(logFile, logFunction, "Start Patch IncreasePackage");
     const QString newInstaller = keptInstaller + QStringLiteral(".patch");
-    if (gRun(program, {keptInstaller, newInstaller, patchFile}, limit) &&
-        gIsVerified(newInstaller, expectedMd5) && gReplace(keptInstaller, newInstaller)) {
+    if (gRun(program, {keptInstaller, newInstaller, patchFile}, seams.patchLimit) &&
+        gIsVerified(newInstaller, expectedMd5) && gIsOnDisk(newInstaller, seams) &&
+        gReplace(keptInstaller, newInstaller)) {
         return true;
     }
     QUILLON_LOG(logFile, logFunction, "DispatchPackageFailed!!!");

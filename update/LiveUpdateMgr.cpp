@@ -5,10 +5,15 @@
 #include "api/QuillonInit.h"
 #include "api/SettingsLock.h"
 #include "api/UpdateInit.h"
+#include "platform/ProcessLock.h"
+#include "platform/StableStorage.h"
 #include "update/CheckUrl.h"
+#include "update/FlushSchedule.h"
 #include "update/KeptInstaller.h"
+#include "update/NetworkFailure.h"
 #include "update/PackageFolder.h"
 #include "update/PackageSizeProbe.h"
+#include "update/RangeReply.h"
 #include "update/SizeText.h"
 #include "update/UpdateCommon/DownloadMgr.h"
 #include "update/UpdateCommon/DownloadState.h"
@@ -25,20 +30,18 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 
+#include <algorithm>
+#include <utility>
+
 namespace
 {
 constexpr char logFile[] = "LiveUpdateMgr";
-
-/// Everything behind the last slash of a package's address.
-QString gLastComponent(const QString &url)
-{
-    return url.mid(url.lastIndexOf(QLatin1Char('/')) + 1);
-}
 } // namespace
 
 LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version, HintDisplay *hint,
-                             QObject *parent)
+                             QObject *parent, DownloadSeams seams)
     : QObject(parent)
+    , m_seams(std::move(seams))
     , m_updateUrl(UpdateInit::GetUpdateUrl())
     , m_productSettings(gWithoutStaleLock(QuillonInit::GetConfigFileDir() +
                                           QLatin1String(ProductSettings::fileName)),
@@ -48,10 +51,11 @@ LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version,
     , m_versionPage(version)
     , m_hintPage(hint)
     , m_resumeSettings(QuillonInit::GetConfigFileDir())
+    , m_flushSchedule(new FlushSchedule(&m_resumeSettings, m_seams, this))
 {
     m_versionInfo = new VersionInfo(QString(), this);
     m_network = new QNetworkAccessManager(this);
-    m_downloadMgr = new DownloadMgr(this);
+    m_downloadMgr = new DownloadMgr(this, m_seams);
 
     connect(m_network, &QNetworkAccessManager::finished, this, &LiveUpdateMgr::OnRequestFinished);
     connect(m_versionPage, &VersionDisplay::UpdateNow, this, &LiveUpdateMgr::UpdateNow);
@@ -59,7 +63,10 @@ LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version,
     connect(m_downloadMgr, &DownloadMgr::CancelInstall, this, &LiveUpdateMgr::KeepInstaller);
     connect(m_downloadMgr, &DownloadMgr::InstallStarted, this, &LiveUpdateMgr::InstallStarted);
     connect(m_network, &QNetworkAccessManager::sslErrors, this, &LiveUpdateMgr::ShowCheckFailure);
+    // Behind a failure, ranges that have not failed may still be running.
+    connect(m_hintPage, &HintDisplay::Close, this, [this] { m_downloaders.CloseAll(); });
     connect(m_hintPage, &HintDisplay::Close, this, &LiveUpdateMgr::Close);
+    connect(m_flushSchedule, &FlushSchedule::Failed, this, &LiveUpdateMgr::_FlushFailed);
     // A kept installer that cannot be started must not leave the dialog open without a word.
     connect(m_downloadMgr, &DownloadMgr::Close, this, &LiveUpdateMgr::Close);
 
@@ -76,6 +83,8 @@ LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version,
 LiveUpdateMgr::~LiveUpdateMgr()
 {
     delete m_downloadMgr;
+    m_network->disconnect(this);
+    gDeleteLater(m_network);
 }
 
 void LiveUpdateMgr::LiveUpdate(QString pid, QString version, QString email)
@@ -109,9 +118,7 @@ bool LiveUpdateMgr::IsNeedUpdate()
 
 void LiveUpdateMgr::Install()
 {
-    if (m_downloadMgr != nullptr) {
-        m_downloadMgr->Install();
-    }
+    m_downloadMgr->Install();
 }
 
 // --- The check -----------------------------------------------------------------------------------
@@ -130,7 +137,11 @@ LiveUpdateMgr::QueryValues LiveUpdateMgr::GatherQueryValues()
 
 void LiveUpdateMgr::CheckVersion(const QString &pid, const QString &version, const QString &email)
 {
+    const Alive alive(this);
     emit SetCurrentWidget(m_progressPage);
+    if (alive == nullptr) {
+        return;
+    }
     m_progressPage->SetText(tr("Checking the version."));
     m_progressPage->SetBusy();
     m_progressPage->SetCloseVisible(0);
@@ -152,7 +163,8 @@ void LiveUpdateMgr::CheckVersion(const QString &pid, const QString &version, con
     m_request.setUrl(BuildCheckUrl(pid, version, email));
     m_checkReply = m_network->get(m_request);
     // Shown whatever the mode: nobody else would say that the service cannot be trusted.
-    connect(m_checkReply, &QNetworkReply::sslErrors, this, [this] {
+    connect(m_checkReply, &QNetworkReply::sslErrors, this, [this](const QList<QSslError> &errors) {
+        gLogTlsErrors(logFile, "LiveUpdateMgr::CheckVersion", errors);
         m_hintPage->SetText(tr("Failed to check update!"));
         emit SetCurrentWidget(m_hintPage);
     });
@@ -169,7 +181,11 @@ void LiveUpdateMgr::OnCheckReplyReady()
 {
     constexpr int firstErrorStatus = 400;
 
+    const Alive alive(this);
     emit SetCurrentWidget(m_versionPage);
+    if (alive == nullptr || m_checkReply == nullptr) {
+        return;
+    }
     QByteArray body;
     while (m_checkReply->bytesAvailable() > 0) {
         body += m_checkReply->readAll();
@@ -200,6 +216,7 @@ void LiveUpdateMgr::OnRequestFinished(QNetworkReply *reply)
     }
     QUILLON_LOG(logFile, "LiveUpdateMgr::OnRequestFinished", "check failed, error code %d",
                 static_cast<int>(reply->error()));
+    gLogFailure(logFile, "LiveUpdateMgr::OnRequestFinished", *reply);
     ShowCheckFailure();
 }
 
@@ -262,12 +279,20 @@ void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePat
     UpdateEventReport::GetInstance()->SetReportInfo(UpdateInit::GetUpdateVersion(),
                                                     notes.first().version, QStringLiteral("full"));
     EndDownloaders();
-    SetDownloadTarget(incremental);
+    m_target = gDownloadTarget(*m_versionInfo, incremental);
+    const Alive alive(this);
     emit SetCurrentWidget(m_progressPage);
-
-    const QPointer<LiveUpdateMgr> alive(this);
-    const qint64 total = QueryPackageSize(m_downloadUrl);
     if (alive == nullptr) {
+        return;
+    }
+    const qint64 total = QueryPackageSize(m_target.url);
+    if (alive == nullptr) {
+        return;
+    }
+    const auto lock = gLockPackages(); // The downloaders hold it while they run.
+    m_lock = lock;
+    if (lock == nullptr) {
+        ShowPlanFailure();
         return;
     }
     m_total = total;
@@ -276,42 +301,35 @@ void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePat
     state.downloadStarted = true;
     state.finishedSegments = 0;
     m_resumeSettings.Sync();
-    const qint64 plannedSize = m_resumeSettings.PackageSize();
     if (total == 0) {
-        m_hintPage->SetText(QStringLiteral("Failed to download the update."));
-        emit SetCurrentWidget(m_hintPage);
+        ShowPlanFailure();
         return;
     }
-    if (plannedSize == total && QFile::exists(m_targetPath)) {
-        ResumePlan(incremental, oldPackagePath);
+    const ResumePoint point = gResumePoint(m_resumeSettings, total, m_seams.bootIdentity());
+    if (m_resumeSettings.PackageSize() == total && QFile::exists(m_target.path) &&
+        gIsUsable(point)) {
+        ResumePlan(point, incremental, oldPackagePath);
     } else {
         FreshPlan(incremental, oldPackagePath);
     }
 }
 
-void LiveUpdateMgr::SetDownloadTarget(bool incremental)
+void LiveUpdateMgr::ShowPlanFailure()
 {
-    const QString folder = gPackageFolder() + QLatin1Char('/');
-    m_setupPath = folder + gLastComponent(m_versionInfo->ExeUrl());
-    m_downloadUrl = QUrl(m_versionInfo->ExeUrl());
-    m_targetPath = folder + QStringLiteral("Corvina9(x64).tmp");
-    m_expectedMd5.clear();
-    if (incremental) {
-        m_downloadUrl = QUrl(m_versionInfo->IncreaseUrl());
-        m_targetPath = folder + gLastComponent(m_versionInfo->IncreaseUrl());
-        m_expectedMd5 = m_versionInfo->IncreaseMd5();
-    }
+    m_hintPage->SetText(QStringLiteral("Failed to download the update."));
+    emit SetCurrentWidget(m_hintPage);
 }
 
 qint64 LiveUpdateMgr::QueryPackageSize(const QUrl &url)
 {
-    const QPointer<LiveUpdateMgr> alive(this);
-    PackageSizeProbe probe;
+    const Alive alive(this);
+    PackageSizeProbe probe(m_seams.sizeLimit);
     // A dialog that is closed meanwhile must not start to download behind the user's back.
     connect(m_progressPage, &ProgressDisplay::Close, &probe, &PackageSizeProbe::Cancel);
+    connect(this, &QObject::destroyed, &probe, &PackageSizeProbe::Cancel);
     const PackageSizeProbe::Package package = probe.Query(url);
     if (alive != nullptr) {
-        m_downloadUrl = package.url;
+        m_target.url = package.url;
     }
     return package.size;
 }
@@ -323,82 +341,91 @@ void LiveUpdateMgr::ShowDownloadStart()
     OnDownloadProgress(0, m_total);
 }
 
-void LiveUpdateMgr::ResumePlan(bool incremental, const QString &oldPackagePath)
+void LiveUpdateMgr::ResumePlan(const ResumePoint &point, bool incremental,
+                               const QString &oldPackagePath)
 {
+    if (point.isTakenBack) {
+        QUILLON_LOG(logFile, "LiveUpdateMgr::StartDownload",
+                    "the machine was started again, going on with %lld bytes",
+                    static_cast<long long>(point.alreadyDownloaded));
+        WritePlan(point);
+    }
     DownloadState &state = gDownloadState();
-    state.alreadyDownloaded = m_downloaded = m_resumeSettings.AlreadyDownloaded();
-    state.activeSegments = 0;
+    state.alreadyDownloaded = m_downloaded = point.alreadyDownloaded;
+    state.validator = m_resumeSettings.Validator();
+    state.activeSegments =
+        static_cast<int>(std::count_if(point.ranges.begin(), point.ranges.end(),
+                                       [](const ByteRange &range) { return !range.IsEmpty(); }));
     ShowDownloadStart();
-    for (int number = 1; number <= ResumeState::rangeCount; ++number) {
-        const ByteRange range{m_resumeSettings.StartByte(number), m_resumeSettings.EndByte(number)};
-        if (!range.IsEmpty()) {
-            state.activeSegments += 1;
+    m_flushSchedule->Begin(m_target.path);
+    // Everything may be there, when the process ended before the package was put in place.
+    const bool isComplete = state.activeSegments == 0;
+    if (isComplete) {
+        state.activeSegments = 1;
+    }
+    const Alive alive(this);
+    int number = 1;
+    for (const ByteRange &range : point.ranges) {
+        const bool isLast = number == ResumeState::rangeCount;
+        if (alive != nullptr && (!range.IsEmpty() || (isComplete && isLast))) {
             StartRange(number, range, incremental, oldPackagePath);
         }
-    }
-    if (state.activeSegments == 0) {
-        // Everything was there, but the process ended before the package was put in place.
-        state.activeSegments = 1;
-        const int last = ResumeState::rangeCount;
-        StartRange(last, {m_resumeSettings.StartByte(last), m_resumeSettings.EndByte(last)},
-                   incremental, oldPackagePath);
+        ++number;
     }
 }
 
 void LiveUpdateMgr::FreshPlan(bool incremental, const QString &oldPackagePath)
 {
-    const auto ranges = gSplitIntoRanges(m_total);
+    const ResumePoint start = gFreshStart(m_total);
     // In this order, a process that ends in between leaves no file that an old plan seems to fit:
     // first the old file goes, then the plan is on disk, then the new file comes.
-    QFile::remove(m_targetPath);
-    WritePlan(ranges);
-    CreateEmptyFile();
+    QFile::remove(m_target.path);
+    m_resumeSettings.SetValidator({});
+    WritePlan(start);
+    gFlushFolder(QuillonInit::GetConfigFileDir());
+    gCreateEmptyFile(m_target.path, m_total);
 
     DownloadState &state = gDownloadState();
     state.alreadyDownloaded = 0;
+    state.validator.clear();
     state.activeSegments = ResumeState::rangeCount;
     m_downloaded = 0;
     ShowDownloadStart();
-    emit SetCurrentWidget(m_progressPage);
+    m_flushSchedule->Begin(m_target.path);
     connect(m_progressPage, &ProgressDisplay::Close, this, &LiveUpdateMgr::_SuspendDownload,
             Qt::UniqueConnection);
+    const Alive alive(this);
+    emit SetCurrentWidget(m_progressPage);
     int number = 1;
-    for (const ByteRange &range : ranges) {
-        StartRange(number, range, incremental, oldPackagePath);
+    for (const ByteRange &range : start.ranges) {
+        if (alive != nullptr) {
+            StartRange(number, range, incremental, oldPackagePath);
+        }
         ++number;
     }
 }
 
-void LiveUpdateMgr::WritePlan(const std::array<ByteRange, ResumeState::rangeCount> &ranges)
+void LiveUpdateMgr::WritePlan(const ResumePoint &point)
 {
-    m_resumeSettings.SetAlreadyDownloaded(0);
-    m_resumeSettings.SetPackageSize(m_total);
-    int number = 1;
-    for (const ByteRange &range : ranges) {
-        m_resumeSettings.SetEndByte(number, range.end);
-        m_resumeSettings.SetStartByte(number, range.start);
-        ++number;
-    }
-    if (!m_resumeSettings.Sync()) {
-        QUILLON_LOG(logFile, "LiveUpdateMgr::WritePlan", "the resume state cannot be written");
-    }
-}
-
-void LiveUpdateMgr::CreateEmptyFile()
-{
-    QFile file(m_targetPath);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || !file.resize(m_total)) {
-        // The downloads start all the same and say what fails when they write.
-        QUILLON_LOG(logFile, "LiveUpdateMgr::CreateEmptyFile", "Create file Filed!");
+    if (!gRecordPlan(&m_resumeSettings, m_total, point, m_seams.bootIdentity())) {
+        QUILLON_LOG(logFile, "LiveUpdateMgr::WritePlan",
+                    "disk failure, the resume state cannot be written, file path = %s",
+                    m_resumeSettings.Path().toStdString().c_str());
     }
 }
 
 void LiveUpdateMgr::StartRange(int rangeNumber, ByteRange range, bool incremental,
                                const QString &oldPackagePath)
 {
-    auto *downloader = new DownloadMgr(this);
-    m_downloaders.at(static_cast<size_t>(rangeNumber - 1)) = downloader;
+    auto *downloader = new DownloadMgr(this, m_seams);
+    m_downloaders.Put(rangeNumber, downloader);
+    downloader->HoldLock(m_lock.lock());
     connect(downloader, &DownloadMgr::DownloadProgress, this, &LiveUpdateMgr::OnDownloadProgress);
+    connect(downloader, &DownloadMgr::DownloadProgress, m_flushSchedule,
+            [this](qint64 bytes, qint64 total) {
+                // 1 with the chunks of a range; a redirected package is in no resume state.
+                m_flushSchedule->Written(total == 1 ? bytes : 0);
+            });
     connect(downloader, &DownloadMgr::Close, this, &LiveUpdateMgr::Close);
     connect(downloader, &DownloadMgr::BeginInstall, this, &LiveUpdateMgr::BeginInstall);
     connect(downloader, &DownloadMgr::InstallStarted, this, &LiveUpdateMgr::InstallStarted);
@@ -409,26 +436,17 @@ void LiveUpdateMgr::StartRange(int rangeNumber, ByteRange range, bool incrementa
             &LiveUpdateMgr::StartFullPackage, Qt::QueuedConnection);
     // The package is complete although other ranges may still be under way, when a server sent the
     // whole of it for one: they let go of the file before it is moved into place.
-    connect(downloader, &DownloadMgr::DownloadFinished, this, [this, downloader] {
-        for (DownloadMgr *other : m_downloaders) {
-            if (other != nullptr && other != downloader) {
-                other->Stop();
-            }
-        }
-    });
-    downloader->ResumeDownload(m_targetPath, m_downloadUrl, m_setupPath, range.start, range.end,
-                               rangeNumber, incremental, m_expectedMd5, oldPackagePath);
+    connect(downloader, &DownloadMgr::DownloadFinished, this,
+            [this, downloader] { m_downloaders.StopOthers(downloader); });
+    downloader->ResumeDownload(m_target.path, m_target.url, m_target.installerPath, range.start,
+                               range.end, rangeNumber, incremental, m_target.expectedMd5,
+                               oldPackagePath);
 }
 
 void LiveUpdateMgr::EndDownloaders()
 {
-    for (QPointer<DownloadMgr> &downloader : m_downloaders) {
-        if (downloader != nullptr) {
-            downloader->Stop();
-            downloader->deleteLater();
-            downloader.clear();
-        }
-    }
+    m_flushSchedule->End();
+    m_downloaders.Clear();
 }
 
 // --- While the download runs, and after it -------------------------------------------------------
@@ -453,13 +471,16 @@ void LiveUpdateMgr::ShowDownloadError(const QString &text)
     emit SetCurrentWidget(m_hintPage);
 }
 
+void LiveUpdateMgr::_FlushFailed()
+{
+    EndDownloaders();
+    gDownloadState().downloadStarted = false;
+    ShowDownloadError(tr("Failed to download the update."));
+}
+
 void LiveUpdateMgr::CloseRange(int rangeNumber)
 {
-    DownloadMgr *downloader = m_downloaders.at(static_cast<size_t>(rangeNumber - 1));
-    if (downloader != nullptr && downloader->IsRunning()) {
-        downloader->SaveResumeState();
-        downloader->Stop();
-    }
+    m_downloaders.Close(rangeNumber);
     // Once for each of the five ranges, whether it runs or not: hosts count on the repetition.
     emit Close();
 }

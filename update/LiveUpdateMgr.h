@@ -1,6 +1,9 @@
 #pragma once
 
-#include "update/DownloadPlan.h"
+#include "update/Downloaders.h"
+#include "update/DownloadSeams.h"
+#include "update/DownloadTarget.h"
+#include "update/ResumePoint.h"
 #include "update/ResumeState.h"
 
 #include <QNetworkRequest>
@@ -10,10 +13,12 @@
 #include <QString>
 #include <QUrl>
 
-#include <array>
+#include <memory>
 
 class DownloadMgr;
+class FlushSchedule;
 class HintDisplay;
+class ProcessLock;
 class ProgressDisplay;
 class QNetworkAccessManager;
 class QNetworkReply;
@@ -25,13 +30,14 @@ class VersionInfo;
 ///
 ///     LiveUpdate ─► CheckVersion ─┬─► a kept installer is offered
 ///                                 └─► GET ─► OnCheckReplyReady ─► version page or hint page
-///     "Update Now" ─► UpdateNow ─► StartDownload ─► QueryPackageSize
+///     "Update Now" ─► UpdateNow ─► StartDownload ─► QueryPackageSize ─► lock
 ///                                    ├─► ResumePlan ─► a DownloadMgr for each missing range
 ///                                    └─► FreshPlan ─► five DownloadMgr
 ///     DownloadMgr ─► progress page, hint page, or the host's signals
 ///
 /// Thread:    GUI thread.
-/// Ownership: its Qt parent. The three pages belong to the caller and outlive it.
+/// Ownership: its Qt parent. The three pages belong to the caller and outlive it. The host may delete
+///            it in any slot.
 /// Errors:    shown on the hint page; the log says why.
 class LiveUpdateMgr : public QObject
 {
@@ -39,7 +45,7 @@ class LiveUpdateMgr : public QObject
 
 public:
     LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version, HintDisplay *hint,
-                  QObject *parent);
+                  QObject *parent, DownloadSeams seams = {});
     ~LiveUpdateMgr() override;
 
     void LiveUpdate(QString pid, QString version, QString email);
@@ -75,6 +81,7 @@ signals:
 
 private slots:
     void _SuspendDownload();
+    void _FlushFailed();
 
 private:
     struct QueryValues {
@@ -86,12 +93,11 @@ private:
     QueryValues GatherQueryValues();
     void ShowCheckFailure();
     void StartFullPackage();
-    void SetDownloadTarget(bool incremental);
     void ShowDownloadStart();
-    void ResumePlan(bool incremental, const QString &oldPackagePath);
+    void ResumePlan(const ResumePoint &point, bool incremental, const QString &oldPackagePath);
     void FreshPlan(bool incremental, const QString &oldPackagePath);
-    void WritePlan(const std::array<ByteRange, ResumeState::rangeCount> &ranges);
-    void CreateEmptyFile();
+    void WritePlan(const ResumePoint &point);
+    void ShowPlanFailure();
     void StartRange(int rangeNumber, ByteRange range, bool incremental,
                     const QString &oldPackagePath);
     void EndDownloaders();
@@ -99,6 +105,10 @@ private:
     void KeepInstaller();
     void ShowDownloadError(const QString &text);
 
+    /// Whether this object outlives the call that it guards.
+    using Alive = QPointer<LiveUpdateMgr>;
+
+    DownloadSeams m_seams;
     int m_interactive = 1;
     QString m_updateUrl;
     QSettings m_productSettings;
@@ -113,13 +123,13 @@ private:
     DownloadMgr *m_downloadMgr;
 
     ResumeState m_resumeSettings;
-    QUrl m_downloadUrl;
-    QString m_setupPath;
-    QString m_targetPath;
-    QString m_expectedMd5;
+    FlushSchedule *m_flushSchedule;
+    /// Held by the downloaders of the plan while they run.
+    std::weak_ptr<ProcessLock> m_lock;
+    DownloadTarget m_target;
     /// The full package was planned since the last "Update Now".
     bool m_fullPackageTried = false;
     qint64 m_downloaded = 0;
     qint64 m_total = 0;
-    std::array<QPointer<DownloadMgr>, ResumeState::rangeCount> m_downloaders;
+    Downloaders m_downloaders;
 };

@@ -2,6 +2,10 @@
 
 #include <QString>
 
+#include <memory>
+
+class ProcessLock;
+
 /// The folder that all programs of this machine share, where packages land and installers are kept
 /// for the next incremental update. It is created when it is missing. Empty when it cannot be had or
 /// cannot be written.
@@ -9,3 +13,8 @@ QString gSharedPackageFolder();
 
 /// The shared folder, or the application's own when there is none.
 QString gPackageFolder();
+
+/// One download at a time in `gPackageFolder()`, for all processes that share it.
+/// @return the lock; null while somebody else has it. Where nobody can tell, because the folder
+///         cannot be locked, it is returned all the same, and that is logged.
+std::shared_ptr<ProcessLock> gLockPackages();

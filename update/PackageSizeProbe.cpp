@@ -1,11 +1,16 @@
 #include "update/PackageSizeProbe.h"
 
 #include "api/Log.h"
+#include "update/NetworkFailure.h"
 
 #include <QEventLoop>
+#include <QTimer>
 
 namespace
 {
+constexpr char logFile[] = "LiveUpdateMgr";
+constexpr char logFunction[] = "LiveUpdateMgr::QueryPackageSize";
+
 qint64 gContentLength(const QNetworkReply &reply)
 {
     return reply.header(QNetworkRequest::ContentLengthHeader).toLongLong();
@@ -18,6 +23,11 @@ QUrl gRedirectTarget(const QNetworkReply &reply)
     return target.isEmpty() ? target : reply.url().resolved(target);
 }
 } // namespace
+
+PackageSizeProbe::PackageSizeProbe(std::chrono::milliseconds limit)
+    : m_limit(limit)
+{
+}
 
 PackageSizeProbe::Package PackageSizeProbe::Query(const QUrl &url)
 {
@@ -51,12 +61,21 @@ std::unique_ptr<QNetworkReply> PackageSizeProbe::Head(const QUrl &url)
     if (m_cancelled) {
         reply->abort();
     }
+    QTimer limit;
+    limit.setSingleShot(true);
+    connect(&limit, &QTimer::timeout, reply.get(), &QNetworkReply::abort);
+    limit.start(m_limit);
     if (!reply->isFinished()) {
         loop.exec();
     }
     if (reply->error() != QNetworkReply::NoError) {
-        QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::QueryPackageSize",
-                    "size query failed, error code %d", static_cast<int>(reply->error()));
+        const bool isLate = !limit.isActive();
+        QUILLON_LOG(logFile, logFunction, "size query failed, error code %d",
+                    static_cast<int>(reply->error()));
+        QUILLON_LOG(logFile, logFunction, "%s, %s",
+                    isLate ? "stall, no answer in time"
+                           : gFailureKind(*reply).toStdString().c_str(),
+                    gLogAddress(reply->url()).toStdString().c_str());
     }
     return reply;
 }

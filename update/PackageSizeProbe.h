@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QUrl>
 
+#include <chrono>
 #include <memory>
 
 /// Asks a server for the size of a package with HEAD requests, blocking in a local event loop.
@@ -22,6 +23,9 @@ public:
         QUrl url;
     };
 
+    /// @param limit how long each of the requests may stay without an answer
+    explicit PackageSizeProbe(std::chrono::milliseconds limit);
+
     /// A server that answers 200 is asked once. Any other first answer has to be the first of
     /// exactly two redirects, whatever the status codes behind it; the second target becomes the
     /// package's address.
@@ -37,5 +41,6 @@ private:
     std::unique_ptr<QNetworkReply> Head(const QUrl &url);
 
     QNetworkAccessManager m_network;
+    std::chrono::milliseconds m_limit;
     bool m_cancelled = false;
 };

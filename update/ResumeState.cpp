@@ -25,6 +25,23 @@ QString gEndByteKey(int rangeNumber)
 {
     return QStringLiteral("DownLoad_Tasks/End_Byte%1").arg(rangeNumber);
 }
+
+const QString &gBootIdKey()
+{
+    static const QString key = QStringLiteral("Flushed/Boot_Id");
+    return key;
+}
+
+QString gFlushedByteKey(int rangeNumber)
+{
+    return QStringLiteral("Flushed/Flushed_Byte%1").arg(rangeNumber);
+}
+
+const QString &gValidatorKey()
+{
+    static const QString key = QStringLiteral("Package/Validator");
+    return key;
+}
 } // namespace
 
 ResumeState::ResumeState(const QString &configDirectory)
@@ -71,6 +88,45 @@ qint32 ResumeState::EndByte(int rangeNumber) const
 void ResumeState::SetEndByte(int rangeNumber, qint64 byte)
 {
     m_settings.setValue(gEndByteKey(rangeNumber), byte);
+}
+
+bool ResumeState::KnowsBoot() const
+{
+    return m_settings.contains(gBootIdKey());
+}
+
+QString ResumeState::BootId() const
+{
+    return m_settings.value(gBootIdKey()).toString();
+}
+
+void ResumeState::SetBootId(const QString &boot)
+{
+    m_settings.setValue(gBootIdKey(), boot);
+}
+
+qint32 ResumeState::FlushedByte(int rangeNumber) const
+{
+    return m_settings.value(gFlushedByteKey(rangeNumber)).toInt();
+}
+
+void ResumeState::SetFlushedByte(int rangeNumber, qint64 byte)
+{
+    m_settings.setValue(gFlushedByteKey(rangeNumber), byte);
+}
+
+QByteArray ResumeState::Validator() const
+{
+    return m_settings.value(gValidatorKey()).toString().toUtf8();
+}
+
+void ResumeState::SetValidator(const QByteArray &validator)
+{
+    if (validator.isEmpty()) {
+        m_settings.remove(gValidatorKey());
+    } else {
+        m_settings.setValue(gValidatorKey(), QString::fromUtf8(validator));
+    }
 }
 
 bool ResumeState::Sync()

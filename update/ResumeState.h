@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QSettings>
 #include <QString>
 
@@ -14,7 +15,11 @@
 /// | DownLoad_Tasks       | Start_Byte1 to 5     | integer      | next byte to fetch           |
 /// | DownLoad_Tasks       | End_Byte1 to 5       | integer      | last byte, inclusive         |
 ///
-/// Every value is read as a 32-bit integer: 0 when it is missing, the low 32 bits of a number that
+/// | Flushed              | Boot_Id              | text         | boot that wrote the data     |
+/// | Flushed              | Flushed_Byte1 to 5   | integer      | next byte not yet flushed    |
+/// | Package              | Validator            | text         | version that the server told |
+///
+/// Every number is read as a 32-bit integer: 0 when it is missing, the low 32 bits of a number that
 /// does not fit. Range N is complete when Start_ByteN equals End_ByteN + 1.
 ///
 /// Thread: GUI thread. Objects on the same file share what is not on disk yet.
@@ -39,6 +44,22 @@ public:
 
     qint32 EndByte(int rangeNumber) const;
     void SetEndByte(int rangeNumber, qint64 byte);
+
+    /// Whether the state says anything about a boot and what was flushed during it.
+    bool KnowsBoot() const;
+    QString BootId() const;
+    void SetBootId(const QString &boot);
+
+    /// The byte of a range up to which, exclusively, its data are on stable storage.
+    qint32 FlushedByte(int rangeNumber) const;
+    void SetFlushedByte(int rangeNumber, qint64 byte);
+
+    /// What the server told about the version of the package that the bytes come from.
+    QByteArray Validator() const;
+    /// An empty one is removed.
+    void SetValidator(const QByteArray &validator);
+
+    QString Path() const { return m_settings.fileName(); }
 
     /// Puts everything on disk. @return false when that failed; the file is as it was then.
     bool Sync();

@@ -49,7 +49,7 @@ void UpdateRig::BlockWorkingFolder() const
 
 LiveUpdateMgr &UpdateRig::Build()
 {
-    m_manager = std::make_unique<LiveUpdateMgr>(&m_progress, &m_version, &m_hint, nullptr);
+    m_manager = std::make_unique<LiveUpdateMgr>(&m_progress, &m_version, &m_hint, nullptr, m_seams);
     LiveUpdateMgr *manager = m_manager.get();
     const auto note = [this, manager](void (LiveUpdateMgr::*signal)(), const char *name) {
         QObject::connect(manager, signal, manager,

@@ -43,7 +43,9 @@ private:
     QString Patch() const { return m_rig->WorkingFolder() + "/increase.patch"; }
     bool Apply(const QString &md5, std::chrono::milliseconds limit = 90s) const
     {
-        return gPatchKeptInstaller(Kept(), Patch(), md5, limit);
+        DownloadSeams seams;
+        seams.patchLimit = limit;
+        return gPatchKeptInstaller(Kept(), Patch(), md5, seams);
     }
     /// Checks what every failure leaves behind.
     void VerifyUntouched() const

@@ -108,8 +108,16 @@ void tst_LiveUpdateMgr_Plan::AFreshStartFetchesFiveRangesAndCompletesThePackage(
 
 void tst_LiveUpdateMgr_Plan::AFreshStartWritesItsPlanIntoTheStateFile()
 {
+    m_rig->Seams().bootIdentity = [] { return QStringLiteral("this boot"); };
+    m_rig->Build();
     m_rig->StartFullDownload(gSilentPackage());
-    const QMap<QString, QString> expected{{"FullPackage_size/FullPackage_size", "1000003"},
+    const QMap<QString, QString> expected{{"Flushed/Boot_Id", "this boot"},
+                                          {"Flushed/Flushed_Byte1", "0"},
+                                          {"Flushed/Flushed_Byte2", "200000"},
+                                          {"Flushed/Flushed_Byte3", "400000"},
+                                          {"Flushed/Flushed_Byte4", "600000"},
+                                          {"Flushed/Flushed_Byte5", "800000"},
+                                          {"FullPackage_size/FullPackage_size", "1000003"},
                                           {"AlreadyDownload_size/AlreadyDownload_size", "0"},
                                           {"DownLoad_Tasks/Start_Byte1", "0"},
                                           {"DownLoad_Tasks/End_Byte1", "199999"},

@@ -2,14 +2,21 @@
 
 #include "api/Log.h"
 #include "api/QuillonInit.h"
+#include "platform/ProcessLock.h"
 #include "update/InstallerPatch.h"
 #include "update/InstallOffer.h"
+#include "update/NetworkFailure.h"
+#include "update/PackagePlacer.h"
+#include "update/RangeReply.h"
+#include "update/TransferWatch.h"
 #include "update/UpdateCommon/DownloadState.h"
-#include "update/UpdateCommon/NetworkCheck.h"
 
 #include <QEvent>
+#include <QFile>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
+
+#include <utility>
 
 namespace
 {
@@ -23,40 +30,37 @@ constexpr char fileOpenFailed[] = QT_TRANSLATE_NOOP("DownloadMgr", "File open er
 constexpr qint64 readBufferSize = qint64{1024} * 1024;
 
 constexpr int mostRedirects = 10;
-
-/// Ends of a transfer that are no failure to tell: we cancelled it, or the connection was cut and
-/// the range stays unfinished in the resume state.
-bool gIsSilent(QNetworkReply::NetworkError code)
-{
-    return code == QNetworkReply::OperationCanceledError ||
-           code == QNetworkReply::RemoteHostClosedError;
-}
 } // namespace
 
-DownloadMgr::DownloadMgr(QObject *parent, std::chrono::milliseconds patchLimit)
+DownloadMgr::DownloadMgr(QObject *parent, DownloadSeams seams)
     : QObject(parent)
+    , m_seams(std::move(seams))
+    , m_store(QuillonInit::GetConfigFileDir())
+    , m_check(&m_store)
     , m_manager(new QNetworkAccessManager(this))
-    , m_networkCheck(new NetworkCheck)
+    , m_watch(new TransferWatch(m_seams, this))
+    , m_placer(new PackagePlacer(&m_store, m_seams.flush, this))
     , m_installOffer(new InstallOffer(this))
-    , m_resumeSettings(QuillonInit::GetConfigFileDir())
-    , m_expectedSize(m_resumeSettings.PackageSize())
-    , m_patchLimit(patchLimit)
 {
     connect(m_installOffer, &InstallOffer::Close, this, &DownloadMgr::Close);
     connect(m_installOffer, &InstallOffer::BeginInstall, this, &DownloadMgr::BeginInstall);
     connect(m_installOffer, &InstallOffer::CancelInstall, this, &DownloadMgr::CancelInstall);
     connect(m_installOffer, &InstallOffer::InstallStarted, this, &DownloadMgr::InstallStarted);
-    connect(m_networkCheck, &NetworkCheck::TimeOut, this, &DownloadMgr::_TimeOut);
+    connect(m_watch, &TransferWatch::AskAgain, this, &DownloadMgr::_AskAgain);
+    connect(m_watch, &TransferWatch::GivenUp, this, &DownloadMgr::_GivenUp);
+    connect(m_placer, &PackagePlacer::Placed, this, &DownloadMgr::_Placed);
+    connect(m_placer, &PackagePlacer::Failed, this, [this] { Fail(downloadFailed); });
     connect(m_manager, &QNetworkAccessManager::finished, this, &DownloadMgr::ReplyFinished);
 }
 
 DownloadMgr::~DownloadMgr()
 {
     Stop();
-    delete m_networkCheck;
+    m_manager->disconnect(this);
+    gDeleteLater(m_manager);
 }
 
-// --- Starting and stopping -----------------------------------------------------------------------
+// --- Asking --------------------------------------------------------------------------------------
 
 void DownloadMgr::ResumeDownload(const QString &targetPath, const QUrl &url,
                                  const QString &installerPath, qint64 startByte, qint64 endByte,
@@ -66,234 +70,220 @@ void DownloadMgr::ResumeDownload(const QString &targetPath, const QUrl &url,
     m_incremental = incremental;
     m_started = true;
     m_errorTold = false;
+    m_url = url;
     m_expectedMd5 = expectedMd5;
     m_oldPackagePath = oldPackagePath.isNull() ? targetPath : oldPackagePath;
     m_targetPath = targetPath;
     m_installerPath = installerPath;
-    m_rangeNumber = rangeNumber;
-    m_nextByte = startByte;
-    m_endByte = endByte;
-    m_file.setFileName(targetPath);
-    // Without a target the request is made all the same; its first chunk tries to open the file
-    // again.
-    OpenTarget("DownloadMgr::ResumeDownload");
-
+    m_furthestByte = startByte;
+    m_store.Begin(targetPath, rangeNumber, startByte, endByte);
+    m_watch->SetRange(rangeNumber);
+    if (!m_store.Open("DownloadMgr::ResumeDownload")) {
+        // The request is made all the same; its first chunk tries to open the file again.
+        const Alive alive(this);
+        Fail(fileOpenFailed);
+        if (alive == nullptr) {
+            return;
+        }
+    }
     if (startByte == endByte + 1) {
         // Nothing to ask for: a package of fewer than five bytes has such ranges, and a package
         // that was complete when its process ended has nothing else.
-        m_file.close();
         QMetaObject::invokeMethod(this, &DownloadMgr::_DownloadFinished, Qt::QueuedConnection);
         return;
     }
-    QNetworkRequest request(url);
-    QByteArray range = "bytes=" + QByteArray::number(startByte) + '-';
-    if (rangeNumber < ResumeState::rangeCount) {
-        range += QByteArray::number(endByte);
-    }
-    request.setRawHeader("Range", range);
-    SendRequest(request);
-    connect(m_reply, &QNetworkReply::readyRead, this, &DownloadMgr::_ReadyRead);
-    connect(m_reply, &QNetworkReply::finished, this, &DownloadMgr::_DownloadFinished);
-    connect(m_reply, &QNetworkReply::errorOccurred, this, &DownloadMgr::ReplyError);
-    StartCheck();
+    RequestRest();
 }
 
-void DownloadMgr::SendRequest(const QNetworkRequest &request)
+/// Asks for what is left of the range; of a redirected package, for all of it.
+void DownloadMgr::RequestRest()
 {
-    QNetworkRequest identity(request);
-    // Ranges count the package's own bytes, not those of a compressed form of it.
-    identity.setRawHeader("Accept-Encoding", "identity");
-    m_reply = m_manager->get(identity);
+    if (IsRedirected()) {
+        m_store.BeginWhole();
+        m_receivedOnRedirect = 0;
+        Send(gPackageRequest(m_url));
+    } else {
+        const bool isLast = m_store.RangeNumber() == ResumeState::rangeCount;
+        Send(gRangeRequest(m_url, m_store.Rest(), isLast));
+    }
+}
+
+void DownloadMgr::Send(const QNetworkRequest &request)
+{
+    m_check.Begin(IsRedirected());
+    m_reply = m_manager->get(request);
     m_reply->setReadBufferSize(readBufferSize);
+    connect(m_reply, &QNetworkReply::readyRead, this,
+            m_started ? &DownloadMgr::_ReadyRead : &DownloadMgr::ReadyRead);
+    if (IsRedirected()) {
+        connect(m_reply, &QNetworkReply::downloadProgress, this,
+                &DownloadMgr::slotDownloadProgress);
+    } else {
+        connect(m_reply, &QNetworkReply::finished, this, &DownloadMgr::_DownloadFinished);
+    }
+    connect(m_reply, &QNetworkReply::errorOccurred, this, &DownloadMgr::ReplyError);
+    connect(m_reply, &QNetworkReply::sslErrors, this, [](const QList<QSslError> &errors) {
+        gLogTlsErrors(logFile, "DownloadMgr::ReplyError", errors);
+    });
+    m_watch->Restart();
 }
 
 void DownloadMgr::FollowRedirect(QNetworkReply *reply)
 {
-    // From the raw header: Qt's own reading of it drops an address that is only a path.
-    const QUrl target = reply->url().resolved(QUrl::fromEncoded(reply->rawHeader("Location")));
-    reply->disconnect(this);
-    reply->deleteLater();
-    // The request that follows names no range, so the answer is the whole package, from its first
-    // byte.
-    m_file.close();
-    m_nextByte = 0;
-    m_receivedOnRedirect = 0;
-    if (++m_redirects > mostRedirects) {
-        QUILLON_LOG(logFile, "DownloadMgr::ReplyFinished", "more than %d redirects", mostRedirects);
-        Fail(downloadFailed);
+    m_url = gRedirectTarget(*reply);
+    LetGoOfReply();
+    if (++m_redirects > mostRedirects || !gIsServerAddress(m_url)) {
+        QUILLON_LOG(logFile, "DownloadMgr::ReplyFinished", "redirect no. %d to %s is not followed",
+                    m_redirects, gLogAddress(m_url).toStdString().c_str());
+        GiveUp(downloadFailed);
         return;
     }
-    SendRequest(QNetworkRequest(target));
-    connect(m_reply, &QNetworkReply::readyRead, this,
-            m_started ? &DownloadMgr::_ReadyRead : &DownloadMgr::ReadyRead);
-    connect(m_reply, &QNetworkReply::downloadProgress, this, &DownloadMgr::slotDownloadProgress);
-    connect(m_reply, &QNetworkReply::errorOccurred, this, &DownloadMgr::ReplyError);
-    connect(m_reply, &QNetworkReply::sslErrors, this, &DownloadMgr::_SslErrors);
-    StartCheck();
+    // The request that follows names no range, so the answer is the whole package, from its first
+    // byte.
+    m_furthestByte = 0;
+    RequestRest();
+}
+
+void DownloadMgr::_AskAgain()
+{
+    LetGoOfReply();
+    m_store.Close();
+    RequestRest();
+}
+
+void DownloadMgr::_GivenUp()
+{
+    GiveUp(downloadFailed);
+}
+
+/// Only bytes count, whatever the network layer makes of the end.
+void DownloadMgr::Cut()
+{
+    LetGoOfReply();
+    m_store.Close();
+    m_watch->Cut();
+}
+
+void DownloadMgr::LetGoOfReply()
+{
+    if (m_reply != nullptr) {
+        QNetworkReply *const reply = m_reply;
+        m_reply.clear();
+        reply->disconnect(this);
+        if (reply->error() == QNetworkReply::NoError) {
+            reply->abort(); // One that has failed is ending by itself.
+        }
+        reply->deleteLater();
+    }
 }
 
 void DownloadMgr::Stop()
 {
-    m_finishHandled = true;
-    StopCheck();
-    m_file.close();
-    if (m_reply != nullptr) {
-        m_manager->disconnect(this);
-        m_reply->disconnect(this);
-        m_reply->abort();
-    }
+    CloseRange();
+    m_placer->Cancel();
+    m_lock.reset();
 }
 
 bool DownloadMgr::IsRunning() const
 {
-    return m_started && !m_finishHandled;
+    return m_started && (!m_finishHandled || m_placer->IsRunning());
+}
+
+void DownloadMgr::HoldLock(std::shared_ptr<ProcessLock> lock)
+{
+    m_lock = std::move(lock);
 }
 
 void DownloadMgr::SaveResumeState()
 {
-    // A redirected body is written from the package's start and says nothing about this range.
-    if (m_redirects == 0) {
-        m_resumeSettings.SetAlreadyDownloaded(gDownloadState().alreadyDownloaded);
-        m_resumeSettings.SetStartByte(m_rangeNumber, m_nextByte);
-    }
-    if (!m_resumeSettings.Sync()) {
-        QUILLON_LOG(logFile, "DownloadMgr::SaveResumeState", "the resume state cannot be written");
-    }
-}
-
-void DownloadMgr::AbortTransfer()
-{
-    if (m_reply != nullptr) {
-        m_reply->abort();
-    }
-    StopCheck();
-}
-
-void DownloadMgr::StartCheck()
-{
-    QMetaObject::invokeMethod(m_networkCheck, &NetworkCheck::_Check, Qt::QueuedConnection);
-}
-
-void DownloadMgr::StopCheck()
-{
-    QMetaObject::invokeMethod(m_networkCheck, &NetworkCheck::_StopCheck, Qt::QueuedConnection);
-}
-
-void DownloadMgr::Fail(const char *text)
-{
-    m_errorText = text;
-    if (!m_errorTold) {
-        m_errorTold = true;
-        emit Error(tr(text));
-    }
+    m_store.Save(gDownloadState().alreadyDownloaded);
 }
 
 // --- Receiving -----------------------------------------------------------------------------------
 
 void DownloadMgr::_ReadyRead()
 {
-    constexpr char function[] = "DownloadMgr::_ReadyRead";
-
-    const QNetworkReply::NetworkError code = m_reply->error();
-    if (code != QNetworkReply::NoError) {
-        QUILLON_LOG(logFile, function, "Download Filed  error code %d", static_cast<int>(code));
-        AbortTransfer();
-        if (!gIsSilent(code)) {
-            Fail(downloadFailed);
-        }
-        return;
-    }
-    if (!HasPackageContentType()) {
-        return;
-    }
-    const qint64 written = WriteChunk(function);
-    if (written <= 0) {
-        return;
-    }
-    m_nextByte += written;
-    if (m_redirects == 0) {
-        if (m_nextByte > m_endByte) {
-            // The range that completes the package moves the file, and where a file is in use it cannot
-            // be moved: whoever has written all of its bytes lets go of it.
-            m_file.close();
-        }
-        gDownloadState().alreadyDownloaded += written;
-        SaveResumeState();
-        emit DownloadProgress(written, 1);
+    const Alive alive(this);
+    Receive("DownloadMgr::_ReadyRead");
+    if (alive != nullptr && !m_finishHandled && !IsRedirected() && m_store.HasAllBytes()) {
+        EndRange();
     }
 }
 
 void DownloadMgr::ReadyRead()
 {
-    constexpr char function[] = "DownloadMgr::ReadyRead";
+    Receive("DownloadMgr::ReadyRead");
+}
 
-    if (m_reply->error() != QNetworkReply::NoError) {
-        QUILLON_LOG(logFile, function, "Download Filed  error code %d",
-                    static_cast<int>(m_reply->error()));
-        const bool isSilent = gIsSilent(m_reply->error());
-        AbortTransfer();
-        if (!isSilent) {
-            Fail(downloadFailed);
+/// Writes what has arrived, if it may be written.
+void DownloadMgr::Receive(const char *function)
+{
+    if (m_reply == nullptr) {
+        return;
+    }
+    const QNetworkReply::NetworkError code = m_reply->error();
+    if (code != QNetworkReply::NoError) {
+        QUILLON_LOG(logFile, function, "Download Filed  error code %d", static_cast<int>(code));
+        if (!gIsSilent(code)) {
+            GiveUp(downloadFailed);
         }
-    } else if (HasPackageContentType()) {
-        WriteChunk(function);
+        return;
+    }
+    switch (m_check.Check(m_reply, function)) {
+    case AnswerCheck::Outcome::Ignore:
+        break;
+    case AnswerCheck::Outcome::Refuse:
+        GiveUp(downloadFailed);
+        break;
+    case AnswerCheck::Outcome::Write:
+        if (m_store.Open(function)) {
+            WriteChunk(function);
+        } else {
+            GiveUp(fileOpenFailed);
+        }
+        break;
     }
 }
 
-bool DownloadMgr::HasPackageContentType() const
+void DownloadMgr::WriteChunk(const char *function)
 {
-    const QString header = m_reply->header(QNetworkRequest::ContentTypeHeader).toString();
-    const QString type = header.section(QLatin1Char(';'), 0, 0).trimmed().toLower();
-    return type == QLatin1String("application/octet-stream") ||
-           type == QLatin1String("application/x-msdownload");
-}
-
-bool DownloadMgr::OpenTarget(const char *function)
-{
-    if (m_file.isOpen()) {
-        return true;
+    m_watch->Restart();
+    const QByteArray received = m_reply->readAll();
+    const qint64 written = m_store.Write(received, function);
+    if (m_store.NextByte() > m_furthestByte) {
+        // A redirected body starts anew each time: only what goes beyond those of before is progress.
+        m_furthestByte = m_store.NextByte();
+        m_watch->ByteReceived();
     }
-    // Unbuffered: the bytes are with the system before the state that claims them is written.
-    if (m_file.open(QIODevice::ReadWrite | QIODevice::Unbuffered) && m_file.seek(m_nextByte)) {
-        return true;
+    const Alive alive(this);
+    if (!IsRedirected() && written > 0) {
+        gDownloadState().alreadyDownloaded += written;
+        SaveResumeState();
+        emit DownloadProgress(written, 1);
     }
-    QUILLON_LOG(logFile, function, "file open error!!! file path = %s",
-                m_file.fileName().toStdString().c_str());
-    m_file.close();
-    AbortTransfer();
-    Fail(fileOpenFailed);
-    return false;
-}
-
-/// Writes what the reply holds at the file's position. Returns the bytes written, of which there
-/// may be some even when the rest failed.
-qint64 DownloadMgr::WriteChunk(const char *function)
-{
-    if (!OpenTarget(function)) {
-        return 0;
+    // What a range brings beyond its end is left out; a whole package that does is another one.
+    if (alive != nullptr && written != received.size() &&
+        (IsRedirected() || !m_store.HasAllBytes())) {
+        GiveUp(downloadFailed);
     }
-    StartCheck();
-    const QByteArray chunk = m_reply->readAll();
-    const qint64 written = qMax<qint64>(0, m_file.write(chunk));
-    if (written != chunk.size()) {
-        QUILLON_LOG(logFile, function, "file write error!!! file path = %s, %s",
-                    m_file.fileName().toStdString().c_str(),
-                    m_file.errorString().toStdString().c_str());
-        AbortTransfer();
-        Fail(downloadFailed);
-    }
-    return written;
 }
 
 void DownloadMgr::slotDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
 {
     if (m_incremental) {
         DownloadIncreasePackageProgress(bytesReceived, bytesTotal);
-    } else if (HasReceivedWhole(bytesReceived, bytesTotal)) {
+        return;
+    }
+    const Alive alive(this);
+    if (HasReceivedWhole(bytesReceived, bytesTotal)) {
         emit DownloadFinished();
-        CompleteFullPackage();
+        if (alive != nullptr) {
+            m_placer->Start(m_installerPath, std::move(m_lock));
+        }
     }
 }
+
+void DownloadMgr::_slotDownloadProgress(qint64 /*bytesReceived*/, qint64 /*bytesTotal*/) {}
 
 void DownloadMgr::DownloadIncreasePackageProgress(qint64 bytesReceived, qint64 bytesTotal)
 {
@@ -310,192 +300,198 @@ bool DownloadMgr::HasReceivedWhole(qint64 bytesReceived, qint64 bytesTotal)
         return false;
     }
     m_receivedOnRedirect = bytesReceived;
+    const Alive alive(this);
     emit DownloadProgress(bytesReceived, bytesTotal);
-    if (bytesTotal == 0 || bytesReceived != bytesTotal) {
+    if (alive == nullptr || bytesTotal == 0 || bytesReceived != bytesTotal || m_finishHandled) {
         return false;
     }
-    m_file.close();
-    m_reply->close();
-    StopCheck();
     DownloadState &state = gDownloadState();
-    if (!state.downloadStarted) {
-        return false;
-    }
-    if (m_nextByte != m_expectedSize) {
+    if (state.downloadStarted && m_store.NextByte() != m_store.PackageSize()) {
         QUILLON_LOG(logFile, "DownloadMgr::slotDownloadProgress",
                     "%lld bytes were received where the package has %d",
-                    static_cast<long long>(m_nextByte), m_expectedSize);
-        Fail(downloadFailed);
+                    static_cast<long long>(m_store.NextByte()), m_store.PackageSize());
+        GiveUp(downloadFailed);
         return false;
     }
+    const bool isFirst = state.downloadStarted;
     state.downloadStarted = false;
     state.finishedSegments = 0;
-    return true;
+    CloseRange();
+    return isFirst;
 }
 
-void DownloadMgr::_slotDownloadProgress(qint64 /*bytesReceived*/, qint64 /*bytesTotal*/) {}
-
-// --- The ends of a reply -------------------------------------------------------------------------
+// --- The ends of a reply and of a range ----------------------------------------------------------
 
 void DownloadMgr::_DownloadFinished()
 {
     if (m_finishHandled) {
         return;
     }
-    m_finishHandled = true;
-    StopCheck();
-    m_file.close();
-    if (m_reply != nullptr && m_reply->error() == QNetworkReply::RemoteHostClosedError) {
-        return;
+    if (m_reply != nullptr && !m_store.HasAllBytes()) {
+        const QNetworkReply::NetworkError code = m_reply->error();
+        if (code == QNetworkReply::NoError) {
+            QUILLON_LOG(logFile, "DownloadMgr::_DownloadFinished",
+                        "short body, range %d ended at byte %lld", m_store.RangeNumber(),
+                        static_cast<long long>(m_store.NextByte()));
+        }
+        if (code == QNetworkReply::NoError || code == QNetworkReply::RemoteHostClosedError) {
+            Cut();
+            return;
+        }
     }
-    DownloadState &state = gDownloadState();
-    if (!state.downloadStarted) {
-        // Another range has completed the package already; one whose bytes were all there may end
-        // late.
-        return;
-    }
-    state.finishedSegments += 1;
-    const bool allEnded = state.finishedSegments == state.activeSegments;
-    if (allEnded) {
-        state.finishedSegments = 0;
-    }
-    if (!allEnded && state.alreadyDownloaded != m_expectedSize) {
-        return;
-    }
-    state.downloadStarted = false;
-    if (state.alreadyDownloaded == m_expectedSize) {
-        state.finishedSegments = 0;
+    EndRange();
+}
+
+/// The range has ended and nothing more is asked for it: with all of its bytes, by a failure, or by
+/// a cancellation.
+void DownloadMgr::EndRange()
+{
+    CloseRange();
+    switch (gDownloadState().CountEndedRange(m_store.PackageSize())) {
+    case DownloadState::Left::Others:
+        m_lock.reset();
+        break;
+    case DownloadState::Left::Nothing:
+        // The lock stays until the package is in place.
         if (m_incremental) {
             CompleteIncreasePackage();
         } else {
-            CompleteFullPackage();
+            m_placer->Start(m_installerPath, std::move(m_lock));
         }
-        return;
+        break;
+    case DownloadState::Left::Bytes:
+        m_lock.reset();
+        // Ranges that failed have told so themselves. This peculiar comparison, which is true only
+        // for a package of one byte of which nothing came, is deliberate: any wider one would tell
+        // failures twice.
+        const int nothingCame = gDownloadState().alreadyDownloaded == 0 ? 1 : 0;
+        if (nothingCame == m_store.PackageSize()) {
+            Fail(downloadFailed);
+        }
+        break;
     }
-    // Ranges that failed have told so themselves. This peculiar comparison, which is true only for
-    // a package of one byte of which nothing came, is deliberate: any wider one would tell failures
-    // twice.
-    const int nothingCame = state.alreadyDownloaded == 0 ? 1 : 0;
-    if (nothingCame == m_expectedSize) {
-        Fail(downloadFailed);
+}
+
+/// Nothing is written, counted or asked for any more.
+void DownloadMgr::CloseRange()
+{
+    m_finishHandled = true;
+    m_watch->Stop();
+    m_store.Close();
+    LetGoOfReply();
+}
+
+void DownloadMgr::GiveUp(const char *text)
+{
+    const Alive alive(this);
+    EndRange();
+    if (alive != nullptr) {
+        Fail(text);
+    }
+}
+
+void DownloadMgr::Fail(const char *text)
+{
+    m_errorText = text;
+    if (!m_errorTold) {
+        m_errorTold = true;
+        emit Error(tr(text));
     }
 }
 
 void DownloadMgr::ReplyError(QNetworkReply::NetworkError code)
 {
-    QUILLON_LOG(logFile, "DownloadMgr::ReplyError",
-                "Failed to download the update errcode = %d  %d", static_cast<int>(code),
-                m_rangeNumber);
-    // The network layer tells of the end only later; the range ends here and now.
+    constexpr char function[] = "DownloadMgr::ReplyError";
+
+    QUILLON_LOG(logFile, function, "Failed to download the update errcode = %d  %d",
+                static_cast<int>(code), m_store.RangeNumber());
+    if (!gIsSilent(code)) {
+        m_errorText = downloadFailed;
+    }
     if (m_reply != nullptr) {
+        gLogFailure(logFile, function, *m_reply);
+        // The network layer tells of the end only later; the range ends here and now.
         emit m_reply->finished();
     }
-    AbortTransfer();
-    m_errorText = downloadFailed;
 }
 
 void DownloadMgr::ReplyFinished(QNetworkReply *reply)
 {
+    if (reply != m_reply) {
+        return; // We have let go of it.
+    }
     const QNetworkReply::NetworkError code = reply->error();
-    if (code == QNetworkReply::NoError) {
-        if (reply->hasRawHeader("Location")) {
-            FollowRedirect(reply);
-        }
-        return;
-    }
-    if (gIsSilent(code)) {
-        return;
-    }
-    QUILLON_LOG(logFile, "DownloadMgr::ReplyFinished", "Download Filed  error code %d",
-                static_cast<int>(code));
-    AbortTransfer();
-    Fail(downloadFailed);
-}
-
-void DownloadMgr::_SslErrors(const QList<QSslError> &errors)
-{
-    for (const QSslError &error : errors) {
-        QUILLON_LOG(logFile, "DownloadMgr::_SslErrors", "%s",
-                    error.errorString().toStdString().c_str());
+    if (code == QNetworkReply::NoError && reply->hasRawHeader("Location")) {
+        FollowRedirect(reply);
+    } else if (m_watch->IsBehindCut() && gIsOfTheConnection(code)) {
+        Cut();
+    } else if (IsRedirected() && code == QNetworkReply::RemoteHostClosedError) {
+        Cut();
+    } else if (code != QNetworkReply::NoError && !gIsSilent(code)) {
+        QUILLON_LOG(logFile, "DownloadMgr::ReplyFinished", "Download Filed  error code %d",
+                    static_cast<int>(code));
+        GiveUp(downloadFailed);
     }
 }
 
-void DownloadMgr::_TimeOut() const
+bool DownloadMgr::event(QEvent *event)
 {
-    QUILLON_LOG(logFile, "DownloadMgr::_TimeOut", "range %d has received nothing for %lld s",
-                m_rangeNumber,
-                static_cast<long long>(
-                    std::chrono::duration_cast<std::chrono::seconds>(NetworkCheck::defaultInterval)
-                        .count()));
+    const Alive alive(this);
+    if (event->type() == QEvent::LanguageChange && m_errorText != nullptr) {
+        emit Error(tr(m_errorText));
+    }
+    return alive == nullptr || QObject::event(event);
 }
 
 // --- The complete package ------------------------------------------------------------------------
 
-void DownloadMgr::CompleteFullPackage()
+void DownloadMgr::_Placed()
 {
-    const bool removed = !QFile::exists(m_installerPath) || QFile::remove(m_installerPath);
-    if (!removed || !m_file.rename(m_installerPath)) {
-        QUILLON_LOG(logFile, "DownloadMgr::_DownloadFinished", "%s cannot be moved to %s, %s",
-                    m_targetPath.toStdString().c_str(), m_installerPath.toStdString().c_str(),
-                    m_file.errorString().toStdString().c_str());
-        Fail(downloadFailed);
-        return;
-    }
     gDownloadState().installerReady = m_installerPath;
-    OfferInstall();
+    OfferInstall(m_installerPath);
 }
 
 void DownloadMgr::CompleteIncreasePackage()
 {
+    const Alive alive(this);
+    const auto lock = std::move(m_lock);
     if (!PatchIncreasePackage()) {
         emit PatchIncreasePackageFaild();
         return;
     }
     emit DownloadFinished();
-    OfferInstall();
-}
-
-void DownloadMgr::OfferInstall()
-{
-    // The question waits for the user in a nested event loop, in which the host may delete the
-    // dialog: not from within a reply's own signal.
-    QMetaObject::invokeMethod(
-        m_installOffer,
-        [offer = m_installOffer, installer = m_file.fileName()] {
-            offer->OfferDownloaded(installer);
-        },
-        Qt::QueuedConnection);
+    if (alive != nullptr) {
+        OfferInstall(m_oldPackagePath);
+    }
 }
 
 bool DownloadMgr::PatchIncreasePackage()
 {
-    if (!gPatchKeptInstaller(m_oldPackagePath, m_targetPath, m_expectedMd5, m_patchLimit)) {
+    if (!gPatchKeptInstaller(m_oldPackagePath, m_targetPath, m_expectedMd5, m_seams)) {
         return false;
     }
-    m_file.setFileName(m_oldPackagePath);
     gDownloadState().installerReady = m_oldPackagePath;
     return true;
 }
 
+void DownloadMgr::OfferInstall(const QString &installer)
+{
+    // The question waits for the user in a nested event loop, in which the host may delete the
+    // dialog: not from within a reply's own signal.
+    QMetaObject::invokeMethod(
+        m_installOffer, [offer = m_installOffer, installer] { offer->OfferDownloaded(installer); },
+        Qt::QueuedConnection);
+}
+
 void DownloadMgr::OfferKeptInstaller(const QString &installerPath)
 {
-    if (!QFile::exists(installerPath)) {
-        return;
+    if (QFile::exists(installerPath)) {
+        gDownloadState().installerReady = installerPath;
+        m_installOffer->OfferKept(installerPath);
     }
-    m_file.setFileName(installerPath);
-    gDownloadState().installerReady = installerPath;
-    m_installOffer->OfferKept(installerPath);
 }
 
 void DownloadMgr::Install()
 {
     m_installOffer->Install();
-}
-
-bool DownloadMgr::event(QEvent *event)
-{
-    if (event->type() == QEvent::LanguageChange && m_errorText != nullptr) {
-        emit Error(tr(m_errorText));
-    }
-    return QObject::event(event);
 }

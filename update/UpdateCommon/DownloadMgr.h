@@ -1,43 +1,47 @@
 #pragma once
 
-#include "update/ResumeState.h"
+#include "update/AnswerCheck.h"
+#include "update/DownloadSeams.h"
+#include "update/RangeStore.h"
 
-#include <QFile>
 #include <QNetworkReply>
 #include <QObject>
 #include <QPointer>
-#include <QSslError>
 #include <QUrl>
 
-#include <chrono>
+#include <memory>
 
 class InstallOffer;
-class NetworkCheck;
+class PackagePlacer;
+class ProcessLock;
 class QNetworkAccessManager;
+class QNetworkRequest;
+class TransferWatch;
 
 /// Fetches one byte range of a package into the pre-allocated target file. The downloader that
 /// completes the package also puts it in place and asks the user to install it.
 ///
-///     ResumeDownload ─► GET with Range
-///       ├─► _ReadyRead          a chunk: write, count, save the state
-///       ├─► _DownloadFinished   the range has ended; the last one: the package in place ─┐
-///       ├─► ReplyError          logs, ends the range                                     │
-///       └─► ReplyFinished       Error; or follows a redirect:                            │
-///             GET without Range ─► slotDownloadProgress: the package in place ───────────┤
-///                                          InstallOffer ◄────────────────────────────────┘
+///     ResumeDownload ─► GET with Range ◄───────────────────────────────────────────┐
+///       ├─► _ReadyRead          judged once, then each chunk: write, count, save   │ asks again
+///       ├─► _DownloadFinished   all bytes there: the range has ended ─────────┐    │ for the rest
+///       │                       short: cut ──────────────────────────────────────►─┤
+///       ├─► ReplyError          logs, ends the range                          │    │
+///       ├─► _TimeOut            stalled ──────────────────────────────────────────►┘
+///       └─► ReplyFinished       Error; or follows a redirect:                 │
+///             GET without Range ─► slotDownloadProgress: all there ───────────┤
+///                                                                             ▼
+///                        the last range: flush or patch, the package in place, InstallOffer
 ///
 /// Thread:    GUI thread. The five downloaders of a package share `gDownloadState()`.
-/// Ownership: its Qt parent. Deleting it ends its transfer; the resume state stays as last written.
+/// Ownership: its Qt parent. Deleting it, which the host may do in any slot, ends its transfer; the
+///            resume state stays as last written.
 /// Errors:    `Error` carries one of two fixed texts; the log says why.
 class DownloadMgr : public QObject
 {
     Q_OBJECT
 
 public:
-    static constexpr std::chrono::milliseconds defaultPatchLimit{90000};
-
-    /// @param patchLimit how long the patch program may take
-    explicit DownloadMgr(QObject *parent, std::chrono::milliseconds patchLimit = defaultPatchLimit);
+    explicit DownloadMgr(QObject *parent, DownloadSeams seams = {});
     ~DownloadMgr() override;
 
     /// Starts to fetch a range.
@@ -73,6 +77,9 @@ public:
     /// Puts on disk how far this range has come.
     void SaveResumeState();
 
+    /// Holds @p lock until this range has ended, one way or the other.
+    void HoldLock(std::shared_ptr<ProcessLock> lock);
+
 signals:
     /// Bytes of the chunk just written, and 1; on a redirected reply the bytes received and the
     /// total.
@@ -101,28 +108,42 @@ public:
     bool event(QEvent *event) override;
 
 private slots:
-    void _SslErrors(const QList<QSslError> &errors);
-    void _TimeOut() const;
+    void _AskAgain();
+    void _GivenUp();
+    void _Placed();
 
 private:
-    void SendRequest(const QNetworkRequest &request);
-    void FollowRedirect(QNetworkReply *reply);
-    bool OpenTarget(const char *function);
-    bool HasPackageContentType() const;
-    qint64 WriteChunk(const char *function);
-    void AbortTransfer();
-    void StartCheck();
-    void StopCheck();
-    void Fail(const char *text);
-    bool HasReceivedWhole(qint64 bytesReceived, qint64 bytesTotal);
-    void CompleteFullPackage();
-    void CompleteIncreasePackage();
-    void OfferInstall();
+    /// Whether this object outlives the call that it guards.
+    using Alive = QPointer<DownloadMgr>;
 
-    QFile m_file;
+    // Asking
+    bool IsRedirected() const { return m_redirects > 0; }
+    void RequestRest();
+    void Send(const QNetworkRequest &request);
+    void FollowRedirect(QNetworkReply *reply);
+    void Cut();
+    void LetGoOfReply();
+
+    // Receiving
+    void Receive(const char *function);
+    void WriteChunk(const char *function);
+    bool HasReceivedWhole(qint64 bytesReceived, qint64 bytesTotal);
+
+    // Ending
+    void EndRange();
+    void CloseRange();
+    void GiveUp(const char *text);
+    void Fail(const char *text);
+    void CompleteIncreasePackage();
+    void OfferInstall(const QString &installer);
+
+    DownloadSeams m_seams;
+    RangeStore m_store;
+    AnswerCheck m_check;
     QNetworkAccessManager *m_manager;
     QPointer<QNetworkReply> m_reply;
-    NetworkCheck *m_networkCheck;
+    TransferWatch *m_watch;
+    PackagePlacer *m_placer;
     InstallOffer *m_installOffer;
     /// Source text of the message that `Error` carries; null while nothing has failed.
     const char *m_errorText = nullptr;
@@ -130,17 +151,14 @@ private:
     bool m_errorTold = false;
     qint64 m_receivedOnRedirect = 0;
     int m_redirects = 0;
+    QUrl m_url;
     QString m_installerPath;
     QString m_oldPackagePath;
     QString m_targetPath;
     QString m_expectedMd5;
     bool m_incremental = false;
-    int m_rangeNumber = 0;
-    ResumeState m_resumeSettings;
-    qint64 m_nextByte = 0;
-    qint64 m_endByte = 0;
-    qint32 m_expectedSize;
     bool m_started = false;
     bool m_finishHandled = false;
-    std::chrono::milliseconds m_patchLimit;
+    qint64 m_furthestByte = 0;
+    std::shared_ptr<ProcessLock> m_lock;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QtGlobal>
 
@@ -17,8 +18,23 @@ struct DownloadState {
     int activeSegments = 0;
     /// Ranges that have ended since the last completion.
     int finishedSegments = 0;
+    /// What the server told about the version of the package; empty until it told.
+    QByteArray validator;
     /// Path of the installer that is ready to be started.
     QString installerReady;
+
+    enum class Left {
+        /// Ranges are still running, or another one has ended the download already.
+        Others,
+        /// All bytes are there.
+        Nothing,
+        /// No range is running any more, and bytes are missing.
+        Bytes
+    };
+
+    /// One more range has ended. @return what is left then of a package of @p packageSize bytes;
+    /// `Nothing` and `Bytes` end the download and come once.
+    Left CountEndedRange(qint64 packageSize);
 };
 
 DownloadState &gDownloadState();

@@ -1,0 +1,22 @@
+#include "platform/BootIdentity.h"
+
+#include <QtTest>
+
+class tst_BootIdentity : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void ItIsTheSameEveryTime();
+};
+
+void tst_BootIdentity::ItIsTheSameEveryTime()
+{
+    const QString boot = gBootIdentity();
+    QVERIFY(!boot.isEmpty());
+    QCOMPARE(gBootIdentity(), boot);
+    QCOMPARE(boot.trimmed(), boot);
+}
+
+QTEST_GUILESS_MAIN(tst_BootIdentity)
+#include "tst_BootIdentity.moc"

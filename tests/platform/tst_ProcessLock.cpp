@@ -1,0 +1,97 @@
+#include "platform/ProcessLock.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+/// The lock against itself, against another process, and against what a killed one leaves.
+class tst_ProcessLock : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void OneHoldsItAtATime();
+    void ItGoesWithItsHolderAndItsFile();
+    void ALeftoverFileIsNoLock();
+    void AKilledProcessHoldsNothing();
+    void WhereNoFileCanBeNobodyCanTell();
+
+private:
+    static ProcessLock::Outcome Try(ProcessLock &lock, const QTemporaryDir &folder)
+    {
+        return lock.TryLock(folder.filePath("lock"));
+    }
+};
+
+void tst_ProcessLock::OneHoldsItAtATime()
+{
+    const QTemporaryDir folder;
+    ProcessLock first;
+    ProcessLock second;
+    QCOMPARE(Try(first, folder), ProcessLock::Outcome::Taken);
+    QCOMPARE(Try(second, folder), ProcessLock::Outcome::HeldByAnother);
+    first.Unlock();
+    QCOMPARE(Try(second, folder), ProcessLock::Outcome::Taken);
+    QCOMPARE(Try(first, folder), ProcessLock::Outcome::HeldByAnother);
+}
+
+void tst_ProcessLock::ItGoesWithItsHolderAndItsFile()
+{
+    const QTemporaryDir folder;
+    auto first = std::make_unique<ProcessLock>();
+    QCOMPARE(Try(*first, folder), ProcessLock::Outcome::Taken);
+    QVERIFY(QFile::exists(folder.filePath("lock")));
+    first.reset();
+    QVERIFY(!QFile::exists(folder.filePath("lock")));
+    ProcessLock again;
+    QCOMPARE(Try(again, folder), ProcessLock::Outcome::Taken);
+    QCOMPARE(Try(again, folder), ProcessLock::Outcome::Taken);
+}
+
+void tst_ProcessLock::ALeftoverFileIsNoLock()
+{
+    const QTemporaryDir folder;
+    QFile leftover(folder.filePath("lock"));
+    QVERIFY(leftover.open(QIODevice::WriteOnly));
+    leftover.close();
+    ProcessLock lock;
+    QCOMPARE(Try(lock, folder), ProcessLock::Outcome::Taken);
+}
+
+void tst_ProcessLock::AKilledProcessHoldsNothing()
+{
+    const QTemporaryDir folder;
+    QProcess holder;
+    holder.start("flock", {folder.filePath("lock"), "sh", "-c", "echo held; exec sleep 600"});
+    if (!holder.waitForStarted())
+        QSKIP("there is no program that holds a lock");
+    QVERIFY(holder.waitForReadyRead());
+    ProcessLock lock;
+    QCOMPARE(Try(lock, folder), ProcessLock::Outcome::HeldByAnother);
+    // The program hands its lock on to the shell, which has become the sleeper.
+    QProcess children;
+    children.start("pgrep", {"-P", QString::number(holder.processId())});
+    QVERIFY(children.waitForFinished());
+    const QList<QByteArray> sleepers = children.readAll().split('\n');
+    for (const QByteArray &sleeper : sleepers) {
+        if (!sleeper.isEmpty())
+            QProcess::execute("kill", {"-9", QString::fromLatin1(sleeper)});
+    }
+    holder.kill();
+    QVERIFY(holder.waitForFinished());
+    QTRY_COMPARE(Try(lock, folder), ProcessLock::Outcome::Taken);
+}
+
+void tst_ProcessLock::WhereNoFileCanBeNobodyCanTell()
+{
+    const QTemporaryDir folder;
+    ProcessLock lock;
+    QCOMPARE(lock.TryLock(folder.filePath("no folder/lock")), ProcessLock::Outcome::Unavailable);
+}
+
+QTEST_GUILESS_MAIN(tst_ProcessLock)
+#include "tst_ProcessLock.moc"

@@ -1,0 +1,112 @@
+#include "tests/support/LogCapture.h"
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/DownloadState.h"
+
+#include <QtTest>
+
+#include <csignal>
+
+#include <sys/resource.h>
+
+/// Disks that take no more, and targets that are gone. A limit on the size of files makes a write
+/// fail half-way, as a full disk does.
+class tst_DownloadMgr_Disk : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void AFullDiskIsToldAtOnceAndTheRestFollowsWhenThereIsRoom();
+    void ATargetThatVanishesIsToldAndNotMadeAnew();
+    void ATargetThatIsAFolderIsTold();
+
+private:
+    static void LimitFiles(rlim_t bytes);
+
+    QByteArray m_package;
+    std::unique_ptr<UpdateRig> m_rig;
+};
+
+void tst_DownloadMgr_Disk::initTestCase()
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void tst_DownloadMgr_Disk::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_rig->Build();
+    m_package = gTestBytes(1000003);
+}
+
+void tst_DownloadMgr_Disk::cleanup()
+{
+    LimitFiles(RLIM_INFINITY);
+    m_rig.reset();
+}
+
+void tst_DownloadMgr_Disk::LimitFiles(rlim_t bytes)
+{
+    const rlimit limit{bytes, RLIM_INFINITY};
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+void tst_DownloadMgr_Disk::AFullDiskIsToldAtOnceAndTheRestFollowsWhenThereIsRoom()
+{
+    const LogCapture log;
+    m_rig->StartFullDownload(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 1000));
+    QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(5000));
+    m_rig->Forget();
+    LimitFiles(450000);
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
+    QTRY_COMPARE(m_rig->Pages().count("hint"), 3);
+    QVERIFY(log.CountContaining("disk failure, file write error!!! file path = " +
+                                m_rig->Target()) >= 3);
+    QTRY_COMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte2"), QStringLiteral("400000"));
+    QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte3"), QStringLiteral("450000"));
+    QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte4"), QStringLiteral("601000"));
+    QVERIFY(gReadFile(m_rig->Target()).mid(400000, 50000) == m_package.mid(400000, 50000));
+    LimitFiles(RLIM_INFINITY);
+    m_rig->Forget();
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    const QStringList rest{"bytes=450000-599999", "bytes=601000-799999", "bytes=801000-"};
+    QCOMPARE(gRangeHeaders(m_rig->Server()), rest);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_DownloadMgr_Disk::ATargetThatVanishesIsToldAndNotMadeAnew()
+{
+    const LogCapture log;
+    HttpAnswer answer = HttpAnswer::Body(m_package);
+    answer.chunkSize = 1000;
+    answer.chunkPauseMs = 20;
+    m_rig->StartFullDownload(answer);
+    QTRY_VERIFY(gDownloadState().alreadyDownloaded > 5000);
+    QVERIFY(QFile::remove(m_rig->Target()));
+    QTRY_COMPARE(m_rig->Pages().count("hint"), 5);
+    QCOMPARE(m_rig->HintText(), QStringLiteral("File open error!"));
+    QVERIFY(!QFile::exists(m_rig->Target()));
+    QVERIFY(log.CountContaining("file open error!!! file path = " + m_rig->Target()) >= 5);
+    m_rig->Forget();
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_DownloadMgr_Disk::ATargetThatIsAFolderIsTold()
+{
+    QVERIFY(QDir().mkpath(m_rig->Target() + "/in the way"));
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Pages().count("hint"), 5);
+    QCOMPARE(m_rig->HintText(), QStringLiteral("File open error!"));
+    QTRY_COMPARE(m_rig->Server().Requests("GET").size(), 5);
+    QCOMPARE(gDownloadState().alreadyDownloaded, qint64(0));
+}
+
+QTEST_MAIN(tst_DownloadMgr_Disk)
+#include "tst_DownloadMgr_Disk.moc"

@@ -1,0 +1,396 @@
+#include "tests/support/LaterCalls.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/DownloadState.h"
+
+#include <QtTest>
+
+using namespace std::chrono_literals;
+
+/// One range against a server that stalls, cuts, and lies. The clock is the test's own; only the
+/// watchdog runs, with a short limit.
+class tst_DownloadMgr_Retry : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void ACutRangeIsAskedForAgainFromTheNextByte();
+    void TheLastRangeIsAskedForAgainOpenEnded();
+    void WithoutAByteItIsAskedForFiveTimesAndThenGivenUp();
+    void AByteStartsTheWaitsAnew();
+    void AShortBodyIsAskedForAgain();
+    void AServerThatIsAwayForAWhileIsAskedAgain();
+    void AStoppedRangeIsNotAskedForAgain();
+    void ARedirectedPackageThatIsCutIsFetchedWholeAgain();
+    void ARedirectedPackageThatIsAlwaysCutIsGivenUp();
+
+    void AStalledRangeIsAskedForAgainFromTheNextByte();
+    void AfterThreeStallsWithoutAByteTheRangeIsGivenUp();
+    void ASlowRangeThatDeliversIsLeftAlone();
+    void ARangeWithAllItsBytesDoesNotWaitForTheEndOfTheReply();
+
+    void AnAnswerIsRefusedBeforeAByteIsWritten_data();
+    void AnAnswerIsRefusedBeforeAByteIsWritten();
+    void NothingIsWrittenPastTheEndOfTheRange_data();
+    void NothingIsWrittenPastTheEndOfTheRange();
+    void APackageThatIsReplacedBetweenRangesIsRefusedAndPlannedAnew();
+    void ARedirectToAFileOfThisMachineIsNotFollowed();
+    void NoQueryReachesTheLog();
+
+private:
+    void Start(int number, qint64 start, qint64 end, const QString &path = "/setup.exe");
+    void Serve(const HttpAnswer &answer) { m_rig->Server().Serve("/setup.exe", answer); }
+    QList<QByteArray> Asked() const
+    {
+        QList<QByteArray> ranges;
+        const QList<HttpRequest> requests = m_rig->Server().Requests("GET");
+        for (const HttpRequest &request : requests)
+            ranges.append(request.headers.value("range", "-"));
+        return ranges;
+    }
+    int Errors() const { return m_errors->count(); }
+    QByteArray Target() const { return gReadFile(m_rig->Target()); }
+
+    QByteArray m_package;
+    LaterCalls m_later;
+    DownloadSeams m_seams;
+    std::unique_ptr<UpdateRig> m_rig;
+    std::unique_ptr<DownloadMgr> m_downloader;
+    std::unique_ptr<QSignalSpy> m_errors;
+};
+
+void tst_DownloadMgr_Retry::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_package = gTestBytes(50000);
+    m_rig->WriteState(
+        "50000", "0",
+        {{{0, 9999}, {10000, 19999}, {20000, 29999}, {30000, 39999}, {40000, 49999}}});
+    QVERIFY(gWriteFile(m_rig->Target(), QByteArray(m_package.size(), '\0')));
+    gDownloadState().activeSegments = 5;
+    gDownloadState().downloadStarted = true;
+    m_later = LaterCalls();
+    m_seams = DownloadSeams();
+    m_seams.callLater = m_later.Seam();
+}
+
+void tst_DownloadMgr_Retry::cleanup()
+{
+    m_errors.reset();
+    m_downloader.reset();
+    m_rig.reset();
+}
+
+void tst_DownloadMgr_Retry::Start(int number, qint64 start, qint64 end, const QString &path)
+{
+    m_downloader = std::make_unique<DownloadMgr>(nullptr, m_seams);
+    m_errors = std::make_unique<QSignalSpy>(m_downloader.get(), &DownloadMgr::Error);
+    m_downloader->ResumeDownload(m_rig->Target(), m_rig->Server().Url(path), m_rig->Installer(),
+                                 start, end, number, false, QString(), QString());
+}
+
+void tst_DownloadMgr_Retry::ACutRangeIsAskedForAgainFromTheNextByte()
+{
+    Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 3000));
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
+    QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte2"), QStringLiteral("13000"));
+    QVERIFY2(m_downloader->IsRunning(), "the range has not ended");
+    Serve(HttpAnswer::Body(m_package));
+    m_later.Run();
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    const QList<QByteArray> expected{"bytes=10000-19999", "bytes=13000-19999"};
+    QCOMPARE(Asked(), expected);
+    QVERIFY(Target().mid(10000, 10000) == m_package.mid(10000, 10000));
+    QCOMPARE(gDownloadState().alreadyDownloaded, qint64(10000));
+    QCOMPARE(Errors(), 0);
+}
+
+void tst_DownloadMgr_Retry::TheLastRangeIsAskedForAgainOpenEnded()
+{
+    Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 3000));
+    Start(5, 40000, 49999);
+    QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
+    Serve(HttpAnswer::Body(m_package));
+    m_later.Run();
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    const QList<QByteArray> expected{"bytes=40000-", "bytes=43000-"};
+    QCOMPARE(Asked(), expected);
+}
+
+void tst_DownloadMgr_Retry::WithoutAByteItIsAskedForFiveTimesAndThenGivenUp()
+{
+    const LogCapture log;
+    m_later.RunAtOnce();
+    Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 0));
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(Errors(), 1);
+    QCOMPARE(m_errors->first().first().toString(),
+             QStringLiteral("Failed to download the update."));
+    const QList<int> expected{1, 2, 4, 8, 16};
+    QCOMPARE(m_later.Seconds(), expected);
+    QCOMPARE(Asked().size(), 6);
+    QCOMPARE(log.CountContaining("range 2 is given up, cut 6 times without a byte"), 1);
+    QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte2"), QStringLiteral("10000"));
+    QVERIFY(!m_downloader->IsRunning());
+}
+
+void tst_DownloadMgr_Retry::AByteStartsTheWaitsAnew()
+{
+    Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 0));
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(m_later.Seconds().size(), 1);
+    m_later.Run();
+    QTRY_COMPARE(m_later.Seconds().size(), 2);
+    Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 1));
+    m_later.Run();
+    const QList<int> expected{1, 2, 1};
+    QTRY_COMPARE(m_later.Seconds(), expected);
+    QCOMPARE(Errors(), 0);
+}
+
+void tst_DownloadMgr_Retry::AShortBodyIsAskedForAgain()
+{
+    const LogCapture log;
+    HttpAnswer answer;
+    answer.status = 206;
+    answer.ranges = false;
+    answer.announceLength = false;
+    answer.body = m_package.mid(10000, 4000);
+    answer.headers = {{"Content-Range", "bytes 10000-19999/50000"}};
+    Serve(answer);
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
+    QCOMPARE(log.CountContaining("short body, range 2 ended at byte 14000"), 1);
+    QCOMPARE(gDownloadState().finishedSegments, 0);
+    Serve(HttpAnswer::Body(m_package));
+    m_later.Run();
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    QVERIFY(Target().mid(10000, 10000) == m_package.mid(10000, 10000));
+}
+
+void tst_DownloadMgr_Retry::AServerThatIsAwayForAWhileIsAskedAgain()
+{
+    auto server = std::make_unique<HttpServer>();
+    server->Serve("/setup.exe", HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 3000));
+    m_downloader = std::make_unique<DownloadMgr>(nullptr, m_seams);
+    m_errors = std::make_unique<QSignalSpy>(m_downloader.get(), &DownloadMgr::Error);
+    m_downloader->ResumeDownload(m_rig->Target(), server->Url("/setup.exe"), m_rig->Installer(),
+                                 10000, 19999, 2, false, QString(), QString());
+    QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
+    server.reset();
+    m_later.Run();
+    // Behind a cut, a server that cannot be reached is no failure yet.
+    QTRY_COMPARE(m_later.Seconds().size(), 2);
+    QCOMPARE(Errors(), 0);
+    m_later.RunAtOnce();
+    m_later.Run();
+    QTRY_COMPARE(Errors(), 1);
+    const QList<int> expected{1, 2, 4, 8, 16};
+    QCOMPARE(m_later.Seconds(), expected);
+}
+
+void tst_DownloadMgr_Retry::AStoppedRangeIsNotAskedForAgain()
+{
+    Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 3000));
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(m_later.Seconds().size(), 1);
+    m_downloader->Stop();
+    m_later.Run();
+    QVERIFY(!m_downloader->findChild<QNetworkReply *>() ||
+            m_downloader->findChild<QNetworkReply *>()->isFinished());
+    QCOMPARE(Asked().size(), 1);
+    QCOMPARE(Errors(), 0);
+}
+
+void tst_DownloadMgr_Retry::ARedirectedPackageThatIsCutIsFetchedWholeAgain()
+{
+    Serve(HttpAnswer::Redirect("/moved"));
+    m_rig->Server().Serve("/moved",
+                          HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 20000));
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
+    m_rig->Server().Serve("/moved", HttpAnswer::Body(m_package));
+    m_later.Run();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    const QList<QByteArray> expected{"bytes=10000-19999", "-", "-"};
+    QCOMPARE(Asked(), expected);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_DownloadMgr_Retry::ARedirectedPackageThatIsAlwaysCutIsGivenUp()
+{
+    m_later.RunAtOnce();
+    Serve(HttpAnswer::Redirect("/moved"));
+    m_rig->Server().Serve("/moved",
+                          HttpAnswer::Broken(m_package, HttpAnswer::Fault::ResetAfter, 20000));
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(Errors(), 1);
+    QVERIFY(m_later.Seconds().size() < 15);
+    QVERIFY(!QFile::exists(m_rig->Installer()));
+}
+
+void tst_DownloadMgr_Retry::AStalledRangeIsAskedForAgainFromTheNextByte()
+{
+    const LogCapture log;
+    m_seams.stallLimit = 200ms;
+    Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 500));
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(500));
+    Serve(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    const QList<QByteArray> expected{"bytes=10000-19999", "bytes=10500-19999"};
+    QCOMPARE(Asked(), expected);
+    QVERIFY(Target().mid(10000, 10000) == m_package.mid(10000, 10000));
+    QVERIFY(log.CountContaining("stall, range 2 has received nothing for 200 ms") >= 1);
+    QCOMPARE(Errors(), 0);
+    QCOMPARE(m_later.Seconds(), QList<int>());
+}
+
+void tst_DownloadMgr_Retry::AfterThreeStallsWithoutAByteTheRangeIsGivenUp()
+{
+    m_seams.stallLimit = 100ms;
+    Serve(HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(Errors(), 1);
+    QCOMPARE(m_errors->first().first().toString(),
+             QStringLiteral("Failed to download the update."));
+    QCOMPARE(Asked().size(), 3);
+    QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
+}
+
+void tst_DownloadMgr_Retry::ASlowRangeThatDeliversIsLeftAlone()
+{
+    m_seams.stallLimit = 1000ms;
+    HttpAnswer answer = HttpAnswer::Body(m_package);
+    answer.chunkSize = 400;
+    answer.chunkPauseMs = 100;
+    Serve(answer);
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    QCOMPARE(Asked().size(), 1);
+    QCOMPARE(Errors(), 0);
+}
+
+void tst_DownloadMgr_Retry::ARangeWithAllItsBytesDoesNotWaitForTheEndOfTheReply()
+{
+    HttpAnswer answer = HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 10000);
+    answer.announceLength = false;
+    Serve(answer);
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
+}
+
+void tst_DownloadMgr_Retry::AnAnswerIsRefusedBeforeAByteIsWritten_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("contentRange");
+    QTest::addColumn<QByteArray>("encoding");
+    QTest::addColumn<int>("size");
+    QTest::newRow("the whole package") << 200 << QByteArray() << QByteArray() << 50000;
+    QTest::newRow("another offset")
+        << 206 << QByteArray("bytes 0-9999/50000") << QByteArray() << 10000;
+    QTest::newRow("a compressed part")
+        << 206 << QByteArray("bytes 10000-19999/50000") << QByteArray("gzip") << 10000;
+    QTest::newRow("a part of another package")
+        << 206 << QByteArray("bytes 10000-19999/60000") << QByteArray() << 10000;
+}
+
+void tst_DownloadMgr_Retry::AnAnswerIsRefusedBeforeAByteIsWritten()
+{
+    QFETCH(int, status);
+    QFETCH(QByteArray, contentRange);
+    QFETCH(QByteArray, encoding);
+    QFETCH(int, size);
+    const LogCapture log;
+    HttpAnswer answer = HttpAnswer::Body(m_package.left(size));
+    answer.status = status;
+    answer.ranges = false;
+    if (!contentRange.isEmpty())
+        answer.headers.append({"Content-Range", contentRange});
+    if (!encoding.isEmpty())
+        answer.headers.append({"Content-Encoding", encoding});
+    Serve(answer);
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(Errors(), 1);
+    QCOMPARE(m_errors->first().first().toString(),
+             QStringLiteral("Failed to download the update."));
+    QVERIFY(Target() == QByteArray(50000, '\0'));
+    QCOMPARE(gDownloadState().alreadyDownloaded, qint64(0));
+    QCOMPARE(log.CountContaining(QString("range 2 is refused, HTTP status %1, ").arg(status)), 1);
+    QCOMPARE(m_later.Seconds(), QList<int>());
+    QVERIFY(!m_downloader->IsRunning());
+}
+
+void tst_DownloadMgr_Retry::NothingIsWrittenPastTheEndOfTheRange_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::newRow("of a middle range") << 2;
+    QTest::newRow("of the package") << 5;
+}
+
+void tst_DownloadMgr_Retry::NothingIsWrittenPastTheEndOfTheRange()
+{
+    QFETCH(int, number);
+    const qint64 start = number == 2 ? 10000 : 40000;
+    HttpAnswer answer;
+    answer.status = 206;
+    answer.ranges = false;
+    answer.body = m_package.mid(int(start), 10000) + QByteArray(5000, 'x');
+    answer.headers = {{"Content-Range", "bytes " + QByteArray::number(start) + "-" +
+                                            QByteArray::number(start + 9999) + "/50000"}};
+    Serve(answer);
+    Start(number, start, start + 9999);
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    QByteArray expected(50000, '\0');
+    expected.replace(int(start), 10000, m_package.mid(int(start), 10000));
+    QVERIFY(Target() == expected);
+    QCOMPARE(gDownloadState().alreadyDownloaded, qint64(10000));
+    QCOMPARE(Errors(), 0);
+}
+
+void tst_DownloadMgr_Retry::APackageThatIsReplacedBetweenRangesIsRefusedAndPlannedAnew()
+{
+    const LogCapture log;
+    HttpAnswer answer = HttpAnswer::Body(m_package);
+    answer.headers = {{"ETag", "\"one\""}};
+    Serve(answer);
+    Start(1, 0, 9999);
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    QVERIFY(m_rig->State().value("Package/Validator").contains("one"));
+    answer.headers = {{"ETag", "\"two\""}};
+    Serve(answer);
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(Errors(), 1);
+    QVERIFY(Target().mid(10000) == QByteArray(40000, '\0'));
+    QCOMPARE(log.CountContaining("the package was replaced on the server"), 1);
+    QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("0"));
+}
+
+void tst_DownloadMgr_Retry::ARedirectToAFileOfThisMachineIsNotFollowed()
+{
+    QVERIFY(gWriteFile(m_rig->Path("secret"), m_package));
+    Serve(HttpAnswer::Redirect("file://" + m_rig->Path("secret").toUtf8()));
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(Errors(), 1);
+    QVERIFY(Target() == QByteArray(50000, '\0'));
+}
+
+void tst_DownloadMgr_Retry::NoQueryReachesTheLog()
+{
+    const LogCapture log;
+    Serve(HttpAnswer::Status(403));
+    Start(2, 10000, 19999, "/setup.exe?email=someone@example.com");
+    QTRY_COMPARE(Errors(), 1);
+    QCOMPARE(log.CountContaining("HTTP status 403, "), 1);
+    QCOMPARE(log.CountContaining("email"), 0);
+    QCOMPARE(log.CountContaining("example.com"), 0);
+}
+
+QTEST_MAIN(tst_DownloadMgr_Retry)
+#include "tst_DownloadMgr_Retry.moc"

@@ -1,0 +1,172 @@
+#include "platform/ProcessLock.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/DownloadState.h"
+
+#include <QtTest>
+
+/// Two downloads at once, and a machine that was started again.
+class tst_LiveUpdateMgr_Lock : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void TheSecondDownloadSaysSoAndWritesNothing();
+    void ADownloadHoldsTheLockUntilItIsClosed();
+    void ADownloadHoldsTheLockUntilItsRangesHaveFailed();
+    void ACompletePackageLeavesNoLock();
+    void ALeftoverLockFileDelaysNothing();
+
+    void WithinTheBootTheDownloadGoesOnWhereItWas();
+    void AfterAnotherStartOfTheMachineItGoesOnAtWhatWasFlushed();
+    void DataThatCannotBeFlushedEndTheDownload();
+
+private:
+    QString LockFile() const { return m_rig->WorkingFolder() + "/Corvina9(x64).lock"; }
+    bool IsLocked() const
+    {
+        ProcessLock probe;
+        return probe.TryLock(LockFile()) == ProcessLock::Outcome::HeldByAnother;
+    }
+    void StartAndStall();
+
+    QByteArray m_package;
+    QString m_boot;
+    std::unique_ptr<UpdateRig> m_rig;
+};
+
+void tst_LiveUpdateMgr_Lock::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_boot = "boot one";
+    m_rig->Seams().bootIdentity = [this] { return m_boot; };
+    m_rig->Build();
+    m_package = gTestBytes(50000);
+}
+
+void tst_LiveUpdateMgr_Lock::cleanup()
+{
+    m_rig.reset();
+}
+
+void tst_LiveUpdateMgr_Lock::StartAndStall()
+{
+    m_rig->StartFullDownload(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 3000));
+    QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(15000));
+}
+
+void tst_LiveUpdateMgr_Lock::TheSecondDownloadSaysSoAndWritesNothing()
+{
+    const LogCapture log;
+    QVERIFY(QDir().mkpath(m_rig->WorkingFolder()));
+    ProcessLock other;
+    QCOMPARE(other.TryLock(LockFile()), ProcessLock::Outcome::Taken);
+    QVERIFY(gWriteFile(m_rig->Target(), "the other's"));
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QCOMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
+    QCOMPARE(m_rig->Pages().last(), QStringLiteral("hint"));
+    QVERIFY(!QFile::exists(m_rig->StateFile()));
+    QCOMPARE(gReadFile(m_rig->Target()), QByteArray("the other's"));
+    QVERIFY(m_rig->Server().Requests("GET").isEmpty());
+    QCOMPARE(log.CountContaining("another download is running"), 1);
+    other.Unlock();
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+}
+
+void tst_LiveUpdateMgr_Lock::ADownloadHoldsTheLockUntilItIsClosed()
+{
+    StartAndStall();
+    QVERIFY(IsLocked());
+    emit m_rig->Progress().Close();
+    QVERIFY(!IsLocked());
+}
+
+void tst_LiveUpdateMgr_Lock::ADownloadHoldsTheLockUntilItsRangesHaveFailed()
+{
+    m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(m_package), "HEAD");
+    m_rig->StartFullDownload(HttpAnswer::Status(404));
+    QVERIFY(IsLocked());
+    QTRY_COMPARE(m_rig->Pages().count("hint"), 5);
+    QVERIFY(!IsLocked());
+}
+
+void tst_LiveUpdateMgr_Lock::ACompletePackageLeavesNoLock()
+{
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(!QFile::exists(LockFile()));
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_LiveUpdateMgr_Lock::ALeftoverLockFileDelaysNothing()
+{
+    QVERIFY(gWriteFile(LockFile(), "left behind"));
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+}
+
+void tst_LiveUpdateMgr_Lock::WithinTheBootTheDownloadGoesOnWhereItWas()
+{
+    StartAndStall();
+    emit m_rig->Progress().Close();
+    m_rig->Forget();
+    m_rig->Build();
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gRangeHeaders(m_rig->Server()).contains("bytes=13000-19999"));
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_LiveUpdateMgr_Lock::AfterAnotherStartOfTheMachineItGoesOnAtWhatWasFlushed()
+{
+    m_rig->Seams().flushBytes = 15000;
+    m_rig->Build();
+    StartAndStall();
+    QTRY_COMPARE(m_rig->State().value("Flushed/Flushed_Byte2"), QStringLiteral("13000"));
+    emit m_rig->Progress().Close();
+    // Bytes that were written, but not flushed, and that the machine has lost.
+    ResumeState state(m_rig->ConfigFolder());
+    state.SetStartByte(2, 17000);
+    state.SetAlreadyDownloaded(19000);
+    QVERIFY(state.Sync());
+    m_boot = "boot two";
+    m_rig->Forget();
+    m_rig->Build();
+    m_rig->StartFullDownload(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 0));
+    QTRY_COMPARE(m_rig->Server().Requests("GET").size(), 5);
+    QVERIFY(gRangeHeaders(m_rig->Server()).contains("bytes=13000-19999"));
+    QCOMPARE(gDownloadState().alreadyDownloaded, qint64(15000));
+    QCOMPARE(m_rig->State().value("Flushed/Boot_Id"), QStringLiteral("boot two"));
+    QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte2"), QStringLiteral("13000"));
+    QCOMPARE(m_rig->State().value("AlreadyDownload_size/AlreadyDownload_size"),
+             QStringLiteral("15000"));
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_LiveUpdateMgr_Lock::DataThatCannotBeFlushedEndTheDownload()
+{
+    m_rig->Seams().flushBytes = 15000;
+    m_rig->Seams().flush = [](const QString &) { return FlushResult::Failed; };
+    m_rig->Build();
+    StartAndStall();
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
+    QCOMPARE(m_rig->State().value("Flushed/Boot_Id"), QString());
+    QVERIFY(!IsLocked());
+    m_rig->Seams().flush = gFlushToDisk;
+    m_rig->Forget();
+    m_rig->Build();
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY2(gRangeHeaders(m_rig->Server()).contains("bytes=10000-19999"), "nothing was flushed");
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+QTEST_MAIN(tst_LiveUpdateMgr_Lock)
+#include "tst_LiveUpdateMgr_Lock.moc"

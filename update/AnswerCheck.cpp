@@ -1,0 +1,57 @@
+#include "update/AnswerCheck.h"
+
+#include "api/Log.h"
+#include "update/RangeReply.h"
+#include "update/RangeStore.h"
+
+namespace
+{
+constexpr char logFile[] = "UpdateCommon";
+} // namespace
+
+AnswerCheck::AnswerCheck(RangeStore *store)
+    : m_store(store)
+{
+}
+
+AnswerCheck::Outcome AnswerCheck::Check(QNetworkReply *reply, const char *function)
+{
+    if (gIsBodyOfOtherUse(*reply)) {
+        reply->readAll(); // A reply ends only once its body was taken.
+        return Outcome::Ignore;
+    }
+    if (!IsAccepted(*reply, function)) {
+        return Outcome::Refuse;
+    }
+    const QString type = gContentType(*reply);
+    if (!gIsPackageType(type)) {
+        QUILLON_LOG(logFile, function, "range %d is ignored, wrong content type \"%s\"",
+                    m_store->RangeNumber(), type.toStdString().c_str());
+        return Outcome::Ignore;
+    }
+    return Outcome::Write;
+}
+
+bool AnswerCheck::IsAccepted(const QNetworkReply &reply, const char *function)
+{
+    if (m_isAccepted) {
+        return true;
+    }
+    const RangeAnswer answer = gRangeAnswer(reply);
+    const RangeVerdict verdict = gJudgeAnswer(m_store->Rest(), answer);
+    if (verdict != RangeVerdict::Accepted) {
+        QUILLON_LOG(logFile, function, "range %d is refused, HTTP status %d, %s",
+                    m_store->RangeNumber(), answer.status, gVerdictText(verdict));
+        return false;
+    }
+    if (!m_store->IsSameVersion(gValidator(answer))) {
+        QUILLON_LOG(logFile, function,
+                    "range %d is refused, the package was replaced on the server",
+                    m_store->RangeNumber());
+        // What is there belongs to a package that nobody serves any more.
+        m_store->Discard();
+        return false;
+    }
+    m_isAccepted = true;
+    return true;
+}

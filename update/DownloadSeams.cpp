@@ -1,0 +1,9 @@
+#include "update/DownloadSeams.h"
+
+#include <QTimer>
+
+void gCallLater(std::chrono::milliseconds delay, QObject *context,
+                const std::function<void()> &action)
+{
+    QTimer::singleShot(delay, context, action);
+}

@@ -1,0 +1,41 @@
+#include "update/DownloadTarget.h"
+
+#include "api/Log.h"
+#include "update/PackageFolder.h"
+#include "update/UpdateCommon/VersionInfo.h"
+
+#include <QFile>
+
+namespace
+{
+/// Everything behind the last slash of a package's address.
+QString gLastComponent(const QString &url)
+{
+    return url.mid(url.lastIndexOf(QLatin1Char('/')) + 1);
+}
+} // namespace
+
+DownloadTarget gDownloadTarget(const VersionInfo &versionInfo, bool incremental)
+{
+    const QString folder = gPackageFolder() + QLatin1Char('/');
+    const QString installerPath = folder + gLastComponent(versionInfo.ExeUrl());
+    if (incremental) {
+        return {QUrl(versionInfo.IncreaseUrl()), folder + gLastComponent(versionInfo.IncreaseUrl()),
+                installerPath, versionInfo.IncreaseMd5()};
+    }
+    return {QUrl(versionInfo.ExeUrl()), folder + QStringLiteral("Corvina9(x64).tmp"), installerPath,
+            QString()};
+}
+
+void gCreateEmptyFile(const QString &path, qint64 size)
+{
+    constexpr char file[] = "LiveUpdateMgr";
+    constexpr char function[] = "LiveUpdateMgr::CreateEmptyFile";
+
+    QFile target(path);
+    if (!target.open(QIODevice::WriteOnly | QIODevice::Truncate) || !target.resize(size)) {
+        QUILLON_LOG(file, function, "Create file Filed!");
+        QUILLON_LOG(file, function, "disk failure, file path = %s, %s", path.toStdString().c_str(),
+                    target.errorString().toStdString().c_str());
+    }
+}

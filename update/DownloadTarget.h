@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+class VersionInfo;
+
+/// What of a manifest is downloaded, and where it goes.
+struct DownloadTarget {
+    QUrl url;
+    /// The file that the ranges are written into.
+    QString path;
+    /// Where a complete full package is moved to.
+    QString installerPath;
+    /// MD5 of the result of an incremental package; empty for the full one.
+    QString expectedMd5;
+};
+
+DownloadTarget gDownloadTarget(const VersionInfo &versionInfo, bool incremental);
+
+/// Makes @p path an empty file of @p size bytes. What fails is logged only: the downloads start all
+/// the same, and say what fails when they write.
+void gCreateEmptyFile(const QString &path, qint64 size);

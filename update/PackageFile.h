@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+
+/// The file that a package is written into. Never creates it: a target that has vanished is a
+/// failure and not a new, empty package.
+///
+/// Thread: GUI thread. Errors: `Failure` says what the last call that failed ran into.
+class PackageFile
+{
+public:
+    void SetPath(const QString &path);
+    QString Path() const { return m_file.fileName(); }
+
+    /// Opens the file at @p position if it is not open there yet. One that was removed or renamed
+    /// since it was opened is not written to any more.
+    bool Open(qint64 position);
+    void Close() { m_file.close(); }
+
+    /// Writes @p bytes at the position of the file, and is with the system when it returns.
+    /// @return how many were written; fewer than given when the rest failed.
+    qint64 Write(const QByteArray &bytes);
+
+    /// Moves the file to @p path, over one that is there.
+    bool MoveTo(const QString &path);
+
+    QString Failure() const { return m_failure; }
+
+private:
+    QFile m_file;
+    QString m_failure;
+};

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QByteArray>
+#include <QtGlobal>
+
+/// What a request for a part of the package asked for.
+struct RangeQuestion {
+    /// First byte and number of bytes; the number of an open-ended request reaches the package's end.
+    qint64 first = 0;
+    qint64 count = 0;
+    /// Size of the package in bytes; 0 when it is not known.
+    qint64 packageSize = 0;
+};
+
+/// The fields of the answer that say what its body is, as they stood on the wire.
+struct RangeAnswer {
+    int status = 0;
+    QByteArray contentRange;
+    QByteArray contentLength;
+    QByteArray contentEncoding;
+    QByteArray entityTag;
+    QByteArray lastModified;
+};
+
+enum class RangeVerdict {
+    Accepted,
+    /// The body is not the package's own bytes.
+    Compressed,
+    /// It starts at another byte than the one asked for.
+    OtherOffset,
+    /// It is cut out of a package of another size.
+    OtherPackage,
+    /// It does not say where it starts, and is not as long as what was asked for: the whole package
+    /// for a part of it, for example.
+    OtherLength
+};
+
+/// Whether the body of @p answer may be written where @p question asked for it. It may when it is a
+/// 206 that says that it starts there, or when it is exactly as long as what was asked for.
+///
+/// Pure; for answers that are neither an error nor a redirect.
+RangeVerdict gJudgeAnswer(const RangeQuestion &question, const RangeAnswer &answer);
+
+/// The verdict in words, for the log.
+const char *gVerdictText(RangeVerdict verdict);
+
+/// What tells one version of a package from the next: the entity tag, or the date where there is
+/// none. Empty when the server names neither.
+QByteArray gValidator(const RangeAnswer &answer);
