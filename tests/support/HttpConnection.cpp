@@ -6,26 +6,6 @@
 #include <QTcpSocket>
 #include <QTimer>
 
-namespace
-{
-
-HttpRequest gParseRequest(const QByteArray &head)
-{
-    HttpRequest request;
-    const QList<QByteArray> lines = head.split('\n');
-    const QList<QByteArray> words = lines.first().split(' ');
-    request.method = words.value(0);
-    request.target = words.value(1);
-    for (const QByteArray &line : lines.mid(1)) {
-        const int colon = line.indexOf(':');
-        if (colon > 0)
-            request.headers.insert(line.left(colon).toLower(), line.mid(colon + 1).trimmed());
-    }
-    return request;
-}
-
-} // namespace
-
 HttpConnection::HttpConnection(QTcpSocket *socket, HttpServer &server)
     : QObject(socket)
     , m_socket(socket)
@@ -39,11 +19,12 @@ HttpConnection::HttpConnection(QTcpSocket *socket, HttpServer &server)
 
 void HttpConnection::ReadRequest()
 {
-    const int end = m_input.indexOf("\r\n\r\n");
-    if (m_busy || end < 0)
+    if (m_busy)
         return;
-    const HttpRequest request = gParseRequest(m_input.left(end));
-    m_input.remove(0, end + 4);
+    const auto received = HttpRequest::TakeFrom(m_input);
+    if (!received.has_value())
+        return;
+    const HttpRequest &request = *received;
     m_busy = true;
     m_answer = m_server.Receive(request);
     if (m_answer.fault == HttpAnswer::Fault::Silence)
@@ -53,7 +34,7 @@ void HttpConnection::ReadRequest()
         return;
     }
     if (m_answer.fault == HttpAnswer::Fault::ResetAtOnce) {
-        Reset();
+        gResetConnection(*m_socket);
         return;
     }
     QTimer::singleShot(m_answer.delayMs, this, [this, request] { StartAnswer(request); });
@@ -136,7 +117,7 @@ void HttpConnection::EndAnswer()
         return;
     case HttpAnswer::Fault::ResetAfter:
     case HttpAnswer::Fault::ResetAtOnce:
-        Reset();
+        gResetConnection(*m_socket);
         return;
     case HttpAnswer::Fault::None:
         break;
@@ -147,12 +128,4 @@ void HttpConnection::EndAnswer()
     }
     m_busy = false;
     ReadRequest();
-}
-
-void HttpConnection::Reset()
-{
-    while (m_socket->bytesToWrite() > 0 && m_socket->waitForBytesWritten()) {
-    }
-    gResetWhenClosed(m_socket->socketDescriptor());
-    m_socket->abort();
 }

@@ -25,8 +25,6 @@ private:
     QByteArray Head(int status, qint64 length, const QByteArray &contentRange) const;
     void SendBody();
     void EndAnswer();
-    /// Ends the connection with a reset in place of a proper close.
-    void Reset();
 
     QTcpSocket *m_socket;
     HttpServer &m_server;

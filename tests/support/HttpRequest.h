@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QHash>
 
+#include <optional>
+
 /// A request as the test server received it.
 struct HttpRequest {
     QByteArray method;
@@ -12,4 +14,8 @@ struct HttpRequest {
     QHash<QByteArray, QByteArray> headers;
 
     QByteArray Path() const { return target.split('?').first(); }
+
+    /// Takes the first request off @p input, the bytes received so far; nothing while it is not
+    /// whole. Requests have no body here.
+    static std::optional<HttpRequest> TakeFrom(QByteArray &input);
 };

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QtGlobal>
+class QTcpSocket;
 
-/// Makes the system send a reset instead of an orderly end when the socket @p descriptor is closed.
-void gResetWhenClosed(qintptr descriptor);
+/// Ends a connection with a reset in place of a proper close. What was written before it is sent
+/// first.
+void gResetConnection(QTcpSocket &socket);

@@ -1,11 +1,16 @@
 #include "tests/support/SocketReset.h"
 
+#include <QTcpSocket>
+
 #include <winsock2.h>
 
-void gResetWhenClosed(qintptr descriptor)
+void gResetConnection(QTcpSocket &socket)
 {
-    // A linger time of zero is what asks for it.
+    while (socket.bytesToWrite() > 0 && socket.waitForBytesWritten()) {
+    }
+    // With a linger time of zero the system sends a reset when the socket is closed.
     const linger noLinger{1, 0};
-    setsockopt(static_cast<SOCKET>(descriptor), SOL_SOCKET, SO_LINGER,
+    setsockopt(static_cast<SOCKET>(socket.socketDescriptor()), SOL_SOCKET, SO_LINGER,
                reinterpret_cast<const char *>(&noLinger), sizeof noLinger);
+    socket.abort();
 }
