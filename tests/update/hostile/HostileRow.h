@@ -1,0 +1,27 @@
+#pragma once
+
+#include "tests/update/hostile/HostileWorld.h"
+
+#include <QMetaType>
+
+#include <functional>
+
+/// A hostile server, and what has to follow.
+struct HostileRow {
+    /// Changes the script of a server in perfect order.
+    using Spoil = std::function<void(FaultScript &)>;
+
+    /// What is wrong.
+    const char *sentence = "";
+    Spoil spoil;
+    HostileWorld::End end = HostileWorld::End::Told;
+    /// What the hint page says then.
+    const char *text = "Failed to download the update.";
+    /// What some line of the log contains then.
+    const char *logged = "";
+};
+Q_DECLARE_METATYPE(HostileRow)
+
+/// An update from a server as spoilt as @p row says: ends in time as it says, and without damage.
+/// Then the server is mended, and the next "Update Now" ends with the right bytes.
+void gCheckHostileDownload(const HostileRow &row, HostileWorld &world);

@@ -1,0 +1,169 @@
+#include "tests/update/hostile/HostileWorld.h"
+
+#include "tests/support/TestBytes.h"
+#include "update/UpdateCommon/VersionInfo.h"
+
+#include <QDirIterator>
+#include <QFileInfo>
+
+namespace
+{
+const QByteArray neighbour = "nobody may touch this";
+
+QString gDescribe(const QString &path, qint64 at)
+{
+    return QFileInfo(path).fileName() + QStringLiteral(" differs at byte ") + QString::number(at);
+}
+} // namespace
+
+HostileWorld::HostileWorld()
+{
+    Prepare();
+}
+
+HostileWorld::HostileWorld(const TestCertificates &certificates)
+    : m_server(certificates)
+{
+    Prepare();
+}
+
+HostileWorld::~HostileWorld() = default;
+
+void HostileWorld::Prepare()
+{
+    gWriteFile(m_rig.WorkingFolder() + QStringLiteral("/neighbour"), neighbour);
+    gWriteFile(m_rig.Path(QStringLiteral("data/neighbour")), neighbour);
+    gWriteFile(m_rig.Path(QStringLiteral("neighbour")), neighbour);
+    m_rig.Build();
+    m_server.Play(Honest());
+}
+
+const QByteArray &HostileWorld::Package()
+{
+    static const QByteArray package = gTestBytes(packageSize, 5);
+    return package;
+}
+
+qint64 HostileWorld::First(int number)
+{
+    return (number - 1) * (packageSize / 5);
+}
+
+qint64 HostileWorld::Last(int number)
+{
+    return number == 5 ? packageSize - 1 : First(number + 1) - 1;
+}
+
+FaultScript HostileWorld::Honest()
+{
+    FaultScript script;
+    script.When("HEAD", "/files/setup.exe").Answer(FaultAnswer::File(Package()));
+    script.When("GET", "/files/setup.exe").Answer(FaultAnswer::File(Package()));
+    return script;
+}
+
+FaultRule &HostileWorld::Range(FaultScript &script, int number)
+{
+    return script.When("GET", "/files/setup.exe").From(First(number), Last(number));
+}
+
+void HostileWorld::Offer(const QString &url, const QString &moreElements)
+{
+    m_rig.Manager().findChild<VersionInfo *>()->setXml(UpdateRig::Manifest(url, moreElements));
+}
+
+void HostileWorld::PressUpdateNow()
+{
+    m_boxes = m_rig.Boxes();
+    m_rig.Forget();
+    m_server.ForgetRequests();
+    m_rig.Manager().UpdateNow();
+}
+
+HostileWorld::End HostileWorld::Ended() const
+{
+    if (m_rig.Boxes() > m_boxes)
+        return End::Installed;
+    return m_rig.Pages().contains(QStringLiteral("hint")) ? End::Told : End::None;
+}
+
+QStringList HostileWorld::Damage() const
+{
+    QStringList damage = StrangeFiles() + WrongState();
+    if (QFile::exists(m_rig.Target()))
+        damage += WrongBytes(m_rig.Target(), packageSize);
+    if (QFile::exists(m_rig.Installer()) && gReadFile(m_rig.Installer()) != Package())
+        damage += QStringLiteral("a wrong installer is in place");
+    return damage;
+}
+
+/// Files that the module has no business with, or has changed or removed.
+QStringList HostileWorld::StrangeFiles() const
+{
+    static const QStringList known{QStringLiteral("config/Corvina.ini"),
+                                   QStringLiteral("config/CvBreakResumeDownLoad.ini"),
+                                   QStringLiteral("data/Halvard/Corvina9"),
+                                   QStringLiteral("data/Halvard/Corvina9.patch"),
+                                   QStringLiteral("data/Halvard/Corvina9(x64).tmp"),
+                                   QStringLiteral("data/Halvard/increase.patch"),
+                                   QStringLiteral("data/Halvard/setup.exe")};
+    QStringList strange;
+    int neighbours = 0;
+    const QString root = m_rig.Path(QString());
+    QDirIterator files(root, QDir::Files | QDir::Hidden | QDir::System,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString path = files.next();
+        const QString name = QDir(root).relativeFilePath(path);
+        if (files.fileName() == QLatin1String("neighbour"))
+            neighbours += gReadFile(path) == neighbour ? 1 : 0;
+        else if (!known.contains(name) && !name.startsWith(QLatin1String("settings/")) &&
+                 !name.endsWith(QLatin1String(".lock")))
+            strange += QStringLiteral("a strange file ") + name;
+    }
+    if (neighbours != 3)
+        strange += QStringLiteral("a neighbour was touched");
+    return strange;
+}
+
+/// Bytes of a file that is being downloaded which are neither the package's nor still unwritten.
+QStringList HostileWorld::WrongBytes(const QString &path, qint64 size) const
+{
+    const QByteArray bytes = gReadFile(path);
+    if (bytes.size() != size)
+        return {QStringLiteral("the target has %1 bytes").arg(bytes.size())};
+    for (int at = 0; at < bytes.size(); ++at) {
+        if (bytes.at(at) != Package().at(at) && bytes.at(at) != '\0')
+            return {gDescribe(path, at)};
+    }
+    return {};
+}
+
+/// Bytes that the resume state claims and the target does not have.
+QStringList HostileWorld::WrongState() const
+{
+    const QMap<QString, QString> state = m_rig.State();
+    if (!QFile::exists(m_rig.Target()) ||
+        state.value(QStringLiteral("FullPackage_size/FullPackage_size")).toLongLong() !=
+            packageSize)
+        return {};
+    const QByteArray bytes = gReadFile(m_rig.Target());
+    qint64 claimed = 0;
+    for (int number = 1; number <= 5; ++number) {
+        const qint64 next =
+            state.value(QStringLiteral("DownLoad_Tasks/Start_Byte%1").arg(number)).toLongLong();
+        const int length = static_cast<int>(next - First(number));
+        if (length < 0 || next > Last(number) + 1)
+            return {QStringLiteral("range %1 claims byte %2").arg(number).arg(next)};
+        const int first = static_cast<int>(First(number));
+        if (bytes.mid(first, length) != Package().mid(first, length))
+            return {QStringLiteral("range %1 claims bytes that are not there").arg(number)};
+        claimed += length;
+    }
+    const qint64 total =
+        state.value(QStringLiteral("AlreadyDownload_size/AlreadyDownload_size")).toLongLong();
+    if (total != claimed)
+        return {
+            QStringLiteral("%1 bytes are claimed, and %2 in the ranges").arg(total).arg(claimed)};
+    return {};
+}

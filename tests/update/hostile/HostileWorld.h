@@ -1,0 +1,69 @@
+#pragma once
+
+#include "tests/support/FaultServer.h"
+#include "tests/support/LogCapture.h"
+#include "tests/update/UpdateRig.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+/// A user who presses "Update Now", and a server from which anything may come. Whatever comes, the
+/// installer that is put in place has the right bytes, and nothing else in the folders is touched.
+///
+/// Thread: GUI thread. Ownership: one for each test function; everything ends with it.
+class HostileWorld
+{
+public:
+    /// How an update has ended.
+    enum class End {
+        /// It has not.
+        None,
+        /// The installer is in place, and the user was asked.
+        Installed,
+        /// The hint page is shown.
+        Told
+    };
+
+    static constexpr qint64 packageSize = 100003;
+
+    HostileWorld();
+    /// The server is an encrypted one.
+    explicit HostileWorld(const TestCertificates &certificates);
+    ~HostileWorld();
+
+    static const QByteArray &Package();
+    /// The ends of the range @p number, 1 to 5, of the package.
+    static qint64 First(int number);
+    static qint64 Last(int number);
+
+    /// A server in perfect order, with the package at "/files/setup.exe".
+    static FaultScript Honest();
+    /// The requests of one range of the package, whole or what is left of it.
+    static FaultRule &Range(FaultScript &script, int number);
+
+    FaultServer &Server() { return m_server; }
+    UpdateRig &Rig() { return m_rig; }
+    const LogCapture &Log() const { return m_log; }
+
+    /// Gives the module a manifest whose full package is the absolute address @p url.
+    void Offer(const QString &url, const QString &moreElements = QString());
+    void Offer() { Offer(m_server.Address(QStringLiteral("/files/setup.exe"))); }
+    void PressUpdateNow();
+
+    End Ended() const;
+
+    /// What must never be, whatever came from the server; empty when all is well.
+    QStringList Damage() const;
+
+private:
+    void Prepare();
+    QStringList StrangeFiles() const;
+    QStringList WrongBytes(const QString &path, qint64 size) const;
+    QStringList WrongState() const;
+
+    LogCapture m_log;
+    UpdateRig m_rig;
+    FaultServer m_server;
+    int m_boxes = 0;
+};
