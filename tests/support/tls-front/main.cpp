@@ -29,8 +29,7 @@ void gForward(QTcpSocket *from, QTcpSocket *to)
     QObject::connect(from, &QTcpSocket::readyRead, to, [from, to] { to->write(from->readAll()); });
     QObject::connect(from, &QTcpSocket::errorOccurred, to, [from, to] {
         if (gWasReset(from->socketDescriptor())) {
-            gResetWhenClosed(to->socketDescriptor());
-            to->abort();
+            gResetConnection(*to);
         } else {
             to->disconnectFromHost();
         }

@@ -1,0 +1,17 @@
+// The manifest: whatever a service answers to a check, up to the page of the release notes.
+
+#include "tests/fuzz/FuzzTarget.h"
+#include "update/UpdateCommon/VersionInfo.h"
+#include "update/VersionPageHtml.h"
+
+#include <QString>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    const QString xml =
+        QString::fromUtf8(reinterpret_cast<const char *>(data), static_cast<int>(size));
+    static VersionInfo info(QString(), nullptr); // a later manifest is read into the same object
+    info.setXml(xml);
+    BuildVersionPageHtml(info.ReleaseNotes());
+    return 0;
+}
