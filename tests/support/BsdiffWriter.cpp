@@ -31,7 +31,7 @@ QByteArray BsdiffWriter::Assemble(const Blocks &packed, qint64 newSize)
 
 QByteArray BsdiffWriter::Packed(const QByteArray &block)
 {
-    constexpr int hundredKilobytes = 9;
+    constexpr int hundredKilobytes = 1; // the smallest: unpacking takes the least memory
     // No block grows by more than one percent and 600 bytes.
     auto size = static_cast<unsigned int>(block.size() + block.size() / 100 + 601);
     QByteArray packed(static_cast<int>(size), Qt::Uninitialized);
