@@ -50,6 +50,8 @@ public:
     void Offer(const QString &url, const QString &moreElements = QString());
     void Offer() { Offer(m_server.Address(QStringLiteral("/files/setup.exe"))); }
     void PressUpdateNow();
+    /// The installer of the running version that an incremental package applies to.
+    QString KeptInstaller() const { return m_rig.WorkingFolder() + QStringLiteral("/Corvina9"); }
 
     End Ended() const;
 

@@ -1,0 +1,86 @@
+#include "tests/support/TestCertificates.h"
+#include "tests/update/hostile/HostileWorld.h"
+
+#include <QElapsedTimer>
+#include <QtTest>
+
+Q_DECLARE_METATYPE(FaultAnswer)
+
+/// Statistics endpoints that misbehave: the user is told at once, and the report ends in time.
+class tst_HostileReports : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void AnEndpoint_data();
+    void AnEndpoint();
+    void AnEndpointOfAnUnknownAuthority();
+
+private:
+    /// A download that fails, which is reported.
+    static void FailADownload(HostileWorld &world);
+};
+
+void tst_HostileReports::FailADownload(HostileWorld &world)
+{
+    FaultScript script = HostileWorld::Honest();
+    script.When("GET", "/files/setup.exe").Answer(FaultAnswer::Status(404));
+    world.Server().Play(script);
+    world.Offer();
+    world.PressUpdateNow();
+    QTRY_COMPARE(world.Rig().Pages().last(), QStringLiteral("hint"));
+    QCOMPARE(world.Rig().HintText(), QStringLiteral("Failed to download the update."));
+}
+
+void tst_HostileReports::AnEndpointOfAnUnknownAuthority()
+{
+    const TestCertificates unknown;
+    FaultServer endpoint(unknown);
+    HostileWorld world;
+    world.Rig().WriteSetting("StatisticsHost", endpoint.Host());
+    FailADownload(world);
+    gSettleReports();
+    QVERIFY(endpoint.Requests().isEmpty());
+}
+
+void tst_HostileReports::AnEndpoint_data()
+{
+    QTest::addColumn<FaultAnswer>("answer");
+    QTest::addColumn<int>("limitMs");
+    const FaultAnswer honest = FaultAnswer::Text("ok", "text/plain");
+    QTest::newRow("closed before it answers") << FaultAnswer::Closed() << 2000;
+    QTest::newRow("reset before it answers") << FaultAnswer::WithReset() << 2000;
+    QTest::newRow("something that is not HTTP") << FaultAnswer::Raw("-ERR\r\n\r\n") << 2000;
+    QTest::newRow("a failing server") << FaultAnswer::Status(500) << 2000;
+    QTest::newRow("a redirect to itself") << FaultAnswer::Redirect("/tallow/visit/?data=") << 2000;
+    QTest::newRow("cut within the answer") << honest.CutAfter(1) << 2000;
+    QTest::newRow("a flood of header fields")
+        << honest.WithStatus(500).HeaderFlood(1000000) << 3000;
+    QTest::newRow("a body without an end") << honest.NoLength().Endless().Pieces(4096, 5) << 6000;
+    QTest::newRow("one byte at a time") << honest.Pieces(1, 3000) << 6000;
+}
+
+void tst_HostileReports::AnEndpoint()
+{
+    QFETCH(FaultAnswer, answer);
+    QFETCH(int, limitMs);
+    static const TestCertificates certificates;
+    certificates.TrustAuthority();
+    FaultServer endpoint(certificates);
+    FaultScript script;
+    script.When("GET", "/tallow/visit/").Answer(answer).Then(FaultAnswer::Status(200));
+    endpoint.Play(script);
+    HostileWorld world;
+    world.Rig().WriteSetting("StatisticsHost", endpoint.Host());
+    QElapsedTimer timer;
+    timer.start();
+    FailADownload(world);
+    QVERIFY2(timer.elapsed() < 1000, "the page waits for the report");
+    gSettleReports();
+    QVERIFY2(timer.elapsed() < limitMs, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(!endpoint.Requests().isEmpty());
+    QCOMPARE(world.Damage(), QStringList());
+}
+
+QTEST_MAIN(tst_HostileReports)
+#include "tst_HostileReports.moc"

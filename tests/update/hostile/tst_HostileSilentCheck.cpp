@@ -1,0 +1,52 @@
+#include "api/UpdateInit.h"
+#include "tests/support/FaultServer.h"
+#include "tests/update/UpdateRig.h"
+
+#include <QElapsedTimer>
+#include <QtTest>
+
+Q_DECLARE_METATYPE(FaultAnswer)
+
+/// Servers that keep the silent check waiting: it ends all the same.
+class tst_HostileSilentCheck : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void ItEndsInTime_data();
+    void ItEndsInTime();
+};
+
+void tst_HostileSilentCheck::ItEndsInTime_data()
+{
+    QTest::addColumn<FaultAnswer>("answer");
+    QTest::addColumn<QString>("scheme");
+    const FaultAnswer honest =
+        FaultAnswer::Text(UpdateRig::Manifest("http://u.example/setup.exe").toUtf8());
+    QTest::newRow("with a body without an end")
+        << honest.NoLength().Endless().Pieces(4096, 5) << "http:";
+    QTest::newRow("with one byte at a time") << honest.Pieces(1, 1000) << "http:";
+    // It waits for the end of a request, and the client for a greeting.
+    QTest::newRow("with a server that does not encrypt") << honest << "https:";
+}
+
+void tst_HostileSilentCheck::ItEndsInTime()
+{
+    QFETCH(FaultAnswer, answer);
+    QFETCH(QString, scheme);
+    FaultServer server;
+    FaultScript script;
+    script.When("GET", "/check").Answer(answer);
+    server.Play(script);
+    UpdateRig rig;
+    UpdateInit::SetUpdateUrl(
+        server.Address("/check?pid=&version=&email=").replace("http:", scheme));
+    rig.Build();
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(!rig.Manager().IsNeedUpdate());
+    QVERIFY2(timer.elapsed() < 5500, qPrintable(QString::number(timer.elapsed())));
+}
+
+QTEST_MAIN(tst_HostileSilentCheck)
+#include "tst_HostileSilentCheck.moc"
