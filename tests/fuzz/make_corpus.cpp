@@ -123,8 +123,13 @@ void gWritePatches(const QString &folder)
     BsdiffWriter far;
     far.AddStep("ab", "c", Q_INT64_C(-9000000000000000000));
     far.AddStep("de", "f", Q_INT64_C(9000000000000000000));
+    BsdiffWriter farther;
+    farther.AddStep("ab", "c", Q_INT64_C(9000000000000000000));
+    farther.AddStep("", "f", Q_INT64_C(9000000000000000000));
     corpus.Add("far", 'b' + gPiece(old) + gPiece(far.Unpacked().control) +
                           gPiece(far.Unpacked().diff) + gPiece(far.Unpacked().extra));
+    corpus.Add("too-far", 'b' + gPiece(old) + gPiece(farther.Unpacked().control) +
+                              gPiece(farther.Unpacked().diff) + gPiece(farther.Unpacked().extra));
 }
 } // namespace
 
