@@ -1,0 +1,189 @@
+#include "tests/support/FaultServer.h"
+#include "tests/support/TestBytes.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QTcpSocket>
+#include <QtTest>
+
+/// The server of the hostile cases does on the wire what its script says.
+class tst_FaultServer : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void OnTheWire_data();
+    void OnTheWire();
+    void AStalledAnswerStaysOpen();
+    void AnEndlessBodyEndsWithTheClient();
+    void ACompressedBodyIsOne();
+    void ALaterRuleGoesBeforeAnEarlierOne();
+    void AnswersComeOneAfterTheOther();
+    void OneConnectionCarriesSeveralRequests();
+
+private:
+    void Serve(const FaultAnswer &answer)
+    {
+        FaultScript script;
+        script.When("GET", "/f").Answer(answer);
+        m_server.Play(script);
+    }
+    void Send(QTcpSocket &socket, const QByteArray &range = QByteArray())
+    {
+        if (socket.state() == QAbstractSocket::UnconnectedState)
+            socket.connectToHost("127.0.0.1",
+                                 static_cast<quint16>(QUrl(m_server.Address("/")).port()));
+        socket.write("GET /f HTTP/1.1\r\n" +
+                     (range.isEmpty() ? range : "Range: bytes=" + range + "\r\n") + "\r\n");
+    }
+    QByteArray Status(const QByteArray &range = QByteArray())
+    {
+        QTcpSocket socket;
+        Send(socket, range);
+        const bool answered = QTest::qWaitFor([&socket] { return socket.canReadLine(); });
+        return answered ? socket.readLine().split(' ').value(1) : QByteArray();
+    }
+
+    FaultServer m_server;
+};
+
+Q_DECLARE_METATYPE(FaultAnswer)
+
+static const QByteArray file = "0123456789";
+
+void tst_FaultServer::OnTheWire_data()
+{
+    QTest::addColumn<FaultAnswer>("answer");
+    QTest::addColumn<QByteArray>("range");
+    QTest::addColumn<QByteArray>("expected");
+    const QByteArray type = "Content-Type: application/octet-stream\r\n";
+    const QByteArray ok = "HTTP/1.1 200 Scripted\r\n" + type;
+    const QByteArray partial = "HTTP/1.1 206 Scripted\r\n" + type;
+    const QByteArray rest = "Content-Range: bytes 7-9/10\r\nContent-Length: 3\r\n\r\n789";
+    const FaultAnswer honest = FaultAnswer::File(file);
+    const FaultAnswer ends = honest.CutAfter(99); // closes, so that the test knows the end
+    const auto row = [](const char *name, const FaultAnswer &answer, const char *range,
+                        const QByteArray &expected) {
+        QTest::newRow(name) << answer << QByteArray(range) << expected;
+    };
+    row("the whole file", ends, "", ok + "Content-Length: 10\r\n\r\n0123456789");
+    row("a range", ends, "2-4",
+        partial + "Content-Range: bytes 2-4/10\r\nContent-Length: 3\r\n\r\n234");
+    row("an open range", ends, "7-", partial + rest);
+    row("a range out of reach", ends, "10-",
+        "HTTP/1.1 416 Scripted\r\n" + type +
+            "Content-Range: bytes */10\r\nContent-Length: 0\r\n\r\n");
+    row("a range overlooked", ends.OverlookRange(), "7-",
+        ok + "Content-Length: 10\r\n\r\n0123456789");
+    row("a range shifted", ends.Shifted(2), "5-", partial + rest);
+    row("cut within the body", honest.CutAfter(4), "", ok + "Content-Length: 10\r\n\r\n0123");
+    row("no length", honest.NoLength(), "", ok + "Connection: close\r\n\r\n0123456789");
+    row("two lengths", ends.Length("5").Length("x"), "7-",
+        partial +
+            "Content-Range: bytes 7-9/10\r\nContent-Length: 5\r\nContent-Length: x\r\n\r\n789");
+    row("another Content-Range", ends.ContentRange("bytes 0-2/3"), "7-",
+        partial + "Content-Range: bytes 0-2/3\r\nContent-Length: 3\r\n\r\n789");
+    row("no Content-Range", ends.ContentRange(""), "7-", partial + "Content-Length: 3\r\n\r\n789");
+    row("another body", ends.Body("ab"), "", ok + "Content-Length: 10\r\n\r\nab");
+    row("a longer body", ends.Longer(2), "7-", partial + rest + "ss");
+    row("a body in pieces", ends.Pieces(3, 1), "7-", partial + rest);
+    row("a pause within the body", ends.PauseAfter(1, 1), "7-", partial + rest);
+    row("a header field", ends.Header("ETag", "\"1\""), "",
+        ok + "ETag: \"1\"\r\nContent-Length: 10\r\n\r\n0123456789");
+    row("a redirect", FaultAnswer::Redirect("/g").CutAfter(0), "",
+        "HTTP/1.1 302 Scripted\r\nLocation: /g\r\nContent-Length: 0\r\n\r\n");
+    row("something else", FaultAnswer::Raw("!"), "", "!");
+    row("a close", FaultAnswer::Closed(), "", "");
+    row("a reset", FaultAnswer::WithReset(), "", "");
+    row("a reset within the body", honest.ResetAfter(4), "", ok + "Content-Length: 10\r\n\r\n0123");
+}
+
+void tst_FaultServer::OnTheWire()
+{
+    QFETCH(FaultAnswer, answer);
+    QFETCH(QByteArray, range);
+    QFETCH(QByteArray, expected);
+    Serve(answer);
+    QTcpSocket socket;
+    const QSignalSpy ended(&socket, &QTcpSocket::disconnected);
+    Send(socket, range);
+    QTRY_COMPARE(ended.count(), 1);
+    QCOMPARE(socket.readAll(), expected);
+}
+
+void tst_FaultServer::AStalledAnswerStaysOpen()
+{
+    Serve(FaultAnswer::File(file).StallAfter(4));
+    QTcpSocket socket;
+    Send(socket);
+    QTRY_VERIFY(socket.peek(1000).endsWith("0123"));
+    QTest::qWait(50);
+    QVERIFY(socket.peek(1000).endsWith("0123"));
+    QCOMPARE(socket.state(), QAbstractSocket::ConnectedState);
+    QCOMPARE(m_server.OpenConnections(), 1);
+    socket.abort();
+    QTRY_COMPARE(m_server.OpenConnections(), 0);
+}
+
+void tst_FaultServer::AnEndlessBodyEndsWithTheClient()
+{
+    Serve(FaultAnswer::File(file).NoLength().Endless());
+    QTcpSocket socket;
+    Send(socket);
+    QTRY_VERIFY(socket.bytesAvailable() > 1000000);
+    socket.abort();
+    QTRY_COMPARE(m_server.OpenConnections(), 0);
+}
+
+void tst_FaultServer::ACompressedBodyIsOne()
+{
+    const QByteArray bytes = gTestBytes(5000) + QByteArray(5000, '\0');
+    Serve(FaultAnswer::File(bytes).Gzip());
+    QNetworkAccessManager manager;
+    const std::unique_ptr<QNetworkReply> reply(
+        manager.get(QNetworkRequest(QUrl(m_server.Address("/f")))));
+    QTRY_VERIFY(reply->isFinished());
+    QVERIFY(reply->readAll() == bytes);
+}
+
+void tst_FaultServer::ALaterRuleGoesBeforeAnEarlierOne()
+{
+    FaultScript script;
+    script.When("GET", "/f").Answer(FaultAnswer::Status(201));
+    script.When("GET", "/f").From(3, 5).Answer(FaultAnswer::Status(202));
+    script.When("GET", "/f").WithoutRange().Answer(FaultAnswer::Status(203));
+    m_server.Play(script);
+    QCOMPARE(Status("2-9"), QByteArray("201"));
+    QCOMPARE(Status("3-9"), QByteArray("202"));
+    QCOMPARE(Status("5-"), QByteArray("202"));
+    QCOMPARE(Status("6-"), QByteArray("201"));
+    QCOMPARE(Status(), QByteArray("203"));
+    m_server.Play({});
+    QCOMPARE(Status(), QByteArray("404"));
+}
+
+void tst_FaultServer::AnswersComeOneAfterTheOther()
+{
+    FaultScript script;
+    script.When("GET", "/f")
+        .Answer(2, FaultAnswer::Status(201))
+        .Then(FaultAnswer::Status(202))
+        .Then(FaultAnswer::Status(203));
+    m_server.Play(script);
+    for (const char *status : {"201", "201", "202", "203", "203"})
+        QCOMPARE(Status(), QByteArray(status));
+}
+
+void tst_FaultServer::OneConnectionCarriesSeveralRequests()
+{
+    Serve(FaultAnswer::File(file));
+    QTcpSocket socket;
+    Send(socket, "0-1");
+    Send(socket, "8-9");
+    QTRY_VERIFY(socket.peek(1000).endsWith("\r\n\r\n89"));
+    QVERIFY(socket.readAll().contains("\r\n\r\n01HTTP/1.1 206"));
+    QCOMPARE(m_server.Requests().size() >= 2, true);
+}
+
+QTEST_MAIN(tst_FaultServer)
+#include "tst_FaultServer.moc"
