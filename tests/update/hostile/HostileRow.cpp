@@ -19,7 +19,7 @@ void gCheckHostileDownload(const HostileRow &row, HostileWorld &world)
     QTRY_VERIFY_WITH_TIMEOUT(world.Ended() != End::None, limitMs);
     // What comes after the end must not do damage either.
     QTest::qWait(50);
-    QCOMPARE(world.Damage(), QStringList());
+    QCOMPARE(world.Damage(), QString());
     QCOMPARE(world.Ended(), row.end);
     if (row.end == End::Installed) {
         QCOMPARE(gReadFile(world.Rig().Installer()), HostileWorld::Package());
@@ -35,5 +35,5 @@ void gCheckHostileDownload(const HostileRow &row, HostileWorld &world)
     world.PressUpdateNow();
     QTRY_COMPARE_WITH_TIMEOUT(world.Ended(), End::Installed, limitMs);
     QCOMPARE(gReadFile(world.Rig().Installer()), HostileWorld::Package());
-    QCOMPARE(world.Damage(), QStringList());
+    QCOMPARE(world.Damage(), QString());
 }

@@ -87,14 +87,14 @@ HostileWorld::End HostileWorld::Ended() const
     return m_rig.Pages().contains(QStringLiteral("hint")) ? End::Told : End::None;
 }
 
-QStringList HostileWorld::Damage() const
+QString HostileWorld::Damage() const
 {
     QStringList damage = StrangeFiles() + WrongState();
     if (QFile::exists(m_rig.Target()))
         damage += WrongBytes(m_rig.Target(), packageSize);
     if (QFile::exists(m_rig.Installer()) && gReadFile(m_rig.Installer()) != Package())
         damage += QStringLiteral("a wrong installer is in place");
-    return damage;
+    return damage.join(QStringLiteral("; "));
 }
 
 /// Files that the module has no business with, or has changed or removed.

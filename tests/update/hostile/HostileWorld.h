@@ -56,7 +56,7 @@ public:
     End Ended() const;
 
     /// What must never be, whatever came from the server; empty when all is well.
-    QStringList Damage() const;
+    QString Damage() const;
 
 private:
     void Prepare();

@@ -128,7 +128,7 @@ void tst_HostileIncrement::APackage()
     Begin(world, spoil, world.Server().Address("/increase.patch"));
     QTRY_VERIFY(world.Ended() != HostileWorld::End::None);
     QTest::qWait(50);
-    QCOMPARE(world.Damage(), QStringList());
+    QCOMPARE(world.Damage(), QString());
     QCOMPARE(world.Ended(), Outcome(outcome) == Outcome::Told ? HostileWorld::End::Told
                                                               : HostileWorld::End::Installed);
     const bool patched = Outcome(outcome) == Outcome::Patched;
@@ -142,7 +142,7 @@ void tst_HostileIncrement::APackage()
     Begin(
         world, [](FaultScript &) {}, world.Server().Address("/increase.patch"));
     QTRY_COMPARE(world.Ended(), HostileWorld::End::Installed);
-    QCOMPARE(world.Damage(), QStringList());
+    QCOMPARE(world.Damage(), QString());
     QVERIFY(gReadFile(world.KeptInstaller()) == m_new);
 }
 
@@ -171,7 +171,7 @@ void tst_HostileIncrement::AnAddress()
         address.startsWith('/') ? world.Server().Address(address) : address);
     QTRY_VERIFY(world.Ended() != HostileWorld::End::None);
     QTest::qWait(50);
-    QCOMPARE(world.Damage(), QStringList());
+    QCOMPARE(world.Damage(), QString());
     QVERIFY2(gReadFile(world.KeptInstaller()) == m_old, "the kept installer is gone");
 }
 

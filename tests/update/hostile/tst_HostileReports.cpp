@@ -79,7 +79,7 @@ void tst_HostileReports::AnEndpoint()
     gSettleReports();
     QVERIFY2(timer.elapsed() < limitMs, qPrintable(QString::number(timer.elapsed())));
     QVERIFY(!endpoint.Requests().isEmpty());
-    QCOMPARE(world.Damage(), QStringList());
+    QCOMPARE(world.Damage(), QString());
 }
 
 QTEST_MAIN(tst_HostileReports)

@@ -15,6 +15,7 @@ class tst_HostileSilentCheck : public QObject
 private slots:
     void ItEndsInTime_data();
     void ItEndsInTime();
+    void ElementsNestedAHundredThousandDeep();
 };
 
 void tst_HostileSilentCheck::ItEndsInTime_data()
@@ -46,6 +47,21 @@ void tst_HostileSilentCheck::ItEndsInTime()
     timer.start();
     QVERIFY(!rig.Manager().IsNeedUpdate());
     QVERIFY2(timer.elapsed() < 5500, qPrintable(QString::number(timer.elapsed())));
+}
+
+void tst_HostileSilentCheck::ElementsNestedAHundredThousandDeep()
+{
+    constexpr int depth = 100000;
+    FaultServer server;
+    FaultScript script;
+    script.When("GET", "/check")
+        .Answer(FaultAnswer::Text(QByteArray("<a>").repeated(depth) +
+                                  QByteArray("</a>").repeated(depth)));
+    server.Play(script);
+    UpdateRig rig;
+    UpdateInit::SetUpdateUrl(server.Address("/check?pid=&version=&email="));
+    rig.Build();
+    QVERIFY(!rig.Manager().IsNeedUpdate());
 }
 
 QTEST_MAIN(tst_HostileSilentCheck)

@@ -125,7 +125,7 @@ void tst_HostileSize::AnAddress()
     world.PressUpdateNow();
     QTRY_COMPARE(world.Ended(), told);
     QCOMPARE(world.Rig().HintText(), QStringLiteral("Failed to download the update."));
-    QCOMPARE(world.Damage(), QStringList());
+    QCOMPARE(world.Damage(), QString());
 }
 
 void tst_HostileSize::NobodyListens()
@@ -139,7 +139,7 @@ void tst_HostileSize::NobodyListens()
     world.PressUpdateNow();
     QTRY_COMPARE(world.Ended(), told);
     QCOMPARE(world.Rig().HintText(), QStringLiteral("Failed to download the update."));
-    QCOMPARE(world.Damage(), QStringList());
+    QCOMPARE(world.Damage(), QString());
 }
 
 void tst_HostileSize::ACertificateOfAnUnknownAuthority()
@@ -151,7 +151,7 @@ void tst_HostileSize::ACertificateOfAnUnknownAuthority()
     QTRY_COMPARE(world.Ended(), told);
     QCOMPARE(world.Rig().HintText(), QStringLiteral("Failed to download the update."));
     QVERIFY(world.Server().Requests().isEmpty());
-    QCOMPARE(world.Damage(), QStringList());
+    QCOMPARE(world.Damage(), QString());
 }
 
 void tst_HostileSize::AnEncryptedDownloadThatIsCutGoesOn()
