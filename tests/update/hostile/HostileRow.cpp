@@ -16,24 +16,26 @@ void gCheckHostileDownload(const HostileRow &row, HostileWorld &world)
     world.Server().Play(script);
     world.Offer();
     world.PressUpdateNow();
-    QTRY_VERIFY_WITH_TIMEOUT(world.Ended() != End::None, limitMs);
+    if (!QTest::qWaitFor([&world] { return world.Ended() != End::None; }, limitMs))
+        QFAIL(world.Story().constData());
     // What comes after the end must not do damage either.
     QTest::qWait(50);
-    QCOMPARE(world.Damage(), QString());
-    QCOMPARE(world.Ended(), row.end);
-    if (row.end == End::Installed) {
-        QCOMPARE(gReadFile(world.Rig().Installer()), HostileWorld::Package());
-    } else {
-        QCOMPARE(world.Rig().HintText(), QString(row.text));
-        QVERIFY(!QFile::exists(world.Rig().Installer()));
-    }
+    // Bytes of another version may be in the target; they must not be there when it is complete.
+    if (!row.otherVersion)
+        QCOMPARE(world.Damage(), QString());
+    QVERIFY2(world.Ended() == row.end, world.Story().constData());
     QVERIFY2(QByteArray(row.logged).isEmpty() || world.Log().CountContaining(row.logged) > 0,
-             row.logged);
+             world.Story().constData());
 
-    QFile::remove(world.Rig().Installer());
+    if (row.end == End::Installed) {
+        QVERIFY(gReadFile(world.Rig().Installer()) == HostileWorld::Package());
+        return;
+    }
+    QCOMPARE(world.Rig().HintText(), QString(row.text));
+    QVERIFY(!QFile::exists(world.Rig().Installer()));
     world.Server().Play(HostileWorld::Honest());
     world.PressUpdateNow();
     QTRY_COMPARE_WITH_TIMEOUT(world.Ended(), End::Installed, limitMs);
-    QCOMPARE(gReadFile(world.Rig().Installer()), HostileWorld::Package());
+    QVERIFY(gReadFile(world.Rig().Installer()) == HostileWorld::Package());
     QCOMPARE(world.Damage(), QString());
 }

@@ -19,9 +19,11 @@ struct HostileRow {
     const char *text = "Failed to download the update.";
     /// What some line of the log contains then.
     const char *logged = "";
+    /// Two versions of the package were served, and nobody can know which one is meant.
+    bool otherVersion = false;
 };
 Q_DECLARE_METATYPE(HostileRow)
 
 /// An update from a server as spoilt as @p row says: ends in time as it says, and without damage.
-/// Then the server is mended, and the next "Update Now" ends with the right bytes.
+/// If the user was told, the server is mended, and the next "Update Now" ends with the right bytes.
 void gCheckHostileDownload(const HostileRow &row, HostileWorld &world);

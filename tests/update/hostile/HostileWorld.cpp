@@ -6,14 +6,11 @@
 #include <QDirIterator>
 #include <QFileInfo>
 
+#include <limits>
+
 namespace
 {
 const QByteArray neighbour = "nobody may touch this";
-
-QString gDescribe(const QString &path, qint64 at)
-{
-    return QFileInfo(path).fileName() + QStringLiteral(" differs at byte ") + QString::number(at);
-}
 } // namespace
 
 HostileWorld::HostileWorld()
@@ -34,8 +31,21 @@ void HostileWorld::Prepare()
     gWriteFile(m_rig.WorkingFolder() + QStringLiteral("/neighbour"), neighbour);
     gWriteFile(m_rig.Path(QStringLiteral("data/neighbour")), neighbour);
     gWriteFile(m_rig.Path(QStringLiteral("neighbour")), neighbour);
+    ShortenWaits(m_rig.Seams());
     m_rig.Build();
     m_server.Play(Honest());
+}
+
+void HostileWorld::ShortenWaits(DownloadSeams &seams)
+{
+    static constexpr int timesFaster = 500;
+
+    seams.sizeLimit = std::chrono::milliseconds(500);
+    seams.stallLimit = std::chrono::milliseconds(300);
+    seams.callLater = [](std::chrono::milliseconds delay, QObject *context,
+                         const std::function<void()> &action) {
+        gCallLater(delay / timesFaster, context, action);
+    };
 }
 
 const QByteArray &HostileWorld::Package()
@@ -87,11 +97,23 @@ HostileWorld::End HostileWorld::Ended() const
     return m_rig.Pages().contains(QStringLiteral("hint")) ? End::Told : End::None;
 }
 
+QByteArray HostileWorld::Story() const
+{
+    QStringList story{m_rig.Pages().isEmpty() ? QString() : m_rig.Pages().last()};
+    story += m_log.Messages(QStringLiteral("LiveUpdateMgr"));
+    story += m_log.Messages(QStringLiteral("UpdateCommon"));
+    const QList<HttpRequest> requests = m_server.Requests();
+    for (const HttpRequest &request : requests)
+        story += QString::fromLatin1(request.method + ' ' + request.target + ' ' +
+                                     request.headers.value("range"));
+    return story.join(QLatin1Char('\n')).toUtf8();
+}
+
 QString HostileWorld::Damage() const
 {
     QStringList damage = StrangeFiles() + WrongState();
     if (QFile::exists(m_rig.Target()))
-        damage += WrongBytes(m_rig.Target(), packageSize);
+        damage += WrongTarget();
     if (QFile::exists(m_rig.Installer()) && gReadFile(m_rig.Installer()) != Package())
         damage += QStringLiteral("a wrong installer is in place");
     return damage.join(QStringLiteral("; "));
@@ -126,26 +148,32 @@ QStringList HostileWorld::StrangeFiles() const
     return strange;
 }
 
-/// Bytes of a file that is being downloaded which are neither the package's nor still unwritten.
-QStringList HostileWorld::WrongBytes(const QString &path, qint64 size) const
+/// The target has the planned size, and every byte in it is the package's or still unwritten.
+QStringList HostileWorld::WrongTarget() const
 {
-    const QByteArray bytes = gReadFile(path);
-    if (bytes.size() != size)
+    const QByteArray bytes = gReadFile(m_rig.Target());
+    // A size larger than any disk cannot be allocated; the file then grows with what arrives.
+    const bool isAllocated = PlannedSize() <= std::numeric_limits<qint32>::max();
+    if (isAllocated && bytes.size() != PlannedSize())
         return {QStringLiteral("the target has %1 bytes").arg(bytes.size())};
     for (int at = 0; at < bytes.size(); ++at) {
-        if (bytes.at(at) != Package().at(at) && bytes.at(at) != '\0')
-            return {gDescribe(path, at)};
+        const bool isRight = at < Package().size() && bytes.at(at) == Package().at(at);
+        if (!isRight && bytes.at(at) != '\0')
+            return {QStringLiteral("the target differs at byte %1").arg(at)};
     }
     return {};
+}
+
+qint64 HostileWorld::PlannedSize() const
+{
+    return m_rig.State().value(QStringLiteral("FullPackage_size/FullPackage_size")).toLongLong();
 }
 
 /// Bytes that the resume state claims and the target does not have.
 QStringList HostileWorld::WrongState() const
 {
     const QMap<QString, QString> state = m_rig.State();
-    if (!QFile::exists(m_rig.Target()) ||
-        state.value(QStringLiteral("FullPackage_size/FullPackage_size")).toLongLong() !=
-            packageSize)
+    if (!QFile::exists(m_rig.Target()) || PlannedSize() != packageSize)
         return {};
     const QByteArray bytes = gReadFile(m_rig.Target());
     qint64 claimed = 0;

@@ -45,6 +45,8 @@ public:
     FaultServer &Server() { return m_server; }
     UpdateRig &Rig() { return m_rig; }
     const LogCapture &Log() const { return m_log; }
+    /// What the module has logged and asked for, for the report of a failed test.
+    QByteArray Story() const;
 
     /// Gives the module a manifest whose full package is the absolute address @p url.
     void Offer(const QString &url, const QString &moreElements = QString());
@@ -60,8 +62,11 @@ public:
 
 private:
     void Prepare();
+    /// The limits and the pauses of the module are short here, in the same order as the real ones.
+    static void ShortenWaits(DownloadSeams &seams);
     QStringList StrangeFiles() const;
-    QStringList WrongBytes(const QString &path, qint64 size) const;
+    QStringList WrongTarget() const;
+    qint64 PlannedSize() const;
     QStringList WrongState() const;
 
     LogCapture m_log;

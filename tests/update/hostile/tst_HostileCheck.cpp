@@ -106,7 +106,7 @@ void tst_HostileCheck::AnAnswer_data()
     offers("the same length twice", honest.Length(QByteArray::number(gManifest().size()))
                                         .Length(QByteArray::number(gManifest().size())));
     offers("more bytes than the head announces", honest.Longer(3000));
-    offers("a flood of header fields", honest.HeaderFlood(2000000));
+    offers("very many header fields", honest.HeaderFlood(30000));
 }
 
 void tst_HostileCheck::AnAnswer()

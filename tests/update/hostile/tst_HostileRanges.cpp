@@ -1,4 +1,4 @@
-#include "tests/update/hostile/HostileRow.h"
+#include "tests/update/hostile/HostileScripts.h"
 
 #include <QtTest>
 
@@ -14,10 +14,6 @@ private slots:
     void AnotherAnswerThanTheOneAskedFor() { Check(); }
     void ALieInTheHead_data();
     void ALieInTheHead() { Check(); }
-    void AnOddPace_data();
-    void AnOddPace() { Check(); }
-    void AMixedFile_data();
-    void AMixedFile() { Check(); }
 
 private:
     static void AddRows(const QList<HostileRow> &rows)
@@ -38,41 +34,6 @@ namespace
 {
 constexpr auto installed = HostileWorld::End::Installed;
 constexpr auto told = HostileWorld::End::Told;
-
-const FaultAnswer &gHonest()
-{
-    static const FaultAnswer answer = FaultAnswer::File(HostileWorld::Package());
-    return answer;
-}
-
-/// The range @p number is answered with @p answer every time.
-HostileRow::Spoil gAlways(int number, const FaultAnswer &answer)
-{
-    return [number, answer](FaultScript &script) {
-        HostileWorld::Range(script, number).Answer(answer);
-    };
-}
-
-/// The range @p number is answered with @p answer so many times, and properly from then on.
-HostileRow::Spoil gAtFirst(int number, const FaultAnswer &answer, int times = 1)
-{
-    return [number, answer, times](FaultScript &script) {
-        HostileWorld::Range(script, number).Answer(times, answer).Then(gHonest());
-    };
-}
-
-HostileRow::Spoil gAllRanges(const FaultAnswer &answer)
-{
-    return [answer](FaultScript &script) { script.When("GET", "/files/setup.exe").Answer(answer); };
-}
-
-HostileRow::Spoil gAllRangesAtFirst(const FaultAnswer &answer)
-{
-    return [answer](FaultScript &script) {
-        for (int number = 1; number <= 5; ++number)
-            HostileWorld::Range(script, number).Answer(answer).Then(gHonest());
-    };
-}
 
 QByteArray gContentRange(qint64 first, qint64 last, qint64 size)
 {
@@ -208,72 +169,15 @@ void tst_HostileRanges::ALieInTheHead_data()
          gAlways(5, gHonest().Length("30000").CutAfter(20003)), installed},
         {"a length that is too large, and silence",
          gAlways(5, gHonest().Length("30000").StallAfter(20003)), installed},
-        {"a flood of header fields", gAlways(2, gHonest().HeaderFlood(4000000)), installed},
+        {"very many header fields", gAlways(2, gHonest().HeaderFlood(30000)), installed},
+        // Qt takes two seconds for a megabyte of them: no byte of the body comes in time.
+        {"a flood of header fields", gAlways(2, gHonest().HeaderFlood(2000000)), told},
         {"a body without an end in the first range", gAlways(1, gHonest().NoLength().Endless()),
          installed},
         {"a body without an end in the last range", gAlways(5, gHonest().NoLength().Endless()),
          installed},
         {"a body without an end in every range", gAllRanges(gHonest().NoLength().Endless()),
          installed},
-    });
-}
-
-void tst_HostileRanges::AnOddPace_data()
-{
-    const FaultAnswer stalls = gHonest().StallAfter(7000);
-    AddRows({
-        {"the second range stalls once", gAtFirst(2, stalls), installed},
-        {"the last range stalls once", gAtFirst(5, stalls), installed},
-        {"all ranges stall once", gAllRangesAtFirst(stalls), installed},
-        {"the second range stalls behind its head once", gAtFirst(2, gHonest().StallAfter(0)),
-         installed},
-        {"the second range stalls again and again but goes on", gAlways(2, stalls), installed},
-        {"the second range is silent twice", gAtFirst(2, FaultAnswer::Silence(), 2), installed},
-        {"the second range is silent for good", gAlways(2, FaultAnswer::Silence()), told},
-        {"all ranges are silent for good", gAllRanges(FaultAnswer::Silence()), told},
-        {"the first range stalls and is silent from then on",
-         [stalls](FaultScript &script) {
-             HostileWorld::Range(script, 1).Answer(stalls).Then(FaultAnswer::Silence());
-         },
-         told},
-        {"a late first byte", gAlways(4, gHonest().FirstByteAfter(60)), installed},
-        {"a pause within a range", gAlways(4, gHonest().PauseAfter(5000, 60)), installed},
-        {"a few bytes at a time", gAllRanges(gHonest().Pieces(400, 5)), installed},
-        {"a few bytes at a time, and no length", gAllRanges(gHonest().Pieces(400, 5).NoLength()),
-         installed},
-        {"one byte at a time up to where it is cut, then the rest",
-         gAtFirst(2, gHonest().Pieces(1, 20).CutAfter(20)), installed},
-    });
-}
-
-void tst_HostileRanges::AMixedFile_data()
-{
-    static const QByteArray sameSize = QByteArray(HostileWorld::Package()).replace(0, 5, "OTHER");
-    static const QByteArray larger = HostileWorld::Package() + QByteArray(5000, 'l');
-    static const QByteArray smaller = HostileWorld::Package().chopped(5000);
-    AddRows({
-        {"a larger file from the third range on", gAlways(3, FaultAnswer::File(larger)), told},
-        {"a larger file for the last range", gAlways(5, FaultAnswer::File(larger)), told},
-        {"a smaller file for the last range", gAlways(5, FaultAnswer::File(smaller)), told},
-        {"a larger file for every range", gAllRanges(FaultAnswer::File(larger)), told},
-        {"another file of the same size, by its entity tag",
-         [](FaultScript &script) {
-             script.When("GET", "/files/setup.exe").Answer(gHonest().Header("ETag", "\"old\""));
-             HostileWorld::Range(script, 1).Answer(
-                 FaultAnswer::File(sameSize).Header("ETag", "\"new\""));
-         },
-         told},
-        {"another file of the same size behind a cut, by its date",
-         [](FaultScript &script) {
-             const QByteArray before = "Mon, 02 Mar 2026 10:00:00 GMT";
-             script.When("GET", "/files/setup.exe")
-                 .Answer(gHonest().Header("Last-Modified", before));
-             HostileWorld::Range(script, 1)
-                 .Answer(gHonest().Header("Last-Modified", before).CutAfter(3))
-                 .Then(FaultAnswer::File(sameSize).Header("Last-Modified",
-                                                          "Tue, 03 Mar 2026 10:00:00 GMT"));
-         },
-         told},
     });
 }
 

@@ -1,4 +1,4 @@
-#include "tests/update/hostile/HostileRow.h"
+#include "tests/update/hostile/HostileScripts.h"
 
 #include <QtTest>
 
@@ -16,12 +16,6 @@ namespace
 {
 constexpr auto installed = HostileWorld::End::Installed;
 constexpr auto told = HostileWorld::End::Told;
-
-const FaultAnswer &gHonest()
-{
-    static const FaultAnswer answer = FaultAnswer::File(HostileWorld::Package());
-    return answer;
-}
 
 /// All ranges are redirected to "/elsewhere", which gives @p answer.
 HostileRow::Spoil gElsewhere(const FaultAnswer &answer, int status = 302)
