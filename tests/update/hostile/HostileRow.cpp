@@ -31,7 +31,7 @@ void gCheckHostileDownload(const HostileRow &row, HostileWorld &world)
         QVERIFY(gReadFile(world.Rig().Installer()) == HostileWorld::Package());
         return;
     }
-    QCOMPARE(world.Rig().HintText(), QString(row.text));
+    QCOMPARE(world.Rig().HintText(), QStringLiteral("Failed to download the update."));
     QVERIFY(!QFile::exists(world.Rig().Installer()));
     world.Server().Play(HostileWorld::Honest());
     world.PressUpdateNow();

@@ -15,9 +15,7 @@ struct HostileRow {
     const char *sentence = "";
     Spoil spoil;
     HostileWorld::End end = HostileWorld::End::Told;
-    /// What the hint page says then.
-    const char *text = "Failed to download the update.";
-    /// What some line of the log contains then.
+    /// What some line of the log contains, from which an operator can tell what it was.
     const char *logged = "";
     /// Two versions of the package were served, and nobody can know which one is meant.
     bool otherVersion = false;

@@ -52,7 +52,7 @@ void tst_HostileRedirects::ARedirect_data()
              script.When("GET", "/elsewhere").Answer(gHonest());
          },
          installed},
-        {"around in a circle of one", gAllTo("/files/setup.exe"), told},
+        {"around in a circle of one", gAllTo("/files/setup.exe"), told, "is not followed"},
         {"around in a circle of two",
          [](FaultScript &script) {
              script.When("GET", "/files/setup.exe").Answer(FaultAnswer::Redirect("/two"));
@@ -61,13 +61,14 @@ void tst_HostileRedirects::ARedirect_data()
          told},
         {"to nowhere", gAllTo(""), told},
         {"to no address", gAllTo("http://[::::/"), told},
-        {"to a host that cannot be", gAllTo("http://no-such-host.invalid/setup.exe"), told},
-        {"to a port where nobody listens", gAllTo("http://127.0.0.1:1/setup.exe"), told},
+        {"to a host that cannot be", gAllTo("http://no-such-host.invalid/setup.exe"), told,
+         "offline or unknown host"},
+        {"to a port where nobody listens", gAllTo("http://127.0.0.1:1/setup.exe"), told, "refused"},
         {"to a file of this machine", gAllTo("file:///etc/passwd"), told},
         {"to its own bytes", gAllTo("data:application/octet-stream;base64,AAAA"), told},
         {"to another protocol", gAllTo("ftp://127.0.0.1:1/setup.exe"), told},
-        {"not found elsewhere", gElsewhere(FaultAnswer::Status(404)), told},
-        {"a page elsewhere", gElsewhere(page), told},
+        {"not found elsewhere", gElsewhere(FaultAnswer::Status(404)), told, "HTTP status 404"},
+        {"a page elsewhere", gElsewhere(page), told, "wrong content type"},
         {"a larger file elsewhere", gElsewhere(FaultAnswer::File(larger)), told},
         {"a smaller file elsewhere", gElsewhere(FaultAnswer::File(smaller)), told},
         {"a compressed file elsewhere", gElsewhere(gHonest().Gzip()), told},

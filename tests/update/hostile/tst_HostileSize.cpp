@@ -46,15 +46,15 @@ void tst_HostileSize::AnAnswer_data()
 {
     QTest::addColumn<HostileRow>("row");
     const QList<HostileRow> rows{
-        {"closed before it answers", gHead(FaultAnswer::Closed()), told},
+        {"closed before it answers", gHead(FaultAnswer::Closed()), told, "cut"},
         {"reset before it answers", gHead(FaultAnswer::WithReset()), told},
         {"never answered", gHead(FaultAnswer::Silence()), told},
         {"a head one byte at a time",
          gHead(FaultAnswer::Text("", "text/plain").Pieces(1, 100).BodyToHead().StallAfter(0)),
          told},
         {"something that is not HTTP", gHead(FaultAnswer::Raw("\1\2\3\r\n\r\n")), told},
-        {"not found", gHead(FaultAnswer::Status(404)), told},
-        {"a failing server", gHead(FaultAnswer::Status(500)), told},
+        {"not found", gHead(FaultAnswer::Status(404)), told, "HTTP status 404"},
+        {"a failing server", gHead(FaultAnswer::Status(500)), told, "HTTP status 500"},
         {"no length", gHead(gHonest().NoLength()), told},
         {"a length of zero", gLength("0"), told},
         {"a length below zero", gLength("-5"), told},
