@@ -1,3 +1,4 @@
+#include "tests/support/LogCapture.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
 #include "update/UpdateCommon/VersionInfo.h"
@@ -16,6 +17,7 @@ private slots:
 
     void WithoutASizeTheHintPageSaysSo_data();
     void WithoutASizeTheHintPageSaysSo();
+    void AServerThatNeverAnswersIsNotWaitedForForEver();
     void TheSizeOf_data();
     void TheSizeOf();
     void BehindTwoRedirectsTheLastAddressIsDownloaded();
@@ -74,6 +76,18 @@ void tst_LiveUpdateMgr_Size::WithoutASizeTheHintPageSaysSo()
     QVERIFY(m_rig->Server().Requests("GET").isEmpty());
     QVERIFY(!QFile::exists(m_rig->Target()));
     QCOMPARE(gReadFile(m_rig->StateFile()), state);
+}
+
+void tst_LiveUpdateMgr_Size::AServerThatNeverAnswersIsNotWaitedForForEver()
+{
+    QCOMPARE(DownloadSeams().sizeLimit, std::chrono::milliseconds(30000));
+    const LogCapture log;
+    m_rig->Seams().sizeLimit = std::chrono::milliseconds(100);
+    m_rig->Build();
+    m_rig->StartFullDownload(HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
+    QCOMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
+    QCOMPARE(log.CountContaining("stall, no answer in time"), 1);
+    QVERIFY(m_rig->Server().Requests("GET").isEmpty());
 }
 
 void tst_LiveUpdateMgr_Size::TheSizeOf_data()

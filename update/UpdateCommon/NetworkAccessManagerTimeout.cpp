@@ -1,5 +1,8 @@
 #include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
 
+#include "api/Log.h"
+#include "update/NetworkFailure.h"
+
 #include <QEventLoop>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -17,6 +20,9 @@ QByteArray NetworkAccessManagerTimeout::Get(const QNetworkRequest &request, int 
     m_started = true;
     start(QThread::InheritPriority);
     if (!wait(static_cast<unsigned long>(msecs))) {
+        QUILLON_LOG("UpdateCommon", "NetworkAccessManagerTimeout::Get",
+                    "stall, no answer within %d ms, %s", msecs,
+                    gLogAddress(request.url()).toStdString().c_str());
         // The thread still runs and owns the result; nothing here may look at it any more.
         return {};
     }
@@ -32,5 +38,7 @@ void NetworkAccessManagerTimeout::run()
     loop.exec();
     if (m_reply->error() == QNetworkReply::NoError) {
         m_data = m_reply->readAll();
+    } else {
+        gLogFailure("UpdateCommon", "NetworkAccessManagerTimeout::run", *m_reply);
     }
 }
