@@ -300,6 +300,7 @@ void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePat
     state.segmentSize = total / ResumeState::rangeCount;
     state.downloadStarted = true;
     state.finishedSegments = 0;
+    state.validator.clear();
     m_resumeSettings.Sync();
     if (total == 0) {
         ShowPlanFailure();
@@ -352,7 +353,6 @@ void LiveUpdateMgr::ResumePlan(const ResumePoint &point, bool incremental,
     }
     DownloadState &state = gDownloadState();
     state.alreadyDownloaded = m_downloaded = point.alreadyDownloaded;
-    state.validator = m_resumeSettings.Validator();
     state.activeSegments =
         static_cast<int>(std::count_if(point.ranges.begin(), point.ranges.end(),
                                        [](const ByteRange &range) { return !range.IsEmpty(); }));
@@ -380,14 +380,12 @@ void LiveUpdateMgr::FreshPlan(bool incremental, const QString &oldPackagePath)
     // In this order, a process that ends in between leaves no file that an old plan seems to fit:
     // first the old file goes, then the plan is on disk, then the new file comes.
     QFile::remove(m_target.path);
-    m_resumeSettings.SetValidator({});
     WritePlan(start);
     gFlushFolder(QuillonInit::GetConfigFileDir());
     gCreateEmptyFile(m_target.path, m_total);
 
     DownloadState &state = gDownloadState();
     state.alreadyDownloaded = 0;
-    state.validator.clear();
     state.activeSegments = ResumeState::rangeCount;
     m_downloaded = 0;
     ShowDownloadStart();

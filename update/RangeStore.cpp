@@ -90,7 +90,6 @@ bool RangeStore::IsSameVersion(const QByteArray &validator)
     QByteArray &known = gDownloadState().validator;
     if (known.isEmpty() && !validator.isEmpty()) {
         known = validator;
-        m_state.SetValidator(validator);
     }
     return validator.isEmpty() || known == validator;
 }

@@ -41,7 +41,7 @@ public:
     /// What is asked for when the rest of the range is.
     RangeQuestion Rest() const;
 
-    /// Whether @p validator names the version that the bytes so far come from; the first one that is
+    /// Whether @p validator names the version that this plan's bytes come from; the first one that is
     /// told does.
     bool IsSameVersion(const QByteArray &validator);
     /// What is there is of no use any more: the next plan starts anew.

@@ -36,12 +36,6 @@ QString gFlushedByteKey(int rangeNumber)
 {
     return QStringLiteral("Flushed/Flushed_Byte%1").arg(rangeNumber);
 }
-
-const QString &gValidatorKey()
-{
-    static const QString key = QStringLiteral("Package/Validator");
-    return key;
-}
 } // namespace
 
 ResumeState::ResumeState(const QString &configDirectory)
@@ -113,20 +107,6 @@ qint32 ResumeState::FlushedByte(int rangeNumber) const
 void ResumeState::SetFlushedByte(int rangeNumber, qint64 byte)
 {
     m_settings.setValue(gFlushedByteKey(rangeNumber), byte);
-}
-
-QByteArray ResumeState::Validator() const
-{
-    return m_settings.value(gValidatorKey()).toString().toUtf8();
-}
-
-void ResumeState::SetValidator(const QByteArray &validator)
-{
-    if (validator.isEmpty()) {
-        m_settings.remove(gValidatorKey());
-    } else {
-        m_settings.setValue(gValidatorKey(), QString::fromUtf8(validator));
-    }
 }
 
 bool ResumeState::Sync()

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QByteArray>
 #include <QSettings>
 #include <QString>
 
@@ -17,7 +16,6 @@
 ///
 /// | Flushed              | Boot_Id              | text         | boot that wrote the data     |
 /// | Flushed              | Flushed_Byte1 to 5   | integer      | next byte not yet flushed    |
-/// | Package              | Validator            | text         | version that the server told |
 ///
 /// Every number is read as a 32-bit integer: 0 when it is missing, the low 32 bits of a number that
 /// does not fit. Range N is complete when Start_ByteN equals End_ByteN + 1.
@@ -53,11 +51,6 @@ public:
     /// The byte of a range up to which, exclusively, its data are on stable storage.
     qint32 FlushedByte(int rangeNumber) const;
     void SetFlushedByte(int rangeNumber, qint64 byte);
-
-    /// What the server told about the version of the package that the bytes come from.
-    QByteArray Validator() const;
-    /// An empty one is removed.
-    void SetValidator(const QByteArray &validator);
 
     QString Path() const { return m_settings.fileName(); }
 

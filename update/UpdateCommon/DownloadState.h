@@ -18,7 +18,7 @@ struct DownloadState {
     int activeSegments = 0;
     /// Ranges that have ended since the last completion.
     int finishedSegments = 0;
-    /// What the server told about the version of the package; empty until it told.
+    /// What the server told this plan about the version of the package; empty until it told.
     QByteArray validator;
     /// Path of the installer that is ready to be started.
     QString installerReady;
