@@ -1,4 +1,5 @@
 #include "api/UpdateInit.h"
+#include "platform/FileVersion.h"
 #include "tests/support/PatchProgram.h"
 #include "tests/support/StandIn.h"
 #include "tests/support/StatisticsServer.h"
@@ -89,6 +90,8 @@ void tst_DownloadMgr_Increase::init()
     m_patch = PatchProgram::MakePatch(m_old, m_new);
     m_told.clear();
     QVERIFY(gWriteFile(Kept(), m_old));
+    // A stand-in's version is that of the program itself, whatever the system says of it.
+    UpdateInit::SetUpdateVersion(FileVersionString(Kept()));
     m_rig->Server().Serve(path, HttpAnswer::Body(m_patch));
     m_rig->Build();
 }
@@ -174,7 +177,7 @@ void tst_DownloadMgr_Increase::TheResultIsTheBaseOfTheNextIncrementalUpdate()
     const QByteArray next = Installer("9.3.0.0");
     m_rig->Server().Serve("/files/next.patch",
                           HttpAnswer::Body(PatchProgram::MakePatch(m_new, next)));
-    UpdateInit::SetUpdateVersion("9.2.0.0");
+    UpdateInit::SetUpdateVersion(FileVersionString(Kept()));
     m_rig->Build();
     Offer(m_new, Md5(next), "/files/next.patch");
     m_rig->Manager().UpdateNow();
