@@ -38,13 +38,17 @@ bool AnswerCheck::IsAccepted(const QNetworkReply &reply, const char *function)
         return true;
     }
     const RangeAnswer answer = gRangeAnswer(reply);
-    const RangeVerdict verdict = gJudgeAnswer(m_store->Rest(), answer);
+    const RangeVerdict verdict =
+        m_isWhole ? gJudgeWholePackage(answer) : gJudgeAnswer(m_store->Rest(), answer);
     if (verdict != RangeVerdict::Accepted) {
-        QUILLON_LOG(logFile, function, "range %d is refused, HTTP status %d, %s",
-                    m_store->RangeNumber(), answer.status, gVerdictText(verdict));
+        const QString type = gContentType(reply);
+        QUILLON_LOG(logFile, function, "range %d is refused, HTTP status %d, %s%s%s",
+                    m_store->RangeNumber(), answer.status, gVerdictText(verdict),
+                    gIsPackageType(type) ? "" : ", wrong content type ",
+                    gIsPackageType(type) ? "" : type.toStdString().c_str());
         return false;
     }
-    if (!m_store->IsSameVersion(gValidator(answer))) {
+    if (!m_isWhole && !m_store->IsSameVersion(gValidator(answer))) {
         QUILLON_LOG(logFile, function,
                     "range %d is refused, the package was replaced on the server",
                     m_store->RangeNumber());

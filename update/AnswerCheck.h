@@ -21,7 +21,11 @@ public:
 
     /// A request was sent: for the rest of the range, or for the whole package, which is measured at
     /// its end.
-    void Begin(bool isWhole) { m_isAccepted = isWhole; }
+    void Begin(bool isWhole)
+    {
+        m_isWhole = isWhole;
+        m_isAccepted = false;
+    }
 
     Outcome Check(QNetworkReply *reply, const char *function);
 
@@ -29,5 +33,6 @@ private:
     bool IsAccepted(const QNetworkReply &reply, const char *function);
 
     RangeStore *m_store;
+    bool m_isWhole = false;
     bool m_isAccepted = false;
 };

@@ -5,6 +5,7 @@
 #include "update/UpdateCommon/VersionInfo.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 namespace
 {
@@ -25,6 +26,16 @@ DownloadTarget gDownloadTarget(const VersionInfo &versionInfo, bool incremental)
     }
     return {QUrl(versionInfo.ExeUrl()), folder + QStringLiteral("Corvina9(x64).tmp"), installerPath,
             QString()};
+}
+
+bool gSparesKeptInstaller(const DownloadTarget &target, const QString &kept)
+{
+    if (QFileInfo(target.path) != QFileInfo(kept)) {
+        return true;
+    }
+    QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::UpdateNow",
+                "the incremental package has the name of the kept installer and is not taken");
+    return false;
 }
 
 void gCreateEmptyFile(const QString &path, qint64 size)

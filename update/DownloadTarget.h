@@ -18,6 +18,10 @@ struct DownloadTarget {
 
 DownloadTarget gDownloadTarget(const VersionInfo &versionInfo, bool incremental);
 
+/// Whether a download to @p target leaves the installer at @p kept alone, which it applies to. A manifest
+/// may name the incremental package as it likes.
+bool gSparesKeptInstaller(const DownloadTarget &target, const QString &kept);
+
 /// Makes @p path an empty file of @p size bytes. What fails is logged only: the downloads start all
 /// the same, and say what fails when they write.
 void gCreateEmptyFile(const QString &path, qint64 size);

@@ -247,7 +247,8 @@ void LiveUpdateMgr::UpdateNow()
         UpdateEventReport::GetInstance()->SetReportInfo(currentVersion, notes.first().version,
                                                         QStringLiteral("ins"));
         const QString kept = gFindKeptInstaller(folder, currentVersion, m_versionInfo->OldVerify());
-        if (!kept.isEmpty()) {
+        if (!kept.isEmpty() &&
+            gSparesKeptInstaller(gDownloadTarget(*m_versionInfo, true), kept)) {
             QUILLON_LOG(logFile, function, "Start Download IncreasePackage");
             StartDownload(true, kept);
             return;

@@ -6,6 +6,8 @@
 #include <QEventLoop>
 #include <QTimer>
 
+#include <algorithm>
+
 namespace
 {
 constexpr char logFile[] = "LiveUpdateMgr";
@@ -13,7 +15,7 @@ constexpr char logFunction[] = "LiveUpdateMgr::QueryPackageSize";
 
 qint64 gContentLength(const QNetworkReply &reply)
 {
-    return reply.header(QNetworkRequest::ContentLengthHeader).toLongLong();
+    return std::max<qint64>(0, reply.header(QNetworkRequest::ContentLengthHeader).toLongLong());
 }
 
 /// Where @p reply redirects to; an empty address when it does not.

@@ -69,11 +69,18 @@ std::optional<qint64> gLength(const QByteArray &text)
 }
 } // namespace
 
-RangeVerdict gJudgeAnswer(const RangeQuestion &question, const RangeAnswer &answer)
+RangeVerdict gJudgeWholePackage(const RangeAnswer &answer)
 {
     const QByteArray encoding = answer.contentEncoding.trimmed().toLower();
-    if (!encoding.isEmpty() && encoding != "identity") {
-        return RangeVerdict::Compressed;
+    return encoding.isEmpty() || encoding == "identity" ? RangeVerdict::Accepted
+                                                        : RangeVerdict::Compressed;
+}
+
+RangeVerdict gJudgeAnswer(const RangeQuestion &question, const RangeAnswer &answer)
+{
+    if (const RangeVerdict verdict = gJudgeWholePackage(answer);
+        verdict != RangeVerdict::Accepted) {
+        return verdict;
     }
     if (const auto range = gParse(answer.contentRange)) {
         if (range->first != question.first) {

@@ -41,6 +41,10 @@ enum class RangeVerdict {
 /// Pure; for answers that are neither an error nor a redirect.
 RangeVerdict gJudgeAnswer(const RangeQuestion &question, const RangeAnswer &answer);
 
+/// Whether the body of @p answer may be written from the package's first byte on: when it is the package's
+/// own bytes. How many there are is counted at its end.
+RangeVerdict gJudgeWholePackage(const RangeAnswer &answer);
+
 /// The verdict in words, for the log.
 const char *gVerdictText(RangeVerdict verdict);
 

@@ -166,9 +166,17 @@ copy_runtime() {
     install -m 644 -D /usr/share/doc/libqt5core5a/copyright "$sdk/licences/qt.txt"
 }
 
+# The compiler's thread library apart from the one that is a DLL, so that the linker finds no other.
+copy_threads() {
+    local name
+    for name in libpthread.a libwinpthread.a; do
+        install -m 644 -D "$($compiler-g++-posix -print-file-name=$name)" -t "$sdk/static"
+    done
+}
+
 # --- Commands ------------------------------------------------------------------------------------------
 
-readonly parts=(qt runtime bzip2 md4c bsdiff)
+readonly parts=(qt runtime threads bzip2 md4c bsdiff)
 
 case "${1:-}" in
 path)
@@ -188,11 +196,11 @@ build)
         take_ready_qt || build_qt
         touch "$sdk/.qt"
     fi
-    for part in runtime bzip2 md4c bsdiff; do
+    for part in "${parts[@]:1}"; do
         done_with "$part" && continue
         say "$part"
         case $part in
-        runtime) (copy_runtime) ;;
+        runtime | threads) ("copy_$part") ;;
         *) ("build_$part") ;;
         esac
         touch "$sdk/.$part"

@@ -21,11 +21,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
 # The compiler's own libraries go into each file: a host's installer need not carry them for the module.
-# The thread library's import library would be taken for what the compiler asks for by itself, so all of
-# the static one is linked before.
-set(static_runtime
-    "-static-libgcc -static-libstdc++ -Wl,-Bstatic,--whole-archive -lwinpthread -Wl,--no-whole-archive,-Bdynamic"
-)
+set(static_runtime "-static-libgcc -static-libstdc++ -L${QUILLON_WINDOWS_SDK}/static")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${static_runtime}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${static_runtime}")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${static_runtime}")

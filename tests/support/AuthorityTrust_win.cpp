@@ -8,8 +8,8 @@
 
 #include <wincrypt.h>
 
-// Qt hands its own authorities to the system in a form that Wine does not read, so the authority goes into
-// a store of the system.
+// Qt hands its own authorities to the system in a form that Wine does not read, so the authority
+// goes into a store of the system.
 void gTrustAuthority(const QSslCertificate &authority)
 {
     const QTemporaryDir folder;
@@ -24,7 +24,8 @@ void gTrustAuthority(const QSslCertificate &authority)
                                          nullptr) == FALSE ||
         CertCloseStore(store, 0) == FALSE)
         qFatal("The test cannot write to the store of certificates.");
-    // What the first look at the stores finds is what the process trusts, and only now are they its own.
+    // What the first look at the stores finds is what the process trusts, and only now are they its
+    // own.
     CERT_CHAIN_PARA parameters{};
     parameters.cbSize = sizeof parameters;
     const CERT_CHAIN_CONTEXT *chain = nullptr;

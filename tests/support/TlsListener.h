@@ -7,9 +7,9 @@
 
 /// Accepts encrypted connections for an `HttpServer`.
 ///
-/// Where the system has no encryption for servers, which is so under Wine, another program stands in
-/// front of it: the environment variable QUILLON_TLS_FRONT_PORT names its port then, and the connections
-/// come from there, see tls-front/main.cpp.
+/// Where the system has no encryption for servers, which is so under Wine, another program stands
+/// in front of it: the environment variable QUILLON_TLS_FRONT_PORT names its port then, and the
+/// connections come from there, see tls-front/main.cpp.
 ///
 /// Errors: a program in front that is not there lets no server start.
 class TlsListener : public Listener

@@ -3,6 +3,7 @@
 #include "api/Log.h"
 
 #include <QDomDocument>
+#include <QXmlStreamReader>
 
 namespace
 {
@@ -18,6 +19,25 @@ QDomElement gFirst(const QDomElement &context, const char *tag)
 QString gFirstText(const QDomElement &context, const char *tag)
 {
     return gFirst(context, tag).text();
+}
+/// Whether the elements of @p xml are nested as a manifest's are, and not so deep that walking down to
+/// them would take more stack than there is.
+bool gIsShallow(const QString &xml)
+{
+    constexpr int mostLevels = 64;
+
+    QXmlStreamReader reader(xml);
+    reader.setNamespaceProcessing(false);
+    int level = 0;
+    while (!reader.atEnd() && level <= mostLevels) {
+        const QXmlStreamReader::TokenType token = reader.readNext();
+        if (token == QXmlStreamReader::StartElement) {
+            ++level;
+        } else if (token == QXmlStreamReader::EndElement) {
+            --level;
+        }
+    }
+    return level <= mostLevels;
 }
 } // namespace
 
@@ -56,7 +76,7 @@ void VersionInfo::ParseXml()
     m_autoNotify = false;
 
     QDomDocument document;
-    if (!document.setContent(m_xml, false)) {
+    if (!gIsShallow(m_xml) || !document.setContent(m_xml, false)) {
         // The parser keeps what it read before the error. Half a manifest must not start an update.
         document.clear();
     }

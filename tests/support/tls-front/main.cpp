@@ -49,7 +49,8 @@ void gServe(QTcpSocket *client, quint16 port)
     test->connectToHost(QHostAddress::LocalHost, port);
 }
 
-/// A test asks with its own port, a certificate and the key of that, and is told the port for clients.
+/// A test asks with its own port, a certificate and the key of that, and is told the port for
+/// clients.
 void gAnswer(QTcpSocket *asker)
 {
     QDataStream stream(asker);
