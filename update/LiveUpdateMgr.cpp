@@ -247,8 +247,7 @@ void LiveUpdateMgr::UpdateNow()
         UpdateEventReport::GetInstance()->SetReportInfo(currentVersion, notes.first().version,
                                                         QStringLiteral("ins"));
         const QString kept = gFindKeptInstaller(folder, currentVersion, m_versionInfo->OldVerify());
-        if (!kept.isEmpty() &&
-            gSparesKeptInstaller(gDownloadTarget(*m_versionInfo, true), kept)) {
+        if (!kept.isEmpty() && gSparesKeptInstaller(gDownloadTarget(*m_versionInfo, true), kept)) {
             QUILLON_LOG(logFile, function, "Start Download IncreasePackage");
             StartDownload(true, kept);
             return;

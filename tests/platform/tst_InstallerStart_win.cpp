@@ -125,9 +125,8 @@ void tst_InstallerStart_win::the_system_tells_that_a_file_is_held()
     const QTemporaryDir directory;
     const QString path = directory.filePath("new.exe");
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), path));
-    HANDLE held =
-        CreateFileW(QDir::toNativeSeparators(path).toStdWString().c_str(), GENERIC_READ, 0, nullptr,
-                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE held = CreateFileW(QDir::toNativeSeparators(path).toStdWString().c_str(), GENERIC_READ,
+                              0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     QVERIFY(held != INVALID_HANDLE_VALUE);
     const InstallerStart::Code code = InstallerStart::OfTheSystem().create(path);
     CloseHandle(held);

@@ -52,8 +52,7 @@ int wmain(int argc, wchar_t *argv[])
     }
     const std::vector<BYTE> certificate = gRead(argv[1]);
     if (certificate.empty() || !gTrust(certificate)) {
-        static_cast<void>(
-            std::fprintf(stderr, "TrustCertificate: error %lu\n", GetLastError()));
+        static_cast<void>(std::fprintf(stderr, "TrustCertificate: error %lu\n", GetLastError()));
         return 1;
     }
     return 0;
