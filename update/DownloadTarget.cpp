@@ -7,12 +7,17 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace
 {
-/// Everything behind the last slash of a package's address.
+/// Everything behind the last slash of a package's address. A backslash ends a folder's name on some
+/// systems, and no manifest has to say in which folder its package lies.
 QString gLastComponent(const QString &url)
 {
-    return url.mid(url.lastIndexOf(QLatin1Char('/')) + 1);
+    const int slash =
+        std::max(url.lastIndexOf(QLatin1Char('/')), url.lastIndexOf(QLatin1Char('\\')));
+    return url.mid(slash + 1);
 }
 } // namespace
 

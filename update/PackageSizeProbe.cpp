@@ -2,6 +2,7 @@
 
 #include "api/Log.h"
 #include "update/NetworkFailure.h"
+#include "update/RangeReply.h"
 
 #include <QEventLoop>
 #include <QTimer>
@@ -19,7 +20,7 @@ qint64 gContentLength(const QNetworkReply &reply)
 }
 
 /// Where @p reply redirects to; an empty address when it does not.
-QUrl gRedirectTarget(const QNetworkReply &reply)
+QUrl gNextAddress(const QNetworkReply &reply)
 {
     const QUrl target = reply.attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
     return target.isEmpty() ? target : reply.url().resolved(target);
@@ -39,8 +40,13 @@ PackageSizeProbe::Package PackageSizeProbe::Query(const QUrl &url)
     }
     // Two redirects, no more and no less: that is how packages are published, and a server that
     // redirects once ends at an empty address and so at a size of 0. Deliberate.
-    reply = Head(gRedirectTarget(*reply));
-    const QUrl target = gRedirectTarget(*reply);
+    reply = Head(gNextAddress(*reply));
+    const QUrl target = gNextAddress(*reply);
+    if (!gIsServerAddress(target)) {
+        QUILLON_LOG(logFile, logFunction, "a redirect to %s is not followed",
+                    gLogAddress(target).toStdString().c_str());
+        return {0, target};
+    }
     reply = Head(target);
     return {gContentLength(*reply), target};
 }

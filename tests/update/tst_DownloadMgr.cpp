@@ -2,6 +2,7 @@
 #include "tests/support/LaterCalls.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MetaMethods.h"
+#include "tests/support/SystemTraits.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
 #include "update/UpdateCommon/DownloadState.h"
@@ -302,6 +303,8 @@ void tst_DownloadMgr::ARemoteCloseIsSilentAndLeavesTheRangeUnfinished()
 {
     QFETCH(int, fault);
     QFETCH(int, bytes);
+    if (bytes == 0 && !gTellsOfEarlyResets())
+        QSKIP("This system does not tell of a reset before the first byte.");
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault(fault), bytes));
     Start(2, 200000, 399999);
     QTRY_COMPARE(m_later.Seconds().size(), 1);

@@ -32,7 +32,7 @@ private:
 
 void tst_DownloadMgr_Disk::initTestCase()
 {
-    std::signal(SIGXFSZ, SIG_IGN);
+    QVERIFY(std::signal(SIGXFSZ, SIG_IGN) != SIG_ERR);
 }
 
 void tst_DownloadMgr_Disk::init()

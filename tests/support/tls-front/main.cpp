@@ -93,6 +93,7 @@ int main(int argc, char *argv[])
     if (!tests.listen(QHostAddress::LocalHost))
         return 1;
     std::printf("%d\n", tests.serverPort());
-    std::fflush(stdout);
+    if (std::fflush(stdout) != 0)
+        return 1;
     return QCoreApplication::exec();
 }

@@ -1,0 +1,11 @@
+#include "tests/support/SystemTraits.h"
+
+bool gTellsOfEarlyResets()
+{
+    return true;
+}
+
+bool gRemovesOpenFiles()
+{
+    return true;
+}

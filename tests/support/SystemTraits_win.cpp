@@ -1,0 +1,11 @@
+#include "tests/support/SystemTraits.h"
+
+bool gTellsOfEarlyResets()
+{
+    return false;
+}
+
+bool gRemovesOpenFiles()
+{
+    return false;
+}
