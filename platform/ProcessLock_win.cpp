@@ -35,9 +35,9 @@ ProcessLock::Outcome ProcessLock::TryLock(const QString &path)
     Unlock();
     // The lock is on a byte of the file and not on its opening: a virus scanner that looks at the
     // file is no second download.
-    const HANDLE file = CreateFileW(gNativeName(path).c_str(), GENERIC_READ | GENERIC_WRITE,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE file = CreateFileW(gNativeName(path).c_str(), GENERIC_READ | GENERIC_WRITE,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
         return Outcome::Unavailable;
     }

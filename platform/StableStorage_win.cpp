@@ -8,9 +8,9 @@ FlushResult gFlushToDisk(const QString &path)
 {
     const std::wstring name = QDir::toNativeSeparators(path).toStdWString();
     // Sharing everything: the download goes on writing, and may move the file, meanwhile.
-    const HANDLE file = CreateFileW(name.c_str(), GENERIC_WRITE,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE file = CreateFileW(name.c_str(), GENERIC_WRITE,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
         return FlushResult::Unknown;
     }
