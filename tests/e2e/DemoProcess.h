@@ -24,11 +24,20 @@ public:
     DemoProcess(const QString &home, const QString &checkTemplate, HostProgram host = {});
     ~DemoProcess();
 
+    /// From now on the host is run by @p launcher, a command to which its own is appended.
+    void RunBy(const QStringList &launcher) { m_host.launcher = launcher; }
+    void SetVariable(const QString &name, const QString &value);
+
     /// Starts an interactive check as version 9.1.0.0, with @p arguments behind the common ones.
     void Start(const QStringList &arguments);
 
     /// Waits until the process has ended. @return its exit status; -1 when it was killed or hangs.
     int WaitForEnd();
+
+    /// Waits until the process has ended, but not for longer than @p limitMs. @return whether it has.
+    bool WaitForEndWithin(int limitMs) { return m_process.waitForFinished(limitMs); }
+
+    qint64 ProcessId() const { return m_process.processId(); }
 
     /// Waits for an event that @p wanted accepts. @return whether it came before the process ended.
     bool WaitFor(const std::function<bool(const QJsonObject &)> &wanted);

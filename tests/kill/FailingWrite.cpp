@@ -1,0 +1,84 @@
+// Preloaded into a host: makes its writes to one file fail from the outside, without a change to the
+// host. What the environment says:
+//
+//   FAILING_PATH   the file, by its path
+//   FAILING_TEXT   or the file, by a text that is in what is written
+//   FAILING_CALL   which of its writes fails, counted from 1
+//   FAILING_EVER   "1": those that follow fail as well
+//   FAILING_HOW    ENOSPC, EIO, EINTR, or SHORT: only half of the bytes are taken
+//   FAILING_MARK   a file that is created once a write has failed
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+using WriteFunction = ssize_t (*)(int, const void *, size_t);
+
+std::string gText(const char *name)
+{
+    const char *value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+struct Order {
+    std::string path = gText("FAILING_PATH");
+    std::string text = gText("FAILING_TEXT");
+    std::string how = gText("FAILING_HOW");
+    std::string mark = gText("FAILING_MARK");
+    int call = std::atoi(gText("FAILING_CALL").c_str());
+    bool ever = gText("FAILING_EVER") == "1";
+};
+
+bool gIsMeant(const Order &order, int file, const void *bytes, size_t count)
+{
+    if (!order.text.empty()) {
+        return memmem(bytes, count, order.text.data(), order.text.size()) != nullptr;
+    }
+    const std::string link = "/proc/self/fd/" + std::to_string(file);
+    std::string path(order.path.size() + 1, '\0');
+    const ssize_t length = readlink(link.c_str(), path.data(), path.size());
+    return length == static_cast<ssize_t>(order.path.size()) &&
+           std::memcmp(path.data(), order.path.data(), order.path.size()) == 0;
+}
+
+int gErrorOf(const std::string &how)
+{
+    return how == "ENOSPC" ? ENOSPC : how == "EIO" ? EIO : EINTR;
+}
+} // namespace
+
+extern "C" ssize_t write(int file, const void *bytes, size_t count)
+{
+    static const auto real = reinterpret_cast<WriteFunction>(dlsym(RTLD_NEXT, "write"));
+    static const Order order;
+    static std::atomic<int> calls{0};
+    // A call that is interrupted for ever would be called for ever: each one goes through at last.
+    static std::atomic<bool> wasInterrupted{false};
+
+    if (order.call == 0 || !gIsMeant(order, file, bytes, count)) {
+        return real(file, bytes, count);
+    }
+    if (wasInterrupted.exchange(false)) {
+        return real(file, bytes, count);
+    }
+    const int number = ++calls;
+    if (number < order.call || (number > order.call && !order.ever)) {
+        return real(file, bytes, count);
+    }
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg,hicpp-vararg)
+    close(open(order.mark.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    if (order.how == "SHORT") {
+        return real(file, bytes, count > 1 ? count / 2 : count);
+    }
+    wasInterrupted = order.how == "EINTR";
+    errno = gErrorOf(order.how);
+    return -1;
+}

@@ -1,0 +1,46 @@
+#include "tests/kill/MomentKills.h"
+
+#include "tests/kill/KillScene.h"
+#include "tests/support/TestBytes.h"
+
+#include <QRandomGenerator>
+
+namespace
+{
+constexpr qint64 packageSize = 4000037;
+constexpr int bytesPerSecond = 4000000;
+constexpr int mostKillsOfARun = 5;
+/// A little more than the whole download takes.
+constexpr int longestMs = 1500;
+} // namespace
+
+void MomentKills::Run(int kills)
+{
+    m_tally->Begin("kills at random moments");
+    QRandomGenerator random(m_seed);
+    KillScene scene(gTestBytes(packageSize, 5));
+    if (!scene.StartServer(bytesPerSecond)) {
+        m_tally->Case("the service", {"it does not start"});
+        kills = 0;
+    }
+    int done = 0;
+    for (int run = 1; done < kills; ++run) {
+        scene.NewUser();
+        QStringList problems;
+        const int wanted = random.bounded(1, mostKillsOfARun + 1);
+        for (int kill = 1; kill <= wanted && done < kills && !scene.IsInstalled(); ++kill) {
+            scene.Run(random.bounded(longestMs));
+            if (scene.WasKilled()) {
+                ++done;
+                m_tally->Kill();
+            }
+            for (const QString &problem : scene.Problems()) {
+                problems.append(QStringLiteral("after kill %1, %2").arg(kill).arg(problem));
+            }
+        }
+        m_tally->Case(QStringLiteral("run %1 of seed %2").arg(run).arg(m_seed),
+                      problems + scene.Finish());
+    }
+    m_tally->Note(QStringLiteral("seed %1").arg(m_seed));
+    m_tally->End();
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "tests/kill/Tally.h"
+
+#include <QtGlobal>
+
+/// Kills a larger download at random moments, up to five times, and then lets it finish.
+class MomentKills
+{
+public:
+    /// The same @p seed makes for the same moments, as far as the machine is as fast.
+    MomentKills(Tally *tally, quint32 seed)
+        : m_tally(tally)
+        , m_seed(seed)
+    {
+    }
+
+    /// Until @p kills processes have been killed.
+    void Run(int kills);
+
+private:
+    Tally *m_tally;
+    quint32 m_seed;
+};
