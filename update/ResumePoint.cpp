@@ -1,5 +1,7 @@
 #include "update/ResumePoint.h"
 
+#include <QFile>
+
 #include <algorithm>
 
 namespace
@@ -61,5 +63,11 @@ bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, con
         state->SetFlushedByte(number, range.start);
         ++number;
     }
-    return state->Sync();
+    if (state->Sync()) {
+        return true;
+    }
+    if (!point.isTakenBack) {
+        QFile::remove(state->Path());
+    }
+    return false;
 }

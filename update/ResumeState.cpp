@@ -1,6 +1,7 @@
 #include "update/ResumeState.h"
 
 #include "api/SettingsLock.h"
+#include "update/StateFormat.h"
 
 namespace
 {
@@ -40,7 +41,7 @@ QString gFlushedByteKey(int rangeNumber)
 
 ResumeState::ResumeState(const QString &configDirectory)
     : m_settings(gWithoutStaleLock(configDirectory + QStringLiteral("/CvBreakResumeDownLoad.ini")),
-                 QSettings::IniFormat)
+                 gStateFormat())
 {
 }
 
@@ -112,5 +113,12 @@ void ResumeState::SetFlushedByte(int rangeNumber, qint64 byte)
 bool ResumeState::Sync()
 {
     m_settings.sync();
-    return m_settings.status() == QSettings::NoError;
+    if (m_settings.status() == QSettings::NoError) {
+        return true;
+    }
+    // An object that has failed once says so for ever. Another one on the same file shares what is
+    // not on disk yet, and knows whether that can be written now.
+    QSettings again(m_settings.fileName(), gStateFormat());
+    again.sync();
+    return again.status() == QSettings::NoError;
 }

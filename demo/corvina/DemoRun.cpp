@@ -10,6 +10,8 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
+#include <QLockFile>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTimer>
@@ -19,6 +21,17 @@
 namespace
 {
 constexpr int timedOutStatus = 3;
+
+/// A process that is killed between creating and filling the lock of its settings leaves it empty.
+/// Qt takes such a lock for held, and waits for it for 30 s before the settings are written.
+void RemoveUnreadable(const QString &lock)
+{
+    qint64 owner = 0;
+    QString host;
+    QString application;
+    if (!QLockFile(lock).getLockInfo(&owner, &host, &application))
+        QFile::remove(lock);
+}
 
 QString DirectoryOr(const QString &chosen, QStandardPaths::StandardLocation location)
 {
@@ -53,7 +66,10 @@ void DemoRun::ConfigureModule() const
     CvSetCorvinaDirectory(DirectoryOr(m_options.dataDir, QStandardPaths::AppDataLocation));
     const QString configDir = DirectoryOr(m_options.configDir, QStandardPaths::AppConfigLocation);
     if (!m_options.statisticsHost.isEmpty()) {
-        QSettings(configDir + QStringLiteral("/Corvina.ini"), QSettings::IniFormat)
+        const QString settings = configDir + QStringLiteral("/Corvina.ini");
+        RemoveUnreadable(settings + QStringLiteral(".lock"));
+        RemoveUnreadable(settings + QStringLiteral(".lock.rmlock"));
+        QSettings(settings, QSettings::IniFormat)
             .setValue(QStringLiteral("Quillon/StatisticsHost"), m_options.statisticsHost);
     }
     QuillonInit::SetConfigFileDir(configDir);

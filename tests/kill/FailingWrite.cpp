@@ -55,7 +55,8 @@ int gErrorOf(const std::string &how)
 }
 } // namespace
 
-extern "C" ssize_t write(int file, const void *bytes, size_t count)
+extern "C" __attribute__((visibility("default"))) ssize_t write(int file, const void *bytes,
+                                                                size_t count)
 {
     static const auto real = reinterpret_cast<WriteFunction>(dlsym(RTLD_NEXT, "write"));
     static const Order order;

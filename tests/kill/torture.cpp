@@ -1,25 +1,72 @@
-// torture: kills and hinders downloads until something gives way.
+// torture: kills and hinders downloads, and cuts them off by losses of power.
 
 #include "tests/kill/CallKills.h"
+#include "tests/kill/FailingCalls.h"
+#include "tests/kill/FullDisk.h"
+#include "tests/kill/LostPower.h"
 #include "tests/kill/MomentKills.h"
 
 #include <QApplication>
+#include <QCommandLineParser>
 
 #include <iostream>
+
+namespace
+{
+constexpr int momentKills = 200;
+constexpr int powerLosses = 2000;
+
+/// One part of the whole: its name, all of it, and a few of its cases.
+struct Part {
+    const char *name;
+    std::function<void(Tally *, quint32 seed, bool isQuick)> run;
+};
+
+QList<Part> gParts()
+{
+    const auto all = [](auto &&part, bool isQuick) { isQuick ? part.RunShort() : part.RunAll(); };
+    return {
+        {"calls", [all](Tally *tally, quint32, bool quick) { all(CallKills(tally), quick); }},
+        {"moments",
+         [](Tally *tally, quint32 seed, bool quick) {
+             MomentKills(tally, seed).Run(quick ? momentKills / 20 : momentKills);
+         }},
+        {"failing", [all](Tally *tally, quint32, bool quick) { all(FailingCalls(tally), quick); }},
+        {"full", [all](Tally *tally, quint32, bool quick) { all(FullDisk(tally), quick); }},
+        {"power",
+         [](Tally *tally, quint32 seed, bool quick) {
+             LostPower(tally, seed).Run(quick ? powerLosses / 20 : powerLosses);
+         }},
+    };
+}
+} // namespace
 
 int main(int argc, char *argv[])
 {
     const QApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    const auto wants = [&arguments](const char *part) {
-        return arguments.size() < 2 || arguments.contains(QLatin1String(part));
-    };
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Kills and hinders downloads, and cuts them off by losses of power.\n"
+                       "Ends with status 1 when one of them did not end as it should."));
+    parser.addHelpOption();
+    const QCommandLineOption quick(QStringLiteral("quick"), QStringLiteral("a few cases only"));
+    const QCommandLineOption seed(QStringLiteral("seed"),
+                                  QStringLiteral("what is random follows from it"),
+                                  QStringLiteral("number"), QStringLiteral("1"));
+    parser.addOptions({quick, seed});
+    parser.addPositionalArgument(QStringLiteral("parts"),
+                                 QStringLiteral("calls, moments, failing, full, power; or all"),
+                                 QStringLiteral("[parts...]"));
+    parser.process(application);
+
+    const QStringList wanted = parser.positionalArguments();
     Tally tally(Tally::Talk::Progress);
-    if (wants("calls")) {
-        CallKills(&tally).RunAll();
+    for (const Part &part : gParts()) {
+        if (wanted.isEmpty() || wanted.contains(QLatin1String(part.name))) {
+            part.run(&tally, parser.value(seed).toUInt(), parser.isSet(quick));
+        }
     }
-    if (wants("moments")) {
-        MomentKills(&tally, 1).Run(200);
-    }
+    std::cout << "all together: " << tally.Cases() << " cases, " << tally.Kills() << " kills, "
+              << tally.States() << " states, " << tally.Failures() << " failures" << std::endl;
     return tally.Failures() == 0 ? 0 : 1;
 }

@@ -1,6 +1,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
+#include "update/ResumePoint.h"
 #include "update/UpdateCommon/DownloadState.h"
 
 #include <QtTest>
@@ -22,9 +23,14 @@ private slots:
     void AFullDiskIsToldAtOnceAndTheRestFollowsWhenThereIsRoom();
     void ATargetThatVanishesIsToldAndNotMadeAnew();
     void ATargetThatIsAFolderIsTold();
+    void AStateThatTheDiskCannotTakeStaysAsItWas();
+    void APlanThatTheDiskCannotTakeLeavesNoOlderOne();
 
 private:
     static void LimitFiles(rlim_t bytes);
+
+    /// Room for the settings class's lock, and not for a whole state.
+    static constexpr int longestLock = 200;
 
     QByteArray m_package;
     std::unique_ptr<UpdateRig> m_rig;
@@ -106,6 +112,31 @@ void tst_DownloadMgr_Disk::ATargetThatIsAFolderIsTold()
     QCOMPARE(m_rig->HintText(), QStringLiteral("File open error!"));
     QTRY_COMPARE(m_rig->Server().Requests("GET").size(), 5);
     QCOMPARE(gDownloadState().alreadyDownloaded, qint64(0));
+}
+
+void tst_DownloadMgr_Disk::AStateThatTheDiskCannotTakeStaysAsItWas()
+{
+    ResumeState state(m_rig->ConfigFolder());
+    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one"));
+    const QByteArray before = gReadFile(m_rig->StateFile());
+    QVERIFY(before.size() > longestLock);
+    state.SetStartByte(1, 4711);
+    LimitFiles(longestLock);
+    QVERIFY(!state.Sync());
+    LimitFiles(RLIM_INFINITY);
+    QCOMPARE(gReadFile(m_rig->StateFile()), before);
+}
+
+void tst_DownloadMgr_Disk::APlanThatTheDiskCannotTakeLeavesNoOlderOne()
+{
+    ResumeState state(m_rig->ConfigFolder());
+    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one"));
+    LimitFiles(longestLock);
+    QVERIFY(!gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot two"));
+    LimitFiles(RLIM_INFINITY);
+    QVERIFY(!QFile::exists(m_rig->StateFile()));
+    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot two"));
+    QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("1000003"));
 }
 
 QTEST_MAIN(tst_DownloadMgr_Disk)

@@ -15,6 +15,8 @@ private slots:
     void init();
     void EveryValueStandsInItsGroupAsText();
     void WhatWasWrittenIsReadBackByANewObject();
+    void AValidatorIsReadBack_data();
+    void AValidatorIsReadBack();
     void AMissingFileReadsAsZeros();
     void ANumberOnDiskIsReadAs_data();
     void ANumberOnDiskIsReadAs();
@@ -77,6 +79,34 @@ void tst_ResumeState::WhatWasWrittenIsReadBackByANewObject()
     QCOMPARE(state.EndByte(1), -1);
     QCOMPARE(state.StartByte(5), 400);
     QCOMPARE(state.EndByte(5), 500);
+}
+
+void tst_ResumeState::AValidatorIsReadBack_data()
+{
+    QTest::addColumn<QByteArray>("validator");
+    QTest::newRow("with quotation marks") << QByteArray("W/\"5f-1\"");
+    QTest::newRow("with commas and colons") << QByteArray("Sat, 01 Aug 2026 10:00:00 GMT");
+    QTest::newRow("with backslashes") << QByteArray("\"a\\b\\\"");
+    QTest::newRow("with what means something in the file") << QByteArray("\"[a]=b;c\"");
+    QTest::newRow("with letters beyond ASCII") << QByteArray("\"gr\xc3\xbc\xc3\x9f\"");
+    QTest::newRow("of digits") << QByteArray("0012");
+}
+
+void tst_ResumeState::AValidatorIsReadBack()
+{
+    QFETCH(QByteArray, validator);
+    {
+        ResumeState state(m_folder->path());
+        state.SetValidator(validator);
+        state.SetPackageSize(7);
+        QVERIFY(state.Sync());
+    }
+    // Written anew under another name, so that nothing is remembered.
+    QTemporaryDir other;
+    QVERIFY(QFile::copy(File(), other.filePath("CvBreakResumeDownLoad.ini")));
+    const ResumeState state(other.path());
+    QCOMPARE(state.Validator(), validator);
+    QCOMPARE(state.PackageSize(), 7);
 }
 
 void tst_ResumeState::AMissingFileReadsAsZeros()

@@ -1,0 +1,264 @@
+#include "tests/kill/LostPower.h"
+
+#include "tests/kill/DiskState.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TestBytes.h"
+#include "update/UpdateCommon/DownloadState.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+#include <QThread>
+
+#include <algorithm>
+
+namespace
+{
+constexpr int limitMs = 20000;
+/// So many moments of one download are tried.
+constexpr int mostOfADownload = 25;
+
+int gPercent(qint64 part, qint64 whole)
+{
+    return whole == 0 ? 0 : static_cast<int>(part * 100 / whole);
+}
+} // namespace
+
+LostPower::LostPower(Tally *tally, quint32 seed)
+    : m_tally(tally)
+    , m_random(seed)
+    , m_seed(seed)
+    , m_flushRandom(seed + 1)
+{
+}
+
+void LostPower::Run(int moments)
+{
+    // What the module says of each of them is of no interest here.
+    const LogCapture quiet;
+    m_tally->Begin("losses of power", moments);
+    int tried = 0;
+    while (tried < moments) {
+        Begin();
+        Download(Answer(true), true);
+        if (!QTest::qWaitFor([this] { return m_rig->Boxes() > 0; }, limitMs)) {
+            m_tally->Case("a download without a loss", {"it does not end"});
+        }
+        m_rig->Destroy();
+        for (int step = 0; step < mostOfADownload && tried < moments && !m_moments.isEmpty();
+             ++step) {
+            const int index = m_random.bounded(m_moments.size());
+            const RecordedMoment moment = MomentAt(index);
+            m_moments.removeAt(index);
+            Fail(moment, PowerLoss::Of(moment, &m_random));
+            ++tried;
+        }
+    }
+    m_rig.reset();
+    m_tally->Note(QStringLiteral("%1 % of what was written had been flushed")
+                      .arg(gPercent(m_kept, m_written)));
+    m_tally->Note(QStringLiteral("seed %1").arg(m_seed));
+    if (m_kept == 0) {
+        m_tally->Case("all of them", {"nothing was ever flushed"});
+    }
+    m_tally->End();
+}
+
+/// A user who has never downloaded anything, and a package of its own size.
+void LostPower::Begin()
+{
+    constexpr int smallestPackage = 60000;
+    constexpr int largestPackage = 300000;
+    constexpr int smallestFlush = 2000;
+    constexpr int largestFlush = 60000;
+
+    m_rig.reset();
+    m_rig = std::make_unique<UpdateRig>();
+    m_package =
+        gTestBytes(m_random.bounded(smallestPackage, largestPackage), m_random.generate64());
+    m_moments.clear();
+    m_flushed.reset();
+    m_isBootTold = true;
+    DownloadSeams &seams = m_rig->Seams();
+    seams.bootIdentity = [this] {
+        return m_isBootTold ? QStringLiteral("boot %1").arg(m_boot) : QString();
+    };
+    seams.flush = [this](const QString &path) { return Flush(path); };
+    seams.flushBytes = m_random.bounded(smallestFlush, largestFlush);
+    seams.flushTime = std::chrono::milliseconds(m_random.bounded(5, 100));
+}
+
+HttpAnswer LostPower::Answer(bool isSlow)
+{
+    HttpAnswer answer = HttpAnswer::Body(m_package);
+    if (isSlow) {
+        answer.chunkSize = m_random.bounded(1000, 6000);
+        answer.chunkPauseMs = m_random.bounded(2, 8);
+    }
+    return answer;
+}
+
+/// A disk that keeps what was there when the flush began, and not always says so.
+FlushResult LostPower::Flush(const QString &path)
+{
+    constexpr int oneIn = 10;
+    constexpr quint32 slowestMs = 4;
+
+    const QByteArray data = gReadFile(path);
+    const QMutexLocker locker(&m_flushMutex);
+    QThread::msleep(m_flushRandom.bounded(slowestMs));
+    if (m_flushRandom.bounded(oneIn) == 0) {
+        return FlushResult::Unknown;
+    }
+    m_flushed = data;
+    return FlushResult::Flushed;
+}
+
+void LostPower::Download(const HttpAnswer &answer, bool isRecorded)
+{
+    gDownloadState() = DownloadState();
+    LiveUpdateMgr &manager = m_rig->Build();
+    m_rig->StartFullDownload(answer);
+    if (!isRecorded) {
+        return;
+    }
+    Record();
+    const auto downloaders = manager.findChildren<DownloadMgr *>();
+    for (const DownloadMgr *downloader : downloaders) {
+        QObject::connect(downloader, &DownloadMgr::DownloadProgress, &manager,
+                         [this] { Record(); });
+    }
+}
+
+void LostPower::Record()
+{
+    // What was flushed first: a flush that ends in between keeps more, which no state knows of yet.
+    m_flushMutex.lock();
+    RecordedMoment moment;
+    moment.flushed = m_flushed;
+    m_flushMutex.unlock();
+    moment.state = gReadFile(m_rig->StateFile());
+    moment.data = gReadFile(m_rig->Target());
+    m_moments.append(moment);
+    m_tally->State();
+}
+
+RecordedMoment LostPower::MomentAt(int index)
+{
+    constexpr int oneIn = 4;
+
+    RecordedMoment moment = m_moments.at(index);
+    // The system may have lost the latest state as well.
+    if (m_random.bounded(oneIn) == 0) {
+        moment.state = m_moments.at(m_random.bounded(index + 1)).state;
+    }
+    return moment;
+}
+
+void LostPower::WriteState(const QByteArray &state)
+{
+    gWriteFile(m_rig->StateFile(), state);
+    // The settings class takes a file of the same size and age for one that it has read already.
+    QFile file(m_rig->StateFile());
+    if (file.open(QIODevice::ReadWrite)) {
+        file.setFileTime(QDateTime::fromSecsSinceEpoch(++m_writes),
+                         QFileDevice::FileModificationTime);
+    }
+}
+
+void LostPower::Fail(const RecordedMoment &moment, const PowerLoss &loss)
+{
+    constexpr int oneIn = 10;
+    constexpr int goesOnOneIn = 8;
+
+    WriteState(moment.state);
+    QFile::remove(m_rig->Installer());
+    QFile::remove(m_rig->Target());
+    if (loss.data.has_value()) {
+        gWriteFile(m_rig->Target(), *loss.data);
+    }
+    ++m_boot;
+    m_isBootTold = m_random.bounded(oneIn) != 0;
+    m_flushed = loss.data;
+    QStringList problems = ProblemsOfClaims(moment);
+    // Now and then the download that goes on is the next to be cut off.
+    const bool isNext = m_random.bounded(goesOnOneIn) == 0;
+    if (isNext) {
+        m_moments.clear();
+    }
+    problems += Resume(isNext);
+    m_tally->Case(QStringLiteral("boot %1 of seed %2, a package of %3 bytes, %4")
+                      .arg(m_boot)
+                      .arg(m_seed)
+                      .arg(m_package.size())
+                      .arg(loss.how),
+                  problems);
+}
+
+/// The state says of no byte that it is flushed which is not.
+QStringList LostPower::ProblemsOfClaims(const RecordedMoment &moment)
+{
+    QStringList problems;
+    const DiskState state = DiskState::Read(m_rig->StateFile());
+    const auto bounds = gRangeBounds(m_package.size());
+    const QByteArray flushed = moment.flushed.value_or(QByteArray());
+    for (size_t index = 0; index < state.flushed.size(); ++index) {
+        const int first = static_cast<int>(bounds.at(index));
+        const int count = static_cast<int>(state.flushed.at(index)) - first;
+        m_written += state.start.at(index) - first;
+        m_kept += count;
+        if (count > 0 && flushed.mid(first, count) != m_package.mid(first, count)) {
+            problems.append(QStringLiteral("range %1 was not flushed up to byte %2")
+                                .arg(index + 1)
+                                .arg(first + count));
+        }
+    }
+    return problems;
+}
+
+QStringList LostPower::Missing() const
+{
+    const DiskState state = DiskState::Read(m_rig->StateFile());
+    const bool resumes = state.packageSize == m_package.size() && QFile::exists(m_rig->Target());
+    const auto bounds = gRangeBounds(m_package.size());
+    QStringList ranges;
+    for (size_t index = 0; index < state.start.size(); ++index) {
+        const qint64 first = bounds.at(index);
+        const qint64 past = bounds.at(index + 1);
+        const qint64 next =
+            resumes ? std::min(state.start.at(index), std::max(first, state.flushed.at(index)))
+                    : first;
+        const bool isLast = index + 1 == state.start.size();
+        if (next < past) {
+            ranges.append("bytes=" + QString::number(next) + '-' +
+                          (isLast ? QString() : QString::number(past - 1)));
+        }
+    }
+    ranges.sort();
+    return ranges;
+}
+
+QStringList LostPower::Resume(bool isRecorded)
+{
+    const QStringList missing = Missing();
+    m_rig->Forget();
+    const int boxes = m_rig->Boxes();
+    Download(Answer(isRecorded), isRecorded);
+    QStringList problems;
+    if (!QTest::qWaitFor(
+            [this, boxes] { return m_rig->Boxes() > boxes || m_rig->Pages().contains("hint"); },
+            limitMs)) {
+        problems.append("it does not end");
+    }
+    m_rig->Destroy();
+    if (gReadFile(m_rig->Installer()) != m_package) {
+        problems.append("the package is not there, " + m_rig->HintText());
+    }
+    const QStringList asked = gRangeHeaders(m_rig->Server());
+    if (asked != missing) {
+        problems.append("asked for " + asked.join(' ') + " where " + missing.join(' ') +
+                        " were missing");
+    }
+    return problems;
+}

@@ -1,0 +1,34 @@
+#include "tests/kill/SmallDisk.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <sys/mount.h>
+
+namespace
+{
+bool gMount(const QString &folder, qint64 bytes, unsigned long flags)
+{
+    const QByteArray options = "size=" + QByteArray::number(bytes);
+    return mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", flags,
+                 options.constData()) == 0;
+}
+} // namespace
+
+SmallDisk::SmallDisk(const QString &folder, qint64 bytes)
+    : m_folder(folder)
+    , m_isMounted(QDir().mkpath(folder) && gMount(folder, bytes, 0))
+{
+}
+
+SmallDisk::~SmallDisk()
+{
+    if (m_isMounted) {
+        umount2(QFile::encodeName(m_folder).constData(), MNT_DETACH);
+    }
+}
+
+bool SmallDisk::Grow(qint64 bytes) const
+{
+    return gMount(m_folder, bytes, MS_REMOUNT);
+}
