@@ -38,13 +38,6 @@ DemoProcess::~DemoProcess()
     Kill();
 }
 
-void DemoProcess::SetVariable(const QString &name, const QString &value)
-{
-    QProcessEnvironment environment = m_process.processEnvironment();
-    environment.insert(name, value);
-    m_process.setProcessEnvironment(environment);
-}
-
 void DemoProcess::Start(const QStringList &arguments)
 {
     const QStringList common{

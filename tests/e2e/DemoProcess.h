@@ -26,7 +26,6 @@ public:
 
     /// From now on the host is run by @p launcher, a command to which its own is appended.
     void RunBy(const QStringList &launcher) { m_host.launcher = launcher; }
-    void SetVariable(const QString &name, const QString &value);
 
     /// Starts an interactive check as version 9.1.0.0, with @p arguments behind the common ones.
     void Start(const QStringList &arguments);

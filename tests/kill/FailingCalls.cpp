@@ -122,7 +122,8 @@ QStringList FailingCalls::ProblemsOfEnd(const Failure &failure) const
     if (m_scene.WasKilled()) {
         problems.append("the host crashed or hung");
     }
-    if (mustSucceed) {
+    // The state is tried again at once.
+    if (mustSucceed || (failure.file == File::State && !failure.isForEver)) {
         return problems;
     }
     const QString expected =

@@ -72,6 +72,7 @@ void KillScene::Run(int killAfterMs)
 {
     const DiskState before = DiskState::Read(StateFile());
     m_nextBefore = NextBytes(before);
+    m_hadPlan = HasPlan(before);
     QFile::remove(Home() + "/log");
     DemoProcess demo(Home(), m_server.CheckTemplate());
     QStringList launcher{"strace", "-f", "-qq", "-y", "-s", "0", "-o", gTraceFile(m_site)};
@@ -154,10 +155,10 @@ QStringList KillScene::Problems(bool mayLag) const
     if (HasPlan(state)) {
         return ProblemsOfState(state, mayLag);
     }
-    if (!m_trace->Writes().isEmpty() && !mayLag) {
-        return {"there are bytes and no plan that they belong to"};
+    if (m_trace->Writes().isEmpty() || (mayLag && !m_hadPlan)) {
+        return {};
     }
-    return {};
+    return {"there are bytes and no plan that they belong to"};
 }
 
 QStringList KillScene::ProblemsOfState(const DiskState &state, bool mayLag) const

@@ -74,6 +74,7 @@ private:
     QStringList m_injection;
     QMap<QString, QString> m_variables;
     DiskState::Bytes m_nextBefore{};
+    bool m_hadPlan = false;
     std::unique_ptr<CallTrace> m_trace;
     QStringList m_hints;
     bool m_wasKilled = false;
