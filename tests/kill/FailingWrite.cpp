@@ -33,7 +33,7 @@ struct Order {
     std::string text = gText("FAILING_TEXT");
     std::string how = gText("FAILING_HOW");
     std::string mark = gText("FAILING_MARK");
-    int call = std::atoi(gText("FAILING_CALL").c_str());
+    long call = std::strtol(gText("FAILING_CALL").c_str(), nullptr, 10);
     bool ever = gText("FAILING_EVER") == "1";
 };
 
@@ -55,12 +55,15 @@ int gErrorOf(const std::string &how)
 }
 } // namespace
 
-extern "C" __attribute__((visibility("default"))) ssize_t write(int file, const void *bytes,
-                                                                size_t count)
+/// Takes the place of the system's "write".
+extern "C" __attribute__((visibility("default"))) ssize_t gFailingWrite(int file, const void *bytes,
+                                                                        size_t count) asm("write");
+
+extern "C" ssize_t gFailingWrite(int file, const void *bytes, size_t count)
 {
     static const auto real = reinterpret_cast<WriteFunction>(dlsym(RTLD_NEXT, "write"));
     static const Order order;
-    static std::atomic<int> calls{0};
+    static std::atomic<long> calls{0};
     // A call that is interrupted for ever would be called for ever: each one goes through at last.
     static std::atomic<bool> wasInterrupted{false};
 
@@ -70,7 +73,7 @@ extern "C" __attribute__((visibility("default"))) ssize_t write(int file, const 
     if (wasInterrupted.exchange(false)) {
         return real(file, bytes, count);
     }
-    const int number = ++calls;
+    const long number = ++calls;
     if (number < order.call || (number > order.call && !order.ever)) {
         return real(file, bytes, count);
     }

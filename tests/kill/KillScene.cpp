@@ -93,6 +93,8 @@ void KillScene::Run(int killAfterMs)
     m_wasKilled = m_exitStatus == -1;
     ReadEvents(demo);
     m_trace = std::make_unique<CallTrace>(gTraceFile(m_site), Target());
+    // A service whose log nobody takes stands still one day.
+    m_server.Requests();
 }
 
 /// strace would let go of the host if it was killed itself.
@@ -219,8 +221,8 @@ QStringList KillScene::Finish()
                             .arg(m_exitStatus)
                             .arg(m_hints.join(' ')));
     }
-    const QStringList locks = QDir(Home()).entryList({"*.lock", "*.rmlock"}) +
-                              QDir(WorkingFolder()).entryList({"*.lock"});
+    // The settings class's own locks may stay: those of a dead process hold nobody up.
+    const QStringList locks = QDir(WorkingFolder()).entryList({"*.lock"});
     if (!locks.isEmpty()) {
         problems.append("left over: " + locks.join(' '));
     }
