@@ -15,8 +15,8 @@ private slots:
     void init();
     void EveryValueStandsInItsGroupAsText();
     void WhatWasWrittenIsReadBackByANewObject();
-    void AValidatorIsReadBack_data();
-    void AValidatorIsReadBack();
+    void ATextIsReadBack_data();
+    void ATextIsReadBack();
     void AMissingFileReadsAsZeros();
     void ANumberOnDiskIsReadAs_data();
     void ANumberOnDiskIsReadAs();
@@ -81,23 +81,23 @@ void tst_ResumeState::WhatWasWrittenIsReadBackByANewObject()
     QCOMPARE(state.EndByte(5), 500);
 }
 
-void tst_ResumeState::AValidatorIsReadBack_data()
+void tst_ResumeState::ATextIsReadBack_data()
 {
-    QTest::addColumn<QByteArray>("validator");
-    QTest::newRow("with quotation marks") << QByteArray("W/\"5f-1\"");
-    QTest::newRow("with commas and colons") << QByteArray("Sat, 01 Aug 2026 10:00:00 GMT");
-    QTest::newRow("with backslashes") << QByteArray("\"a\\b\\\"");
-    QTest::newRow("with what means something in the file") << QByteArray("\"[a]=b;c\"");
-    QTest::newRow("with letters beyond ASCII") << QByteArray("\"gr\xc3\xbc\xc3\x9f\"");
-    QTest::newRow("of digits") << QByteArray("0012");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("with quotation marks") << QString("W/\"5f-1\"");
+    QTest::newRow("with commas and colons") << QString("Sat, 01 Aug 2026 10:00:00 GMT");
+    QTest::newRow("with backslashes") << QString("\"a\\b\\\"");
+    QTest::newRow("with what means something in the file") << QString("\"[a]=b;c\"");
+    QTest::newRow("with letters beyond ASCII") << QString("\"gr\u00fc\u00df\"");
+    QTest::newRow("of digits") << QString("0012");
 }
 
-void tst_ResumeState::AValidatorIsReadBack()
+void tst_ResumeState::ATextIsReadBack()
 {
-    QFETCH(QByteArray, validator);
+    QFETCH(QString, text);
     {
         ResumeState state(m_folder->path());
-        state.SetValidator(validator);
+        state.SetBootId(text);
         state.SetPackageSize(7);
         QVERIFY(state.Sync());
     }
@@ -105,7 +105,7 @@ void tst_ResumeState::AValidatorIsReadBack()
     QTemporaryDir other;
     QVERIFY(QFile::copy(File(), other.filePath("CvBreakResumeDownLoad.ini")));
     const ResumeState state(other.path());
-    QCOMPARE(state.Validator(), validator);
+    QCOMPARE(state.BootId(), text);
     QCOMPARE(state.PackageSize(), 7);
 }
 
