@@ -1,5 +1,6 @@
 #include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
 
+#include "tests/support/FaultServer.h"
 #include "tests/support/HttpServer.h"
 
 #include <QElapsedTimer>
@@ -17,6 +18,7 @@ private slots:
     void AnAnswerGivesNothing_data();
     void AnAnswerGivesNothing();
     void AHostThatRefusesGivesNothingBeforeTheLimit();
+    void ABodyWithoutAnEndGivesNothingAndIsNotReadToTheLimit();
     void ARedirectIsNotFollowed();
     void TheHeadersOfTheRequestAreSent();
     void TheCallersEventLoopStandsStillMeanwhile();
@@ -89,6 +91,19 @@ void tst_NetworkAccessManagerTimeout::AHostThatRefusesGivesNothingBeforeTheLimit
     timer.start();
     QCOMPARE(gGet(url, 20000), QByteArray());
     QVERIFY(timer.elapsed() < 20000);
+}
+
+void tst_NetworkAccessManagerTimeout::ABodyWithoutAnEndGivesNothingAndIsNotReadToTheLimit()
+{
+    FaultServer server;
+    FaultScript script;
+    script.When("GET", "/a").Answer(FaultAnswer::File(QByteArray(65536, 'x')).NoLength().Endless());
+    server.Play(script);
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(gGet(QUrl(server.Address("/a")), 100000), QByteArray());
+    QVERIFY(timer.elapsed() < 100000);
+    QTRY_COMPARE(server.OpenConnections(), 0);
 }
 
 void tst_NetworkAccessManagerTimeout::ARedirectIsNotFollowed()

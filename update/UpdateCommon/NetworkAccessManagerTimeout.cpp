@@ -7,6 +7,12 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 
+namespace
+{
+/// A manifest has some kilobytes. A body without an end must not fill the memory.
+constexpr qint64 mostBytes = 16 * 1024 * 1024;
+} // namespace
+
 NetworkAccessManagerTimeout::NetworkAccessManagerTimeout(QObject *parent)
     : QThread(parent)
 {
@@ -35,6 +41,13 @@ void NetworkAccessManagerTimeout::run()
     QEventLoop loop;
     QObject::connect(&manager, SIGNAL(finished(QNetworkReply *)), &loop, SLOT(quit()));
     m_reply = manager.get(m_request);
+    QObject::connect(m_reply, &QNetworkReply::downloadProgress, m_reply, [this](qint64 received) {
+        if (received > mostBytes) {
+            QUILLON_LOG("UpdateCommon", "NetworkAccessManagerTimeout::run",
+                        "given up, the answer is longer than %lld bytes", mostBytes);
+            m_reply->abort();
+        }
+    });
     loop.exec();
     if (m_reply->error() == QNetworkReply::NoError) {
         m_data = m_reply->readAll();

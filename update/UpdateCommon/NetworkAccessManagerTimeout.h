@@ -12,7 +12,8 @@ class QNetworkReply;
 ///            limit, without running its event loop.
 /// Ownership: created on the heap without a parent, used for one `Get`; it deletes itself when its
 ///            thread has ended, also when that is after the limit. Never delete it.
-/// Errors:    none of its own; a network error, an error status and a time-out all give no bytes.
+/// Errors:    none of its own; a network error, an error status, a body of more than 16 MiB and a
+///            time-out all give no bytes.
 class NetworkAccessManagerTimeout : public QThread
 {
     Q_OBJECT
