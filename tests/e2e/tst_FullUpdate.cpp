@@ -59,6 +59,7 @@ private slots:
     void anInstallerPutOffIsOfferedByTheNextRun();
     void closingADownloadGivesFiveCloseAndTheNextRunContinues();
     void theTitleBarClosesADownloadWithSixClose();
+    void aSecondProcessLeavesTheDownloadOfTheFirstAlone();
     void aLargePackageTakesAtMost64MiBOfMemory();
     void remindMeLaterDownloadsNothing();
     void noNewerVersionSaysSo();
@@ -365,6 +366,26 @@ void tst_FullUpdate::theTitleBarClosesADownloadWithSixClose()
         m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name"));
     QCOMPARE(signalNames.size(), rangeCount + 1);
     QCOMPARE(signalNames.count(QStringLiteral("Close")), rangeCount + 1);
+}
+
+void tst_FullUpdate::aSecondProcessLeavesTheDownloadOfTheFirstAlone()
+{
+    QVERIFY(m_scene->StartServer(5 * 1024 * 1024));
+    QVERIFY(m_scene->PublishInstaller(m_installer));
+    m_scene->demo->Start({QStringLiteral("--on-version"), QStringLiteral("update"),
+                          QStringLiteral("--on-prompt"), QStringLiteral("cancel")});
+    QVERIFY(m_scene->demo->WaitForBytes(m_installer.size() / 10));
+
+    DemoProcess second(m_scene->site.Home(), m_scene->server->CheckTemplate());
+    second.Start({QStringLiteral("--on-version"), QStringLiteral("update"),
+                  QStringLiteral("--on-hint"), QStringLiteral("close")});
+    QCOMPARE(second.WaitForEnd(), 0);
+    QCOMPARE(second.Values(QStringLiteral("page"), QStringLiteral("text")).last(), failedText);
+    QVERIFY(QFileInfo::exists(m_scene->TargetPath()));
+
+    QCOMPARE(m_scene->demo->WaitForEnd(), 0);
+    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), m_installer);
+    QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()).size(), rangeCount);
 }
 
 void tst_FullUpdate::aLargePackageTakesAtMost64MiBOfMemory()

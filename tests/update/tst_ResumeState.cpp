@@ -86,7 +86,7 @@ void tst_ResumeState::ATextIsReadBack_data()
     QTest::addColumn<QString>("text");
     QTest::newRow("with quotation marks") << QString("W/\"5f-1\"");
     QTest::newRow("with commas and colons") << QString("Sat, 01 Aug 2026 10:00:00 GMT");
-    QTest::newRow("with backslashes") << QString("\"a\\b\\\"");
+    QTest::newRow("with backslashes") << QString(R"("a\b\")");
     QTest::newRow("with what means something in the file") << QString("\"[a]=b;c\"");
     QTest::newRow("with letters beyond ASCII") << QString("\"gr\u00fc\u00df\"");
     QTest::newRow("of digits") << QString("0012");
