@@ -29,6 +29,8 @@ private slots:
     void AFailedPatchIsToldAndAsksNothing_data();
     void AFailedPatchIsToldAndAsksNothing();
     void AnUpperCaseMd5OfTheManifestIsAFailedPatch();
+    void AHostMayDeleteTheDialogWhenThePatchEnds_data();
+    void AHostMayDeleteTheDialogWhenThePatchEnds();
 
     void ARedirectedPackageIsPatched();
     void FiveRedirectedRangesPatchOnce();
@@ -251,6 +253,34 @@ void tst_DownloadMgr_Increase::AnUpperCaseMd5OfTheManifestIsAFailedPatch()
     QVERIFY2(gReadFile(Kept() + ".patch") == m_new, "the unverified file is left on disk");
     const QList<int> expected{-2, -3};
     QCOMPARE(Reports(), expected);
+}
+
+void tst_DownloadMgr_Increase::AHostMayDeleteTheDialogWhenThePatchEnds_data()
+{
+    QTest::addColumn<bool>("isRight");
+    QTest::newRow("well") << true;
+    QTest::newRow("badly") << false;
+}
+
+void tst_DownloadMgr_Increase::AHostMayDeleteTheDialogWhenThePatchEnds()
+{
+    QFETCH(bool, isRight);
+    const PatchProgram program;
+    Offer(m_old, isRight ? Md5(m_new) : Md5(m_old));
+    m_rig->Manager().UpdateNow();
+    const QPointer<LiveUpdateMgr> manager = &m_rig->Manager();
+    const auto destroy = [this] { m_rig->Destroy(); };
+    const auto downloaders = manager->findChildren<DownloadMgr *>();
+    for (const DownloadMgr *downloader : downloaders) {
+        connect(downloader, &DownloadMgr::DownloadFinished, this, destroy);
+        connect(downloader, &DownloadMgr::PatchIncreasePackageFaild, this, destroy);
+    }
+    QTRY_VERIFY(manager.isNull());
+    QVERIFY(gReadFile(Kept()) == (isRight ? m_new : m_old));
+    // Gives what was left to the event loop a chance to touch something.
+    QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
+    QCOMPARE(Reports(), isRight ? QList<int>{} : (QList<int>{-2, -3}));
+    QCOMPARE(m_rig->Boxes(), 0);
 }
 
 void tst_DownloadMgr_Increase::ARedirectedPackageIsPatched()
