@@ -1,0 +1,120 @@
+#include "update/PackageFile.h"
+
+#include "tests/support/SystemTraits.h"
+#include "tests/update/UpdateRig.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class tst_PackageFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void BytesLandWhereTheFileWasOpened();
+    void AnOpenFileGoesOnWhereItWas();
+    void BytesAreWithTheSystemAtOnce();
+    void AFileThatIsMissingIsNotMade();
+    void AFileThatHasVanishedIsNotWrittenTo();
+    void AFolderIsNoFile();
+    void AMoveReplacesWhatIsThere();
+    void AMoveThatFailsLeavesTheFileAndSaysWhy_data();
+    void AMoveThatFailsLeavesTheFileAndSaysWhy();
+
+private:
+    QString Path(const QString &name) const { return m_folder->filePath(name); }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    PackageFile m_file;
+};
+
+void tst_PackageFile::init()
+{
+    m_file.Close();
+    m_folder = std::make_unique<QTemporaryDir>();
+    QVERIFY(gWriteFile(Path("package"), "0123456789"));
+    m_file.SetPath(Path("package"));
+}
+
+void tst_PackageFile::BytesLandWhereTheFileWasOpened()
+{
+    QVERIFY(m_file.Open(3));
+    QCOMPARE(m_file.Write("abc"), 3);
+    m_file.Close();
+    QCOMPARE(gReadFile(Path("package")), QByteArray("012abc6789"));
+}
+
+void tst_PackageFile::AnOpenFileGoesOnWhereItWas()
+{
+    QVERIFY(m_file.Open(3));
+    QCOMPARE(m_file.Write("a"), 1);
+    QVERIFY(m_file.Open(0));
+    QCOMPARE(m_file.Write("b"), 1);
+    m_file.Close();
+    QCOMPARE(gReadFile(Path("package")), QByteArray("012ab56789"));
+}
+
+void tst_PackageFile::BytesAreWithTheSystemAtOnce()
+{
+    QVERIFY(m_file.Open(9));
+    QCOMPARE(m_file.Write("abc"), 3);
+    QCOMPARE(gReadFile(Path("package")), QByteArray("012345678abc"));
+}
+
+void tst_PackageFile::AFileThatIsMissingIsNotMade()
+{
+    m_file.SetPath(Path("missing"));
+    QVERIFY(!m_file.Open(0));
+    QVERIFY(!m_file.Failure().isEmpty());
+    QVERIFY(!QFile::exists(Path("missing")));
+}
+
+void tst_PackageFile::AFileThatHasVanishedIsNotWrittenTo()
+{
+    if (!gRemovesOpenFiles())
+        QSKIP("On this system a file that is open does not vanish.");
+    QVERIFY(m_file.Open(0));
+    QVERIFY(QFile::remove(Path("package")));
+    QVERIFY(!m_file.Open(0));
+    QVERIFY(!QFile::exists(Path("package")));
+}
+
+void tst_PackageFile::AFolderIsNoFile()
+{
+    QVERIFY(QDir().mkpath(Path("folder")));
+    m_file.SetPath(Path("folder"));
+    QVERIFY(!m_file.Open(0));
+    QVERIFY(!m_file.Failure().isEmpty());
+}
+
+void tst_PackageFile::AMoveReplacesWhatIsThere()
+{
+    QVERIFY(gWriteFile(Path("installer"), "of the last version"));
+    QVERIFY(m_file.Open(0));
+    QVERIFY(m_file.MoveTo(Path("installer")));
+    QCOMPARE(gReadFile(Path("installer")), QByteArray("0123456789"));
+    QVERIFY(!QFile::exists(Path("package")));
+}
+
+void tst_PackageFile::AMoveThatFailsLeavesTheFileAndSaysWhy_data()
+{
+    QTest::addColumn<QString>("to");
+    QTest::newRow("into a folder that is missing") << "missing/installer";
+    QTest::newRow("onto a folder") << "folder";
+}
+
+void tst_PackageFile::AMoveThatFailsLeavesTheFileAndSaysWhy()
+{
+    QFETCH(QString, to);
+    QVERIFY(QDir().mkpath(Path("folder/full")));
+    QVERIFY(!m_file.MoveTo(Path(to)));
+    QVERIFY(!m_file.Failure().isEmpty());
+    QCOMPARE(gReadFile(Path("package")), QByteArray("0123456789"));
+    QVERIFY(QDir(Path("folder/full")).exists());
+}
+
+QTEST_GUILESS_MAIN(tst_PackageFile)
+#include "tst_PackageFile.moc"

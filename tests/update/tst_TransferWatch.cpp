@@ -1,0 +1,144 @@
+#include "update/TransferWatch.h"
+
+#include "tests/support/LaterCalls.h"
+
+#include <QtTest>
+
+class tst_TransferWatch : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void CutsAreAnsweredAfterLongerAndLongerWaits();
+    void TheSixthCutIsTheLast();
+    void AByteMakesItPatientAgain();
+    void AnAppointmentThatIsOvertakenIsVoid_data();
+    void AnAppointmentThatIsOvertakenIsVoid();
+    void TheThirdSilenceIsTheLast();
+    void AByteEndsTheCountOfSilences();
+    void ThereIsNoSilenceWhereNothingIsAwaited();
+    void ItIsBehindACutUntilAByteArrives();
+
+private:
+    /// Cuts the connection and keeps the appointment, @p times times.
+    void Cut(int times);
+
+    LaterCalls m_later;
+    std::unique_ptr<TransferWatch> m_watch;
+    std::unique_ptr<QSignalSpy> m_asked;
+    std::unique_ptr<QSignalSpy> m_givenUp;
+};
+
+void tst_TransferWatch::init()
+{
+    m_later = LaterCalls();
+    DownloadSeams seams;
+    seams.callLater = m_later.Seam();
+    seams.stallLimit = std::chrono::milliseconds(50);
+    m_watch = std::make_unique<TransferWatch>(seams, nullptr);
+    m_asked = std::make_unique<QSignalSpy>(m_watch.get(), &TransferWatch::AskAgain);
+    m_givenUp = std::make_unique<QSignalSpy>(m_watch.get(), &TransferWatch::GivenUp);
+}
+
+void tst_TransferWatch::cleanup()
+{
+    m_watch.reset();
+}
+
+void tst_TransferWatch::Cut(int times)
+{
+    for (int time = 0; time < times; ++time) {
+        m_watch->Cut();
+        m_later.Run();
+    }
+}
+
+void tst_TransferWatch::CutsAreAnsweredAfterLongerAndLongerWaits()
+{
+    Cut(5);
+    QCOMPARE(m_later.Seconds(), (QList<int>{1, 2, 4, 8, 16}));
+    QCOMPARE(m_asked->count(), 5);
+    QCOMPARE(m_givenUp->count(), 0);
+}
+
+void tst_TransferWatch::TheSixthCutIsTheLast()
+{
+    Cut(6);
+    QCOMPARE(m_asked->count(), 5);
+    QCOMPARE(m_givenUp->count(), 1);
+}
+
+void tst_TransferWatch::AByteMakesItPatientAgain()
+{
+    Cut(5);
+    m_watch->ByteReceived();
+    Cut(2);
+    QCOMPARE(m_later.Seconds(), (QList<int>{1, 2, 4, 8, 16, 1, 2}));
+    QCOMPARE(m_givenUp->count(), 0);
+}
+
+void tst_TransferWatch::AnAppointmentThatIsOvertakenIsVoid_data()
+{
+    QTest::addColumn<bool>("isStopped");
+    QTest::newRow("when the download was closed") << true;
+    QTest::newRow("when another request was sent") << false;
+}
+
+void tst_TransferWatch::AnAppointmentThatIsOvertakenIsVoid()
+{
+    QFETCH(bool, isStopped);
+    m_watch->Cut();
+    if (isStopped) {
+        m_watch->Stop();
+    } else {
+        m_watch->Restart();
+    }
+    m_later.Run();
+    QCOMPARE(m_asked->count(), 0);
+}
+
+void tst_TransferWatch::TheThirdSilenceIsTheLast()
+{
+    for (int silence = 1; silence <= 2; ++silence) {
+        m_watch->Restart();
+        QTRY_COMPARE(m_asked->count(), silence);
+    }
+    m_watch->Restart();
+    QTRY_COMPARE(m_givenUp->count(), 1);
+    QCOMPARE(m_asked->count(), 2);
+}
+
+void tst_TransferWatch::AByteEndsTheCountOfSilences()
+{
+    for (int silence = 1; silence <= 4; ++silence) {
+        m_watch->Restart();
+        QTRY_COMPARE(m_asked->count(), silence);
+        m_watch->ByteReceived();
+    }
+    QCOMPARE(m_givenUp->count(), 0);
+}
+
+void tst_TransferWatch::ThereIsNoSilenceWhereNothingIsAwaited()
+{
+    m_watch->Restart();
+    m_watch->Stop();
+    QTest::qWait(200);
+    QCOMPARE(m_asked->count() + m_givenUp->count(), 0);
+}
+
+void tst_TransferWatch::ItIsBehindACutUntilAByteArrives()
+{
+    QVERIFY(!m_watch->IsBehindCut());
+    Cut(1);
+    QVERIFY(m_watch->IsBehindCut());
+    m_watch->Restart();
+    QVERIFY(m_watch->IsBehindCut());
+    m_watch->ByteReceived();
+    QVERIFY(!m_watch->IsBehindCut());
+}
+
+QTEST_GUILESS_MAIN(tst_TransferWatch)
+#include "tst_TransferWatch.moc"
