@@ -1,5 +1,6 @@
 #include "update/RangeReply.h"
 
+#include <QCoreApplication>
 #include <QNetworkAccessManager>
 
 QNetworkRequest gPackageRequest(const QUrl &url)
@@ -80,6 +81,6 @@ bool gIsOfTheConnection(QNetworkReply::NetworkError code)
 
 void gDeleteLater(QNetworkAccessManager *manager)
 {
-    manager->setParent(nullptr);
+    manager->setParent(QCoreApplication::instance());
     manager->deleteLater();
 }

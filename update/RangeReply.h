@@ -42,4 +42,5 @@ bool gIsOfTheConnection(QNetworkReply::NetworkError code);
 
 /// Deletes @p manager from the event loop, out of its parent's hands. A host may delete what owns it
 /// in a slot that a reply's signal has led to, and Qt goes on with that reply once the slot returns.
+/// Where no event loop runs any more it ends with the application: its thread must not outlive that.
 void gDeleteLater(QNetworkAccessManager *manager);

@@ -2,6 +2,7 @@
 #include "tests/update/UpdateRig.h"
 #include "update/UpdateCommon/DownloadState.h"
 
+#include <QNetworkAccessManager>
 #include <QtTest>
 
 /// Closing the progress page during a download: what is saved, what is told, and how it goes on.
@@ -19,6 +20,7 @@ private slots:
     void SeveralDownloadsInOneManagerAddNoClose();
     void AClosedDownloadIsResumedToTheSameBytes();
     void ADestroyedManagerLeavesAStateToResume();
+    void ItsTransfersEndWithTheApplicationAtTheLatest();
     void ACutConnectionIsSilentAndResumed();
 
 private:
@@ -123,6 +125,16 @@ void tst_LiveUpdateMgr_Close::ADestroyedManagerLeavesAStateToResume()
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(gReadFile(m_rig->Installer()) == package);
     QVERIFY(!gRangeHeaders(m_rig->Server()).contains("bytes=0-199999"));
+}
+
+void tst_LiveUpdateMgr_Close::ItsTransfersEndWithTheApplicationAtTheLatest()
+{
+    StartAndStall(gTestBytes(1000003), 3000);
+    const auto inFlight = m_rig->Manager().findChildren<QNetworkAccessManager *>().size();
+    QVERIFY(inFlight > 5);
+    m_rig->Destroy();
+    QCOMPARE(qApp->findChildren<QNetworkAccessManager *>().size(), inFlight);
+    QTRY_COMPARE(qApp->findChildren<QNetworkAccessManager *>().size(), 0);
 }
 
 void tst_LiveUpdateMgr_Close::ACutConnectionIsSilentAndResumed()
