@@ -7,8 +7,9 @@
 
 namespace
 {
-constexpr qint64 packageSize = 4000037;
-constexpr int bytesPerSecond = 4000000;
+constexpr qint64 packageSize = 1500037;
+/// The service sends a hundredth of it at a time, so little that the buffer of a file would keep it back.
+constexpr int bytesPerSecond = 1500000;
 constexpr int mostKillsOfARun = 5;
 /// About half of what the whole takes, so that several kills fit into most runs.
 constexpr int longestMs = 700;
