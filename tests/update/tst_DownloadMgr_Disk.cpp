@@ -23,6 +23,7 @@ private slots:
     void AFullDiskIsToldAtOnceAndTheRestFollowsWhenThereIsRoom();
     void ATargetThatVanishesIsToldAndNotMadeAnew();
     void ATargetThatIsAFolderIsTold();
+    void APackageThatTheDiskDoesNotKeepIsNotPutInPlace();
     void AStateThatTheDiskCannotTakeStaysAsItWas();
     void APlanThatTheDiskCannotTakeLeavesNoOlderOne();
 
@@ -112,6 +113,29 @@ void tst_DownloadMgr_Disk::ATargetThatIsAFolderIsTold()
     QCOMPARE(m_rig->HintText(), QStringLiteral("File open error!"));
     QTRY_COMPARE(m_rig->Server().Requests("GET").size(), 5);
     QCOMPARE(gDownloadState().alreadyDownloaded, qint64(0));
+}
+
+void tst_DownloadMgr_Disk::APackageThatTheDiskDoesNotKeepIsNotPutInPlace()
+{
+    const LogCapture log;
+    m_rig->Seams().flush = [](const QString &) { return FlushResult::Failed; };
+    m_rig->Build();
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
+    QVERIFY(!QFile::exists(m_rig->Installer()));
+    QCOMPARE(log.CountContaining("disk failure, " + m_rig->Target() +
+                                 " cannot be put on stable storage"),
+             1);
+    QCOMPARE(m_rig->Boxes(), 0);
+
+    m_rig->Forget();
+    m_rig->Seams().flush = gFlushToDisk;
+    m_rig->Build();
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    // What the disk could not be asked to keep is not taken to be there.
+    QCOMPARE(gRangeHeaders(m_rig->Server()).size(), 5);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
 void tst_DownloadMgr_Disk::AStateThatTheDiskCannotTakeStaysAsItWas()

@@ -1,5 +1,6 @@
 #include "api/UpdateInit.h"
 #include "platform/FileVersion.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/PatchProgram.h"
 #include "tests/support/StandIn.h"
 #include "tests/support/StatisticsServer.h"
@@ -29,6 +30,7 @@ private slots:
     void AFailedPatchIsToldAndAsksNothing_data();
     void AFailedPatchIsToldAndAsksNothing();
     void AnUpperCaseMd5OfTheManifestIsAFailedPatch();
+    void AResultThatTheDiskDoesNotKeepIsAFailedPatch();
     void AHostMayDeleteTheDialogWhenThePatchEnds_data();
     void AHostMayDeleteTheDialogWhenThePatchEnds();
 
@@ -253,6 +255,25 @@ void tst_DownloadMgr_Increase::AnUpperCaseMd5OfTheManifestIsAFailedPatch()
     QVERIFY2(gReadFile(Kept() + ".patch") == m_new, "the unverified file is left on disk");
     const QList<int> expected{-2, -3};
     QCOMPARE(Reports(), expected);
+}
+
+void tst_DownloadMgr_Increase::AResultThatTheDiskDoesNotKeepIsAFailedPatch()
+{
+    const PatchProgram program;
+    const LogCapture log;
+    const QString result = Kept() + ".patch";
+    m_rig->Seams().flush = [result](const QString &file) {
+        return file == result ? FlushResult::Failed : FlushResult::Flushed;
+    };
+    m_rig->Build();
+    Offer(m_old, Md5(m_new));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(
+        log.CountContaining("disk failure, " + result + " cannot be put on stable storage"), 1);
+    QCOMPARE(log.CountContaining("DispatchPackageFailed!!!"), 1);
+    QVERIFY(gReadFile(Kept()) == m_old);
+    // The full package is planned, which is not there.
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
 }
 
 void tst_DownloadMgr_Increase::AHostMayDeleteTheDialogWhenThePatchEnds_data()

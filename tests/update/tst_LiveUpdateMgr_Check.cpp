@@ -38,6 +38,7 @@ private slots:
     void AKeptInstallerShortCircuitsTheCheck();
     void AKeptInstallerThatIsGoneIsOverlooked();
     void ASecondCheckStartsAnew();
+    void ASecondCheckOvertakesOneThatIsUnderWay();
 
     void TheSilentCheckGives_data();
     void TheSilentCheckGives();
@@ -297,6 +298,23 @@ void tst_LiveUpdateMgr_Check::ASecondCheckStartsAnew()
     QCOMPARE(m_rig->Server().Requests().last().target,
              QByteArray("/check?pid=4&version=5&email=6"));
     QVERIFY(m_rig->Manager().findChild<VersionInfo *>()->ExeUrl().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Check::ASecondCheckOvertakesOneThatIsUnderWay()
+{
+    HttpAnswer slow = Xml("<a/>");
+    slow.delayMs = 300;
+    m_rig->Server().Serve("/check", slow);
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->Server().Requests().size(), 1);
+    ServeManifest(UpdateRig::Manifest(exeUrl));
+    m_rig->Manager().LiveUpdate("4", "5", "6");
+    const QStringList pages{"progress", "progress", "version"};
+    QTRY_COMPARE(m_rig->Pages(), pages);
+    // Neither of the two has anything to say any more.
+    QTRY_COMPARE(Network()->findChildren<QNetworkReply *>().size(), 0);
+    QCOMPARE(m_rig->Pages(), pages);
+    QVERIFY(!m_rig->VersionText().isEmpty());
 }
 
 void tst_LiveUpdateMgr_Check::TheSilentCheckGives_data()
