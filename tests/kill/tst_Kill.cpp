@@ -13,6 +13,8 @@ class tst_Kill : public QObject
     Q_OBJECT
 
 private slots:
+    void init() { m_tally = Tally(Tally::Talk::Failures); }
+
     void ADownloadKilledAtASystemCallGoesOn();
     void ADownloadKilledAtAnyMomentGoesOn();
     void AWriteThatFailsIsToldOrOvercome();
@@ -20,15 +22,26 @@ private slots:
     void ALossOfPowerCostsWhatWasNotFlushed();
 
 private:
-    static bool CanTrace() { return !QStandardPaths::findExecutable("strace").isEmpty(); }
+    /// Why no host can be traced here; empty when one can.
+    static QByteArray Untraceable();
 
     Tally m_tally{Tally::Talk::Failures};
 };
 
+QByteArray tst_Kill::Untraceable()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return "A program with a sanitizer in it can neither be traced nor be given a library first.";
+#else
+    const bool isThere = !QStandardPaths::findExecutable("strace").isEmpty();
+    return isThere ? QByteArray() : QByteArray("strace is not installed.");
+#endif
+}
+
 void tst_Kill::ADownloadKilledAtASystemCallGoesOn()
 {
-    if (!CanTrace()) {
-        QSKIP("strace is not installed");
+    if (!Untraceable().isEmpty()) {
+        QSKIP(Untraceable().constData());
     }
     CallKills(&m_tally).RunShort();
     QCOMPARE(m_tally.Failures(), 0);
@@ -37,8 +50,8 @@ void tst_Kill::ADownloadKilledAtASystemCallGoesOn()
 
 void tst_Kill::ADownloadKilledAtAnyMomentGoesOn()
 {
-    if (!CanTrace()) {
-        QSKIP("strace is not installed");
+    if (!Untraceable().isEmpty()) {
+        QSKIP(Untraceable().constData());
     }
     MomentKills(&m_tally, 2).Run(2);
     QCOMPARE(m_tally.Failures(), 0);
@@ -46,8 +59,8 @@ void tst_Kill::ADownloadKilledAtAnyMomentGoesOn()
 
 void tst_Kill::AWriteThatFailsIsToldOrOvercome()
 {
-    if (!CanTrace()) {
-        QSKIP("strace is not installed");
+    if (!Untraceable().isEmpty()) {
+        QSKIP(Untraceable().constData());
     }
     FailingCalls(&m_tally).RunShort();
     QCOMPARE(m_tally.Failures(), 0);
@@ -55,14 +68,14 @@ void tst_Kill::AWriteThatFailsIsToldOrOvercome()
 
 void tst_Kill::AFullDiskIsTold()
 {
-    if (!CanTrace()) {
-        QSKIP("strace is not installed");
+    if (!Untraceable().isEmpty()) {
+        QSKIP(Untraceable().constData());
     }
     const int before = m_tally.Cases();
     FullDisk(&m_tally).RunShort();
     QCOMPARE(m_tally.Failures(), 0);
     if (m_tally.Cases() == before) {
-        QSKIP("a file system cannot be mounted here");
+        QSKIP("A file system cannot be mounted here.");
     }
 }
 
