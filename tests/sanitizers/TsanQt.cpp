@@ -11,6 +11,7 @@
 #include <QMetaMethod>
 #include <QMetaObject>
 #include <QMutex>
+#include <QRunnable>
 #include <QThread>
 #include <QThreadPool>
 
@@ -45,6 +46,31 @@ bool gOnEvent(void ** /*data*/)
     gHappensBefore();
     return false;
 }
+
+/// Runs another, which belongs to it, behind everything that was done before that was started. A thread of
+/// the pool may come to it straight from the one before.
+class OrderedRunnable : public QRunnable
+{
+public:
+    explicit OrderedRunnable(QRunnable *runnable)
+        : m_runnable(runnable)
+    {
+    }
+
+    void run() override
+    {
+        gHappensAfter();
+        const bool isOurs = m_runnable->autoDelete();
+        m_runnable->run();
+        if (isOurs) {
+            delete m_runnable;
+        }
+        gHappensBefore();
+    }
+
+private:
+    QRunnable *m_runnable;
+};
 
 const bool registered = QInternal::registerCallback(QInternal::EventNotifyCallback, gOnEvent);
 } // namespace
@@ -125,7 +151,8 @@ void QMutex::unlock() noexcept
 void QThreadPool::start(QRunnable *runnable, int priority)
 {
     using Type = void (*)(QThreadPool *, QRunnable *, int);
-    QUILLON_CALL_QT("_ZN11QThreadPool5startEP9QRunnablei", Type, this, runnable, priority);
+    auto *const ordered = new OrderedRunnable(runnable); // the pool deletes it
+    QUILLON_CALL_QT("_ZN11QThreadPool5startEP9QRunnablei", Type, this, ordered, priority);
 }
 
 void QFutureInterfaceBase::reportFinished()
