@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QDateTime>
+#include <QHostInfo>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QProcess>
@@ -328,6 +329,9 @@ void tst_UpdateEventReport::AnUntrustedCertificateIsRetriedOnceAndNoRecordIsSent
 
 void tst_UpdateEventReport::ACertificateOfAnotherHostIsNotTrusted()
 {
+    if (QHostInfo::fromName("localhost").addresses().isEmpty()) {
+        QSKIP("This machine has no name for itself.");
+    }
     // It is issued for 127.0.0.1, and this is the same machine by another name.
     m_rig->WriteSetting("StatisticsHost", m_statistics->Host().replace("127.0.0.1", "localhost"));
     Raise(Event::InstallStarted);
