@@ -10,7 +10,7 @@
 namespace
 {
 /// A manifest has some kilobytes. A body without an end must not fill the memory.
-constexpr qint64 mostBytes = 16 * 1024 * 1024;
+constexpr qint64 mostBytes = qint64{16} * 1024 * 1024;
 } // namespace
 
 NetworkAccessManagerTimeout::NetworkAccessManagerTimeout(QObject *parent)
