@@ -3,7 +3,8 @@
 # messages but the program's.
 #
 #   wine.sh BUILD SDK PROGRAM [ARGUMENT]...   runs it; its status is this one's
-#   wine.sh BUILD SDK --prepare               makes the prefix, which the first program would do otherwise
+#   wine.sh BUILD SDK --prepare               makes the prefix, which the first program would do otherwise,
+#                                             and starts its Wine, which stays until it is ended
 #   wine.sh BUILD SDK --end                   ends every program of the prefix
 set -euo pipefail
 build=$1
@@ -67,7 +68,12 @@ run_test() {
 }
 
 case $1 in
---prepare) prepare ;;
+--prepare)
+    prepare
+    # Two programs that come first, and at once, would get in each other's way while Wine starts.
+    wineserver --persistent
+    wine cmd.exe /c exit
+    ;;
 --end) wineserver --kill || true ;;
 *)
     [ -e "$WINEPREFIX/.ready" ] || prepare
