@@ -71,7 +71,7 @@ case $1 in
 --prepare)
     prepare
     # Two programs that come first, and at once, would get in each other's way while Wine starts.
-    wineserver --persistent
+    wineserver --persistent 2>/dev/null || true # it runs already
     wine cmd.exe /c exit
     ;;
 --end) wineserver --kill || true ;;
