@@ -4,7 +4,7 @@
 #include "tests/kill/LostPower.h"
 #include "tests/kill/MomentKills.h"
 
-#include <QStandardPaths>
+#include <QProcess>
 #include <QTest>
 
 /// A few of the cases of ./dev torture.
@@ -33,8 +33,9 @@ QByteArray tst_Kill::Untraceable()
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     return "A program with a sanitizer in it can neither be traced nor be given a library first.";
 #else
-    const bool isThere = !QStandardPaths::findExecutable("strace").isEmpty();
-    return isThere ? QByteArray() : QByteArray("strace is not installed.");
+    // Not every container lets one process trace another.
+    const int status = QProcess::execute("strace", {"-qq", "-o", "/dev/null", "true"});
+    return status == 0 ? QByteArray() : QByteArray("No process can be traced here.");
 #endif
 }
 
