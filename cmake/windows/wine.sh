@@ -70,7 +70,7 @@ run_test() {
 case $1 in
 --prepare)
     prepare
-    # Two programs that come first, and at once, would get in each other's way while Wine starts.
+    # Tests come two at a time: Wine is up before the first of them.
     wineserver --persistent 2>/dev/null || true # it runs already
     wine cmd.exe /c exit
     ;;

@@ -38,20 +38,12 @@ QList<CallKills::Call> CallKills::Calls() const
 
 bool CallKills::Begin()
 {
-    constexpr int someChunks = 4;
-
     if (!m_scene.StartServer(bytesPerSecond)) {
         m_tally->Case("the service", {"it does not start"});
         return false;
     }
-    m_scene.NewUser();
-    const bool isBegun = Kill({"rename", {}}, someChunks, false);
-    m_scene.NewUser();
-    m_scene.Inject({"-e", "trace=lseek,write,rename", "-e",
-                    QStringLiteral("inject=rename:signal=SIGKILL:when=%1").arg(someChunks)});
-    m_scene.Run();
-    m_begun = m_scene.Take();
-    return isBegun;
+    m_begun = m_scene.BegunDownload();
+    return true;
 }
 
 void CallKills::RunAll()
@@ -74,6 +66,7 @@ void CallKills::RunShort()
 {
     m_tally->Begin("kills at system calls");
     if (Begin()) {
+        Kill({"rename", {}}, 4, false);
         Kill({"flock", {}}, 2, false);
         Kill({"linkat", {}}, 2, true);
         Kill({"fdatasync", {m_scene.Target()}}, 1, true);

@@ -34,11 +34,7 @@ bool FailingCalls::Begin()
         m_tally->Case("the service", {"it does not start"});
         return false;
     }
-    m_scene.NewUser();
-    m_scene.Inject({"-e", "trace=lseek,write,rename", "-e", "inject=rename:signal=SIGKILL:when=4"});
-    m_scene.Run();
-    m_scene.Inject({});
-    m_begun = m_scene.Take();
+    m_begun = m_scene.BegunDownload();
     return true;
 }
 

@@ -58,6 +58,16 @@ KillScene::Snapshot KillScene::Take() const
     return files;
 }
 
+KillScene::Snapshot KillScene::BegunDownload()
+{
+    // The state is put in place of the last one after every chunk.
+    NewUser();
+    Inject({"-e", "trace=lseek,write,rename", "-e", "inject=rename:signal=SIGKILL:when=4"});
+    Run();
+    Inject({});
+    return Take();
+}
+
 void KillScene::Restore(const Snapshot &files) const
 {
     NewUser();

@@ -29,6 +29,9 @@ public:
     /// A home in which nothing has ever been downloaded.
     void NewUser() const;
     Snapshot Take() const;
+    /// The home of a user whose first download was killed on its way: some chunks of it are there, and
+    /// the state that claims them.
+    Snapshot BegunDownload();
     void Restore(const Snapshot &files) const;
 
     /// What strace is told beyond the recording, for example to kill the host.
