@@ -423,9 +423,8 @@ void DownloadMgr::ReplyFinished(QNetworkReply *reply)
     const QNetworkReply::NetworkError code = reply->error();
     if (code == QNetworkReply::NoError && reply->hasRawHeader("Location")) {
         FollowRedirect(reply);
-    } else if (m_watch->IsBehindCut() && gIsOfTheConnection(code)) {
-        Cut();
-    } else if (IsRedirected() && code == QNetworkReply::RemoteHostClosedError) {
+    } else if ((m_watch->IsBehindCut() && gIsOfTheConnection(code)) ||
+               (IsRedirected() && code == QNetworkReply::RemoteHostClosedError)) {
         Cut();
     } else if (code != QNetworkReply::NoError && !gIsSilent(code)) {
         QUILLON_LOG(logFile, "DownloadMgr::ReplyFinished", "Download Filed  error code %d",
