@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Static analysis of sources that have been built, as many at a time as there are cores.
+#
+#   tidy.sh DATABASE FILE...   analyses each FILE as the folder DATABASE says that it is compiled; ends with all
+#                              findings, which may stand far above, and fails when there are any
+#
+# A file takes ten seconds, nearly all of them for the headers that it includes. So a file that was found clean
+# is remembered, for every checkout of this user, by a digest of all that the answer depends on: the program,
+# its settings, the command, and the text of the source and of every file that it includes.
+set -euo pipefail
+export database=$1
+shift
+export memory=${XDG_CACHE_HOME:-$HOME/.cache}/quillon/clean-sources
+mkdir -p "$memory"
+find "$memory" -type f -mtime +30 -delete
+failed=$(mktemp)
+export failed
+trap 'rm -f "$failed"' EXIT
+
+# The digest for a source; fails when the build does not know what it includes.
+digest() {
+    local directory command included
+    IFS=$'\t' read -r directory command < <(
+        jq -r --arg file "$PWD/$1" 'first(.[] | select(.file == $file)) | "\(.directory)\t\(.command)"' \
+            "$database/compile_commands.json")
+    included=$(ninja -C "$directory" -t deps "$(sed 's/.* -o \([^ ]*\) -c .*/\1/' <<<"$command")" |
+        sed -n 's/^    //p')
+    [ -n "$included" ] || return 1
+    {
+        clang-tidy --version
+        cat .clang-tidy
+        # Where the checkout lies does not matter.
+        echo "${command//$PWD/.}"
+        (cd "$directory" && xargs -d '\n' cat) <<<"$included"
+    } | sha256sum | cut -d ' ' -f 1
+}
+
+look_at() {
+    local key found
+    key=$(digest "$1") || key=
+    if [ -n "$key" ] && [ -e "$memory/$key" ]; then
+        echo "  $1 (remembered)"
+    elif found=$(clang-tidy --quiet -p "$database" "$1" 2>&1); then
+        [ -z "$key" ] || touch "$memory/$key"
+        echo "  $1"
+    else
+        # What a clean file prints is only noise about suppressed warnings of Qt's headers.
+        printf '%s\n%s\n' "$1" "$found" | tee -a "$failed"
+    fi
+}
+export -f digest look_at
+
+# shellcheck disable=SC2016 # expanded by the inner shell
+printf '%s\n' "$@" | xargs -P "$(nproc)" -I{} bash -euo pipefail -c 'look_at "$1"' _ {}
+if [ -s "$failed" ]; then
+    printf '\nNot clean:\n\n'
+    cat "$failed"
+    exit 1
+fi
