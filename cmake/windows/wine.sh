@@ -51,19 +51,27 @@ prepare() {
     exec 9>&-
 }
 
-# A Qt test reports to a debugger, too, unless it is given a file. Its servers cannot encrypt: the program
-# QUILLON_TLS_FRONT of this machine, where it is given, does it for them.
+# The servers of a test cannot encrypt under Wine: the program QUILLON_TLS_FRONT of this machine does it for them.
+start_tls_front() {
+    coproc TLS_FRONT { exec "$QUILLON_TLS_FRONT"; }
+    front=$TLS_FRONT_PID
+    read -r QUILLON_TLS_FRONT_PORT <&"${TLS_FRONT[0]}"
+    export QUILLON_TLS_FRONT_PORT
+}
+
+# Runs a test whose output is read to its end. With a program Wine starts others of its own, which stay for the
+# next one and keep its error output open, so that this end would be theirs. A file has none.
 run_test() {
-    log=$(mktemp)
-    trap 'rm -f "$log"; kill ${front:-} 2>/dev/null || true' EXIT
-    if [ -n "${QUILLON_TLS_FRONT:-}" ]; then
-        coproc TLS_FRONT { exec "$QUILLON_TLS_FRONT"; }
-        front=$TLS_FRONT_PID
-        read -r QUILLON_TLS_FRONT_PORT <&"${TLS_FRONT[0]}"
-        export QUILLON_TLS_FRONT_PORT
-    fi
-    wine "$@" -o "Z:$log,txt" &
-    tail --quiet --lines=+1 --follow --sleep-interval=0.2 --pid=$! "$log"
+    output=$(mktemp -d)
+    trap 'rm -rf "$output"; kill ${front:-} 2>/dev/null || true' EXIT
+    touch "$output/errors" "$output/report"
+    # A Qt test reports to a debugger, too, unless it is given a file.
+    case ${1##*/} in
+    tst_*) set -- "$@" -o "Z:$output/report,txt" ;;
+    esac
+    [ -z "${QUILLON_TLS_FRONT:-}" ] || start_tls_front
+    wine "$@" 2>"$output/errors" &
+    tail --quiet --lines=+1 --follow --sleep-interval=0.2 --pid=$! "$output"/*
     wait $!
 }
 
@@ -72,13 +80,13 @@ case $1 in
     prepare
     # Tests come two at a time: Wine is up before the first of them.
     wineserver --persistent 2>/dev/null || true # it runs already
-    wine cmd.exe /c exit
+    wine cmd.exe /c exit >/dev/null 2>&1
     ;;
 --end) wineserver --kill || true ;;
 *)
     [ -e "$WINEPREFIX/.ready" ] || prepare
     case ${1##*/} in
-    tst_*) run_test "$@" ;;
+    tst_* | replay_*) run_test "$@" ;;
     *) exec wine "$@" ;;
     esac
     ;;

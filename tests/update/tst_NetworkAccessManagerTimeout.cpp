@@ -141,15 +141,20 @@ void tst_NetworkAccessManagerTimeout::TheCallersEventLoopStandsStillMeanwhile()
 
 void tst_NetworkAccessManagerTimeout::SeveralRunnersDoNotDisturbEachOther()
 {
-    HttpServer server;
-    server.Serve("/silent", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
-    server.Serve("/a", HttpAnswer::Body("first"));
-    server.Serve("/b", HttpAnswer::Body("second"));
-    QCOMPARE(gGet(server.Url("/a"), 20000), QByteArray("first"));
-    const QPointer<NetworkAccessManagerTimeout> abandoned = new NetworkAccessManagerTimeout;
-    QCOMPARE(abandoned->Get(QNetworkRequest(server.Url("/silent")), 100), QByteArray());
-    QCOMPARE(gGet(server.Url("/b"), 20000), QByteArray("second"));
-    QVERIFY(abandoned);
+    QPointer<NetworkAccessManagerTimeout> abandoned;
+    {
+        HttpServer server;
+        server.Serve("/silent", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
+        server.Serve("/a", HttpAnswer::Body("first"));
+        server.Serve("/b", HttpAnswer::Body("second"));
+        QCOMPARE(gGet(server.Url("/a"), 20000), QByteArray("first"));
+        abandoned = new NetworkAccessManagerTimeout;
+        QCOMPARE(abandoned->Get(QNetworkRequest(server.Url("/silent")), 100), QByteArray());
+        QCOMPARE(gGet(server.Url("/b"), 20000), QByteArray("second"));
+        QVERIFY(abandoned);
+    }
+    // The end of the connection is that of its thread, too, which must not be on its way when the program ends.
+    QTRY_VERIFY_WITH_TIMEOUT(!abandoned, 10000);
 }
 
 void tst_NetworkAccessManagerTimeout::TheClassDeclaresNoMethodsOfItsOwn()
