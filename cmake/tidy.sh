@@ -28,7 +28,7 @@ digest() {
     [ -n "$included" ] || return 1
     {
         clang-tidy --version
-        cat .clang-tidy
+        clang-tidy -p "$database" --dump-config "$1" # of the folders that it lies in
         # Where the checkout lies does not matter.
         echo "${command//$PWD/.}"
         (cd "$directory" && xargs -d '\n' cat) <<<"$included"

@@ -25,7 +25,7 @@ root=$(dirname "$script_dir")
 build=$root/build/linux
 screenshots=$root/build/demo-screenshots
 auto=no
-[ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] || auto=yes
+[ -n "${DISPLAY:-}" ] || auto=yes
 while [ $# -gt 0 ]; do
     case $1 in
         --auto) auto=yes ;;
@@ -235,16 +235,22 @@ automatic() {
     tail -n 1 "$work/plain/install.log"
 }
 
+# Fails when the person closed the window instead.
+update_by_hand() { # FROM TO
+    run_host person "$1" || show_log_and_die person "the demo host failed"
+    grep -q '"name":"InstallStarted"' "$work/person/events.jsonl" || return 1
+    wait_for 30 installer_reported person "$2" || show_log_and_die person "the installer did not report"
+    tail -n 1 "$work/person/install.log"
+}
+
 by_hand() {
     publish 1
     echo "Choose Help, Check for Updates in the window. Close it to end the demo."
-    run_host person "${versions[0]}" || show_log_and_die person "the demo host failed"
-    if grep -q '"name":"InstallStarted"' "$work/person/events.jsonl"; then
-        wait_for 30 installer_reported person "${versions[1]}" ||
-            show_log_and_die person "the installer did not report"
-        show_reports
-        cat "$work/person/install.log"
-    fi
+    update_by_hand "${versions[0]}" "${versions[1]}" || return 0
+    publish 2 --previous "$work/$(package_name "${versions[1]}")"
+    echo "Choose Help, Check for Updates once more: a patch against the installer that was kept is enough."
+    update_by_hand "${versions[1]}" "${versions[2]}" || return 0
+    show_reports
 }
 
 make_certificates

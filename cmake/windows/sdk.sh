@@ -81,6 +81,7 @@ upstream_of() {
     mkdir -p "$work/fetch-$1"
     (cd "$work/fetch-$1" && apt_sources source -qq --tar-only "$1" >"$work/$1-fetch.log" 2>&1) ||
         { cat "$work/$1-fetch.log"; exit 1; }
+    rm -rf "$work/unpack-$1"
     mkdir "$work/unpack-$1"
     tar -C "$work/unpack-$1" --strip-components=1 -xf "$work/fetch-$1"/*.orig.tar.*
     mv "$work/unpack-$1" "$work/$1"
@@ -155,15 +156,24 @@ build_bsdiff() {
     install -m 644 -D "$work/bsdiff/debian/copyright" "$sdk/licences/bsdiff.txt"
 }
 
-# The compiler's own libraries, which Qt's are linked with, and the licences of both.
+# The compiler's own libraries, which Qt's are linked with.
 copy_runtime() {
     local name
     for name in libgcc_s_seh-1.dll libstdc++-6.dll libwinpthread-1.dll; do
         install -D --strip --strip-program=$compiler-strip \
             "$($compiler-g++-posix -print-file-name=$name)" -t "$sdk/bin"
     done
-    install -m 644 -D /usr/share/doc/gcc-mingw-w64-base/copyright "$sdk/licences/gcc-runtime.txt"
+}
+
+# The licences of Qt and of the compiler's libraries, and the texts that they, and those of the tools, refer to.
+copy_licences() {
+    local name
     install -m 644 -D /usr/share/doc/libqt5core5a/copyright "$sdk/licences/qt.txt"
+    install -m 644 -D /usr/share/doc/gcc-mingw-w64-base/copyright "$sdk/licences/gcc-runtime.txt"
+    install -m 644 -D /usr/share/doc/mingw-w64-x86-64-dev/copyright "$sdk/licences/mingw-w64-runtime.txt"
+    for name in Apache-2.0 GFDL-1.3 GPL-2 GPL-3 LGPL-2 LGPL-2.1 LGPL-3 MPL-2.0; do
+        install -m 644 -D "/usr/share/common-licenses/$name" "$sdk/licences/common-licenses/$name"
+    done
 }
 
 # The compiler's thread library apart from the one that is a DLL, so that the linker finds no other.
@@ -176,7 +186,7 @@ copy_threads() {
 
 # --- Commands ------------------------------------------------------------------------------------------
 
-readonly parts=(qt runtime threads bzip2 md4c bsdiff)
+readonly parts=(qt runtime threads licences bzip2 md4c bsdiff)
 
 case "${1:-}" in
 path)
@@ -200,7 +210,7 @@ build)
         done_with "$part" && continue
         say "$part"
         case $part in
-        runtime | threads) ("copy_$part") ;;
+        runtime | threads | licences) ("copy_$part") ;;
         *) ("build_$part") ;;
         esac
         touch "$sdk/.$part"
