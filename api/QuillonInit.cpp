@@ -30,7 +30,6 @@ QString QuillonInit::gGetStyleSheet(QString path)
     if (!file.open(QIODevice::ReadOnly)) {
         return QStringLiteral("");
     }
-    QTextStream text(&file);
-    text.setCodec("UTF-8"); // not the system's own encoding
-    return text.readAll();
+    // UTF-8 with a byte-order mark, or the system's own encoding.
+    return QTextStream(&file).readAll();
 }

@@ -26,6 +26,7 @@ UpdateMain::UpdateMain(QWidget *parent)
     setModal(true);
 
     m_impl = new UpdateMainImpl(nullptr);
+    installEventFilter(m_impl);
     auto *layout = new QHBoxLayout(this);
     layout->addWidget(m_impl);
     const int border = gGetSystemBorder();

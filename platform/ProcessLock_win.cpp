@@ -19,6 +19,14 @@ qintptr gNumber(HANDLE file)
 }
 // NOLINTEND(cppcoreguidelines-pro-type-reinterpret-cast,performance-no-int-to-ptr)
 
+/// Whether @p file has been removed: by its last holder, between our opening and our locking it.
+bool gIsRemoved(HANDLE file)
+{
+    FILE_STANDARD_INFO info{};
+    return GetFileInformationByHandleEx(file, FileStandardInfo, &info, sizeof info) != 0 &&
+           (info.DeletePending != FALSE || info.NumberOfLinks == 0);
+}
+
 std::wstring gNativeName(const QString &path)
 {
     return QDir::toNativeSeparators(path).toStdWString();
@@ -32,26 +40,40 @@ ProcessLock::~ProcessLock()
 
 ProcessLock::Outcome ProcessLock::TryLock(const QString &path)
 {
+    constexpr int attempts = 16;
+
     Unlock();
-    // The lock is on a byte of the file and not on its opening: a virus scanner that looks at the
-    // file is no second download.
-    HANDLE file = CreateFileW(gNativeName(path).c_str(), GENERIC_READ | GENERIC_WRITE,
-                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
-        return Outcome::Unavailable;
-    }
-    OVERLAPPED place{};
-    if (LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) ==
-        0) {
-        const DWORD error = GetLastError();
+    Outcome outcome = Outcome::Unavailable;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        // The lock is on a byte of the file and not on its opening: a virus scanner that looks at the
+        // file is no second download.
+        HANDLE file = CreateFileW(gNativeName(path).c_str(), GENERIC_READ | GENERIC_WRITE,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (file == INVALID_HANDLE_VALUE) {
+            if (GetLastError() != ERROR_ACCESS_DENIED) {
+                return Outcome::Unavailable;
+            }
+            Sleep(1); // So it is, too, while somebody still has a removed one open.
+            continue;
+        }
+        OVERLAPPED place{};
+        if (LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
+                       &place) == 0) {
+            const DWORD error = GetLastError();
+            CloseHandle(file);
+            const bool isHeld = error == ERROR_LOCK_VIOLATION || error == ERROR_IO_PENDING;
+            return isHeld ? Outcome::HeldByAnother : Outcome::Unavailable;
+        }
+        if (!gIsRemoved(file)) {
+            m_path = path;
+            m_file = gNumber(file);
+            return Outcome::Taken;
+        }
         CloseHandle(file);
-        const bool isHeld = error == ERROR_LOCK_VIOLATION || error == ERROR_IO_PENDING;
-        return isHeld ? Outcome::HeldByAnother : Outcome::Unavailable;
+        outcome = Outcome::HeldByAnother;
     }
-    m_path = path;
-    m_file = gNumber(file);
-    return Outcome::Taken;
+    return outcome;
 }
 
 void ProcessLock::Unlock()

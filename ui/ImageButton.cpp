@@ -1,6 +1,7 @@
 #include "ui/ImageButton.h"
 
 #include <QMouseEvent>
+#include <QPointer>
 
 ImageButton::ImageButton(QWidget *parent)
     : QWidget(parent)
@@ -10,6 +11,10 @@ ImageButton::ImageButton(QWidget *parent)
 
 void ImageButton::mousePressEvent(QMouseEvent *event)
 {
-    emit Clicked();
     QWidget::mousePressEvent(event);
+    const QPointer<ImageButton> alive(this);
+    emit Clicked();
+    if (alive == nullptr) {
+        event->accept(); // The widgets that would be asked next may be gone as well.
+    }
 }

@@ -8,6 +8,7 @@
 #include "update/UpdateCommon/ProgressDisplay.h"
 #include "update/UpdateCommon/VersionDisplay.h"
 
+#include <QKeyEvent>
 #include <QPointer>
 #include <QStackedWidget>
 
@@ -89,14 +90,34 @@ void UpdateMainImpl::resizeEvent(QResizeEvent * /*event*/)
     m_pages->setGeometry(frame, pagesTop, width() - 2 * frame, height() - pagesTop);
 }
 
+bool UpdateMainImpl::eventFilter(QObject *dialog, QEvent *event)
+{
+    const bool isEscape = event->type() == QEvent::KeyPress &&
+                          static_cast<QKeyEvent *>(event)->matches(QKeySequence::Cancel);
+    // The host's own call, or that of a slot of ours, does not come from the system.
+    const bool isClosed = event->type() == QEvent::Close && event->spontaneous();
+    if (!isEscape && !isClosed) {
+        return URBaseWidget::eventFilter(dialog, event);
+    }
+    event->accept();
+    OnTitleBarClose();
+    return true;
+}
+
 void UpdateMainImpl::OnTitleBarClose()
 {
+    const QWidget *const closedPage = m_pages->currentWidget();
     // A host may delete the dialog in its slot for Close, and this object with it.
-    QPointer<ProgressDisplay> closedPage =
-        m_pages->currentWidget() == m_progressPage ? m_progressPage : nullptr;
+    const QPointer<UpdateMainImpl> alive(this);
     emit Close();
-    // Closing during a download saves its state, exactly as the page's own button does.
-    if (closedPage != nullptr) {
-        emit closedPage->Close();
+    if (alive == nullptr) {
+        return;
+    }
+    if (closedPage == m_progressPage) {
+        // Closing during a download saves its state, exactly as the page's own button does.
+        emit m_progressPage->Close();
+    } else {
+        // Behind a failure of one range others may still be running.
+        m_manager->CloseDownloads();
     }
 }

@@ -32,6 +32,10 @@ public:
 
     void RetranslateUi() override;
 
+    /// For the dialog: Escape, and the system's own ways to close a window, do what the title bar's button
+    /// does. A dialog that was only hidden would go on downloading unseen.
+    bool eventFilter(QObject *dialog, QEvent *event) override;
+
 signals:
     void Close();
     void BeginInstall();

@@ -1,9 +1,21 @@
 #include "update/BackgroundFlush.h"
 
+#include <QCoreApplication>
 #include <QFutureWatcher>
+#include <QPointer>
 #include <QtConcurrentRun>
+#include <QThreadPool>
 
 #include <utility>
+
+QThreadPool *gFlushPool()
+{
+    static QPointer<QThreadPool> pool;
+    if (pool == nullptr) {
+        pool = new QThreadPool(QCoreApplication::instance());
+    }
+    return pool;
+}
 
 void gFlushInBackground(const QString &path, const FlushFunction &flush, QObject *context,
                         std::function<void(FlushResult)> done)
@@ -14,5 +26,5 @@ void gFlushInBackground(const QString &path, const FlushFunction &flush, QObject
                          watcher->deleteLater();
                          done(watcher->result());
                      });
-    watcher->setFuture(QtConcurrent::run(flush, path));
+    watcher->setFuture(QtConcurrent::run(gFlushPool(), flush, path));
 }

@@ -7,6 +7,7 @@
 #include "api/UpdateInit.h"
 #include "platform/ProcessLock.h"
 #include "platform/StableStorage.h"
+#include "update/AnswerLimit.h"
 #include "update/CheckUrl.h"
 #include "update/FlushSchedule.h"
 #include "update/KeptInstaller.h"
@@ -64,7 +65,7 @@ LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version,
     connect(m_downloadMgr, &DownloadMgr::InstallStarted, this, &LiveUpdateMgr::InstallStarted);
     connect(m_network, &QNetworkAccessManager::sslErrors, this, &LiveUpdateMgr::ShowCheckFailure);
     // Behind a failure, ranges that have not failed may still be running.
-    connect(m_hintPage, &HintDisplay::Close, this, [this] { m_downloaders.CloseAll(); });
+    connect(m_hintPage, &HintDisplay::Close, this, &LiveUpdateMgr::CloseDownloads);
     connect(m_hintPage, &HintDisplay::Close, this, &LiveUpdateMgr::Close);
     connect(m_flushSchedule, &FlushSchedule::Failed, this, &LiveUpdateMgr::_FlushFailed);
     // A kept installer that cannot be started must not leave the dialog open without a word.
@@ -196,7 +197,8 @@ void LiveUpdateMgr::OnCheckReplyReady()
         firstErrorStatus) {
         m_checkReply->deleteLater();
     } else {
-        // An error page is still to be followed by the word that the check has failed.
+        // An error page is still to be followed by the word that the check has failed, and to have an end.
+        gLimitAnswer(m_checkReply, logFile, "LiveUpdateMgr::OnCheckReplyReady");
         connect(m_checkReply, &QNetworkReply::finished, m_checkReply, &QObject::deleteLater);
     }
 
@@ -349,7 +351,7 @@ void LiveUpdateMgr::ResumePlan(const ResumePoint &point, bool incremental,
         QUILLON_LOG(logFile, "LiveUpdateMgr::StartDownload",
                     "the machine was started again, going on with %lld bytes",
                     static_cast<long long>(point.alreadyDownloaded));
-        WritePlan(point);
+        gRecordPlan(&m_resumeSettings, m_total, point, m_seams.bootIdentity());
     }
     DownloadState &state = gDownloadState();
     state.alreadyDownloaded = m_downloaded = point.alreadyDownloaded;
@@ -380,7 +382,7 @@ void LiveUpdateMgr::FreshPlan(bool incremental, const QString &oldPackagePath)
     // In this order, a process that ends in between leaves no file that an old plan seems to fit:
     // first the old file goes, then the plan is on disk, then the new file comes.
     QFile::remove(m_target.path);
-    WritePlan(start);
+    gRecordPlan(&m_resumeSettings, m_total, start, m_seams.bootIdentity());
     gFlushFolder(QuillonInit::GetConfigFileDir());
     gCreateEmptyFile(m_target.path, m_total);
 
@@ -400,15 +402,6 @@ void LiveUpdateMgr::FreshPlan(bool incremental, const QString &oldPackagePath)
             StartRange(number, range, incremental, oldPackagePath);
         }
         ++number;
-    }
-}
-
-void LiveUpdateMgr::WritePlan(const ResumePoint &point)
-{
-    if (!gRecordPlan(&m_resumeSettings, m_total, point, m_seams.bootIdentity())) {
-        QUILLON_LOG(logFile, "LiveUpdateMgr::WritePlan",
-                    "disk failure, the resume state cannot be written, file path = %s",
-                    m_resumeSettings.Path().toStdString().c_str());
     }
 }
 
@@ -476,9 +469,19 @@ void LiveUpdateMgr::_FlushFailed()
     ShowDownloadError(tr("Failed to download the update."));
 }
 
+void LiveUpdateMgr::CloseDownloads()
+{
+    m_downloaders.CloseAll();
+    m_flushSchedule->End();
+}
+
 void LiveUpdateMgr::CloseRange(int rangeNumber)
 {
     m_downloaders.Close(rangeNumber);
+    if (rangeNumber == ResumeState::rangeCount) {
+        // With the last range the lock goes back: what is in the state from here on may be another's.
+        m_flushSchedule->End();
+    }
     // Once for each of the five ranges, whether it runs or not: hosts count on the repetition.
     emit Close();
 }
@@ -490,10 +493,6 @@ void LiveUpdateMgr::_SuspendDownload()
 
 void LiveUpdateMgr::KeepInstaller()
 {
-    m_productSettings.beginGroup(QLatin1String(ProductSettings::quillonGroup));
-    m_productSettings.setValue(QLatin1String(ProductSettings::setupFileKey),
-                               gDownloadState().installerReady);
-    m_productSettings.endGroup();
-    m_productSettings.sync();
+    gRememberInstaller(&m_productSettings, gDownloadState().installerReady);
     emit CancelInstall();
 }

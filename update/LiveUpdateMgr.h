@@ -68,6 +68,9 @@ public:
     /// two redirects, the second target becomes the download address.
     qint64 QueryPackageSize(const QUrl &url);
 
+    /// The dialog is closed: ends the ranges that still run, as if each had been closed.
+    void CloseDownloads();
+
     /// A chunk of @p bytesReceived bytes was written; ignored when @p bytesTotal is 0.
     void OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal);
 
@@ -96,7 +99,6 @@ private:
     void ShowDownloadStart();
     void ResumePlan(const ResumePoint &point, bool incremental, const QString &oldPackagePath);
     void FreshPlan(bool incremental, const QString &oldPackagePath);
-    void WritePlan(const ResumePoint &point);
     void ShowPlanFailure();
     void StartRange(int rangeNumber, ByteRange range, bool incremental,
                     const QString &oldPackagePath);

@@ -53,6 +53,10 @@ QString gFailureKind(const QNetworkReply &reply)
 
 QString gLogAddress(const QUrl &url)
 {
+    // An address that was put together wrongly may have anything anywhere.
+    if (url.host().isEmpty()) {
+        return QStringLiteral("an address without a host");
+    }
     return url.toString(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
 }
 

@@ -13,7 +13,7 @@ QString gFailureKind(QNetworkReply::NetworkError code, int status);
 QString gFailureKind(const QNetworkReply &reply);
 
 /// An address as it may stand in the log: without the query, which can carry an e-mail address, and
-/// without a user's name and password.
+/// without a user's name and password. One that names no host is not quoted at all.
 QString gLogAddress(const QUrl &url);
 
 /// Writes one line that says what ended @p reply, and which address it asked.

@@ -16,7 +16,12 @@ constexpr char logFunction[] = "LiveUpdateMgr::QueryPackageSize";
 
 qint64 gContentLength(const QNetworkReply &reply)
 {
-    return std::max<qint64>(0, reply.header(QNetworkRequest::ContentLengthHeader).toLongLong());
+    const qint64 length = reply.header(QNetworkRequest::ContentLengthHeader).toLongLong();
+    if (length <= 0 && reply.error() == QNetworkReply::NoError) {
+        QUILLON_LOG(logFile, logFunction, "size query failed, no length is given, %s",
+                    gLogAddress(reply.url()).toStdString().c_str());
+    }
+    return std::max<qint64>(0, length);
 }
 
 /// Where @p reply redirects to; an empty address when it does not.

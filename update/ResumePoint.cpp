@@ -1,5 +1,7 @@
 #include "update/ResumePoint.h"
 
+#include "api/Log.h"
+
 #include <QFile>
 
 #include <algorithm>
@@ -66,6 +68,9 @@ bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, con
     if (state->Sync()) {
         return true;
     }
+    QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::StartDownload",
+                "disk failure, the resume state cannot be written, file path = %s",
+                state->Path().toStdString().c_str());
     if (!point.isTakenBack) {
         QFile::remove(state->Path());
     }

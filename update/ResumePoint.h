@@ -33,6 +33,6 @@ ResumePoint gFreshStart(qint64 total);
 
 /// Writes into @p state, all at once, that a package of @p total bytes goes on at @p point, and that
 /// what lies before that is on stable storage.
-/// @return false when it cannot be written. An older plan is removed then, if this one starts anew: it
-/// would be taken for the plan of the new, empty file.
+/// @return false when it cannot be written, which the log says. An older plan is removed then, if this one
+/// starts anew: it would be taken for the plan of the new, empty file.
 bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot);

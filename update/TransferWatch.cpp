@@ -31,6 +31,7 @@ void TransferWatch::Restart()
 void TransferWatch::Stop()
 {
     ++m_beat;
+    m_sinceBeat.invalidate();
     QMetaObject::invokeMethod(m_networkCheck, &NetworkCheck::_StopCheck, Qt::QueuedConnection);
 }
 
@@ -66,9 +67,9 @@ void TransferWatch::JudgeStall(int beat)
 {
     constexpr char function[] = "DownloadMgr::_TimeOut";
 
-    // A chunk rearms the watchdog, but cannot call back what that has said already.
+    // A chunk rearms the watchdog and a stop stills it, but neither calls back what it has said already.
     const auto limit = m_seams.stallLimit.count();
-    if (beat != m_beat || !m_sinceBeat.hasExpired(limit / 2)) {
+    if (beat != m_beat || !m_sinceBeat.isValid() || !m_sinceBeat.hasExpired(limit / 2)) {
         return;
     }
     Stop();

@@ -52,6 +52,7 @@ private:
     DownloadSeams m_seams;
     NetworkCheck *m_networkCheck;
     RetryPatience m_patience;
+    /// Not valid while nothing is waited for.
     QElapsedTimer m_sinceBeat;
     /// Counts requests, chunks and stops, so that an appointment or a warning that has been overtaken
     /// is known as such.

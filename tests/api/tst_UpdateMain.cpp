@@ -5,6 +5,7 @@
 #include "CvButton.h"
 #include "tests/support/HttpServer.h"
 #include "tests/support/MetaMethods.h"
+#include "tests/support/SystemPlaces.h"
 #include "ui/ImageButton.h"
 #include "ui/UpdateMainImpl.h"
 #include "update/UpdateCommon/HintDisplay.h"
@@ -21,6 +22,7 @@
 #include <QStackedWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWindow>
 
 namespace
 {
@@ -72,6 +74,10 @@ private:
 
 } // namespace
 
+/// How a person closes the dialog.
+enum class Way { TitleBar, Escape, System };
+Q_DECLARE_METATYPE(Way)
+
 class tst_UpdateMain : public QObject
 {
     Q_OBJECT
@@ -93,6 +99,12 @@ private slots:
     void the_progress_pages_Close_button_gives_Close_and_closes_five_times();
     void the_title_bars_close_on_the_progress_page_gives_Close_six_times();
     void the_title_bars_close_on_the_version_page_gives_Close_once();
+    void the_title_bars_close_behind_a_failure_ends_what_still_runs();
+    void other_ways_to_close_are_the_title_bars_data();
+    void other_ways_to_close_are_the_title_bars();
+    void the_hosts_own_close_gives_no_signal();
+    void the_host_may_delete_the_dialog_in_its_slot_for_Close_data();
+    void the_host_may_delete_the_dialog_in_its_slot_for_Close();
     void the_hint_pages_Close_button_gives_Close_once();
     void Remind_Me_Later_reaches_the_host_and_closes();
     void LiveUpdate_shows_the_dialog_and_puts_each_argument_behind_its_key();
@@ -124,6 +136,7 @@ private:
         QTest::mousePress(m_dialog->findChild<ImageButton *>("Quillon_TitleBar_CloseBtn"),
                           Qt::LeftButton);
     }
+    void Close(Way way) const;
     /// What the service was asked, once it was asked.
     QByteArray AskedFor() const
     {
@@ -146,6 +159,21 @@ void tst_UpdateMain::init()
     UpdateInit::SetUpdateVersion("9.1.0.0");
     QuillonInit::SetConfigFileDir(m_directory->path());
     m_dialog.reset(new UpdateMain);
+}
+
+void tst_UpdateMain::Close(Way way) const
+{
+    switch (way) {
+    case Way::TitleBar:
+        PressTitleBarClose();
+        break;
+    case Way::Escape:
+        QTest::keyPress(m_dialog.data(), Qt::Key_Escape);
+        break;
+    case Way::System:
+        m_dialog->windowHandle()->close();
+        break;
+    }
 }
 
 void tst_UpdateMain::WriteEmail(const QString &directory, const QByteArray &email) const
@@ -302,6 +330,67 @@ void tst_UpdateMain::the_title_bars_close_on_the_version_page_gives_Close_once()
     const Host host(m_dialog.data());
     PressTitleBarClose();
     QCOMPARE(host.calls, QStringList({"Close", "closed"}));
+}
+
+void tst_UpdateMain::the_title_bars_close_behind_a_failure_ends_what_still_runs()
+{
+    const SystemPlaces places(m_directory->path());
+    m_server->Serve("/setup.exe",
+                    HttpAnswer::Broken(QByteArray(50000, 'x'), HttpAnswer::Fault::StallAfter, 10));
+    m_server->Serve("/check", HttpAnswer::Body(
+                                  "<Update><ExeUrl_x64>" + m_server->Url("/setup.exe").toEncoded() +
+                                  "</ExeUrl_x64><WhatNews><Item><Version>9.2.0.0</Version>"
+                                  "<Text>faster</Text></Item></WhatNews></Update>"));
+    m_dialog->LiveUpdate();
+    QTRY_VERIFY(qobject_cast<VersionDisplay *>(CurrentPage()));
+    emit m_dialog->findChild<VersionDisplay *>()->UpdateNow();
+    QTRY_VERIFY(m_server->OpenConnections() >= 5);
+    Show<HintDisplay>();
+    PressTitleBarClose();
+    QTRY_VERIFY2(m_server->OpenConnections() <= 1, "that of the check may be kept for later");
+}
+
+void tst_UpdateMain::other_ways_to_close_are_the_title_bars_data()
+{
+    QTest::addColumn<Way>("way");
+    QTest::newRow("Escape") << Way::Escape;
+    QTest::newRow("the system's, like Alt and F4") << Way::System;
+}
+
+void tst_UpdateMain::other_ways_to_close_are_the_title_bars()
+{
+    QFETCH(Way, way);
+    Show<ProgressDisplay>();
+    const Host host(m_dialog.data());
+    Close(way);
+    QCOMPARE(host.calls.count("Close"), 6);
+    QVERIFY(!m_dialog->isVisible());
+}
+
+void tst_UpdateMain::the_hosts_own_close_gives_no_signal()
+{
+    Show<ProgressDisplay>();
+    const Host host(m_dialog.data());
+    m_dialog->close();
+    QCOMPARE(host.calls, QStringList("closed"));
+    QVERIFY(!m_dialog->isVisible());
+}
+
+void tst_UpdateMain::the_host_may_delete_the_dialog_in_its_slot_for_Close_data()
+{
+    QTest::addColumn<Way>("way");
+    QTest::newRow("behind the title bar's button") << Way::TitleBar;
+    QTest::newRow("behind Escape") << Way::Escape;
+    QTest::newRow("behind the system's close") << Way::System;
+}
+
+void tst_UpdateMain::the_host_may_delete_the_dialog_in_its_slot_for_Close()
+{
+    QFETCH(Way, way);
+    Show<ProgressDisplay>();
+    connect(m_dialog.data(), &UpdateMain::Close, this, [this] { m_dialog.reset(); });
+    Close(way);
+    QVERIFY(!m_dialog);
 }
 
 void tst_UpdateMain::the_hint_pages_Close_button_gives_Close_once()

@@ -1,8 +1,10 @@
 #include "tests/support/SystemTraits.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
+#include "update/BackgroundFlush.h"
 #include "update/UpdateCommon/DownloadState.h"
 
+#include <QThreadPool>
 #include <QtTest>
 
 #include <functional>
@@ -242,7 +244,7 @@ void tst_DownloadMgr_Deleted::WhileTheDataAreFlushed()
     QTRY_VERIFY(flushes >= 1);
     m_rig->Destroy();
     mayFlush.release(10);
-    QVERIFY(QThreadPool::globalInstance()->waitForDone(10000));
+    QVERIFY(gFlushPool()->waitForDone(10000));
     Settle();
     QVERIFY2(!QFile::exists(m_rig->Installer()), "the next plan puts it in place");
     m_rig->Seams().flush = gFlushToDisk;

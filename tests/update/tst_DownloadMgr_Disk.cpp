@@ -1,6 +1,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
+#include "update/KeptInstaller.h"
 #include "update/ResumePoint.h"
 #include "update/UpdateCommon/DownloadState.h"
 
@@ -26,6 +27,7 @@ private slots:
     void APackageThatTheDiskDoesNotKeepIsNotPutInPlace();
     void AStateThatTheDiskCannotTakeStaysAsItWas();
     void APlanThatTheDiskCannotTakeLeavesNoOlderOne();
+    void SettingsThatTheDiskCannotTakeStayAsTheyWere();
 
 private:
     static void LimitFiles(rlim_t bytes);
@@ -161,6 +163,24 @@ void tst_DownloadMgr_Disk::APlanThatTheDiskCannotTakeLeavesNoOlderOne()
     QVERIFY(!QFile::exists(m_rig->StateFile()));
     QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot two"));
     QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("1000003"));
+}
+
+void tst_DownloadMgr_Disk::SettingsThatTheDiskCannotTakeStayAsTheyWere()
+{
+    const QByteArray before = "[Host]\nLayout=wide\n";
+    QVERIFY(gWriteFile(m_rig->SettingsFile(), before));
+    QSettings settings(m_rig->SettingsFile(), QSettings::IniFormat);
+    const LogCapture log;
+    LimitFiles(1000);
+    gRememberInstaller(&settings, "/kept.exe");
+    LimitFiles(RLIM_INFINITY);
+    QCOMPARE(gReadFile(m_rig->SettingsFile()), before);
+    QCOMPARE(
+        log.CountContaining("the settings cannot be written, file path = " + m_rig->SettingsFile()),
+        1);
+    gRememberInstaller(&settings, "/kept.exe");
+    QCOMPARE(m_rig->Setting("SetupFile"), QStringLiteral("/kept.exe"));
+    QCOMPARE(settings.value("Host/Layout").toString(), QStringLiteral("wide"));
 }
 
 QTEST_MAIN(tst_DownloadMgr_Disk)

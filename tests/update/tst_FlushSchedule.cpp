@@ -1,11 +1,13 @@
 #include "update/FlushSchedule.h"
 
 #include "tests/support/LogCapture.h"
+#include "update/BackgroundFlush.h"
 
 #include <QMutex>
 #include <QSemaphore>
 #include <QTemporaryDir>
 #include <QThread>
+#include <QThreadPool>
 #include <QtTest>
 
 #include <atomic>
@@ -66,7 +68,7 @@ void tst_FlushSchedule::cleanup()
 {
     m_mayFlush.release(100);
     m_schedule.reset();
-    QThreadPool::globalInstance()->waitForDone();
+    gFlushPool()->waitForDone();
 }
 
 void tst_FlushSchedule::Build()
@@ -184,7 +186,7 @@ void tst_FlushSchedule::ItMayBeDeletedDuringAFlush()
     m_schedule.reset();
     m_state.reset();
     m_mayFlush.release();
-    QVERIFY(QThreadPool::globalInstance()->waitForDone(10000));
+    QVERIFY(gFlushPool()->waitForDone(10000));
     QCoreApplication::processEvents();
 }
 

@@ -20,6 +20,7 @@ private slots:
     void TheThirdSilenceIsTheLast();
     void AByteEndsTheCountOfSilences();
     void ThereIsNoSilenceWhereNothingIsAwaited();
+    void AWarningThatIsOvertakenByTheEndIsVoid();
     void ItIsBehindACutUntilAByteArrives();
 
 private:
@@ -119,6 +120,15 @@ void tst_TransferWatch::AByteEndsTheCountOfSilences()
         m_watch->ByteReceived();
     }
     QCOMPARE(m_givenUp->count(), 0);
+}
+
+void tst_TransferWatch::AWarningThatIsOvertakenByTheEndIsVoid()
+{
+    m_watch->Restart();
+    QTest::qSleep(100); // this thread is busy, and the watchdog, on its own one, warns it
+    m_watch->Stop();
+    QTest::qWait(100);
+    QCOMPARE(m_asked->count() + m_givenUp->count(), 0);
 }
 
 void tst_TransferWatch::ThereIsNoSilenceWhereNothingIsAwaited()

@@ -1,17 +1,12 @@
 #include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
 
 #include "api/Log.h"
+#include "update/AnswerLimit.h"
 #include "update/NetworkFailure.h"
 
 #include <QEventLoop>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-
-namespace
-{
-/// A manifest has some kilobytes. A body without an end must not fill the memory.
-constexpr qint64 mostBytes = qint64{16} * 1024 * 1024;
-} // namespace
 
 NetworkAccessManagerTimeout::NetworkAccessManagerTimeout(QObject *parent)
     : QThread(parent)
@@ -41,13 +36,7 @@ void NetworkAccessManagerTimeout::run()
     QEventLoop loop;
     QObject::connect(&manager, SIGNAL(finished(QNetworkReply *)), &loop, SLOT(quit()));
     m_reply = manager.get(m_request);
-    QObject::connect(m_reply, &QNetworkReply::downloadProgress, m_reply, [this](qint64 received) {
-        if (received > mostBytes) {
-            QUILLON_LOG("UpdateCommon", "NetworkAccessManagerTimeout::run",
-                        "given up, the answer is longer than %lld bytes", mostBytes);
-            m_reply->abort();
-        }
-    });
+    gLimitAnswer(m_reply, "UpdateCommon", "NetworkAccessManagerTimeout::run");
     loop.exec();
     if (m_reply->error() == QNetworkReply::NoError) {
         m_data = m_reply->readAll();

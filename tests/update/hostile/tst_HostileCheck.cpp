@@ -82,6 +82,8 @@ void tst_HostileCheck::AnAnswer_data()
     ends("not found, with a page", FaultAnswer::Text("<html/>", "text/html").WithStatus(404),
          failed);
     ends("a failing server, with a manifest", honest.WithStatus(500), failed);
+    ends("not found, with a page without an end",
+         FaultAnswer::Text(QByteArray(65536, 'x')).WithStatus(404).NoLength().Endless(), failed);
     ends("an overloaded server", FaultAnswer::Status(503), failed);
     ends("a page to log in at", FaultAnswer::Text("<html><p>Log in<br></html>", "text/html"),
          latest);
@@ -147,6 +149,7 @@ void tst_HostileCheck::ACertificateOfAnUnknownAuthority()
     rig.Manager().LiveUpdate("1", "2", "3");
     QTRY_COMPARE(rig.Pages().last(), QStringLiteral("hint"));
     QCOMPARE(rig.HintText(), QString(failed));
+    QVERIFY(log.CountContaining("TLS, ") > 0);
     QVERIFY(!rig.Manager().IsNeedUpdate());
     QVERIFY(server.Requests().isEmpty());
 }
