@@ -19,6 +19,14 @@ install(DIRECTORY host/CommonLib host/CvCommonLib
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/Quillon/host"
     FILES_MATCHING PATTERN "*.h"
 )
+install(FILES host/HvUtilities/HvUtilities.h
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/Quillon/host/HvUtilities"
+)
+if(WIN32)
+    # Looked for beside the host's program.
+    install(TARGETS HvUtilities LIBRARY DESTINATION "${CMAKE_INSTALL_BINDIR}")
+    install(FILES host/HvUtilities/Customization.xml DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
 install(EXPORT QuillonTargets
     NAMESPACE Quillon::
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/Quillon"

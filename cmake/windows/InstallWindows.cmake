@@ -2,9 +2,7 @@
 # tools, and the libraries that they need at run time.
 set(sdk "${QUILLON_WINDOWS_SDK}")
 
-install(TARGETS HvUtilities LIBRARY DESTINATION "${CMAKE_INSTALL_BINDIR}")
 install(TARGETS bspatch RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
-install(FILES host/HvUtilities/Customization.xml DESTINATION "${CMAKE_INSTALL_BINDIR}")
 if(QUILLON_BUILD_DEMO)
     install(TARGETS corvina-demo RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()

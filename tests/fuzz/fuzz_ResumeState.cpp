@@ -1,22 +1,17 @@
-// The resume-state file, which anybody may have written, and the plan that is read out of it.
+// The resume-state file, which anybody may have written, and the plan that is read out of it, in the boot that
+// the file names and in another.
 
 #include "tests/fuzz/FuzzFolder.h"
 #include "tests/fuzz/FuzzTarget.h"
-#include "update/DownloadPlan.h"
-#include "update/ResumeState.h"
-
-#include <QFile>
+#include "update/ResumePoint.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     static const FuzzFolder folder;
     folder.Write("CvBreakResumeDownLoad.ini", data, size);
     const ResumeState state(folder.Path());
-    state.AlreadyDownloaded();
-    gSplitIntoRanges(state.PackageSize());
-    for (int number = 1; number <= ResumeState::rangeCount; ++number) {
-        const ByteRange range{state.StartByte(number), state.EndByte(number)};
-        static_cast<void>(range.IsEmpty());
-    }
+    const qint64 total = state.PackageSize();
+    for (const QString &boot : {state.BootId(), QStringLiteral("another boot")})
+        gIsUsable(gResumePoint(state, total, boot));
     return 0;
 }

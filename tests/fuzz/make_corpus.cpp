@@ -88,6 +88,13 @@ void gWriteStates(const QString &folder)
         "End_Byte4=799999\nStart_Byte5=800000\nEnd_Byte5=1000002\n";
     corpus.Add("empty", "");
     corpus.Add("half-way", sizes + ranges);
+    const QByteArray flushed = "\n[Flushed]\nBoot_Id=0f1e2d3c\nFlushed_Byte1=50000\n"
+                               "Flushed_Byte2=200000\nFlushed_Byte3=400000\n"
+                               "Flushed_Byte4=600000\nFlushed_Byte5=800000\n";
+    corpus.Add("half-way-and-flushed", sizes + ranges + flushed);
+    corpus.Add("flushed-beyond",
+               sizes + ranges +
+                   QByteArray(flushed).replace("=50000", "=99999999999").replace("=200000", "=-1"));
     corpus.Add("no-ranges", sizes);
     corpus.Add("windows-lines", QByteArray(sizes + ranges).replace("\n", "\r\n"));
     corpus.Add("odd-numbers",

@@ -4,6 +4,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 
 #include <algorithm>
 #include <csignal>
@@ -19,6 +20,17 @@ QString gTraceFile(const UpdateSite &site)
     return QFileInfo(site.Home()).path() + "/trace";
 }
 } // namespace
+
+QByteArray KillScene::Untraceable()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return "A program with a sanitizer in it can neither be traced nor be given a library first.";
+#else
+    // Not every container lets one process trace another.
+    const int status = QProcess::execute("strace", {"-qq", "-o", "/dev/null", "true"});
+    return status == 0 ? QByteArray() : QByteArray("No process can be traced here.");
+#endif
+}
 
 KillScene::KillScene(const QByteArray &package)
     : m_package(package)

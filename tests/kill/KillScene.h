@@ -23,6 +23,9 @@ public:
     /// All files below the home, by their relative paths.
     using Snapshot = QMap<QString, QByteArray>;
 
+    /// Why no host can be traced here; empty when one can.
+    static QByteArray Untraceable();
+
     explicit KillScene(const QByteArray &package);
 
     bool StartServer(int bytesPerSecond);

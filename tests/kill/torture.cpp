@@ -3,6 +3,7 @@
 #include "tests/kill/CallKills.h"
 #include "tests/kill/FailingCalls.h"
 #include "tests/kill/FullDisk.h"
+#include "tests/kill/KillScene.h"
 #include "tests/kill/LostPower.h"
 #include "tests/kill/MomentKills.h"
 
@@ -59,6 +60,11 @@ int main(int argc, char *argv[])
                                  QStringLiteral("[parts...]"));
     parser.process(application);
 
+    // Nothing could be killed or hindered, and nothing would be seen of it.
+    if (!KillScene::Untraceable().isEmpty()) {
+        std::cerr << KillScene::Untraceable().constData() << std::endl;
+        return 1;
+    }
     const QStringList wanted = parser.positionalArguments();
     Tally tally(Tally::Talk::Progress);
     for (const Part &part : gParts()) {

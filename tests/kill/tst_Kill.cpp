@@ -1,10 +1,10 @@
 #include "tests/kill/CallKills.h"
 #include "tests/kill/FailingCalls.h"
 #include "tests/kill/FullDisk.h"
+#include "tests/kill/KillScene.h"
 #include "tests/kill/LostPower.h"
 #include "tests/kill/MomentKills.h"
 
-#include <QProcess>
 #include <QTest>
 
 /// A few of the cases of ./dev torture.
@@ -22,27 +22,13 @@ private slots:
     void ALossOfPowerCostsWhatWasNotFlushed();
 
 private:
-    /// Why no host can be traced here; empty when one can.
-    static QByteArray Untraceable();
-
     Tally m_tally{Tally::Talk::Failures};
 };
 
-QByteArray tst_Kill::Untraceable()
-{
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return "A program with a sanitizer in it can neither be traced nor be given a library first.";
-#else
-    // Not every container lets one process trace another.
-    const int status = QProcess::execute("strace", {"-qq", "-o", "/dev/null", "true"});
-    return status == 0 ? QByteArray() : QByteArray("No process can be traced here.");
-#endif
-}
-
 void tst_Kill::ADownloadKilledAtASystemCallGoesOn()
 {
-    if (!Untraceable().isEmpty()) {
-        QSKIP(Untraceable().constData());
+    if (!KillScene::Untraceable().isEmpty()) {
+        QSKIP(KillScene::Untraceable().constData());
     }
     CallKills(&m_tally).RunShort();
     QCOMPARE(m_tally.Failures(), 0);
@@ -51,17 +37,18 @@ void tst_Kill::ADownloadKilledAtASystemCallGoesOn()
 
 void tst_Kill::ADownloadKilledAtAnyMomentGoesOn()
 {
-    if (!Untraceable().isEmpty()) {
-        QSKIP(Untraceable().constData());
+    if (!KillScene::Untraceable().isEmpty()) {
+        QSKIP(KillScene::Untraceable().constData());
     }
     MomentKills(&m_tally, 2).Run(2);
     QCOMPARE(m_tally.Failures(), 0);
+    QCOMPARE(m_tally.Kills(), 2);
 }
 
 void tst_Kill::AWriteThatFailsIsToldOrOvercome()
 {
-    if (!Untraceable().isEmpty()) {
-        QSKIP(Untraceable().constData());
+    if (!KillScene::Untraceable().isEmpty()) {
+        QSKIP(KillScene::Untraceable().constData());
     }
     FailingCalls(&m_tally).RunShort();
     QCOMPARE(m_tally.Failures(), 0);
@@ -69,8 +56,8 @@ void tst_Kill::AWriteThatFailsIsToldOrOvercome()
 
 void tst_Kill::AFullDiskIsTold()
 {
-    if (!Untraceable().isEmpty()) {
-        QSKIP(Untraceable().constData());
+    if (!KillScene::Untraceable().isEmpty()) {
+        QSKIP(KillScene::Untraceable().constData());
     }
     const int before = m_tally.Cases();
     FullDisk(&m_tally).RunShort();

@@ -1,3 +1,4 @@
+#include "tests/support/LogCapture.h"
 #include "tests/support/StandIn.h"
 #include "tests/support/StatisticsServer.h"
 #include "tests/update/UpdateRig.h"
@@ -265,12 +266,14 @@ void tst_InstallHandOff::AStartedInstallerIsReportedBeforeTheHostIsTold()
 
 void tst_InstallHandOff::AnInstallerThatCannotBeStartedIsReported()
 {
+    const LogCapture log;
     ReceiveReports();
     KeepInstaller();
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
     connect(&m_rig->Manager(), &LiveUpdateMgr::Close, this, [this] { QFile::remove(Kept()); });
     m_rig->Manager().LiveUpdate();
     QTRY_COMPARE(m_statistics->Results(), QList<int>{-6});
+    QCOMPARE(log.CountContaining("the installer " + Kept() + " could not be started"), 1);
     gSettleReports();
     QCOMPARE(m_statistics->Results(), QList<int>{-6});
     QCOMPARE(m_rig->Signals(), QStringList{"Close"});

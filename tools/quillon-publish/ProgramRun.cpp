@@ -18,6 +18,8 @@ void gWaitForEnd(QProcess &process, const QString &label, int limitSeconds)
            process.state() != QProcess::NotRunning) {
         seconds += lineEverySeconds;
         if (limitSeconds >= 0 && seconds >= limitSeconds) {
+            process.kill();
+            process.waitForFinished();
             throw PublishError(QStringLiteral("%1 took longer than %2 s, which is what clients "
                                               "wait for it")
                                    .arg(process.program())

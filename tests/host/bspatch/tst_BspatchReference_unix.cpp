@@ -110,6 +110,8 @@ void tst_BspatchReference_unix::steps_go_where_those_of_the_reference_go_data()
     QTest::newRow("steps about as long as a block") << 1000000 << 4000000 << 140000;
     QTest::newRow("an old file of whole blocks") << 131072 << 1000000 << 100000;
     QTest::newRow("an empty old file") << 0 << 100000 << 9000;
+    QTest::newRow("an empty new file") << 100000 << 0 << 9000;
+    QTest::newRow("two empty files") << 0 << 0 << 9000;
     QTest::newRow("a large file") << (64 << 20) << (64 << 20) << 400000;
 }
 
