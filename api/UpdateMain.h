@@ -53,7 +53,8 @@ signals:
     /// closes.
     void InstallStarted();
     /// The dialog closes. Fires several times in a row when a download is closed (five times from
-    /// the page's own button, six from the title bar): slots have to tolerate the repetition.
+    /// the page's own button, six from the title bar): slots have to tolerate the repetition. Escape, and
+    /// the system's own ways to close a window, count as the title bar; the host's `close()` gives none.
     void Close();
     /// The user wants to be asked again later. When is the host's business; the module stores
     /// nothing.

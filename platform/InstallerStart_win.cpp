@@ -67,7 +67,7 @@ InstallerStart InstallerStart::OfTheSystem()
     return {&gCreate, &gElevate, [] { Sleep(pauseMilliseconds); }};
 }
 
-bool InstallerStart::Run(const QString &path) const
+InstallerStart::Code InstallerStart::Run(const QString &path) const
 {
     Code code = create(path);
     for (int pauses = 0; code == ERROR_SHARING_VIOLATION && pauses < mostPauses; ++pauses) {
@@ -77,5 +77,5 @@ bool InstallerStart::Run(const QString &path) const
     if (code == elevationRequired) {
         code = elevate(path);
     }
-    return code == ERROR_SUCCESS;
+    return code;
 }

@@ -9,10 +9,10 @@
 ///
 ///     create ── held by another program ──► pause, and again, a few times
 ///       │  └─── needs an administrator ───► elevate: the system asks the user
-///       ▼                                      │  └── declined ──► false
-///      true ◄──────────────────────────────────┘
+///       ▼                                      │  └── declined ──► its code
+///       0 ◄────────────────────────────────────┘
 ///
-/// Anything else ends in false without a question. The calls are the system's own unless a test
+/// Anything else ends with its code, without a question. The calls are the system's own unless a test
 /// brings others.
 ///
 /// Thread: one thread, which stands still for at most `mostPauses` pauses and for as long as the
@@ -33,6 +33,6 @@ struct InstallerStart {
 
     static InstallerStart OfTheSystem();
 
-    /// @return whether the program at @p path was started.
-    bool Run(const QString &path) const;
+    /// @return 0 when the program at @p path was started, and otherwise why it was not.
+    Code Run(const QString &path) const;
 };

@@ -11,10 +11,11 @@ ImageButton::ImageButton(QWidget *parent)
 
 void ImageButton::mousePressEvent(QMouseEvent *event)
 {
-    QWidget::mousePressEvent(event);
     const QPointer<ImageButton> alive(this);
     emit Clicked();
-    if (alive == nullptr) {
+    if (alive != nullptr) {
+        QWidget::mousePressEvent(event);
+    } else {
         event->accept(); // The widgets that would be asked next may be gone as well.
     }
 }

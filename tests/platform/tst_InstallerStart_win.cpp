@@ -64,19 +64,20 @@ InstallerStart tst_InstallerStart_win::Start(const QList<InstallerStart::Code> &
 
 void tst_InstallerStart_win::a_program_that_starts_asks_for_nothing()
 {
-    QVERIFY(Start({}).Run("C:/new.exe"));
+    QCOMPARE(Start({}).Run("C:/new.exe"), InstallerStart::Code{ERROR_SUCCESS});
     QCOMPARE(m_calls, QStringList({"create C:/new.exe"}));
 }
 
 void tst_InstallerStart_win::a_program_that_wants_an_administrator_asks_the_user_once()
 {
-    QVERIFY(Start({elevationRequired}).Run("C:/new.exe"));
+    QCOMPARE(Start({elevationRequired}).Run("C:/new.exe"), InstallerStart::Code{ERROR_SUCCESS});
     QCOMPARE(m_calls, QStringList({"create C:/new.exe", "elevate C:/new.exe"}));
 }
 
 void tst_InstallerStart_win::a_declined_question_means_that_it_was_not_started()
 {
-    QVERIFY(!Start({elevationRequired}, ERROR_CANCELLED).Run("C:/new.exe"));
+    QCOMPARE(Start({elevationRequired}, ERROR_CANCELLED).Run("C:/new.exe"),
+             InstallerStart::Code{ERROR_CANCELLED});
     QCOMPARE(m_calls, QStringList({"create C:/new.exe", "elevate C:/new.exe"}));
 }
 
@@ -92,13 +93,14 @@ void tst_InstallerStart_win::no_other_failure_asks_the_user_data()
 void tst_InstallerStart_win::no_other_failure_asks_the_user()
 {
     QFETCH(InstallerStart::Code, code);
-    QVERIFY(!Start({code}).Run("C:/new.exe"));
+    QCOMPARE(Start({code}).Run("C:/new.exe"), code);
     QCOMPARE(m_calls, QStringList({"create C:/new.exe"}));
 }
 
 void tst_InstallerStart_win::a_file_that_is_held_for_a_moment_is_started_after_it()
 {
-    QVERIFY(Start({ERROR_SHARING_VIOLATION, ERROR_SHARING_VIOLATION}).Run("new"));
+    QCOMPARE(Start({ERROR_SHARING_VIOLATION, ERROR_SHARING_VIOLATION}).Run("new"),
+             InstallerStart::Code{ERROR_SUCCESS});
     QCOMPARE(m_calls, QStringList({"create new", "pause", "create new", "pause", "create new"}));
 }
 
@@ -108,7 +110,7 @@ void tst_InstallerStart_win::a_file_that_is_held_for_long_is_given_up()
     for (int count = 0; count <= InstallerStart::mostPauses; ++count) {
         answers.append(ERROR_SHARING_VIOLATION);
     }
-    QVERIFY(!Start(answers).Run("new"));
+    QCOMPARE(Start(answers).Run("new"), InstallerStart::Code{ERROR_SHARING_VIOLATION});
     QCOMPARE(m_calls.count("pause"), InstallerStart::mostPauses);
     QCOMPARE(m_calls.count("create new"), answers.size());
     QVERIFY(!m_calls.contains("elevate new"));
@@ -116,7 +118,8 @@ void tst_InstallerStart_win::a_file_that_is_held_for_long_is_given_up()
 
 void tst_InstallerStart_win::a_file_that_was_held_may_want_an_administrator()
 {
-    QVERIFY(!Start({ERROR_SHARING_VIOLATION, elevationRequired}, ERROR_CANCELLED).Run("new"));
+    QCOMPARE(Start({ERROR_SHARING_VIOLATION, elevationRequired}, ERROR_CANCELLED).Run("new"),
+             InstallerStart::Code{ERROR_CANCELLED});
     QCOMPARE(m_calls, QStringList({"create new", "pause", "create new", "elevate new"}));
 }
 
