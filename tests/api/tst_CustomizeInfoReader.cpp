@@ -72,7 +72,7 @@ private slots:
     void without_the_reading_export_every_value_is_empty();
     void without_the_loading_export_values_are_read_all_the_same();
     void each_look_up_loads_and_unloads_the_library();
-    void the_product_identifier_is_the_value_PID();
+    void the_product_identifier_is_the_value_pid();
 
 private:
     void Install(const QString &library);
@@ -122,15 +122,15 @@ void tst_CustomizeInfoReader::values_come_from_the_hosts_library_and_its_file_da
     QTest::addColumn<QString>("language");
     QTest::addColumn<QString>("key");
     QTest::addColumn<QString>("value");
-    QTest::newRow("an entry of the language") << "DEU"
+    QTest::newRow("an_entry_of_the_language") << "DEU"
                                               << "PID"
                                               << "10002";
-    QTest::newRow("an entry for all languages") << "ENG"
+    QTest::newRow("an_entry_for_all_languages") << "ENG"
                                                 << "PID"
                                                 << "10001";
-    QTest::newRow("another key") << "ENG"
+    QTest::newRow("another_key") << "ENG"
                                  << "Name" << QString::fromUtf8("Übersicht 更新");
-    QTest::newRow("no such key") << "ENG"
+    QTest::newRow("no_such_key") << "ENG"
                                  << "Missing"
                                  << "";
 }
@@ -179,17 +179,17 @@ void tst_CustomizeInfoReader::the_answer_of_the_store_decides_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<QString>("value");
-    QTest::newRow("success with a value") << "PID"
+    QTest::newRow("success_with_a_value") << "PID"
                                           << "value";
-    QTest::newRow("success without writing anything gives the digit zero") << "silent"
+    QTest::newRow("success_without_writing_anything_gives_the_digit_zero") << "silent"
                                                                            << "0";
-    QTest::newRow("success with an empty value") << "empty"
+    QTest::newRow("success_with_an_empty_value") << "empty"
                                                  << "";
-    QTest::newRow("failure gives nothing, whatever was written") << "refuse"
-                                                                 << "";
-    QTest::newRow("the value ends at its first zero") << "halves"
+    QTest::newRow("failure_gives_nothing_whatever_was_written") << "refuse"
+                                                                << "";
+    QTest::newRow("the_value_ends_at_its_first_zero") << "halves"
                                                       << "front";
-    QTest::newRow("255 units fill the buffer") << "long" << QString(255, QChar('x'));
+    QTest::newRow("255_units_fill_the_buffer") << "long" << QString(255, QChar('x'));
 }
 
 void tst_CustomizeInfoReader::the_answer_of_the_store_decides()
@@ -232,7 +232,7 @@ void tst_CustomizeInfoReader::each_look_up_loads_and_unloads_the_library()
     QVERIFY(!KeptLibrary::IsInProcess());
 }
 
-void tst_CustomizeInfoReader::the_product_identifier_is_the_value_PID()
+void tst_CustomizeInfoReader::the_product_identifier_is_the_value_pid()
 {
     Install(oddLibrary);
     const KeptLibrary library;

@@ -39,9 +39,9 @@ void tst_FileDigest::the_digest_is_that_of_the_published_test_values_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("digest");
-    QTest::newRow("no data") << QByteArray() << "d41d8cd98f00b204e9800998ecf8427e";
+    QTest::newRow("no_data") << QByteArray() << "d41d8cd98f00b204e9800998ecf8427e";
     QTest::newRow("abc") << QByteArray("abc") << "900150983cd24fb0d6963f7d28e17f72";
-    QTest::newRow("message digest")
+    QTest::newRow("message_digest")
         << QByteArray("message digest") << "f96b697d7cb7938d525a2f31aaf161d0";
 }
 
@@ -55,7 +55,7 @@ void tst_FileDigest::the_whole_content_counts_around_the_chunk_size_data()
 {
     QTest::addColumn<int>("size");
     for (const int size : {1, 4095, 4096, 4097, 8192, 3 * 4096 + 17, 1000003}) {
-        QTest::addRow("%d bytes", size) << size;
+        QTest::addRow("%d_bytes", size) << size;
     }
 }
 
@@ -78,9 +78,9 @@ void tst_FileDigest::a_changed_last_byte_changes_the_digest()
 void tst_FileDigest::what_cannot_be_opened_has_no_digest_and_is_told_to_the_debug_log_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("a missing file") << m_directory.filePath("missing");
-    QTest::newRow("a directory") << m_directory.path();
-    QTest::newRow("no path at all") << QString();
+    QTest::newRow("a_missing_file") << m_directory.filePath("missing");
+    QTest::newRow("a_directory") << m_directory.path();
+    QTest::newRow("no_path_at_all") << QString();
 }
 
 void tst_FileDigest::what_cannot_be_opened_has_no_digest_and_is_told_to_the_debug_log()

@@ -17,7 +17,7 @@ private slots:
     void init();
     void cleanupTestCase();
 
-    void without_the_settings_file_the_language_is_ENG_and_no_file_appears();
+    void without_the_settings_file_the_language_is_eng_and_no_file_appears();
     void the_language_is_read_from_the_settings_file_data();
     void the_language_is_read_from_the_settings_file();
     void a_changed_file_is_read_anew();
@@ -48,7 +48,7 @@ void tst_ProductSettings::WriteSettings(const QString &directory, const QByteArr
     QCOMPARE(file.write(content), qint64(content.size()));
 }
 
-void tst_ProductSettings::without_the_settings_file_the_language_is_ENG_and_no_file_appears()
+void tst_ProductSettings::without_the_settings_file_the_language_is_eng_and_no_file_appears()
 {
     QCOMPARE(InstallLanguage(), QString("ENG"));
     QVERIFY(!QFileInfo::exists(m_hostDirectory->filePath("Corvina.ini")));
@@ -58,14 +58,14 @@ void tst_ProductSettings::the_language_is_read_from_the_settings_file_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("language");
-    QTest::newRow("the key is there") << QByteArray("[System]\nDefInstallLang=DEU\n") << "DEU";
-    QTest::newRow("the key is missing") << QByteArray("[System]\nOther=DEU\n") << "ENG";
-    QTest::newRow("the group is missing") << QByteArray("[Quillon]\nEmail=a@b.example\n") << "ENG";
-    QTest::newRow("the key is in another group")
+    QTest::newRow("the_key_is_there") << QByteArray("[System]\nDefInstallLang=DEU\n") << "DEU";
+    QTest::newRow("the_key_is_missing") << QByteArray("[System]\nOther=DEU\n") << "ENG";
+    QTest::newRow("the_group_is_missing") << QByteArray("[Quillon]\nEmail=a@b.example\n") << "ENG";
+    QTest::newRow("the_key_is_in_another_group")
         << QByteArray("[Quillon]\nDefInstallLang=DEU\n") << "ENG";
-    QTest::newRow("the key is in no group") << QByteArray("DefInstallLang=DEU\n") << "ENG";
-    QTest::newRow("the file is empty") << QByteArray() << "ENG";
-    QTest::newRow("carriage returns at the ends of lines")
+    QTest::newRow("the_key_is_in_no_group") << QByteArray("DefInstallLang=DEU\n") << "ENG";
+    QTest::newRow("the_file_is_empty") << QByteArray() << "ENG";
+    QTest::newRow("carriage_returns_at_the_ends_of_lines")
         << QByteArray("[System]\r\nDefInstallLang=CHS\r\n") << "CHS";
 }
 

@@ -31,10 +31,9 @@ void tst_QuillonInit::the_directory_is_empty_when_the_module_is_loaded()
 void tst_QuillonInit::the_directory_is_returned_as_it_was_set_data()
 {
     QTest::addColumn<QString>("directory");
-    QTest::newRow("a folder") << "/home/user/.config/corvina";
-    QTest::newRow("another folder, which replaces it")
-        << QString::fromUtf8("C:/Users/Jörg/Corvina");
-    QTest::newRow("a trailing slash is not taken away") << "/tmp/";
+    QTest::newRow("a_folder") << "/home/user/.config/corvina";
+    QTest::newRow("another_folder_which_replaces_it") << QString::fromUtf8("C:/Users/Jörg/Corvina");
+    QTest::newRow("a_trailing_slash_is_not_taken_away") << "/tmp/";
     QTest::newRow("nothing") << QString();
 }
 
@@ -50,17 +49,17 @@ void tst_QuillonInit::a_style_sheet_is_returned_whole_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("text");
     const QByteArray accented = "/* für */\n";
-    QTest::newRow("several lines")
+    QTest::newRow("several_lines")
         << QByteArray("A {\n\tcolor: red;\n}\n") << "A {\n\tcolor: red;\n}\n";
-    QTest::newRow("carriage returns as line ends")
+    QTest::newRow("carriage_returns_as_line_ends")
         << QByteArray("A {\r\tcolor: red;\r}\r") << "A {\r\tcolor: red;\r}\r";
-    QTest::newRow("text in the system's own encoding")
+    QTest::newRow("text_in_the_systems_own_encoding")
         << accented << QString::fromLocal8Bit(accented);
-    QTest::newRow("a byte-order mark belongs to the encoding, not to the text")
+    QTest::newRow("a_byte_order_mark_belongs_to_the_encoding_not_to_the_text")
         << "\xef\xbb\xbf" + accented << QString::fromUtf8(accented);
-    QTest::newRow("more than one buffer of the reader")
+    QTest::newRow("more_than_one_buffer_of_the_reader")
         << QByteArray(100000, 'x') << QString(100000, QChar('x'));
-    QTest::newRow("an empty file") << QByteArray("") << QString();
+    QTest::newRow("an_empty_file") << QByteArray("") << QString();
 }
 
 void tst_QuillonInit::a_style_sheet_is_returned_whole()
@@ -76,8 +75,8 @@ void tst_QuillonInit::a_style_sheet_is_returned_whole()
 void tst_QuillonInit::the_modules_own_style_sheets_are_read_from_the_resources_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("normal density") << ":/Quillon/Resources/Quillon.qss";
-    QTest::newRow("pixel ratio 2") << ":/Quillon/Resources/Quillon_2x.qss";
+    QTest::newRow("normal_density") << ":/Quillon/Resources/Quillon.qss";
+    QTest::newRow("pixel_ratio_2") << ":/Quillon/Resources/Quillon_2x.qss";
 }
 
 void tst_QuillonInit::the_modules_own_style_sheets_are_read_from_the_resources()
@@ -92,10 +91,10 @@ void tst_QuillonInit::the_modules_own_style_sheets_are_read_from_the_resources()
 void tst_QuillonInit::a_style_sheet_that_cannot_be_opened_is_empty_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("a missing file") << m_directory.filePath("missing.qss");
-    QTest::newRow("a missing resource") << ":/Quillon/Resources/missing.qss";
-    QTest::newRow("a directory") << m_directory.path();
-    QTest::newRow("no path at all") << QString();
+    QTest::newRow("a_missing_file") << m_directory.filePath("missing.qss");
+    QTest::newRow("a_missing_resource") << ":/Quillon/Resources/missing.qss";
+    QTest::newRow("a_directory") << m_directory.path();
+    QTest::newRow("no_path_at_all") << QString();
 }
 
 void tst_QuillonInit::a_style_sheet_that_cannot_be_opened_is_empty()

@@ -24,9 +24,9 @@ void tst_UpdateInit::both_values_are_empty_when_the_module_is_loaded()
 void tst_UpdateInit::a_value_is_returned_as_it_was_set_data()
 {
     QTest::addColumn<QString>("value");
-    QTest::newRow("an address template") << "https://updates.example/check?pid=&version=&email=";
-    QTest::newRow("a version with blanks around it") << " 9.1.0.0 ";
-    QTest::newRow("text beyond ASCII") << QString::fromUtf8("für 更新 %20");
+    QTest::newRow("an_address_template") << "https://updates.example/check?pid=&version=&email=";
+    QTest::newRow("a_version_with_blanks_around_it") << " 9.1.0.0 ";
+    QTest::newRow("text_beyond_ascii") << QString::fromUtf8("für 更新 %20");
     QTest::newRow("nothing") << QString();
 }
 

@@ -86,38 +86,38 @@ private slots:
     void init();
 
     void a_fresh_dialog_is_570_by_250_frameless_modal_and_hidden();
-    void it_is_a_ShadowDialog_whose_signals_stand_in_the_order_that_hosts_rely_on();
+    void it_is_a_shadow_dialog_whose_signals_stand_in_the_order_that_hosts_rely_on();
     void the_controller_fills_the_dialog_inside_the_shadow();
     void the_parent_is_optional_and_owns_the_dialog();
     void a_signal_reaches_the_host_before_the_dialog_closes_data();
     void a_signal_reaches_the_host_before_the_dialog_closes();
-    void BeginInstall_leaves_the_dialog_open();
+    void begin_install_leaves_the_dialog_open();
     void closing_does_not_delete_the_dialog();
     void the_dialog_takes_the_size_that_a_page_asks_for_data();
     void the_dialog_takes_the_size_that_a_page_asks_for();
     void a_drag_moves_the_dialog_and_keeps_its_size();
-    void the_progress_pages_Close_button_gives_Close_and_closes_five_times();
-    void the_title_bars_close_on_the_progress_page_gives_Close_six_times();
-    void the_title_bars_close_on_the_version_page_gives_Close_once();
+    void the_progress_pages_close_button_gives_close_and_closes_five_times();
+    void the_title_bars_close_on_the_progress_page_gives_close_six_times();
+    void the_title_bars_close_on_the_version_page_gives_close_once();
     void the_title_bars_close_behind_a_failure_ends_what_still_runs();
     void other_ways_to_close_are_the_title_bars_data();
     void other_ways_to_close_are_the_title_bars();
     void the_hosts_own_close_gives_no_signal();
-    void the_host_may_delete_the_dialog_in_its_slot_for_Close_data();
-    void the_host_may_delete_the_dialog_in_its_slot_for_Close();
-    void the_hint_pages_Close_button_gives_Close_once();
-    void Remind_Me_Later_reaches_the_host_and_closes();
-    void LiveUpdate_shows_the_dialog_and_puts_each_argument_behind_its_key();
-    void LiveUpdate_without_arguments_sends_the_modules_own_values();
+    void the_host_may_delete_the_dialog_in_its_slot_for_close_data();
+    void the_host_may_delete_the_dialog_in_its_slot_for_close();
+    void the_hint_pages_close_button_gives_close_once();
+    void remind_me_later_reaches_the_host_and_closes();
+    void live_update_shows_the_dialog_and_puts_each_argument_behind_its_key();
+    void live_update_without_arguments_sends_the_modules_own_values();
     void a_newer_version_leads_to_the_version_page_of_640_by_320();
     void the_latest_version_leads_to_the_hint_page_of_640_by_270();
     void a_later_address_does_not_reach_a_dialog_that_exists();
     void a_later_configuration_directory_does_not_reach_a_dialog_that_exists();
     void a_later_version_does_reach_the_dialog();
-    void IsNeedUpdate_tells_whether_there_is_a_newer_version_data();
-    void IsNeedUpdate_tells_whether_there_is_a_newer_version();
-    void IsNeedUpdate_neither_shows_nor_changes_the_dialog();
-    void Install_without_an_agreed_package_does_nothing();
+    void is_need_update_tells_whether_there_is_a_newer_version_data();
+    void is_need_update_tells_whether_there_is_a_newer_version();
+    void is_need_update_neither_shows_nor_changes_the_dialog();
+    void install_without_an_agreed_package_does_nothing();
 
 private:
     UpdateMainImpl *Content() const { return m_dialog->findChild<UpdateMainImpl *>(); }
@@ -195,7 +195,7 @@ void tst_UpdateMain::a_fresh_dialog_is_570_by_250_frameless_modal_and_hidden()
     QVERIFY(qobject_cast<ProgressDisplay *>(CurrentPage()));
 }
 
-void tst_UpdateMain::it_is_a_ShadowDialog_whose_signals_stand_in_the_order_that_hosts_rely_on()
+void tst_UpdateMain::it_is_a_shadow_dialog_whose_signals_stand_in_the_order_that_hosts_rely_on()
 {
     QCOMPARE(UpdateMain::staticMetaObject.superClass(), &ShadowDialog::staticMetaObject);
     QCOMPARE(gOwnMethods(UpdateMain::staticMetaObject, QMetaMethod::Signal),
@@ -251,7 +251,7 @@ void tst_UpdateMain::a_signal_reaches_the_host_before_the_dialog_closes()
     QVERIFY(!m_dialog->isVisible());
 }
 
-void tst_UpdateMain::BeginInstall_leaves_the_dialog_open()
+void tst_UpdateMain::begin_install_leaves_the_dialog_open()
 {
     m_dialog->show();
     const Host host(m_dialog.data());
@@ -276,8 +276,8 @@ void tst_UpdateMain::closing_does_not_delete_the_dialog()
 void tst_UpdateMain::the_dialog_takes_the_size_that_a_page_asks_for_data()
 {
     QTest::addColumn<QSize>("size");
-    QTest::newRow("640 x 270") << QSize(640, 270);
-    QTest::newRow("640 x 320") << QSize(640, 320);
+    QTest::newRow("640_x_270") << QSize(640, 270);
+    QTest::newRow("640_x_320") << QSize(640, 320);
 }
 
 void tst_UpdateMain::the_dialog_takes_the_size_that_a_page_asks_for()
@@ -298,7 +298,7 @@ void tst_UpdateMain::a_drag_moves_the_dialog_and_keeps_its_size()
     QCOMPARE(m_dialog->geometry(), QRect(87, 115, 640, 270));
 }
 
-void tst_UpdateMain::the_progress_pages_Close_button_gives_Close_and_closes_five_times()
+void tst_UpdateMain::the_progress_pages_close_button_gives_close_and_closes_five_times()
 {
     Show<ProgressDisplay>();
     const Host host(m_dialog.data());
@@ -313,7 +313,7 @@ void tst_UpdateMain::the_progress_pages_Close_button_gives_Close_and_closes_five
     QVERIFY(!m_dialog->isVisible());
 }
 
-void tst_UpdateMain::the_title_bars_close_on_the_progress_page_gives_Close_six_times()
+void tst_UpdateMain::the_title_bars_close_on_the_progress_page_gives_close_six_times()
 {
     Show<ProgressDisplay>();
     const Host host(m_dialog.data());
@@ -324,7 +324,7 @@ void tst_UpdateMain::the_title_bars_close_on_the_progress_page_gives_Close_six_t
     QVERIFY(!m_dialog->isVisible());
 }
 
-void tst_UpdateMain::the_title_bars_close_on_the_version_page_gives_Close_once()
+void tst_UpdateMain::the_title_bars_close_on_the_version_page_gives_close_once()
 {
     Show<VersionDisplay>();
     const Host host(m_dialog.data());
@@ -353,8 +353,8 @@ void tst_UpdateMain::the_title_bars_close_behind_a_failure_ends_what_still_runs(
 void tst_UpdateMain::other_ways_to_close_are_the_title_bars_data()
 {
     QTest::addColumn<Way>("way");
-    QTest::newRow("Escape") << Way::Escape;
-    QTest::newRow("the system's, like Alt and F4") << Way::System;
+    QTest::newRow("escape") << Way::Escape;
+    QTest::newRow("the_systems_like_alt_and_f4") << Way::System;
 }
 
 void tst_UpdateMain::other_ways_to_close_are_the_title_bars()
@@ -376,15 +376,15 @@ void tst_UpdateMain::the_hosts_own_close_gives_no_signal()
     QVERIFY(!m_dialog->isVisible());
 }
 
-void tst_UpdateMain::the_host_may_delete_the_dialog_in_its_slot_for_Close_data()
+void tst_UpdateMain::the_host_may_delete_the_dialog_in_its_slot_for_close_data()
 {
     QTest::addColumn<Way>("way");
-    QTest::newRow("behind the title bar's button") << Way::TitleBar;
-    QTest::newRow("behind Escape") << Way::Escape;
-    QTest::newRow("behind the system's close") << Way::System;
+    QTest::newRow("behind_the_title_bars_button") << Way::TitleBar;
+    QTest::newRow("behind_escape") << Way::Escape;
+    QTest::newRow("behind_the_systems_close") << Way::System;
 }
 
-void tst_UpdateMain::the_host_may_delete_the_dialog_in_its_slot_for_Close()
+void tst_UpdateMain::the_host_may_delete_the_dialog_in_its_slot_for_close()
 {
     QFETCH(Way, way);
     Show<ProgressDisplay>();
@@ -393,7 +393,7 @@ void tst_UpdateMain::the_host_may_delete_the_dialog_in_its_slot_for_Close()
     QVERIFY(!m_dialog);
 }
 
-void tst_UpdateMain::the_hint_pages_Close_button_gives_Close_once()
+void tst_UpdateMain::the_hint_pages_close_button_gives_close_once()
 {
     Show<HintDisplay>();
     const Host host(m_dialog.data());
@@ -401,7 +401,7 @@ void tst_UpdateMain::the_hint_pages_Close_button_gives_Close_once()
     QCOMPARE(host.calls, QStringList({"Close", "closed"}));
 }
 
-void tst_UpdateMain::Remind_Me_Later_reaches_the_host_and_closes()
+void tst_UpdateMain::remind_me_later_reaches_the_host_and_closes()
 {
     Show<VersionDisplay>();
     const Host host(m_dialog.data());
@@ -410,7 +410,7 @@ void tst_UpdateMain::Remind_Me_Later_reaches_the_host_and_closes()
     QVERIFY(host.visibleAtFirstSignal);
 }
 
-void tst_UpdateMain::LiveUpdate_shows_the_dialog_and_puts_each_argument_behind_its_key()
+void tst_UpdateMain::live_update_shows_the_dialog_and_puts_each_argument_behind_its_key()
 {
     m_dialog->LiveUpdate("1", "2", "3");
     QVERIFY(m_dialog->isVisible());
@@ -419,7 +419,7 @@ void tst_UpdateMain::LiveUpdate_shows_the_dialog_and_puts_each_argument_behind_i
     QTRY_COMPARE(AskedFor(), QByteArray("/check?pid=1&version=2&email=3"));
 }
 
-void tst_UpdateMain::LiveUpdate_without_arguments_sends_the_modules_own_values()
+void tst_UpdateMain::live_update_without_arguments_sends_the_modules_own_values()
 {
     WriteEmail(m_directory->path(), "user@corvina.example");
     m_dialog.reset(new UpdateMain);
@@ -471,18 +471,18 @@ void tst_UpdateMain::a_later_version_does_reach_the_dialog()
     QTRY_COMPARE(AskedFor(), QByteArray("/check?pid=&version=9.1.0.1&email="));
 }
 
-void tst_UpdateMain::IsNeedUpdate_tells_whether_there_is_a_newer_version_data()
+void tst_UpdateMain::is_need_update_tells_whether_there_is_a_newer_version_data()
 {
     QTest::addColumn<QByteArray>("manifest");
     QTest::addColumn<int>("status");
     QTest::addColumn<bool>("needed");
-    QTest::newRow("a newer version") << newerVersion << 200 << true;
-    QTest::newRow("the latest version") << latestVersion << 200 << false;
-    QTest::newRow("an empty answer") << QByteArray() << 200 << false;
-    QTest::newRow("a failure") << newerVersion << 404 << false;
+    QTest::newRow("a_newer_version") << newerVersion << 200 << true;
+    QTest::newRow("the_latest_version") << latestVersion << 200 << false;
+    QTest::newRow("an_empty_answer") << QByteArray() << 200 << false;
+    QTest::newRow("a_failure") << newerVersion << 404 << false;
 }
 
-void tst_UpdateMain::IsNeedUpdate_tells_whether_there_is_a_newer_version()
+void tst_UpdateMain::is_need_update_tells_whether_there_is_a_newer_version()
 {
     QFETCH(QByteArray, manifest);
     QFETCH(int, status);
@@ -493,7 +493,7 @@ void tst_UpdateMain::IsNeedUpdate_tells_whether_there_is_a_newer_version()
     QCOMPARE(m_server->Requests().size(), 1);
 }
 
-void tst_UpdateMain::IsNeedUpdate_neither_shows_nor_changes_the_dialog()
+void tst_UpdateMain::is_need_update_neither_shows_nor_changes_the_dialog()
 {
     const Host host(m_dialog.data());
     QVERIFY(m_dialog->IsNeedUpdate());
@@ -503,7 +503,7 @@ void tst_UpdateMain::IsNeedUpdate_neither_shows_nor_changes_the_dialog()
     QCOMPARE(host.calls, QStringList());
 }
 
-void tst_UpdateMain::Install_without_an_agreed_package_does_nothing()
+void tst_UpdateMain::install_without_an_agreed_package_does_nothing()
 {
     m_dialog->show();
     const Host host(m_dialog.data());

@@ -42,11 +42,11 @@ class tst_CorvinaDemo : public QObject
 
 private slots:
     void init();
-    void WrongUsageNeedsNoDisplay_data();
-    void WrongUsageNeedsNoDisplay();
-    void TellsTheOutcomeOfASilentCheck_data();
-    void TellsTheOutcomeOfASilentCheck();
-    void EndsWithItsTimeOutWhileItWaits();
+    void wrong_usage_needs_no_display_data();
+    void wrong_usage_needs_no_display();
+    void tells_the_outcome_of_a_silent_check_data();
+    void tells_the_outcome_of_a_silent_check();
+    void ends_with_its_time_out_while_it_waits();
 
 private:
     void Run(QProcess &process, const QStringList &arguments,
@@ -73,22 +73,22 @@ void tst_CorvinaDemo::Run(QProcess &process, const QStringList &arguments, const
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
 }
 
-void tst_CorvinaDemo::WrongUsageNeedsNoDisplay_data()
+void tst_CorvinaDemo::wrong_usage_needs_no_display_data()
 {
     QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("an unknown option") << QStringList{"--fast"};
-    QTest::newRow("an argument that is no option") << QStringList{"update"};
-    QTest::newRow("an unknown check") << QStringList{"--check", "loud"};
-    QTest::newRow("an unknown answer") << QStringList{"--on-version", "yes"};
-    QTest::newRow("only some of the query values")
+    QTest::newRow("an_unknown_option") << QStringList{"--fast"};
+    QTest::newRow("an_argument_that_is_no_option") << QStringList{"update"};
+    QTest::newRow("an_unknown_check") << QStringList{"--check", "loud"};
+    QTest::newRow("an_unknown_answer") << QStringList{"--on-version", "yes"};
+    QTest::newRow("only_some_of_the_query_values")
         << QStringList{"--pid", "1", "--email", "a@b.example"};
-    QTest::newRow("a count of bytes that is none") << QStringList{"--close-at-bytes", "half"};
-    QTest::newRow("a negative time-out") << QStringList{"--timeout", "-1"};
-    QTest::newRow("a log file that cannot be written") << QStringList{"--log", "/"};
-    QTest::newRow("an authority that is none") << QStringList{"--ca", "/dev/null"};
+    QTest::newRow("a_count_of_bytes_that_is_none") << QStringList{"--close-at-bytes", "half"};
+    QTest::newRow("a_negative_time_out") << QStringList{"--timeout", "-1"};
+    QTest::newRow("a_log_file_that_cannot_be_written") << QStringList{"--log", "/"};
+    QTest::newRow("an_authority_that_is_none") << QStringList{"--ca", "/dev/null"};
 }
 
-void tst_CorvinaDemo::WrongUsageNeedsNoDisplay()
+void tst_CorvinaDemo::wrong_usage_needs_no_display()
 {
     QFETCH(QStringList, arguments);
     QProcess process;
@@ -101,17 +101,17 @@ void tst_CorvinaDemo::WrongUsageNeedsNoDisplay()
     QCOMPARE(events.constFirst().value(QStringLiteral("code")).toInt(), 2);
 }
 
-void tst_CorvinaDemo::TellsTheOutcomeOfASilentCheck_data()
+void tst_CorvinaDemo::tells_the_outcome_of_a_silent_check_data()
 {
     QTest::addColumn<QByteArray>("manifest");
     QTest::addColumn<bool>("needUpdate");
-    QTest::newRow("a manifest with an installer is an update")
+    QTest::newRow("a_manifest_with_an_installer_is_an_update")
         << QByteArray("<Update><ExeUrl_x64>http://127.0.0.1/setup.run</ExeUrl_x64></Update>")
         << true;
-    QTest::newRow("a manifest without an installer is none") << QByteArray("<Update/>") << false;
+    QTest::newRow("a_manifest_without_an_installer_is_none") << QByteArray("<Update/>") << false;
 }
 
-void tst_CorvinaDemo::TellsTheOutcomeOfASilentCheck()
+void tst_CorvinaDemo::tells_the_outcome_of_a_silent_check()
 {
     QFETCH(QByteArray, manifest);
     QFETCH(bool, needUpdate);
@@ -131,7 +131,7 @@ void tst_CorvinaDemo::TellsTheOutcomeOfASilentCheck()
     QCOMPARE(events.at(1).value(QStringLiteral("code")).toInt(-1), 0);
 }
 
-void tst_CorvinaDemo::EndsWithItsTimeOutWhileItWaits()
+void tst_CorvinaDemo::ends_with_its_time_out_while_it_waits()
 {
     // Nothing listens on port 9 of this machine, so the check fails and its hint waits for a click.
     QProcess process;

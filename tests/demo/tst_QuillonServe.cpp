@@ -28,28 +28,28 @@ class tst_QuillonServe : public QObject
 
 private slots:
     void initTestCase();
-    void PrintsItsAddressTemplateWhenReady();
-    void ChoosesTheManifestByVersion_data();
-    void ChoosesTheManifestByVersion();
-    void AnswersNotFoundWithoutAnyManifest();
-    void HeadTellsTheSizeWithoutABody();
-    void AnswersRanges_data();
-    void AnswersRanges();
-    void RefusesRangesOutsideTheFile_data();
-    void RefusesRangesOutsideTheFile();
-    void AnEmptyFileHasLengthZero();
-    void AMissingPackageIsNotFound();
-    void RedirectsTakeOnePrefixAway_data();
-    void RedirectsTakeOnePrefixAway();
-    void ServesNothingOutsideItsFolders_data();
-    void ServesNothingOutsideItsFolders();
-    void AllConnectionsShareTheRate();
-    void IdleConnectionsKeepNobodyWaiting();
-    void TheAccessLogHasNoQueries();
-    void EndsCleanlyInTheMiddleOfAnAnswer();
-    void RefusesWrongUsage_data();
-    void RefusesWrongUsage();
-    void ATakenPortIsAnError();
+    void prints_its_address_template_when_ready();
+    void chooses_the_manifest_by_version_data();
+    void chooses_the_manifest_by_version();
+    void answers_not_found_without_any_manifest();
+    void head_tells_the_size_without_a_body();
+    void answers_ranges_data();
+    void answers_ranges();
+    void refuses_ranges_outside_the_file_data();
+    void refuses_ranges_outside_the_file();
+    void an_empty_file_has_length_zero();
+    void a_missing_package_is_not_found();
+    void redirects_take_one_prefix_away_data();
+    void redirects_take_one_prefix_away();
+    void serves_nothing_outside_its_folders_data();
+    void serves_nothing_outside_its_folders();
+    void all_connections_share_the_rate();
+    void idle_connections_keep_nobody_waiting();
+    void the_access_log_has_no_queries();
+    void ends_cleanly_in_the_middle_of_an_answer();
+    void refuses_wrong_usage_data();
+    void refuses_wrong_usage();
+    void a_taken_port_is_an_error();
 
 private:
     QNetworkReply *Send(const QByteArray &verb, const QUrl &url, const QByteArray &range = {});
@@ -110,7 +110,7 @@ int tst_QuillonServe::Status(const std::unique_ptr<QNetworkReply> &reply)
     return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
-void tst_QuillonServe::PrintsItsAddressTemplateWhenReady()
+void tst_QuillonServe::prints_its_address_template_when_ready()
 {
     const ServeProcess server(m_directory.path());
     const QRegularExpression expected(
@@ -118,22 +118,22 @@ void tst_QuillonServe::PrintsItsAddressTemplateWhenReady()
     QVERIFY2(expected.match(server.Template()).hasMatch(), qUtf8Printable(server.Template()));
 }
 
-void tst_QuillonServe::ChoosesTheManifestByVersion_data()
+void tst_QuillonServe::chooses_the_manifest_by_version_data()
 {
     QTest::addColumn<QString>("query");
     QTest::addColumn<QByteArray>("manifest");
-    QTest::newRow("a version with a manifest of its own gets it")
+    QTest::newRow("a_version_with_a_manifest_of_its_own_gets_it")
         << "?pid=1&version=9.1.0.0&email=a@b" << QByteArray("<own/>");
-    QTest::newRow("any other version gets the common one")
+    QTest::newRow("any_other_version_gets_the_common_one")
         << "?pid=1&version=9.0.0.0&email=a@b" << QByteArray("<any/>");
-    QTest::newRow("no version gets the common one")
+    QTest::newRow("no_version_gets_the_common_one")
         << "?pid=&version=&email=" << QByteArray("<any/>");
-    QTest::newRow("a version with a path separator is no file name")
+    QTest::newRow("a_version_with_a_path_separator_is_no_file_name")
         << "?version=../manifests/9.1.0.0" << QByteArray("<any/>");
-    QTest::newRow("a version of dots is no file name") << "?version=.." << QByteArray("<any/>");
+    QTest::newRow("a_version_of_dots_is_no_file_name") << "?version=.." << QByteArray("<any/>");
 }
 
-void tst_QuillonServe::ChoosesTheManifestByVersion()
+void tst_QuillonServe::chooses_the_manifest_by_version()
 {
     QFETCH(QString, query);
     QFETCH(QByteArray, manifest);
@@ -145,14 +145,14 @@ void tst_QuillonServe::ChoosesTheManifestByVersion()
     QCOMPARE(reply->readAll(), manifest);
 }
 
-void tst_QuillonServe::AnswersNotFoundWithoutAnyManifest()
+void tst_QuillonServe::answers_not_found_without_any_manifest()
 {
     const QTemporaryDir bare;
     const ServeProcess server(bare.path());
     QCOMPARE(Status(Ask("GET", server.Url(QStringLiteral("/update?version=9.1.0.0")))), 404);
 }
 
-void tst_QuillonServe::HeadTellsTheSizeWithoutABody()
+void tst_QuillonServe::head_tells_the_size_without_a_body()
 {
     const ServeProcess server(m_directory.path());
     const auto reply = Ask("HEAD", server.Url(QStringLiteral("/packages/setup.run")));
@@ -163,33 +163,33 @@ void tst_QuillonServe::HeadTellsTheSizeWithoutABody()
     QCOMPARE(reply->readAll(), QByteArray());
 }
 
-void tst_QuillonServe::AnswersRanges_data()
+void tst_QuillonServe::answers_ranges_data()
 {
     QTest::addColumn<QByteArray>("range");
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("contentRange");
     QTest::addColumn<int>("first");
     QTest::addColumn<int>("length");
-    QTest::newRow("without a range the whole file comes")
+    QTest::newRow("without_a_range_the_whole_file_comes")
         << QByteArray() << 200 << QByteArray() << 0 << packageSize;
-    QTest::newRow("a closed range") << QByteArray("bytes=1000-70999") << 206
+    QTest::newRow("a_closed_range") << QByteArray("bytes=1000-70999") << 206
                                     << QByteArray("bytes 1000-70999/300001") << 1000 << 70000;
-    QTest::newRow("a single byte")
+    QTest::newRow("a_single_byte")
         << QByteArray("bytes=0-0") << 206 << QByteArray("bytes 0-0/300001") << 0 << 1;
-    QTest::newRow("an open range runs to the end")
+    QTest::newRow("an_open_range_runs_to_the_end")
         << QByteArray("bytes=299990-") << 206 << QByteArray("bytes 299990-300000/300001") << 299990
         << 11;
-    QTest::newRow("a range beyond the end is cut")
+    QTest::newRow("a_range_beyond_the_end_is_cut")
         << QByteArray("bytes=299990-400000") << 206 << QByteArray("bytes 299990-300000/300001")
         << 299990 << 11;
-    QTest::newRow("a suffix") << QByteArray("bytes=-5") << 206
+    QTest::newRow("a_suffix") << QByteArray("bytes=-5") << 206
                               << QByteArray("bytes 299996-300000/300001") << 299996 << 5;
-    QTest::newRow("a suffix longer than the file is the file")
+    QTest::newRow("a_suffix_longer_than_the_file_is_the_file")
         << QByteArray("bytes=-400000") << 206 << QByteArray("bytes 0-300000/300001") << 0
         << packageSize;
 }
 
-void tst_QuillonServe::AnswersRanges()
+void tst_QuillonServe::answers_ranges()
 {
     QFETCH(QByteArray, range);
     QFETCH(int, status);
@@ -205,21 +205,21 @@ void tst_QuillonServe::AnswersRanges()
     QVERIFY(reply->readAll() == m_package.mid(first, length));
 }
 
-void tst_QuillonServe::RefusesRangesOutsideTheFile_data()
+void tst_QuillonServe::refuses_ranges_outside_the_file_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QByteArray>("range");
     const QString package = QStringLiteral("/packages/setup.run");
-    QTest::newRow("from the end on") << package << QByteArray("bytes=300001-");
-    QTest::newRow("far beyond the end") << package << QByteArray("bytes=400000-500000");
+    QTest::newRow("from_the_end_on") << package << QByteArray("bytes=300001-");
+    QTest::newRow("far_beyond_the_end") << package << QByteArray("bytes=400000-500000");
     QTest::newRow("backwards") << package << QByteArray("bytes=20-10");
-    QTest::newRow("no bytes from the end") << package << QByteArray("bytes=-0");
-    QTest::newRow("several ranges") << package << QByteArray("bytes=0-1,5-6");
-    QTest::newRow("any of an empty file")
+    QTest::newRow("no_bytes_from_the_end") << package << QByteArray("bytes=-0");
+    QTest::newRow("several_ranges") << package << QByteArray("bytes=0-1,5-6");
+    QTest::newRow("any_of_an_empty_file")
         << QStringLiteral("/packages/empty") << QByteArray("bytes=0-");
 }
 
-void tst_QuillonServe::RefusesRangesOutsideTheFile()
+void tst_QuillonServe::refuses_ranges_outside_the_file()
 {
     QFETCH(QString, path);
     QFETCH(QByteArray, range);
@@ -229,7 +229,7 @@ void tst_QuillonServe::RefusesRangesOutsideTheFile()
     QCOMPARE(reply->readAll(), QByteArray());
 }
 
-void tst_QuillonServe::AnEmptyFileHasLengthZero()
+void tst_QuillonServe::an_empty_file_has_length_zero()
 {
     const ServeProcess server(m_directory.path());
     for (const char *verb : {"HEAD", "GET"}) {
@@ -240,7 +240,7 @@ void tst_QuillonServe::AnEmptyFileHasLengthZero()
     }
 }
 
-void tst_QuillonServe::AMissingPackageIsNotFound()
+void tst_QuillonServe::a_missing_package_is_not_found()
 {
     const ServeProcess server(m_directory.path());
     QCOMPARE(Status(Ask("HEAD", server.Url(QStringLiteral("/packages/none")))), 404);
@@ -248,22 +248,22 @@ void tst_QuillonServe::AMissingPackageIsNotFound()
     QCOMPARE(Status(Ask("GET", server.Url(QStringLiteral("/packages/empty folder")))), 404);
 }
 
-void tst_QuillonServe::RedirectsTakeOnePrefixAway_data()
+void tst_QuillonServe::redirects_take_one_prefix_away_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("location");
-    QTest::newRow("one prefix leads to the package")
+    QTest::newRow("one_prefix_leads_to_the_package")
         << "/redirect/packages/setup.run" << 302 << QByteArray("/packages/setup.run");
-    QTest::newRow("two prefixes lead to one") << "/redirect/redirect/packages/setup.run" << 302
+    QTest::newRow("two_prefixes_lead_to_one") << "/redirect/redirect/packages/setup.run" << 302
                                               << QByteArray("/redirect/packages/setup.run");
-    QTest::newRow("an address stays encoded")
+    QTest::newRow("an_address_stays_encoded")
         << "/redirect/packages/a%20b" << 302 << QByteArray("/packages/a%20b");
-    QTest::newRow("no redirect to another host")
+    QTest::newRow("no_redirect_to_another_host")
         << "/redirect//other.example/packages/x" << 404 << QByteArray();
 }
 
-void tst_QuillonServe::RedirectsTakeOnePrefixAway()
+void tst_QuillonServe::redirects_take_one_prefix_away()
 {
     QFETCH(QString, path);
     QFETCH(int, status);
@@ -276,19 +276,19 @@ void tst_QuillonServe::RedirectsTakeOnePrefixAway()
     }
 }
 
-void tst_QuillonServe::ServesNothingOutsideItsFolders_data()
+void tst_QuillonServe::serves_nothing_outside_its_folders_data()
 {
     QTest::addColumn<QByteArray>("target");
     QTest::newRow("dots") << QByteArray("/packages/../secret");
-    QTest::newRow("encoded dots") << QByteArray("/packages/%2e%2e/secret");
-    QTest::newRow("encoded separators") << QByteArray("/packages/..%2Fsecret");
-    QTest::newRow("dots further down") << QByteArray("/packages/empty%20folder/../../secret");
-    QTest::newRow("a link that leads out") << QByteArray("/packages/link");
-    QTest::newRow("an absolute path") << QByteArray("/packages//etc/passwd");
-    QTest::newRow("the folder itself") << QByteArray("/secret");
+    QTest::newRow("encoded_dots") << QByteArray("/packages/%2e%2e/secret");
+    QTest::newRow("encoded_separators") << QByteArray("/packages/..%2Fsecret");
+    QTest::newRow("dots_further_down") << QByteArray("/packages/empty%20folder/../../secret");
+    QTest::newRow("a_link_that_leads_out") << QByteArray("/packages/link");
+    QTest::newRow("an_absolute_path") << QByteArray("/packages//etc/passwd");
+    QTest::newRow("the_folder_itself") << QByteArray("/secret");
 }
 
-void tst_QuillonServe::ServesNothingOutsideItsFolders()
+void tst_QuillonServe::serves_nothing_outside_its_folders()
 {
     QFETCH(QByteArray, target);
     const ServeProcess server(m_directory.path());
@@ -301,7 +301,7 @@ void tst_QuillonServe::ServesNothingOutsideItsFolders()
     QVERIFY2(answer.startsWith("HTTP/1.1 404 "), answer.constData());
 }
 
-void tst_QuillonServe::AllConnectionsShareTheRate()
+void tst_QuillonServe::all_connections_share_the_rate()
 {
     const ServeProcess server(m_directory.path(),
                               {QStringLiteral("--rate"), QStringLiteral("1000000")});
@@ -318,7 +318,7 @@ void tst_QuillonServe::AllConnectionsShareTheRate()
     QVERIFY(other->readAll() == m_package);
 }
 
-void tst_QuillonServe::IdleConnectionsKeepNobodyWaiting()
+void tst_QuillonServe::idle_connections_keep_nobody_waiting()
 {
     const ServeProcess server(m_directory.path());
     std::vector<std::unique_ptr<QTcpSocket>> idle;
@@ -334,7 +334,7 @@ void tst_QuillonServe::IdleConnectionsKeepNobodyWaiting()
         QCOMPARE(socket->state(), QAbstractSocket::ConnectedState);
 }
 
-void tst_QuillonServe::TheAccessLogHasNoQueries()
+void tst_QuillonServe::the_access_log_has_no_queries()
 {
     ServeProcess server(m_directory.path());
     Ask("GET", server.Url(QStringLiteral("/update?pid=1&version=9.1.0.0&email=someone@b.example")));
@@ -348,7 +348,7 @@ void tst_QuillonServe::TheAccessLogHasNoQueries()
              (QList<QByteArray>{"GET /packages/setup.run bytes=0-9 206", "GET /update - 200"}));
 }
 
-void tst_QuillonServe::EndsCleanlyInTheMiddleOfAnAnswer()
+void tst_QuillonServe::ends_cleanly_in_the_middle_of_an_answer()
 {
     ServeProcess server(m_directory.path(), {QStringLiteral("--rate"), QStringLiteral("1000")});
     const std::unique_ptr<QNetworkReply> reply(
@@ -360,21 +360,21 @@ void tst_QuillonServe::EndsCleanlyInTheMiddleOfAnAnswer()
     QCOMPARE(server.Process().exitCode(), 0);
 }
 
-void tst_QuillonServe::RefusesWrongUsage_data()
+void tst_QuillonServe::refuses_wrong_usage_data()
 {
     QTest::addColumn<QStringList>("arguments");
     const QString directory = m_directory.path();
-    QTest::newRow("no folder") << QStringList();
-    QTest::newRow("a folder that is not there") << QStringList{directory + "/none"};
-    QTest::newRow("two folders") << QStringList{directory, directory};
-    QTest::newRow("an unknown option") << QStringList{directory, "--verbose"};
-    QTest::newRow("a port without number") << QStringList{directory, "--port"};
-    QTest::newRow("a port that is none") << QStringList{directory, "--port", "65536"};
-    QTest::newRow("a rate with a unit") << QStringList{directory, "--rate", "1k"};
-    QTest::newRow("a rate of nothing") << QStringList{directory, "--rate", "0"};
+    QTest::newRow("no_folder") << QStringList();
+    QTest::newRow("a_folder_that_is_not_there") << QStringList{directory + "/none"};
+    QTest::newRow("two_folders") << QStringList{directory, directory};
+    QTest::newRow("an_unknown_option") << QStringList{directory, "--verbose"};
+    QTest::newRow("a_port_without_number") << QStringList{directory, "--port"};
+    QTest::newRow("a_port_that_is_none") << QStringList{directory, "--port", "65536"};
+    QTest::newRow("a_rate_with_a_unit") << QStringList{directory, "--rate", "1k"};
+    QTest::newRow("a_rate_of_nothing") << QStringList{directory, "--rate", "0"};
 }
 
-void tst_QuillonServe::RefusesWrongUsage()
+void tst_QuillonServe::refuses_wrong_usage()
 {
     QFETCH(QStringList, arguments);
     QProcess process;
@@ -385,7 +385,7 @@ void tst_QuillonServe::RefusesWrongUsage()
     QCOMPARE(process.readAllStandardOutput(), QByteArray());
 }
 
-void tst_QuillonServe::ATakenPortIsAnError()
+void tst_QuillonServe::a_taken_port_is_an_error()
 {
     QTcpServer holder;
     QVERIFY(holder.listen(QHostAddress::LocalHost));

@@ -25,13 +25,13 @@ private:
 
 private slots:
     void initTestCase();
-    void theSecondLineOfOutputIsTheEncryptedTemplate();
-    void aRecordIsAnsweredWith200AndPrintedAsOneJsonLine();
-    void aRecordThatIsNoJsonIsPrintedAsText();
-    void anUntrustedServiceIsNotTalkedTo();
-    void tlsNeedsPortCertificateAndKey_data();
-    void tlsNeedsPortCertificateAndKey();
-    void aKeyThatDoesNotFitIsAnError();
+    void the_second_line_of_output_is_the_encrypted_template();
+    void a_record_is_answered_with200_and_printed_as_one_json_line();
+    void a_record_that_is_no_json_is_printed_as_text();
+    void an_untrusted_service_is_not_talked_to();
+    void tls_needs_port_certificate_and_key_data();
+    void tls_needs_port_certificate_and_key();
+    void a_key_that_does_not_fit_is_an_error();
 };
 
 QStringList tst_QuillonServeTls::TlsOptions() const
@@ -78,7 +78,7 @@ void tst_QuillonServeTls::initTestCase()
     manifest.write("<any/>");
 }
 
-void tst_QuillonServeTls::anUntrustedServiceIsNotTalkedTo()
+void tst_QuillonServeTls::an_untrusted_service_is_not_talked_to()
 {
     const TestCertificates strangers;
     ServeProcess service(m_directory.path(), {QStringLiteral("--tls-port"), QStringLiteral("0"),
@@ -88,7 +88,7 @@ void tst_QuillonServeTls::anUntrustedServiceIsNotTalkedTo()
     QCOMPARE(reply->error(), QNetworkReply::SslHandshakeFailedError);
 }
 
-void tst_QuillonServeTls::theSecondLineOfOutputIsTheEncryptedTemplate()
+void tst_QuillonServeTls::the_second_line_of_output_is_the_encrypted_template()
 {
     m_certificates.TrustAuthority();
     ServeProcess service(m_directory.path(), TlsOptions());
@@ -100,7 +100,7 @@ void tst_QuillonServeTls::theSecondLineOfOutputIsTheEncryptedTemplate()
     QCOMPARE(reply->readAll(), QByteArray("<any/>"));
 }
 
-void tst_QuillonServeTls::aRecordIsAnsweredWith200AndPrintedAsOneJsonLine()
+void tst_QuillonServeTls::a_record_is_answered_with200_and_printed_as_one_json_line()
 {
     ServeProcess service(m_directory.path(), TlsOptions());
     const auto reply =
@@ -118,7 +118,7 @@ void tst_QuillonServeTls::aRecordIsAnsweredWith200AndPrintedAsOneJsonLine()
     QCOMPARE(time.timeSpec(), Qt::UTC);
 }
 
-void tst_QuillonServeTls::aRecordThatIsNoJsonIsPrintedAsText()
+void tst_QuillonServeTls::a_record_that_is_no_json_is_printed_as_text()
 {
     ServeProcess service(m_directory.path(), TlsOptions());
     const auto reply = Get(gTlsAddress(service) + QStringLiteral("/tallow/visit/?data=half{"));
@@ -127,15 +127,15 @@ void tst_QuillonServeTls::aRecordThatIsNoJsonIsPrintedAsText()
              QStringLiteral("half{"));
 }
 
-void tst_QuillonServeTls::tlsNeedsPortCertificateAndKey_data()
+void tst_QuillonServeTls::tls_needs_port_certificate_and_key_data()
 {
     QTest::addColumn<int>("missing");
-    QTest::newRow("without the port") << 0;
-    QTest::newRow("without the certificate") << 2;
-    QTest::newRow("without the key") << 4;
+    QTest::newRow("without_the_port") << 0;
+    QTest::newRow("without_the_certificate") << 2;
+    QTest::newRow("without_the_key") << 4;
 }
 
-void tst_QuillonServeTls::tlsNeedsPortCertificateAndKey()
+void tst_QuillonServeTls::tls_needs_port_certificate_and_key()
 {
     QFETCH(int, missing);
     QStringList options = TlsOptions();
@@ -148,7 +148,7 @@ void tst_QuillonServeTls::tlsNeedsPortCertificateAndKey()
         "--tls-port, --cert and --key go together"));
 }
 
-void tst_QuillonServeTls::aKeyThatDoesNotFitIsAnError()
+void tst_QuillonServeTls::a_key_that_does_not_fit_is_an_error()
 {
     const TestCertificates others;
     QStringList options = TlsOptions();

@@ -44,26 +44,26 @@ private slots:
     void init();
     void cleanup();
 
-    void aFreshUpdateRunsTheInstallerThatItDownloaded();
-    void theHostHearsEverySignalOfAFreshUpdateInOrder();
-    void aKilledDownloadContinuesWhereItsStateStood();
-    void rangesThatAreCompleteAreNotAskedForAgain();
-    void aDeletedTargetStartsFromTheBeginning();
-    void everythingDownloadedButNotInPlaceIsPutInPlace();
-    void twoRedirectsLeadToThePackage();
-    void oneRedirectFailsWithoutTouchingAnything();
-    void aPackageOfNoBytesFails();
-    void aPackageOfFewerThanFiveBytesArrives();
-    void aKeptInstallerIsStartedOnYesWithoutAnyRequest();
-    void aKeptInstallerStaysKeptOnCancel();
-    void anInstallerPutOffIsOfferedByTheNextRun();
-    void closingADownloadGivesFiveCloseAndTheNextRunContinues();
-    void theTitleBarClosesADownloadWithSixClose();
-    void aSecondProcessLeavesTheDownloadOfTheFirstAlone();
-    void aLargePackageTakesAtMost64MiBOfMemory();
-    void remindMeLaterDownloadsNothing();
-    void noNewerVersionSaysSo();
-    void anUnreachableServiceSaysSo();
+    void a_fresh_update_runs_the_installer_that_it_downloaded();
+    void the_host_hears_every_signal_of_a_fresh_update_in_order();
+    void a_killed_download_continues_where_its_state_stood();
+    void ranges_that_are_complete_are_not_asked_for_again();
+    void a_deleted_target_starts_from_the_beginning();
+    void everything_downloaded_but_not_in_place_is_put_in_place();
+    void two_redirects_lead_to_the_package();
+    void one_redirect_fails_without_touching_anything();
+    void a_package_of_no_bytes_fails();
+    void a_package_of_fewer_than_five_bytes_arrives();
+    void a_kept_installer_is_started_on_yes_without_any_request();
+    void a_kept_installer_stays_kept_on_cancel();
+    void an_installer_put_off_is_offered_by_the_next_run();
+    void closing_a_download_gives_five_close_and_the_next_run_continues();
+    void the_title_bar_closes_a_download_with_six_close();
+    void a_second_process_leaves_the_download_of_the_first_alone();
+    void a_large_package_takes_at_most64_mi_b_of_memory();
+    void remind_me_later_downloads_nothing();
+    void no_newer_version_says_so();
+    void an_unreachable_service_says_so();
 };
 
 /// Runs an update that accepts the offer and answers the prompt as asked, to its end.
@@ -92,7 +92,7 @@ void tst_FullUpdate::cleanup()
     m_scene.reset();
 }
 
-void tst_FullUpdate::aFreshUpdateRunsTheInstallerThatItDownloaded()
+void tst_FullUpdate::a_fresh_update_runs_the_installer_that_it_downloaded()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(m_installer));
@@ -110,7 +110,7 @@ void tst_FullUpdate::aFreshUpdateRunsTheInstallerThatItDownloaded()
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()), gSorted(expected));
 }
 
-void tst_FullUpdate::theHostHearsEverySignalOfAFreshUpdateInOrder()
+void tst_FullUpdate::the_host_hears_every_signal_of_a_fresh_update_in_order()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(m_installer));
@@ -128,7 +128,7 @@ void tst_FullUpdate::theHostHearsEverySignalOfAFreshUpdateInOrder()
     QCOMPARE(last.value(QLatin1String("maximum")).toInt(), m_installer.size());
 }
 
-void tst_FullUpdate::aKilledDownloadContinuesWhereItsStateStood()
+void tst_FullUpdate::a_killed_download_continues_where_its_state_stood()
 {
     QVERIFY(m_scene->StartServer(5 * 1024 * 1024));
     QVERIFY(m_scene->PublishInstaller(m_installer));
@@ -166,7 +166,7 @@ void tst_FullUpdate::aKilledDownloadContinuesWhereItsStateStood()
     QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
 }
 
-void tst_FullUpdate::rangesThatAreCompleteAreNotAskedForAgain()
+void tst_FullUpdate::ranges_that_are_complete_are_not_asked_for_again()
 {
     const QByteArray content = gTestBytes(1000003);
     QVERIFY(m_scene->StartServer());
@@ -192,7 +192,7 @@ void tst_FullUpdate::rangesThatAreCompleteAreNotAskedForAgain()
     QCOMPARE(progress.last().value(QLatin1String("value")).toInt(), content.size());
 }
 
-void tst_FullUpdate::aDeletedTargetStartsFromTheBeginning()
+void tst_FullUpdate::a_deleted_target_starts_from_the_beginning()
 {
     const QByteArray content = gTestBytes(1000003);
     QVERIFY(m_scene->StartServer());
@@ -209,7 +209,7 @@ void tst_FullUpdate::aDeletedTargetStartsFromTheBeginning()
     QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), content);
 }
 
-void tst_FullUpdate::everythingDownloadedButNotInPlaceIsPutInPlace()
+void tst_FullUpdate::everything_downloaded_but_not_in_place_is_put_in_place()
 {
     const QByteArray content = gTestBytes(1000003);
     QVERIFY(m_scene->StartServer());
@@ -227,7 +227,7 @@ void tst_FullUpdate::everythingDownloadedButNotInPlaceIsPutInPlace()
     QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), content);
 }
 
-void tst_FullUpdate::twoRedirectsLeadToThePackage()
+void tst_FullUpdate::two_redirects_lead_to_the_package()
 {
     const QByteArray content = gTestBytes(1000003);
     QVERIFY(m_scene->StartServer());
@@ -240,7 +240,7 @@ void tst_FullUpdate::twoRedirectsLeadToThePackage()
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()).size(), rangeCount);
 }
 
-void tst_FullUpdate::oneRedirectFailsWithoutTouchingAnything()
+void tst_FullUpdate::one_redirect_fails_without_touching_anything()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(gTestBytes(1000003)));
@@ -255,7 +255,7 @@ void tst_FullUpdate::oneRedirectFailsWithoutTouchingAnything()
         !QFileInfo::exists(m_scene->site.Home() + QStringLiteral("/CvBreakResumeDownLoad.ini")));
 }
 
-void tst_FullUpdate::aPackageOfNoBytesFails()
+void tst_FullUpdate::a_package_of_no_bytes_fails()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(QByteArray()));
@@ -268,7 +268,7 @@ void tst_FullUpdate::aPackageOfNoBytesFails()
     QVERIFY(!QFileInfo::exists(m_scene->TargetPath()));
 }
 
-void tst_FullUpdate::aPackageOfFewerThanFiveBytesArrives()
+void tst_FullUpdate::a_package_of_fewer_than_five_bytes_arrives()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller("abc"));
@@ -279,7 +279,7 @@ void tst_FullUpdate::aPackageOfFewerThanFiveBytesArrives()
              QStringList{QStringLiteral("bytes=0-")});
 }
 
-void tst_FullUpdate::aKeptInstallerIsStartedOnYesWithoutAnyRequest()
+void tst_FullUpdate::a_kept_installer_is_started_on_yes_without_any_request()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(UpdateSite::Write(m_scene->InstalledPath(), m_installer));
@@ -296,7 +296,7 @@ void tst_FullUpdate::aKeptInstallerIsStartedOnYesWithoutAnyRequest()
                 .startsWith(QStringLiteral("A new version has been found in your device.")));
 }
 
-void tst_FullUpdate::aKeptInstallerStaysKeptOnCancel()
+void tst_FullUpdate::a_kept_installer_stays_kept_on_cancel()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(UpdateSite::Write(m_scene->InstalledPath(), m_installer));
@@ -314,7 +314,7 @@ void tst_FullUpdate::aKeptInstallerStaysKeptOnCancel()
     QVERIFY(!QFileInfo::exists(m_scene->site.Home() + QStringLiteral("/installed")));
 }
 
-void tst_FullUpdate::anInstallerPutOffIsOfferedByTheNextRun()
+void tst_FullUpdate::an_installer_put_off_is_offered_by_the_next_run()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(m_installer));
@@ -330,7 +330,7 @@ void tst_FullUpdate::anInstallerPutOffIsOfferedByTheNextRun()
     QCOMPARE(m_scene->server->Requests(), QStringList());
 }
 
-void tst_FullUpdate::closingADownloadGivesFiveCloseAndTheNextRunContinues()
+void tst_FullUpdate::closing_a_download_gives_five_close_and_the_next_run_continues()
 {
     QVERIFY(m_scene->StartServer(4 * 1024 * 1024));
     QVERIFY(m_scene->PublishInstaller(m_installer));
@@ -354,7 +354,7 @@ void tst_FullUpdate::closingADownloadGivesFiveCloseAndTheNextRunContinues()
     QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
 }
 
-void tst_FullUpdate::theTitleBarClosesADownloadWithSixClose()
+void tst_FullUpdate::the_title_bar_closes_a_download_with_six_close()
 {
     QVERIFY(m_scene->StartServer(4 * 1024 * 1024));
     QVERIFY(m_scene->PublishInstaller(m_installer));
@@ -368,7 +368,7 @@ void tst_FullUpdate::theTitleBarClosesADownloadWithSixClose()
     QCOMPARE(signalNames.count(QStringLiteral("Close")), rangeCount + 1);
 }
 
-void tst_FullUpdate::aSecondProcessLeavesTheDownloadOfTheFirstAlone()
+void tst_FullUpdate::a_second_process_leaves_the_download_of_the_first_alone()
 {
     QVERIFY(m_scene->StartServer(5 * 1024 * 1024));
     QVERIFY(m_scene->PublishInstaller(m_installer));
@@ -388,7 +388,7 @@ void tst_FullUpdate::aSecondProcessLeavesTheDownloadOfTheFirstAlone()
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()).size(), rangeCount);
 }
 
-void tst_FullUpdate::aLargePackageTakesAtMost64MiBOfMemory()
+void tst_FullUpdate::a_large_package_takes_at_most64_mi_b_of_memory()
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     QSKIP("a sanitizer needs memory of its own");
@@ -410,7 +410,7 @@ void tst_FullUpdate::aLargePackageTakesAtMost64MiBOfMemory()
     QVERIFY(most - idle <= 64 * 1024);
 }
 
-void tst_FullUpdate::remindMeLaterDownloadsNothing()
+void tst_FullUpdate::remind_me_later_downloads_nothing()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(m_installer));
@@ -426,7 +426,7 @@ void tst_FullUpdate::remindMeLaterDownloadsNothing()
                 .contains(QStringLiteral("<ol><li>Faster export</li><li>Fewer stalls</li></ol>")));
 }
 
-void tst_FullUpdate::noNewerVersionSaysSo()
+void tst_FullUpdate::no_newer_version_says_so()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->site.WriteManifest(QString()));
@@ -435,7 +435,7 @@ void tst_FullUpdate::noNewerVersionSaysSo()
              QStringLiteral("Your current version is the latest version!"));
 }
 
-void tst_FullUpdate::anUnreachableServiceSaysSo()
+void tst_FullUpdate::an_unreachable_service_says_so()
 {
     QVERIFY(m_scene->StartServer());
     m_scene->server->Stop();

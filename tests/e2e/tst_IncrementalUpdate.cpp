@@ -54,12 +54,12 @@ private slots:
     void init();
     void cleanup();
 
-    void aPatchAgainstTheKeptInstallerIsTheUpdate();
-    void theInstallerOfAFullUpdateIsTheBaseOfTheNextPatch();
-    void aKilledPatchDownloadContinuesWhereItsStateStood();
-    void aHostKilledWhilePatchingPatchesAgain();
-    void aDamagedPatchIsFollowedByTheFullPackage();
-    void aKeptInstallerWithAnotherChecksumLeadsToTheFullPackage();
+    void a_patch_against_the_kept_installer_is_the_update();
+    void the_installer_of_a_full_update_is_the_base_of_the_next_patch();
+    void a_killed_patch_download_continues_where_its_state_stood();
+    void a_host_killed_while_patching_patches_again();
+    void a_damaged_patch_is_followed_by_the_full_package();
+    void a_kept_installer_with_another_checksum_leads_to_the_full_package();
 };
 
 /// Publishes 9.2.0.0 to hosts of 9.1.0.0, with @p patch as the incremental package.
@@ -108,7 +108,7 @@ void tst_IncrementalUpdate::cleanup()
     m_scene.reset();
 }
 
-void tst_IncrementalUpdate::aPatchAgainstTheKeptInstallerIsTheUpdate()
+void tst_IncrementalUpdate::a_patch_against_the_kept_installer_is_the_update()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(Publish(m_patch));
@@ -123,7 +123,7 @@ void tst_IncrementalUpdate::aPatchAgainstTheKeptInstallerIsTheUpdate()
                           QStringLiteral("InstallStarted")}));
 }
 
-void tst_IncrementalUpdate::theInstallerOfAFullUpdateIsTheBaseOfTheNextPatch()
+void tst_IncrementalUpdate::the_installer_of_a_full_update_is_the_base_of_the_next_patch()
 {
     QVERIFY(QFile::remove(m_keptPath));
     QVERIFY(m_scene->StartServer());
@@ -145,7 +145,7 @@ void tst_IncrementalUpdate::theInstallerOfAFullUpdateIsTheBaseOfTheNextPatch()
     QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), third);
 }
 
-void tst_IncrementalUpdate::aKilledPatchDownloadContinuesWhereItsStateStood()
+void tst_IncrementalUpdate::a_killed_patch_download_continues_where_its_state_stood()
 {
     QVERIFY(m_scene->StartServer(256 * 1024));
     QVERIFY(Publish(m_patch));
@@ -164,7 +164,7 @@ void tst_IncrementalUpdate::aKilledPatchDownloadContinuesWhereItsStateStood()
     QCOMPARE(UpdateSite::Read(m_keptPath), m_newInstaller);
 }
 
-void tst_IncrementalUpdate::aHostKilledWhilePatchingPatchesAgain()
+void tst_IncrementalUpdate::a_host_killed_while_patching_patches_again()
 {
     const QTemporaryDir folder;
     QVERIFY(UseSlowPatchProgram(folder.path()));
@@ -185,7 +185,7 @@ void tst_IncrementalUpdate::aHostKilledWhilePatchingPatchesAgain()
     QCOMPARE(UpdateSite::Read(m_keptPath), m_newInstaller);
 }
 
-void tst_IncrementalUpdate::aDamagedPatchIsFollowedByTheFullPackage()
+void tst_IncrementalUpdate::a_damaged_patch_is_followed_by_the_full_package()
 {
     QByteArray damaged = m_patch;
     damaged.replace(damaged.size() / 2, 64, QByteArray(64, 'x'));
@@ -201,7 +201,7 @@ void tst_IncrementalUpdate::aDamagedPatchIsFollowedByTheFullPackage()
     QCOMPARE(m_scene->demo->Events(QStringLiteral("prompt")).size(), 1);
 }
 
-void tst_IncrementalUpdate::aKeptInstallerWithAnotherChecksumLeadsToTheFullPackage()
+void tst_IncrementalUpdate::a_kept_installer_with_another_checksum_leads_to_the_full_package()
 {
     QVERIFY(UpdateSite::Write(m_keptPath, m_oldInstaller + "x"));
     QVERIFY(m_scene->StartServer());

@@ -30,10 +30,10 @@ private:
 
 private slots:
     void initTestCase();
-    void theFullPackageArrivesFirst();
-    void theNextReleaseArrivesAsAPatch();
-    void theNewestVersionIsOfferedNothing();
-    void aHostThatDoesNotTrustTheServiceSaysSo();
+    void the_full_package_arrives_first();
+    void the_next_release_arrives_as_a_patch();
+    void the_newest_version_is_offered_nothing();
+    void a_host_that_does_not_trust_the_service_says_so();
 };
 
 bool tst_PublishedUpdate::Publish(const QString &version, const QStringList &previous)
@@ -92,7 +92,7 @@ void tst_PublishedUpdate::initTestCase()
                               m_nginx.Certificate().toPem()));
 }
 
-void tst_PublishedUpdate::theFullPackageArrivesFirst()
+void tst_PublishedUpdate::the_full_package_arrives_first()
 {
     const QString version = QStringLiteral("9.2.0.0");
     QVERIFY(Publish(version, {}));
@@ -105,7 +105,7 @@ void tst_PublishedUpdate::theFullPackageArrivesFirst()
     QCOMPARE(ReportedResults(), QList<int>{1});
 }
 
-void tst_PublishedUpdate::theNextReleaseArrivesAsAPatch()
+void tst_PublishedUpdate::the_next_release_arrives_as_a_patch()
 {
     const QString version = QStringLiteral("9.3.0.0");
     QVERIFY(Publish(version, {ReleaseDesk::Installer(QStringLiteral("9.2.0.0"))}));
@@ -117,14 +117,14 @@ void tst_PublishedUpdate::theNextReleaseArrivesAsAPatch()
     QCOMPARE(ReportedResults(), (QList<int>{1, 1}));
 }
 
-void tst_PublishedUpdate::theNewestVersionIsOfferedNothing()
+void tst_PublishedUpdate::the_newest_version_is_offered_nothing()
 {
     QCOMPARE(Update(QStringLiteral("9.3.0.0")), 0);
     QCOMPARE(m_host->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
              QStringLiteral("Your current version is the latest version!"));
 }
 
-void tst_PublishedUpdate::aHostThatDoesNotTrustTheServiceSaysSo()
+void tst_PublishedUpdate::a_host_that_does_not_trust_the_service_says_so()
 {
     m_host = std::make_unique<DemoProcess>(
         m_user->Home(), m_nginx.SecureUrl() + QStringLiteral("/update?pid=&version=&email="));

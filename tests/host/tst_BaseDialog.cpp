@@ -20,12 +20,12 @@ void tst_BaseDialog::the_modal_loop_returns_1_only_for_the_affirmative_answer_da
 {
     QTest::addColumn<Answer>("answer");
     QTest::addColumn<int>("result");
-    QTest::newRow("accepting gives 1") << Answer([](BaseDialog *box) { box->accept(); }) << 1;
-    QTest::newRow("rejecting gives 0") << Answer([](BaseDialog *box) { box->reject(); }) << 0;
-    QTest::newRow("closing gives 0") << Answer([](BaseDialog *box) { box->close(); }) << 0;
-    QTest::newRow("a code of another kind gives 0")
+    QTest::newRow("accepting_gives_1") << Answer([](BaseDialog *box) { box->accept(); }) << 1;
+    QTest::newRow("rejecting_gives_0") << Answer([](BaseDialog *box) { box->reject(); }) << 0;
+    QTest::newRow("closing_gives_0") << Answer([](BaseDialog *box) { box->close(); }) << 0;
+    QTest::newRow("a_code_of_another_kind_gives_0")
         << Answer([](BaseDialog *box) { box->done(7); }) << 0;
-    QTest::newRow("Escape gives 0")
+    QTest::newRow("escape_gives_0")
         << Answer([](BaseDialog *box) { QTest::keyClick(box, Qt::Key_Escape); }) << 0;
 }
 

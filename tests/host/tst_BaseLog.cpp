@@ -105,16 +105,16 @@ void tst_BaseLog::one_call_is_one_line_whatever_a_server_sent_data()
 {
     QTest::addColumn<QByteArray>("sent");
     QTest::addColumn<QString>("logged");
-    QTest::newRow("a line feed becomes a blank") << QByteArray("a\nb") << "a b";
-    QTest::newRow("carriage return and line feed become two") << QByteArray("a\r\nb") << "a  b";
-    QTest::newRow("a blank at the end stays") << QByteArray("a\n") << "a ";
-    QTest::newRow("a terminal's escape character becomes a blank")
+    QTest::newRow("a_line_feed_becomes_a_blank") << QByteArray("a\nb") << "a b";
+    QTest::newRow("carriage_return_and_line_feed_become_two") << QByteArray("a\r\nb") << "a  b";
+    QTest::newRow("a_blank_at_the_end_stays") << QByteArray("a\n") << "a ";
+    QTest::newRow("a_terminals_escape_character_becomes_a_blank")
         << QByteArray("\x1b[2J") << " [2J";
-    QTest::newRow("delete becomes a blank") << QByteArray("a\x7f") << "a ";
-    QTest::newRow("the next-line character becomes a blank") << QByteArray("a\xc2\x85z") << "a z";
-    QTest::newRow("the line separator becomes a blank") << QByteArray("a\xe2\x80\xa8z") << "a z";
-    QTest::newRow("a percent sign is no format") << QByteArray("%s%n%d") << "%s%n%d";
-    QTest::newRow("nothing is an empty line") << QByteArray("") << "";
+    QTest::newRow("delete_becomes_a_blank") << QByteArray("a\x7f") << "a ";
+    QTest::newRow("the_next_line_character_becomes_a_blank") << QByteArray("a\xc2\x85z") << "a z";
+    QTest::newRow("the_line_separator_becomes_a_blank") << QByteArray("a\xe2\x80\xa8z") << "a z";
+    QTest::newRow("a_percent_sign_is_no_format") << QByteArray("%s%n%d") << "%s%n%d";
+    QTest::newRow("nothing_is_an_empty_line") << QByteArray("") << "";
 }
 
 void tst_BaseLog::one_call_is_one_line_whatever_a_server_sent()

@@ -45,7 +45,7 @@ void tst_CvButton::every_state_has_a_look_of_its_own_data()
     QTest::addColumn<QColor>("background");
     QTest::addColumn<QColor>("border");
     QTest::newRow("normal") << Prepare([](CvButton *) {}) << QColor("#2A343F") << QColor("#3D4A57");
-    QTest::newRow("under the mouse") << Prepare([](CvButton *button) {
+    QTest::newRow("under_the_mouse") << Prepare([](CvButton *button) {
         // Moving the pointer itself reaches the button on some systems only.
         button->setAttribute(Qt::WA_UnderMouse);
         QMouseEvent move(QEvent::MouseMove, button->rect().center(), Qt::NoButton, Qt::NoButton,
@@ -56,7 +56,7 @@ void tst_CvButton::every_state_has_a_look_of_its_own_data()
                              << QColor("#61DED0") << QColor("#61DED0");
     QTest::newRow("disabled") << Prepare([](CvButton *button) { button->setEnabled(false); })
                               << QColor("#1F272F") << QColor("#2A343F");
-    QTest::newRow("with the focus") << Prepare([](CvButton *button) { button->setFocus(); })
+    QTest::newRow("with_the_focus") << Prepare([](CvButton *button) { button->setFocus(); })
                                     << QColor("#2A343F") << QColor("#61DED0");
     QTest::newRow("default") << Prepare([](CvButton *button) { button->setDefault(true); })
                              << QColor("#2A343F") << QColor("#61DED0");

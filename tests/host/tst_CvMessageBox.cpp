@@ -62,10 +62,10 @@ class tst_CvMessageBox : public QObject
 private slots:
     void the_buttons_are_those_asked_for_data();
     void the_buttons_are_those_asked_for();
-    void only_Yes_and_Ok_are_affirmative_data();
-    void only_Yes_and_Ok_are_affirmative();
-    void informationOk_tells_the_button_from_closing_data();
-    void informationOk_tells_the_button_from_closing();
+    void only_yes_and_ok_are_affirmative_data();
+    void only_yes_and_ok_are_affirmative();
+    void information_ok_tells_the_button_from_closing_data();
+    void information_ok_tells_the_button_from_closing();
     void a_prompt_of_the_update_fits_the_usual_size_data();
     void a_prompt_of_the_update_fits_the_usual_size();
     void a_longer_text_makes_the_box_grow();
@@ -85,11 +85,11 @@ void tst_CvMessageBox::the_buttons_are_those_asked_for_data()
 {
     QTest::addColumn<int>("buttons");
     QTest::addColumn<QStringList>("texts");
-    QTest::newRow("9 is the question box") << 9 << QStringList{"Yes", "Cancel"};
-    QTest::newRow("Ok alone") << int(CvMessageBox::Ok) << QStringList{"OK"};
-    QTest::newRow("Yes and No") << (CvMessageBox::Yes | CvMessageBox::No)
+    QTest::newRow("9_is_the_question_box") << 9 << QStringList{"Yes", "Cancel"};
+    QTest::newRow("ok_alone") << int(CvMessageBox::Ok) << QStringList{"OK"};
+    QTest::newRow("yes_and_no") << (CvMessageBox::Yes | CvMessageBox::No)
                                 << QStringList{"Yes", "No"};
-    QTest::newRow("all four") << 15 << QStringList{"Yes", "OK", "No", "Cancel"};
+    QTest::newRow("all_four") << 15 << QStringList{"Yes", "OK", "No", "Cancel"};
     QTest::newRow("none") << 0 << QStringList();
 }
 
@@ -106,29 +106,29 @@ void tst_CvMessageBox::the_buttons_are_those_asked_for()
     QCOMPARE(found, texts);
 }
 
-void tst_CvMessageBox::only_Yes_and_Ok_are_affirmative_data()
+void tst_CvMessageBox::only_yes_and_ok_are_affirmative_data()
 {
     QTest::addColumn<int>("buttons");
     QTest::addColumn<Answer>("answer");
     QTest::addColumn<int>("result");
     const int yesNo = CvMessageBox::Yes | CvMessageBox::No;
     const int okCancel = CvMessageBox::Ok | CvMessageBox::Cancel;
-    QTest::newRow("Return answers Yes") << question << Press(Qt::Key_Return) << 1;
-    QTest::newRow("Enter answers Yes") << question << Press(Qt::Key_Enter) << 1;
-    QTest::newRow("Return answers Ok") << okCancel << Press(Qt::Key_Return) << 1;
-    QTest::newRow("Escape cancels") << question << Press(Qt::Key_Escape) << 0;
-    QTest::newRow("Tab and Return cancel") << question << Answer([](QWidget *box) {
+    QTest::newRow("return_answers_yes") << question << Press(Qt::Key_Return) << 1;
+    QTest::newRow("enter_answers_yes") << question << Press(Qt::Key_Enter) << 1;
+    QTest::newRow("return_answers_ok") << okCancel << Press(Qt::Key_Return) << 1;
+    QTest::newRow("escape_cancels") << question << Press(Qt::Key_Escape) << 0;
+    QTest::newRow("tab_and_return_cancel") << question << Answer([](QWidget *box) {
         QTest::keyClick(box->focusWidget(), Qt::Key_Tab);
         QTest::keyClick(box->focusWidget(), Qt::Key_Return);
     }) << 0;
-    QTest::newRow("a click on Yes") << question << Click("CvMessageBox_YesBtn") << 1;
-    QTest::newRow("a click on Ok") << okCancel << Click("CvMessageBox_OkBtn") << 1;
-    QTest::newRow("a click on No") << yesNo << Click("CvMessageBox_NoBtn") << 0;
-    QTest::newRow("a click on Cancel") << question << Click("CvMessageBox_CancelBtn") << 0;
-    QTest::newRow("closing the box") << question << Answer([](QWidget *box) { box->close(); }) << 0;
+    QTest::newRow("a_click_on_yes") << question << Click("CvMessageBox_YesBtn") << 1;
+    QTest::newRow("a_click_on_ok") << okCancel << Click("CvMessageBox_OkBtn") << 1;
+    QTest::newRow("a_click_on_no") << yesNo << Click("CvMessageBox_NoBtn") << 0;
+    QTest::newRow("a_click_on_cancel") << question << Click("CvMessageBox_CancelBtn") << 0;
+    QTest::newRow("closing_the_box") << question << Answer([](QWidget *box) { box->close(); }) << 0;
 }
 
-void tst_CvMessageBox::only_Yes_and_Ok_are_affirmative()
+void tst_CvMessageBox::only_yes_and_ok_are_affirmative()
 {
     QFETCH(int, buttons);
     QFETCH(Answer, answer);
@@ -144,18 +144,18 @@ void tst_CvMessageBox::only_Yes_and_Ok_are_affirmative()
     QCOMPARE(box.DoModal(), result);
 }
 
-void tst_CvMessageBox::informationOk_tells_the_button_from_closing_data()
+void tst_CvMessageBox::information_ok_tells_the_button_from_closing_data()
 {
     QTest::addColumn<Answer>("answer");
     QTest::addColumn<int>("result");
-    QTest::newRow("Return is Ok") << Press(Qt::Key_Return) << int(CvMessageBox::Ok);
-    QTest::newRow("a click is Ok") << Click("CvMessageBox_OkBtn") << int(CvMessageBox::Ok);
-    QTest::newRow("Escape is Cancel") << Press(Qt::Key_Escape) << int(CvMessageBox::Cancel);
-    QTest::newRow("closing is Cancel")
+    QTest::newRow("return_is_ok") << Press(Qt::Key_Return) << int(CvMessageBox::Ok);
+    QTest::newRow("a_click_is_ok") << Click("CvMessageBox_OkBtn") << int(CvMessageBox::Ok);
+    QTest::newRow("escape_is_cancel") << Press(Qt::Key_Escape) << int(CvMessageBox::Cancel);
+    QTest::newRow("closing_is_cancel")
         << Answer([](QWidget *box) { box->close(); }) << int(CvMessageBox::Cancel);
 }
 
-void tst_CvMessageBox::informationOk_tells_the_button_from_closing()
+void tst_CvMessageBox::information_ok_tells_the_button_from_closing()
 {
     QFETCH(Answer, answer);
     QFETCH(int, result);
@@ -180,10 +180,10 @@ void tst_CvMessageBox::informationOk_tells_the_button_from_closing()
 void tst_CvMessageBox::a_prompt_of_the_update_fits_the_usual_size_data()
 {
     QTest::addColumn<QString>("prompt");
-    QTest::newRow("after a download")
+    QTest::newRow("after_a_download")
         << "Download completed. However, the program is running. Please click Yes to terminate the "
            "program and install the new version. Click Cancel to install it next time.";
-    QTest::newRow("with a package kept from before")
+    QTest::newRow("with_a_package_kept_from_before")
         << "A new version has been found in your device. However, the program is running. Please "
            "click "
            "Yes to terminate the program and install the new version. Click Cancel to install it "
@@ -224,9 +224,9 @@ void tst_CvMessageBox::the_buttons_stand_where_the_alignment_puts_them_data()
 {
     QTest::addColumn<int>("alignment");
     QTest::addColumn<int>("leftOverRight");
-    QTest::newRow("on the left") << int(Qt::AlignLeft) << -1;
-    QTest::newRow("in the middle") << int(Qt::AlignHCenter) << 0;
-    QTest::newRow("on the right") << int(Qt::AlignRight) << 1;
+    QTest::newRow("on_the_left") << int(Qt::AlignLeft) << -1;
+    QTest::newRow("in_the_middle") << int(Qt::AlignHCenter) << 0;
+    QTest::newRow("on_the_right") << int(Qt::AlignRight) << 1;
 }
 
 void tst_CvMessageBox::the_buttons_stand_where_the_alignment_puts_them()
@@ -306,8 +306,8 @@ void tst_CvMessageBox::the_box_is_dragged_by_its_title_only_data()
 {
     QTest::addColumn<QString>("label");
     QTest::addColumn<QPoint>("moved");
-    QTest::newRow("by the title") << "CvMessageBox_TitleLabel" << QPoint(30, -20);
-    QTest::newRow("not by the text") << "CvMessageBox_TextLabel" << QPoint(0, 0);
+    QTest::newRow("by_the_title") << "CvMessageBox_TitleLabel" << QPoint(30, -20);
+    QTest::newRow("not_by_the_text") << "CvMessageBox_TextLabel" << QPoint(0, 0);
 }
 
 void tst_CvMessageBox::the_box_is_dragged_by_its_title_only()

@@ -26,11 +26,11 @@ void tst_CvPaths::an_ordinary_folder_is_writeable_and_stays_as_it_was()
 void tst_CvPaths::what_is_not_a_writeable_folder_is_told_so_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("a folder that does not exist") << "/no/such/folder";
-    QTest::newRow("a file") << QCoreApplication::applicationFilePath();
-    QTest::newRow("no path at all") << QString();
+    QTest::newRow("a_folder_that_does_not_exist") << "/no/such/folder";
+    QTest::newRow("a_file") << QCoreApplication::applicationFilePath();
+    QTest::newRow("no_path_at_all") << QString();
     if (QDir(QStringLiteral("/proc/self")).exists())
-        QTest::newRow("a folder in which even the administrator creates nothing") << "/proc/self";
+        QTest::newRow("a_folder_in_which_even_the_administrator_creates_nothing") << "/proc/self";
 }
 
 void tst_CvPaths::what_is_not_a_writeable_folder_is_told_so()

@@ -108,19 +108,19 @@ void tst_HvUtilities::an_entry_is_found_by_key_and_language_data()
     QTest::addColumn<QString>("key");
     QTest::addColumn<QString>("language");
     QTest::addColumn<QString>("value");
-    QTest::newRow("the language's own entry comes first") << "PID"
-                                                          << "DEU"
-                                                          << "10002";
-    QTest::newRow("other languages share the entry without one") << "PID"
+    QTest::newRow("the_languages_own_entry_comes_first") << "PID"
+                                                         << "DEU"
+                                                         << "10002";
+    QTest::newRow("other_languages_share_the_entry_without_one") << "PID"
                                                                  << "ENG"
                                                                  << "10001";
-    QTest::newRow("no language reads the shared entry") << "PID"
+    QTest::newRow("no_language_reads_the_shared_entry") << "PID"
                                                         << ""
                                                         << "10001";
-    QTest::newRow("of two entries the last counts") << "Twice"
+    QTest::newRow("of_two_entries_the_last_counts") << "Twice"
                                                     << "ENG"
                                                     << "last";
-    QTest::newRow("characters beyond ASCII arrive") << "Text"
+    QTest::newRow("characters_beyond_ascii_arrive") << "Text"
                                                     << "ENG" << QString::fromUtf8("Grüße & 你");
 }
 
@@ -136,13 +136,13 @@ void tst_HvUtilities::what_is_not_in_the_store_leaves_the_buffer_alone_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<QString>("language");
-    QTest::newRow("an unknown key") << "Nothing"
+    QTest::newRow("an_unknown_key") << "Nothing"
                                     << "ENG";
-    QTest::newRow("a key in another case") << "pid"
+    QTest::newRow("a_key_in_another_case") << "pid"
                                            << "ENG";
-    QTest::newRow("an entry of another language") << "OnlyDEU"
+    QTest::newRow("an_entry_of_another_language") << "OnlyDEU"
                                                   << "ENG";
-    QTest::newRow("an entry inside a foreign element") << "Hidden"
+    QTest::newRow("an_entry_inside_a_foreign_element") << "Hidden"
                                                        << "ENG";
 }
 
@@ -160,10 +160,10 @@ void tst_HvUtilities::a_value_is_cut_to_the_buffer_data()
     QTest::addColumn<QString>("key");
     QTest::addColumn<int>("units");
     QTest::addColumn<QString>("value");
-    QTest::newRow("just large enough") << "PID" << 6 << "10001";
-    QTest::newRow("one unit too small") << "PID" << 5 << "1000";
-    QTest::newRow("room for the terminating zero only") << "PID" << 1 << "";
-    QTest::newRow("an empty value") << "Empty" << 16 << "";
+    QTest::newRow("just_large_enough") << "PID" << 6 << "10001";
+    QTest::newRow("one_unit_too_small") << "PID" << 5 << "1000";
+    QTest::newRow("room_for_the_terminating_zero_only") << "PID" << 1 << "";
+    QTest::newRow("an_empty_value") << "Empty" << 16 << "";
 }
 
 void tst_HvUtilities::a_value_is_cut_to_the_buffer()
@@ -193,17 +193,17 @@ void tst_HvUtilities::a_file_that_is_no_store_gives_zero_and_empties_the_store_d
 {
     QTest::addColumn<QByteArray>("content");
     QTest::newRow("nothing") << QByteArray();
-    QTest::newRow("not XML") << QByteArray("PID=10001\n");
-    QTest::newRow("cut off") << QByteArray("<Customization><Entry key='PID'>10001</Entry><Ent");
-    QTest::newRow("a tag is not closed")
+    QTest::newRow("not_xml") << QByteArray("PID=10001\n");
+    QTest::newRow("cut_off") << QByteArray("<Customization><Entry key='PID'>10001</Entry><Ent");
+    QTest::newRow("a_tag_is_not_closed")
         << QByteArray("<Customization><Entry key='PID'>1</Customization>");
-    QTest::newRow("an entry holds an element")
+    QTest::newRow("an_entry_holds_an_element")
         << QByteArray("<Customization><Entry key='PID'><b>1</b></Entry></Customization>");
-    QTest::newRow("another root element")
+    QTest::newRow("another_root_element")
         << QByteArray("<Other><Entry key='PID'>10001</Entry></Other>");
-    QTest::newRow("a second root element")
+    QTest::newRow("a_second_root_element")
         << QByteArray("<Customization><Entry key='PID'>1</Entry></Customization><Customization/>");
-    QTest::newRow("bytes that are no UTF-8")
+    QTest::newRow("bytes_that_are_no_utf_8")
         << QByteArray("<Customization><Entry key='PID'>\xff\xfe</Entry></Customization>");
 }
 

@@ -16,13 +16,13 @@ void tst_ResourcePath::the_screen_chooses_the_variant_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("denseVariant");
-    QTest::newRow("the suffix goes before the extension") << ":/Quillon/Resources/Quillon.qss"
+    QTest::newRow("the_suffix_goes_before_the_extension") << ":/Quillon/Resources/Quillon.qss"
                                                           << ":/Quillon/Resources/Quillon_2x.qss";
-    QTest::newRow("only the last dot begins the extension") << "a/b.old.png"
+    QTest::newRow("only_the_last_dot_begins_the_extension") << "a/b.old.png"
                                                             << "a/b.old_2x.png";
-    QTest::newRow("a dot in a folder's name is no extension") << "a.b/close"
-                                                              << "a.b/close_2x";
-    QTest::newRow("a name without an extension gets the suffix at its end") << "close"
+    QTest::newRow("a_dot_in_a_folders_name_is_no_extension") << "a.b/close"
+                                                             << "a.b/close_2x";
+    QTest::newRow("a_name_without_an_extension_gets_the_suffix_at_its_end") << "close"
                                                                             << "close_2x";
 }
 

@@ -72,8 +72,8 @@ void tst_ShadowDialog::the_window_is_frameless_and_see_through()
 void tst_ShadowDialog::the_shadow_fades_out_before_the_window_ends_data()
 {
     QTest::addColumn<Qt::Edge>("edge");
-    QTest::newRow("on the left") << Qt::LeftEdge;
-    QTest::newRow("on the right") << Qt::RightEdge;
+    QTest::newRow("on_the_left") << Qt::LeftEdge;
+    QTest::newRow("on_the_right") << Qt::RightEdge;
     QTest::newRow("above") << Qt::TopEdge;
     QTest::newRow("below") << Qt::BottomEdge;
 }

@@ -15,17 +15,17 @@ class tst_Kill : public QObject
 private slots:
     void init() { m_tally = Tally(Tally::Talk::Failures); }
 
-    void ADownloadKilledAtASystemCallGoesOn();
-    void ADownloadKilledAtAnyMomentGoesOn();
-    void AWriteThatFailsIsToldOrOvercome();
-    void AFullDiskIsTold();
-    void ALossOfPowerCostsWhatWasNotFlushed();
+    void a_download_killed_at_a_system_call_goes_on();
+    void a_download_killed_at_any_moment_goes_on();
+    void a_write_that_fails_is_told_or_overcome();
+    void a_full_disk_is_told();
+    void a_loss_of_power_costs_what_was_not_flushed();
 
 private:
     Tally m_tally{Tally::Talk::Failures};
 };
 
-void tst_Kill::ADownloadKilledAtASystemCallGoesOn()
+void tst_Kill::a_download_killed_at_a_system_call_goes_on()
 {
     if (!KillScene::Untraceable().isEmpty()) {
         QSKIP(KillScene::Untraceable().constData());
@@ -35,7 +35,7 @@ void tst_Kill::ADownloadKilledAtASystemCallGoesOn()
     QVERIFY(m_tally.Kills() > 0);
 }
 
-void tst_Kill::ADownloadKilledAtAnyMomentGoesOn()
+void tst_Kill::a_download_killed_at_any_moment_goes_on()
 {
     if (!KillScene::Untraceable().isEmpty()) {
         QSKIP(KillScene::Untraceable().constData());
@@ -45,7 +45,7 @@ void tst_Kill::ADownloadKilledAtAnyMomentGoesOn()
     QCOMPARE(m_tally.Kills(), 2);
 }
 
-void tst_Kill::AWriteThatFailsIsToldOrOvercome()
+void tst_Kill::a_write_that_fails_is_told_or_overcome()
 {
     if (!KillScene::Untraceable().isEmpty()) {
         QSKIP(KillScene::Untraceable().constData());
@@ -54,7 +54,7 @@ void tst_Kill::AWriteThatFailsIsToldOrOvercome()
     QCOMPARE(m_tally.Failures(), 0);
 }
 
-void tst_Kill::AFullDiskIsTold()
+void tst_Kill::a_full_disk_is_told()
 {
     if (!KillScene::Untraceable().isEmpty()) {
         QSKIP(KillScene::Untraceable().constData());
@@ -67,7 +67,7 @@ void tst_Kill::AFullDiskIsTold()
     }
 }
 
-void tst_Kill::ALossOfPowerCostsWhatWasNotFlushed()
+void tst_Kill::a_loss_of_power_costs_what_was_not_flushed()
 {
     constexpr int moments = 20;
 

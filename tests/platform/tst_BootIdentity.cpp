@@ -7,10 +7,10 @@ class tst_BootIdentity : public QObject
     Q_OBJECT
 
 private slots:
-    void ItIsTheSameEveryTime();
+    void it_is_the_same_every_time();
 };
 
-void tst_BootIdentity::ItIsTheSameEveryTime()
+void tst_BootIdentity::it_is_the_same_every_time()
 {
     const QString boot = gBootIdentity();
     QVERIFY(!boot.isEmpty());

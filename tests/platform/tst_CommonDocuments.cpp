@@ -63,9 +63,9 @@ void tst_CommonDocuments::a_folder_that_cannot_be_created_gives_nothing()
 void tst_CommonDocuments::the_name_has_forward_slashes_and_no_trailing_one_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("a name with a blank") << "shared documents";
-    QTest::newRow("a name beyond ASCII") << QString::fromUtf8("gemeinsame Dokumente für alle");
-    QTest::newRow("a slash at its end") << "data/";
+    QTest::newRow("a_name_with_a_blank") << "shared documents";
+    QTest::newRow("a_name_beyond_ascii") << QString::fromUtf8("gemeinsame Dokumente für alle");
+    QTest::newRow("a_slash_at_its_end") << "data/";
 }
 
 void tst_CommonDocuments::the_name_has_forward_slashes_and_no_trailing_one()

@@ -116,10 +116,10 @@ void tst_DetachedProcess::the_process_outlives_its_starter_and_shares_no_output_
 void tst_DetachedProcess::what_cannot_be_started_gives_false_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("a missing file") << "missing";
-    QTest::newRow("a directory") << ".";
-    QTest::newRow("a file in no executable format") << "text";
-    QTest::newRow("an empty file") << "empty";
+    QTest::newRow("a_missing_file") << "missing";
+    QTest::newRow("a_directory") << ".";
+    QTest::newRow("a_file_in_no_executable_format") << "text";
+    QTest::newRow("an_empty_file") << "empty";
 }
 
 void tst_DetachedProcess::what_cannot_be_started_gives_false()

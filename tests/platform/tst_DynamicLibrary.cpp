@@ -31,7 +31,7 @@ private slots:
     void a_loaded_library_stays();
     void a_failed_load_can_be_repeated();
     void the_library_leaves_the_process_with_the_object();
-    void a_path_beyond_ASCII_is_found();
+    void a_path_beyond_ascii_is_found();
 
 private:
     QTemporaryDir m_directory;
@@ -67,10 +67,10 @@ void tst_DynamicLibrary::nothing_resolves_before_a_library_is_loaded()
 void tst_DynamicLibrary::what_is_no_library_is_not_loaded_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("a missing file") << "missing.dll";
-    QTest::newRow("a text") << "text.dll";
-    QTest::newRow("an empty file") << "empty.dll";
-    QTest::newRow("a directory") << ".";
+    QTest::newRow("a_missing_file") << "missing.dll";
+    QTest::newRow("a_text") << "text.dll";
+    QTest::newRow("an_empty_file") << "empty.dll";
+    QTest::newRow("a_directory") << ".";
 }
 
 void tst_DynamicLibrary::what_is_no_library_is_not_loaded()
@@ -115,7 +115,7 @@ void tst_DynamicLibrary::the_library_leaves_the_process_with_the_object()
     QVERIFY(!gIsInProcess(library));
 }
 
-void tst_DynamicLibrary::a_path_beyond_ASCII_is_found()
+void tst_DynamicLibrary::a_path_beyond_ascii_is_found()
 {
     const QString copy = m_directory.filePath(QString::fromUtf8("für alle.dll"));
     QVERIFY(QFile::copy(library, copy));

@@ -86,20 +86,20 @@ void tst_FileVersion::the_text_of_the_version_resource_is_returned_data()
     const PeBuilder usual = PeBuilder::WithFileVersion(version);
     const QString accented = QString::fromUtf8("9.1.0.0 \"β\" für 😀");
 
-    QTest::newRow("PE32+, US English, Unicode") << usual.Build() << version;
-    QTest::newRow("PE32") << PeBuilder(usual).SetFormat(PeBuilder::Format::Pe32).Build() << version;
-    QTest::newRow("the translations stand before the strings")
+    QTest::newRow("pe32_plus_us_english_unicode") << usual.Build() << version;
+    QTest::newRow("pe32") << PeBuilder(usual).SetFormat(PeBuilder::Format::Pe32).Build() << version;
+    QTest::newRow("the_translations_stand_before_the_strings")
         << PeBuilder(usual).PutTranslationsFirst().Build() << version;
-    QTest::newRow("translation 0x804, 0x3a8 leads to the table 080403a8")
+    QTest::newRow("translation_0x804_0x3a8_leads_to_the_table_080403a8")
         << PeBuilder()
                .AddTranslation(0x804, 0x3a8)
                .AddString("080403a8", "FileVersion", "9.2")
                .Build()
         << "9.2";
-    QTest::newRow("numbers are written with four digits")
+    QTest::newRow("numbers_are_written_with_four_digits")
         << PeBuilder().AddTranslation(0, 0).AddString("00000000", "FileVersion", "9.3").Build()
         << "9.3";
-    QTest::newRow("of several translations the first one counts")
+    QTest::newRow("of_several_translations_the_first_one_counts")
         << PeBuilder()
                .AddTranslation(0x407, 0x4e4)
                .AddTranslation(0x409, 0x4b0)
@@ -107,47 +107,47 @@ void tst_FileVersion::the_text_of_the_version_resource_is_returned_data()
                .AddString("040704e4", "FileVersion", "first")
                .Build()
         << "first";
-    QTest::newRow("the second translation does not stand in for the first")
+    QTest::newRow("the_second_translation_does_not_stand_in_for_the_first")
         << PeBuilder()
                .AddTranslation(0x407, 0x4e4)
                .AddTranslation(0x409, 0x4b0)
                .AddString("040904b0", "FileVersion", "second")
                .Build()
         << "";
-    QTest::newRow("the text is not rebuilt from the numbers")
+    QTest::newRow("the_text_is_not_rebuilt_from_the_numbers")
         << PeBuilder(usual).SetFixedVersion(5, 6, 7, 8).Build() << version;
-    QTest::newRow("any text is returned as it is stored")
+    QTest::newRow("any_text_is_returned_as_it_is_stored")
         << PeBuilder::WithFileVersion("  9, 1, 0, 0 (release) ").Build()
         << "  9, 1, 0, 0 (release) ";
-    QTest::newRow("characters beyond ASCII")
+    QTest::newRow("characters_beyond_ascii")
         << PeBuilder::WithFileVersion(accented).Build() << accented;
-    QTest::newRow("trailing zeros do not belong to the text")
+    QTest::newRow("trailing_zeros_do_not_belong_to_the_text")
         << PeBuilder::WithFileVersion(version + QString(3, QChar('\0'))).Build() << version;
-    QTest::newRow("a table key in upper-case hexadecimal is found")
+    QTest::newRow("a_table_key_in_upper_case_hexadecimal_is_found")
         << PeBuilder()
                .AddTranslation(0x409, 0x4b0)
                .AddString("040904B0", "FileVersion", "9.4")
                .Build()
         << "9.4";
-    QTest::newRow("no resources at all") << PeBuilder(usual).LeaveOutResources().Build() << "";
-    QTest::newRow("resources without a version")
+    QTest::newRow("no_resources_at_all") << PeBuilder(usual).LeaveOutResources().Build() << "";
+    QTest::newRow("resources_without_a_version")
         << PeBuilder(usual).LeaveOutVersionResource().Build() << "";
-    QTest::newRow("no translation")
+    QTest::newRow("no_translation")
         << PeBuilder().AddString("040904b0", "FileVersion", version).Build() << "";
-    QTest::newRow("no table for the translation")
+    QTest::newRow("no_table_for_the_translation")
         << PeBuilder()
                .AddTranslation(0x409, 0x4b0)
                .AddString("040704b0", "FileVersion", version)
                .Build()
         << "";
-    QTest::newRow("no FileVersion in the table")
+    QTest::newRow("no_file_version_in_the_table")
         << PeBuilder()
                .AddTranslation(0x409, 0x4b0)
                .AddString("040904b0", "ProductVersion", version)
                .Build()
         << "";
-    QTest::newRow("an empty FileVersion") << PeBuilder::WithFileVersion("").Build() << "";
-    QTest::newRow("the headers alone") << usual.Build().left(0x400) << "";
+    QTest::newRow("an_empty_file_version") << PeBuilder::WithFileVersion("").Build() << "";
+    QTest::newRow("the_headers_alone") << usual.Build().left(0x400) << "";
 }
 
 void tst_FileVersion::the_text_of_the_version_resource_is_returned()
@@ -178,23 +178,23 @@ void tst_FileVersion::a_line_names_the_version_of_a_file_that_is_no_executable_d
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("text");
     const QByteArray line = "FileVersion=9.2.0.0\n";
-    QTest::newRow("a line of its own") << line << "9.2.0.0";
-    QTest::newRow("without an end of line") << QByteArray("FileVersion=9.2.0.0") << "9.2.0.0";
-    QTest::newRow("behind #") << "# " + line << "9.2.0.0";
-    QTest::newRow("behind //") << "// " + line << "9.2.0.0";
-    QTest::newRow("behind # without a blank") << "#" + line << "9.2.0.0";
-    QTest::newRow("in a script") << "#!/bin/sh\nexit 0\n# " + line + "echo\n"
+    QTest::newRow("a_line_of_its_own") << line << "9.2.0.0";
+    QTest::newRow("without_an_end_of_line") << QByteArray("FileVersion=9.2.0.0") << "9.2.0.0";
+    QTest::newRow("behind_a_hash") << "# " + line << "9.2.0.0";
+    QTest::newRow("behind_two_slashes") << "// " + line << "9.2.0.0";
+    QTest::newRow("behind_a_hash_without_a_blank") << "#" + line << "9.2.0.0";
+    QTest::newRow("in_a_script") << "#!/bin/sh\nexit 0\n# " + line + "echo\n"
                                  << "9.2.0.0";
-    QTest::newRow("with carriage returns at the ends of lines")
+    QTest::newRow("with_carriage_returns_at_the_ends_of_lines")
         << QByteArray("@echo off\r\n# FileVersion=9.2.0.0\r\nrem\r\n") << "9.2.0.0";
-    QTest::newRow("at the end of the first 4096 bytes")
+    QTest::newRow("at_the_end_of_the_first_4096_bytes")
         << QByteArray(4095 - line.size(), 'x') + "\n" + line << "9.2.0.0";
-    QTest::newRow("behind the first 4096 bytes") << QByteArray(4095, 'x') + "\n" + line << "";
-    QTest::newRow("in the middle of a line") << "print " + line << "";
-    QTest::newRow("as a part of another name") << QByteArray("ProductFileVersion=9.2.0.0\n") << "";
-    QTest::newRow("with nothing behind it") << QByteArray("FileVersion=\n") << "";
-    QTest::newRow("an empty file") << QByteArray() << "";
-    QTest::newRow("some other text") << QByteArray("release notes of 9.2.0.0\n") << "";
+    QTest::newRow("behind_the_first_4096_bytes") << QByteArray(4095, 'x') + "\n" + line << "";
+    QTest::newRow("in_the_middle_of_a_line") << "print " + line << "";
+    QTest::newRow("as_a_part_of_another_name") << QByteArray("ProductFileVersion=9.2.0.0\n") << "";
+    QTest::newRow("with_nothing_behind_it") << QByteArray("FileVersion=\n") << "";
+    QTest::newRow("an_empty_file") << QByteArray() << "";
+    QTest::newRow("some_other_text") << QByteArray("release notes of 9.2.0.0\n") << "";
 }
 
 void tst_FileVersion::a_line_names_the_version_of_a_file_that_is_no_executable()
@@ -221,14 +221,14 @@ void tst_FileVersion::a_portable_executable_is_recognised_by_both_signatures_dat
     gPatch(farAway, 0x3c, 0x7fffffffU);
     QByteArray noDosHeader = image;
     noDosHeader.replace(0, 2, "ZM");
-    QTest::newRow("PE32+") << image << true;
-    QTest::newRow("PE32") << PeBuilder().SetFormat(PeBuilder::Format::Pe32).Build() << true;
-    QTest::newRow("without resources") << PeBuilder().LeaveOutResources().Build() << true;
-    QTest::newRow("no DOS header") << noDosHeader << false;
-    QTest::newRow("another format behind the DOS header") << otherFormat << false;
-    QTest::newRow("a header far behind the end") << farAway << false;
-    QTest::newRow("a DOS header alone") << image.left(0x40) << false;
-    QTest::newRow("the first two letters") << QByteArray("MZ") << false;
+    QTest::newRow("pe32_plus") << image << true;
+    QTest::newRow("pe32") << PeBuilder().SetFormat(PeBuilder::Format::Pe32).Build() << true;
+    QTest::newRow("without_resources") << PeBuilder().LeaveOutResources().Build() << true;
+    QTest::newRow("no_dos_header") << noDosHeader << false;
+    QTest::newRow("another_format_behind_the_dos_header") << otherFormat << false;
+    QTest::newRow("a_header_far_behind_the_end") << farAway << false;
+    QTest::newRow("a_dos_header_alone") << image.left(0x40) << false;
+    QTest::newRow("the_first_two_letters") << QByteArray("MZ") << false;
     QTest::newRow("text") << QByteArray("FileVersion=9.2.0.0\n") << false;
     QTest::newRow("nothing") << QByteArray() << false;
 }
@@ -246,8 +246,8 @@ void tst_FileVersion::a_portable_executable_is_recognised_by_both_signatures()
 void tst_FileVersion::a_file_cut_anywhere_gives_no_version_data()
 {
     QTest::addColumn<PeBuilder::Format>("format");
-    QTest::newRow("PE32") << PeBuilder::Format::Pe32;
-    QTest::newRow("PE32+") << PeBuilder::Format::Pe32Plus;
+    QTest::newRow("pe32") << PeBuilder::Format::Pe32;
+    QTest::newRow("pe32_plus") << PeBuilder::Format::Pe32Plus;
 }
 
 void tst_FileVersion::a_file_cut_anywhere_gives_no_version()
@@ -302,11 +302,11 @@ void tst_FileVersion::damaged_numbers_never_crash_or_hang_data()
     const QList<quint32> numbers{0xffffffff, 0x7fffffff, 0x80000000, 0, 1, 0xffff, 0xffff0000};
     for (const auto &format : formats) {
         for (const quint32 number : numbers) {
-            QTest::addRow("%s, every number set to 0x%x", format.first, number)
+            QTest::addRow("%s_every_number_set_to_0x%x", format.first, number)
                 << format.second << number;
         }
         // Not a constant: 0xfeedface stands for the number's own place in the file.
-        QTest::addRow("%s, every number leads to itself", format.first)
+        QTest::addRow("%s_every_number_leads_to_itself", format.first)
             << format.second << quint32(0xfeedface);
     }
 }

@@ -84,10 +84,10 @@ void tst_InstallerStart_win::a_declined_question_means_that_it_was_not_started()
 void tst_InstallerStart_win::no_other_failure_asks_the_user_data()
 {
     QTest::addColumn<InstallerStart::Code>("code");
-    QTest::newRow("no such file") << InstallerStart::Code{ERROR_FILE_NOT_FOUND};
-    QTest::newRow("no right to run it") << InstallerStart::Code{ERROR_ACCESS_DENIED};
-    QTest::newRow("no program") << InstallerStart::Code{ERROR_BAD_EXE_FORMAT};
-    QTest::newRow("forbidden by a policy") << InstallerStart::Code{ERROR_ACCESS_DISABLED_BY_POLICY};
+    QTest::newRow("no_such_file") << InstallerStart::Code{ERROR_FILE_NOT_FOUND};
+    QTest::newRow("no_right_to_run_it") << InstallerStart::Code{ERROR_ACCESS_DENIED};
+    QTest::newRow("no_program") << InstallerStart::Code{ERROR_BAD_EXE_FORMAT};
+    QTest::newRow("forbidden_by_a_policy") << InstallerStart::Code{ERROR_ACCESS_DISABLED_BY_POLICY};
 }
 
 void tst_InstallerStart_win::no_other_failure_asks_the_user()
@@ -140,8 +140,8 @@ void tst_InstallerStart_win::the_system_tells_what_it_cannot_start_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<InstallerStart::Code>("code");
-    QTest::newRow("a missing file") << "missing" << InstallerStart::Code{ERROR_FILE_NOT_FOUND};
-    QTest::newRow("a text") << "text" << InstallerStart::Code{ERROR_BAD_EXE_FORMAT};
+    QTest::newRow("a_missing_file") << "missing" << InstallerStart::Code{ERROR_FILE_NOT_FOUND};
+    QTest::newRow("a_text") << "text" << InstallerStart::Code{ERROR_BAD_EXE_FORMAT};
 }
 
 void tst_InstallerStart_win::the_system_tells_what_it_cannot_start()

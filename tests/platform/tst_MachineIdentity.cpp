@@ -12,13 +12,13 @@ class tst_MachineIdentity : public QObject
     Q_OBJECT
 
 private slots:
-    void TheAdapterAddressHasTwelveUpperCaseDigitsOrNone();
-    void TheAdapterAddressIsOfAnAdapterAndNotOfTheLoopback();
-    void TheVolumeSerialHasEightUpperCaseDigits();
-    void TheDiskIdentifierHasNoBlanksAroundIt();
-    void EverySourceGivesTheSameAgain();
-    void ANewGuidHasItsForm();
-    void EveryNewGuidIsAnother();
+    void the_adapter_address_has_twelve_upper_case_digits_or_none();
+    void the_adapter_address_is_of_an_adapter_and_not_of_the_loopback();
+    void the_volume_serial_has_eight_upper_case_digits();
+    void the_disk_identifier_has_no_blanks_around_it();
+    void every_source_gives_the_same_again();
+    void a_new_guid_has_its_form();
+    void every_new_guid_is_another();
 };
 
 static bool gMatches(const QString &text, const char *pattern)
@@ -26,13 +26,13 @@ static bool gMatches(const QString &text, const char *pattern)
     return QRegularExpression(QRegularExpression::anchoredPattern(pattern)).match(text).hasMatch();
 }
 
-void tst_MachineIdentity::TheAdapterAddressHasTwelveUpperCaseDigitsOrNone()
+void tst_MachineIdentity::the_adapter_address_has_twelve_upper_case_digits_or_none()
 {
     const QString address = QString::fromLatin1(AdapterAddressHex());
     QVERIFY2(address.isEmpty() || gMatches(address, "[0-9A-F]{12}"), qUtf8Printable(address));
 }
 
-void tst_MachineIdentity::TheAdapterAddressIsOfAnAdapterAndNotOfTheLoopback()
+void tst_MachineIdentity::the_adapter_address_is_of_an_adapter_and_not_of_the_loopback()
 {
     // Every one of them, as the systems list them in orders of their own.
     QByteArrayList addresses;
@@ -47,25 +47,25 @@ void tst_MachineIdentity::TheAdapterAddressIsOfAnAdapterAndNotOfTheLoopback()
     QVERIFY2(address.isEmpty() || addresses.contains(address), address.constData());
 }
 
-void tst_MachineIdentity::TheVolumeSerialHasEightUpperCaseDigits()
+void tst_MachineIdentity::the_volume_serial_has_eight_upper_case_digits()
 {
     const QString serial = QString::fromLatin1(SystemVolumeSerialHex());
     QVERIFY2(gMatches(serial, "[0-9A-F]{8}"), qUtf8Printable(serial));
 }
 
-void tst_MachineIdentity::TheDiskIdentifierHasNoBlanksAroundIt()
+void tst_MachineIdentity::the_disk_identifier_has_no_blanks_around_it()
 {
     QCOMPARE(DiskIdentifier().trimmed(), DiskIdentifier());
 }
 
-void tst_MachineIdentity::EverySourceGivesTheSameAgain()
+void tst_MachineIdentity::every_source_gives_the_same_again()
 {
     QCOMPARE(AdapterAddressHex(), AdapterAddressHex());
     QCOMPARE(SystemVolumeSerialHex(), SystemVolumeSerialHex());
     QCOMPARE(DiskIdentifier(), DiskIdentifier());
 }
 
-void tst_MachineIdentity::ANewGuidHasItsForm()
+void tst_MachineIdentity::a_new_guid_has_its_form()
 {
     const QString guid = NewGuidString();
     QCOMPARE(guid.size(), 38);
@@ -73,7 +73,7 @@ void tst_MachineIdentity::ANewGuidHasItsForm()
              qUtf8Printable(guid));
 }
 
-void tst_MachineIdentity::EveryNewGuidIsAnother()
+void tst_MachineIdentity::every_new_guid_is_another()
 {
     QSet<QString> guids;
     for (int count = 0; count < 100; ++count)

@@ -14,11 +14,11 @@ class tst_ProcessLock : public QObject
     Q_OBJECT
 
 private slots:
-    void OneHoldsItAtATime();
-    void ItGoesWithItsHolderAndItsFile();
-    void ALeftoverFileIsNoLock();
-    void AKilledProcessHoldsNothing();
-    void WhereNoFileCanBeNobodyCanTell();
+    void one_holds_it_at_a_time();
+    void it_goes_with_its_holder_and_its_file();
+    void a_leftover_file_is_no_lock();
+    void a_killed_process_holds_nothing();
+    void where_no_file_can_be_nobody_can_tell();
 
 private:
     static ProcessLock::Outcome Try(ProcessLock &lock, const QTemporaryDir &folder)
@@ -27,7 +27,7 @@ private:
     }
 };
 
-void tst_ProcessLock::OneHoldsItAtATime()
+void tst_ProcessLock::one_holds_it_at_a_time()
 {
     const QTemporaryDir folder;
     ProcessLock first;
@@ -39,7 +39,7 @@ void tst_ProcessLock::OneHoldsItAtATime()
     QCOMPARE(Try(first, folder), ProcessLock::Outcome::HeldByAnother);
 }
 
-void tst_ProcessLock::ItGoesWithItsHolderAndItsFile()
+void tst_ProcessLock::it_goes_with_its_holder_and_its_file()
 {
     const QTemporaryDir folder;
     auto first = std::make_unique<ProcessLock>();
@@ -52,7 +52,7 @@ void tst_ProcessLock::ItGoesWithItsHolderAndItsFile()
     QCOMPARE(Try(again, folder), ProcessLock::Outcome::Taken);
 }
 
-void tst_ProcessLock::ALeftoverFileIsNoLock()
+void tst_ProcessLock::a_leftover_file_is_no_lock()
 {
     const QTemporaryDir folder;
     QFile leftover(folder.filePath("lock"));
@@ -62,7 +62,7 @@ void tst_ProcessLock::ALeftoverFileIsNoLock()
     QCOMPARE(Try(lock, folder), ProcessLock::Outcome::Taken);
 }
 
-void tst_ProcessLock::AKilledProcessHoldsNothing()
+void tst_ProcessLock::a_killed_process_holds_nothing()
 {
     const QTemporaryDir folder;
     QProcess holder;
@@ -86,7 +86,7 @@ void tst_ProcessLock::AKilledProcessHoldsNothing()
     QTRY_COMPARE(Try(lock, folder), ProcessLock::Outcome::Taken);
 }
 
-void tst_ProcessLock::WhereNoFileCanBeNobodyCanTell()
+void tst_ProcessLock::where_no_file_can_be_nobody_can_tell()
 {
     const QTemporaryDir folder;
     ProcessLock lock;

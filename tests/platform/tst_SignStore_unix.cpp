@@ -15,23 +15,23 @@ class tst_SignStore_unix : public QObject
 private slots:
     void init();
 
-    void WithoutAnyFileThereIsNoSign();
-    void ASignIsFoundIn_data();
-    void ASignIsFoundIn();
-    void TheUsersSignGoesBeforeThoseOfTheMachine();
-    void TheFirstPlaceOfTheMachineGoesBeforeTheSecond();
-    void TheUsersSecondPlaceIsNoPlace();
-    void AFileWithoutTheValueEndsNoSearch();
-    void AnEmptySignEndsTheSearch();
-    void ReadingWritesNothing();
-    void EveryCompanyHasItsOwnPlaces();
-    void ALongSignIsCutTo49Characters();
+    void without_any_file_there_is_no_sign();
+    void a_sign_is_found_in_data();
+    void a_sign_is_found_in();
+    void the_users_sign_goes_before_those_of_the_machine();
+    void the_first_place_of_the_machine_goes_before_the_second();
+    void the_users_second_place_is_no_place();
+    void a_file_without_the_value_ends_no_search();
+    void an_empty_sign_ends_the_search();
+    void reading_writes_nothing();
+    void every_company_has_its_own_places();
+    void a_long_sign_is_cut_to49_characters();
 
-    void ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers();
-    void StoringReplacesTheSignAndKeepsTheRest();
-    void OnlyTheFirstFolderOfTheMachineIsWritten();
-    void AMachineFolderThatCannotBeWrittenIsOverlooked();
-    void ALockThatAKilledProcessLeftHoldsNothingUp();
+    void a_sign_is_stored_in_both_places_of_the_machine_and_not_in_the_users();
+    void storing_replaces_the_sign_and_keeps_the_rest();
+    void only_the_first_folder_of_the_machine_is_written();
+    void a_machine_folder_that_cannot_be_written_is_overlooked();
+    void a_lock_that_a_killed_process_left_holds_nothing_up();
 
 private:
     QString User() const { return m_folder->filePath("user"); }
@@ -63,27 +63,27 @@ void tst_SignStore_unix::Write(const QString &path, const QByteArray &text)
     QCOMPARE(file.write(text), qint64(text.size()));
 }
 
-void tst_SignStore_unix::WithoutAnyFileThereIsNoSign()
+void tst_SignStore_unix::without_any_file_there_is_no_sign()
 {
     QVERIFY(gReadStoredSign("Halvard").isEmpty());
 }
 
-void tst_SignStore_unix::ASignIsFoundIn_data()
+void tst_SignStore_unix::a_sign_is_found_in_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("the first place of the user") << "user" + firstPlace;
-    QTest::newRow("the first place of the machine") << "machine" + firstPlace;
-    QTest::newRow("the second place of the machine") << "machine" + secondPlace;
+    QTest::newRow("the_first_place_of_the_user") << "user" + firstPlace;
+    QTest::newRow("the_first_place_of_the_machine") << "machine" + firstPlace;
+    QTest::newRow("the_second_place_of_the_machine") << "machine" + secondPlace;
 }
 
-void tst_SignStore_unix::ASignIsFoundIn()
+void tst_SignStore_unix::a_sign_is_found_in()
 {
     QFETCH(QString, path);
     Write(m_folder->filePath(path), "[General]\nClientSign={AB-12}\n");
     QCOMPARE(gReadStoredSign("Halvard"), QString("{AB-12}"));
 }
 
-void tst_SignStore_unix::TheUsersSignGoesBeforeThoseOfTheMachine()
+void tst_SignStore_unix::the_users_sign_goes_before_those_of_the_machine()
 {
     Write(User() + firstPlace, "[General]\nClientSign=user\n");
     Write(Machine() + firstPlace, "[General]\nClientSign=first\n");
@@ -91,20 +91,20 @@ void tst_SignStore_unix::TheUsersSignGoesBeforeThoseOfTheMachine()
     QCOMPARE(gReadStoredSign("Halvard"), QString("user"));
 }
 
-void tst_SignStore_unix::TheFirstPlaceOfTheMachineGoesBeforeTheSecond()
+void tst_SignStore_unix::the_first_place_of_the_machine_goes_before_the_second()
 {
     Write(Machine() + firstPlace, "[General]\nClientSign=first\n");
     Write(Machine() + secondPlace, "[General]\nClientSign=second\n");
     QCOMPARE(gReadStoredSign("Halvard"), QString("first"));
 }
 
-void tst_SignStore_unix::TheUsersSecondPlaceIsNoPlace()
+void tst_SignStore_unix::the_users_second_place_is_no_place()
 {
     Write(User() + secondPlace, "[General]\nClientSign=user\n");
     QVERIFY(gReadStoredSign("Halvard").isEmpty());
 }
 
-void tst_SignStore_unix::AFileWithoutTheValueEndsNoSearch()
+void tst_SignStore_unix::a_file_without_the_value_ends_no_search()
 {
     Write(User() + firstPlace, "[General]\nOther=1\n");
     Write(Machine() + firstPlace, "");
@@ -112,14 +112,14 @@ void tst_SignStore_unix::AFileWithoutTheValueEndsNoSearch()
     QCOMPARE(gReadStoredSign("Halvard"), QString("second"));
 }
 
-void tst_SignStore_unix::AnEmptySignEndsTheSearch()
+void tst_SignStore_unix::an_empty_sign_ends_the_search()
 {
     Write(User() + firstPlace, "[General]\nClientSign=\n");
     Write(Machine() + firstPlace, "[General]\nClientSign=first\n");
     QVERIFY(gReadStoredSign("Halvard").isEmpty());
 }
 
-void tst_SignStore_unix::ReadingWritesNothing()
+void tst_SignStore_unix::reading_writes_nothing()
 {
     gReadStoredSign("Halvard");
     QVERIFY(!QFile::exists(User() + firstPlace));
@@ -127,7 +127,7 @@ void tst_SignStore_unix::ReadingWritesNothing()
     QVERIFY(!QFile::exists(Machine() + secondPlace));
 }
 
-void tst_SignStore_unix::EveryCompanyHasItsOwnPlaces()
+void tst_SignStore_unix::every_company_has_its_own_places()
 {
     gStoreSign("Other", "{other}");
     QCOMPARE(Stored(Machine() + "/Other/Other Tessel Pack.ini"), QString("{other}"));
@@ -136,13 +136,13 @@ void tst_SignStore_unix::EveryCompanyHasItsOwnPlaces()
     QVERIFY(gReadStoredSign("Halvard").isEmpty());
 }
 
-void tst_SignStore_unix::ALongSignIsCutTo49Characters()
+void tst_SignStore_unix::a_long_sign_is_cut_to49_characters()
 {
     Write(Machine() + secondPlace, "[General]\nClientSign=" + QByteArray(60, 'x') + "\n");
     QCOMPARE(gReadStoredSign("Halvard"), QString(49, 'x'));
 }
 
-void tst_SignStore_unix::ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers()
+void tst_SignStore_unix::a_sign_is_stored_in_both_places_of_the_machine_and_not_in_the_users()
 {
     const QString sign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
     gStoreSign("Halvard", sign);
@@ -153,7 +153,7 @@ void tst_SignStore_unix::ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers()
     QCOMPARE(gReadStoredSign("Halvard"), sign);
 }
 
-void tst_SignStore_unix::StoringReplacesTheSignAndKeepsTheRest()
+void tst_SignStore_unix::storing_replaces_the_sign_and_keeps_the_rest()
 {
     Write(Machine() + secondPlace, "[General]\nClientSign=old\nOther=1\n");
     gStoreSign("Halvard", "new");
@@ -161,7 +161,7 @@ void tst_SignStore_unix::StoringReplacesTheSignAndKeepsTheRest()
     QCOMPARE(gReadIniText(Machine() + secondPlace).value("General/Other"), QString("1"));
 }
 
-void tst_SignStore_unix::OnlyTheFirstFolderOfTheMachineIsWritten()
+void tst_SignStore_unix::only_the_first_folder_of_the_machine_is_written()
 {
     const QString later = m_folder->filePath("later");
     qputenv("XDG_CONFIG_DIRS", QFile::encodeName(Machine() + ':' + later));
@@ -174,7 +174,7 @@ void tst_SignStore_unix::OnlyTheFirstFolderOfTheMachineIsWritten()
     QVERIFY(gReadStoredSign("Halvard").isEmpty());
 }
 
-void tst_SignStore_unix::AMachineFolderThatCannotBeWrittenIsOverlooked()
+void tst_SignStore_unix::a_machine_folder_that_cannot_be_written_is_overlooked()
 {
     Write(Machine(), "a file where a folder is needed");
     gStoreSign("Halvard", "sign");
@@ -183,7 +183,7 @@ void tst_SignStore_unix::AMachineFolderThatCannotBeWrittenIsOverlooked()
     QVERIFY(QFileInfo(Machine()).isFile());
 }
 
-void tst_SignStore_unix::ALockThatAKilledProcessLeftHoldsNothingUp()
+void tst_SignStore_unix::a_lock_that_a_killed_process_left_holds_nothing_up()
 {
     Write(Machine() + firstPlace + ".lock", "");
     gStoreSign("Halvard", "sign");

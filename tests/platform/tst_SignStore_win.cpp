@@ -105,24 +105,24 @@ private slots:
     void init();
     void cleanup();
 
-    void WithoutAnyKeyThereIsNoSign();
-    void ASignIsFoundIn_data();
-    void ASignIsFoundIn();
-    void TheUsersSignGoesBeforeThoseOfTheMachine();
-    void TheFirstPlaceOfTheMachineGoesBeforeTheSecond();
-    void TheUsersSecondPlaceIsNoPlace();
-    void AKeyWithoutTheValueEndsNoSearch();
-    void AnEmptySignEndsTheSearch();
-    void ReadingWritesNoValue();
-    void EveryCompanyHasItsOwnPlaces();
-    void ASignOf49CharactersIsRead();
-    void ALongerSignIsPassedOver();
-    void ASignWithoutTerminatorIsRead();
+    void without_any_key_there_is_no_sign();
+    void a_sign_is_found_in_data();
+    void a_sign_is_found_in();
+    void the_users_sign_goes_before_those_of_the_machine();
+    void the_first_place_of_the_machine_goes_before_the_second();
+    void the_users_second_place_is_no_place();
+    void a_key_without_the_value_ends_no_search();
+    void an_empty_sign_ends_the_search();
+    void reading_writes_no_value();
+    void every_company_has_its_own_places();
+    void a_sign_of49_characters_is_read();
+    void a_longer_sign_is_passed_over();
+    void a_sign_without_terminator_is_read();
 
-    void ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers();
-    void AStoredSignIsATextWithoutTerminator();
-    void StoringReplacesTheSignAndKeepsTheRest();
-    void AMachineThatCannotBeWrittenIsOverlooked();
+    void a_sign_is_stored_in_both_places_of_the_machine_and_not_in_the_users();
+    void a_stored_sign_is_a_text_without_terminator();
+    void storing_replaces_the_sign_and_keeps_the_rest();
+    void a_machine_that_cannot_be_written_is_overlooked();
 };
 
 void tst_SignStore_win::init()
@@ -143,21 +143,21 @@ void tst_SignStore_win::cleanup()
     }
 }
 
-void tst_SignStore_win::WithoutAnyKeyThereIsNoSign()
+void tst_SignStore_win::without_any_key_there_is_no_sign()
 {
     QVERIFY(gReadStoredSign(company).isEmpty());
 }
 
-void tst_SignStore_win::ASignIsFoundIn_data()
+void tst_SignStore_win::a_sign_is_found_in_data()
 {
     QTest::addColumn<bool>("ofUser");
     QTest::addColumn<QString>("place");
-    QTest::newRow("the first place of the user") << true << gFirstPlace();
-    QTest::newRow("the first place of the machine") << false << gFirstPlace();
-    QTest::newRow("the second place of the machine") << false << gSecondPlace();
+    QTest::newRow("the_first_place_of_the_user") << true << gFirstPlace();
+    QTest::newRow("the_first_place_of_the_machine") << false << gFirstPlace();
+    QTest::newRow("the_second_place_of_the_machine") << false << gSecondPlace();
 }
 
-void tst_SignStore_win::ASignIsFoundIn()
+void tst_SignStore_win::a_sign_is_found_in()
 {
     QFETCH(bool, ofUser);
     QFETCH(QString, place);
@@ -165,7 +165,7 @@ void tst_SignStore_win::ASignIsFoundIn()
     QCOMPARE(gReadStoredSign(company), QString("{sign}"));
 }
 
-void tst_SignStore_win::TheUsersSignGoesBeforeThoseOfTheMachine()
+void tst_SignStore_win::the_users_sign_goes_before_those_of_the_machine()
 {
     QVERIFY(gWrite(HKEY_CURRENT_USER, gFirstPlace(), "user"));
     QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
@@ -173,20 +173,20 @@ void tst_SignStore_win::TheUsersSignGoesBeforeThoseOfTheMachine()
     QCOMPARE(gReadStoredSign(company), QString("user"));
 }
 
-void tst_SignStore_win::TheFirstPlaceOfTheMachineGoesBeforeTheSecond()
+void tst_SignStore_win::the_first_place_of_the_machine_goes_before_the_second()
 {
     QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
     QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
     QCOMPARE(gReadStoredSign(company), QString("first"));
 }
 
-void tst_SignStore_win::TheUsersSecondPlaceIsNoPlace()
+void tst_SignStore_win::the_users_second_place_is_no_place()
 {
     QVERIFY(gWrite(HKEY_CURRENT_USER, gSecondPlace(), "user"));
     QVERIFY(gReadStoredSign(company).isEmpty());
 }
 
-void tst_SignStore_win::AKeyWithoutTheValueEndsNoSearch()
+void tst_SignStore_win::a_key_without_the_value_ends_no_search()
 {
     QVERIFY(gWriteRaw(HKEY_CURRENT_USER, gFirstPlace(), L"Other", REG_SZ, gUtf16("1")));
     QVERIFY(gWriteRaw(HKEY_LOCAL_MACHINE, gFirstPlace(), L"Other", REG_SZ, gUtf16("1")));
@@ -194,14 +194,14 @@ void tst_SignStore_win::AKeyWithoutTheValueEndsNoSearch()
     QCOMPARE(gReadStoredSign(company), QString("second"));
 }
 
-void tst_SignStore_win::AnEmptySignEndsTheSearch()
+void tst_SignStore_win::an_empty_sign_ends_the_search()
 {
     QVERIFY(gWrite(HKEY_CURRENT_USER, gFirstPlace(), ""));
     QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
     QVERIFY(gReadStoredSign(company).isEmpty());
 }
 
-void tst_SignStore_win::ReadingWritesNoValue()
+void tst_SignStore_win::reading_writes_no_value()
 {
     gReadStoredSign(company);
     for (HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
@@ -211,7 +211,7 @@ void tst_SignStore_win::ReadingWritesNoValue()
     QVERIFY(!gExists(HKEY_CURRENT_USER, gSecondPlace()));
 }
 
-void tst_SignStore_win::EveryCompanyHasItsOwnPlaces()
+void tst_SignStore_win::every_company_has_its_own_places()
 {
     gStoreSign(other, "{other}");
     QVERIFY(gStored(HKEY_LOCAL_MACHINE, gFirstPlace(other)).has_value());
@@ -220,13 +220,13 @@ void tst_SignStore_win::EveryCompanyHasItsOwnPlaces()
     QVERIFY(gReadStoredSign(company).isEmpty());
 }
 
-void tst_SignStore_win::ASignOf49CharactersIsRead()
+void tst_SignStore_win::a_sign_of49_characters_is_read()
 {
     QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), QString(49, 'x')));
     QCOMPARE(gReadStoredSign(company), QString(49, 'x'));
 }
 
-void tst_SignStore_win::ALongerSignIsPassedOver()
+void tst_SignStore_win::a_longer_sign_is_passed_over()
 {
     QVERIFY(gWrite(HKEY_CURRENT_USER, gFirstPlace(), QString(50, 'x')));
     QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), QString(600, 'x')));
@@ -234,7 +234,7 @@ void tst_SignStore_win::ALongerSignIsPassedOver()
     QCOMPARE(gReadStoredSign(company), QString("second"));
 }
 
-void tst_SignStore_win::ASignWithoutTerminatorIsRead()
+void tst_SignStore_win::a_sign_without_terminator_is_read()
 {
     const auto write = [](int length) {
         return gWriteRaw(HKEY_CURRENT_USER, gFirstPlace(), L"ClientSign", REG_SZ,
@@ -247,7 +247,7 @@ void tst_SignStore_win::ASignWithoutTerminatorIsRead()
     QCOMPARE(gReadStoredSign(company), QString(49, 'x'));
 }
 
-void tst_SignStore_win::ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers()
+void tst_SignStore_win::a_sign_is_stored_in_both_places_of_the_machine_and_not_in_the_users()
 {
     const QString sign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
     gStoreSign(company, sign);
@@ -258,7 +258,7 @@ void tst_SignStore_win::ASignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers()
     QCOMPARE(gReadStoredSign(company), sign);
 }
 
-void tst_SignStore_win::AStoredSignIsATextWithoutTerminator()
+void tst_SignStore_win::a_stored_sign_is_a_text_without_terminator()
 {
     const QString sign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
     gStoreSign(company, sign);
@@ -270,7 +270,7 @@ void tst_SignStore_win::AStoredSignIsATextWithoutTerminator()
     }
 }
 
-void tst_SignStore_win::StoringReplacesTheSignAndKeepsTheRest()
+void tst_SignStore_win::storing_replaces_the_sign_and_keeps_the_rest()
 {
     QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "a longer sign from earlier"));
     QVERIFY(gWriteRaw(HKEY_LOCAL_MACHINE, gSecondPlace(), L"Other", REG_SZ, gUtf16("1")));
@@ -279,7 +279,7 @@ void tst_SignStore_win::StoringReplacesTheSignAndKeepsTheRest()
     QCOMPARE(gStored(HKEY_LOCAL_MACHINE, gSecondPlace(), L"Other")->bytes, gUtf16("1"));
 }
 
-void tst_SignStore_win::AMachineThatCannotBeWrittenIsOverlooked()
+void tst_SignStore_win::a_machine_that_cannot_be_written_is_overlooked()
 {
     // A lasting key cannot be created below one that is gone with the next start.
     QVERIFY(gCreateVolatile(HKEY_LOCAL_MACHINE));

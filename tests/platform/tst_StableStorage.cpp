@@ -9,12 +9,12 @@ class tst_StableStorage : public QObject
     Q_OBJECT
 
 private slots:
-    void AFileIsFlushedAndStaysAsItIs();
-    void NothingIsKnownOfAFileThatIsMissing();
-    void AFolderMayBeMissing();
+    void a_file_is_flushed_and_stays_as_it_is();
+    void nothing_is_known_of_a_file_that_is_missing();
+    void a_folder_may_be_missing();
 };
 
-void tst_StableStorage::AFileIsFlushedAndStaysAsItIs()
+void tst_StableStorage::a_file_is_flushed_and_stays_as_it_is()
 {
     const QTemporaryDir folder;
     QFile file(folder.filePath("file"));
@@ -25,14 +25,14 @@ void tst_StableStorage::AFileIsFlushedAndStaysAsItIs()
     QCOMPARE(file.size(), qint64(5));
 }
 
-void tst_StableStorage::NothingIsKnownOfAFileThatIsMissing()
+void tst_StableStorage::nothing_is_known_of_a_file_that_is_missing()
 {
     const QTemporaryDir folder;
     QCOMPARE(gFlushToDisk(folder.filePath("none")), FlushResult::Unknown);
     QVERIFY(!QFile::exists(folder.filePath("none")));
 }
 
-void tst_StableStorage::AFolderMayBeMissing()
+void tst_StableStorage::a_folder_may_be_missing()
 {
     const QTemporaryDir folder;
     gFlushFolder(folder.filePath("none"));

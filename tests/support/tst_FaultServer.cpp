@@ -13,14 +13,14 @@ class tst_FaultServer : public QObject
     Q_OBJECT
 
 private slots:
-    void OnTheWire_data();
-    void OnTheWire();
-    void AStalledAnswerStaysOpen();
-    void AnEndlessBodyEndsWithTheClient();
-    void ACompressedBodyIsOne();
-    void ALaterRuleGoesBeforeAnEarlierOne();
-    void AnswersComeOneAfterTheOther();
-    void OneConnectionCarriesSeveralRequests();
+    void on_the_wire_data();
+    void on_the_wire();
+    void a_stalled_answer_stays_open();
+    void an_endless_body_ends_with_the_client();
+    void a_compressed_body_is_one();
+    void a_later_rule_goes_before_an_earlier_one();
+    void answers_come_one_after_the_other();
+    void one_connection_carries_several_requests();
 
 private:
     void Serve(const FaultAnswer &answer)
@@ -52,7 +52,7 @@ Q_DECLARE_METATYPE(FaultAnswer)
 
 static const QByteArray file = "0123456789";
 
-void tst_FaultServer::OnTheWire_data()
+void tst_FaultServer::on_the_wire_data()
 {
     QTest::addColumn<FaultAnswer>("answer");
     QTest::addColumn<QByteArray>("range");
@@ -67,39 +67,39 @@ void tst_FaultServer::OnTheWire_data()
                         const QByteArray &expected) {
         QTest::newRow(name) << answer << QByteArray(range) << expected;
     };
-    row("the whole file", ends, "", ok + "Content-Length: 10\r\n\r\n0123456789");
-    row("a range", ends, "2-4",
+    row("the_whole_file", ends, "", ok + "Content-Length: 10\r\n\r\n0123456789");
+    row("a_range", ends, "2-4",
         partial + "Content-Range: bytes 2-4/10\r\nContent-Length: 3\r\n\r\n234");
-    row("an open range", ends, "7-", partial + rest);
-    row("a range out of reach", ends, "10-",
+    row("an_open_range", ends, "7-", partial + rest);
+    row("a_range_out_of_reach", ends, "10-",
         "HTTP/1.1 416 Scripted\r\n" + type +
             "Content-Range: bytes */10\r\nContent-Length: 0\r\n\r\n");
-    row("a range overlooked", ends.OverlookRange(), "7-",
+    row("a_range_overlooked", ends.OverlookRange(), "7-",
         ok + "Content-Length: 10\r\n\r\n0123456789");
-    row("a range shifted", ends.Shifted(2), "5-", partial + rest);
-    row("cut within the body", honest.CutAfter(4), "", ok + "Content-Length: 10\r\n\r\n0123");
-    row("no length", honest.NoLength(), "", ok + "Connection: close\r\n\r\n0123456789");
-    row("two lengths", ends.Length("5").Length("x"), "7-",
+    row("a_range_shifted", ends.Shifted(2), "5-", partial + rest);
+    row("cut_within_the_body", honest.CutAfter(4), "", ok + "Content-Length: 10\r\n\r\n0123");
+    row("no_length", honest.NoLength(), "", ok + "Connection: close\r\n\r\n0123456789");
+    row("two_lengths", ends.Length("5").Length("x"), "7-",
         partial +
             "Content-Range: bytes 7-9/10\r\nContent-Length: 5\r\nContent-Length: x\r\n\r\n789");
-    row("another Content-Range", ends.ContentRange("bytes 0-2/3"), "7-",
+    row("another_content_range", ends.ContentRange("bytes 0-2/3"), "7-",
         partial + "Content-Range: bytes 0-2/3\r\nContent-Length: 3\r\n\r\n789");
-    row("no Content-Range", ends.ContentRange(""), "7-", partial + "Content-Length: 3\r\n\r\n789");
-    row("another body", ends.Body("ab"), "", ok + "Content-Length: 10\r\n\r\nab");
-    row("a longer body", ends.Longer(2), "7-", partial + rest + "ss");
-    row("a body in pieces", ends.Pieces(3, 1), "7-", partial + rest);
-    row("a pause within the body", ends.PauseAfter(1, 1), "7-", partial + rest);
-    row("a header field", ends.Header("ETag", "\"1\""), "",
+    row("no_content_range", ends.ContentRange(""), "7-", partial + "Content-Length: 3\r\n\r\n789");
+    row("another_body", ends.Body("ab"), "", ok + "Content-Length: 10\r\n\r\nab");
+    row("a_longer_body", ends.Longer(2), "7-", partial + rest + "ss");
+    row("a_body_in_pieces", ends.Pieces(3, 1), "7-", partial + rest);
+    row("a_pause_within_the_body", ends.PauseAfter(1, 1), "7-", partial + rest);
+    row("a_header_field", ends.Header("ETag", "\"1\""), "",
         ok + "ETag: \"1\"\r\nContent-Length: 10\r\n\r\n0123456789");
-    row("a redirect", FaultAnswer::Redirect("/g").CutAfter(0), "",
+    row("a_redirect", FaultAnswer::Redirect("/g").CutAfter(0), "",
         "HTTP/1.1 302 Scripted\r\nLocation: /g\r\nContent-Length: 0\r\n\r\n");
-    row("something else", FaultAnswer::Raw("!"), "", "!");
-    row("a close", FaultAnswer::Closed(), "", "");
-    row("a reset", FaultAnswer::WithReset(), "", "");
-    row("a reset within the body", honest.ResetAfter(4), "", ok + "Content-Length: 10\r\n\r\n0123");
+    row("something_else", FaultAnswer::Raw("!"), "", "!");
+    row("a_close", FaultAnswer::Closed(), "", "");
+    row("a_reset", FaultAnswer::WithReset(), "", "");
+    row("a_reset_within_the_body", honest.ResetAfter(4), "", ok + "Content-Length: 10\r\n\r\n0123");
 }
 
-void tst_FaultServer::OnTheWire()
+void tst_FaultServer::on_the_wire()
 {
     QFETCH(FaultAnswer, answer);
     QFETCH(QByteArray, range);
@@ -112,7 +112,7 @@ void tst_FaultServer::OnTheWire()
     QCOMPARE(socket.readAll(), expected);
 }
 
-void tst_FaultServer::AStalledAnswerStaysOpen()
+void tst_FaultServer::a_stalled_answer_stays_open()
 {
     Serve(FaultAnswer::File(file).StallAfter(4));
     QTcpSocket socket;
@@ -126,7 +126,7 @@ void tst_FaultServer::AStalledAnswerStaysOpen()
     QTRY_COMPARE(m_server.OpenConnections(), 0);
 }
 
-void tst_FaultServer::AnEndlessBodyEndsWithTheClient()
+void tst_FaultServer::an_endless_body_ends_with_the_client()
 {
     if (!gTellsOfEarlyResets())
         QSKIP("This system does not always tell a server that its client is gone.");
@@ -138,7 +138,7 @@ void tst_FaultServer::AnEndlessBodyEndsWithTheClient()
     QTRY_COMPARE(m_server.OpenConnections(), 0);
 }
 
-void tst_FaultServer::ACompressedBodyIsOne()
+void tst_FaultServer::a_compressed_body_is_one()
 {
     const QByteArray bytes = gTestBytes(5000) + QByteArray(5000, '\0');
     Serve(FaultAnswer::File(bytes).Gzip());
@@ -149,7 +149,7 @@ void tst_FaultServer::ACompressedBodyIsOne()
     QVERIFY(reply->readAll() == bytes);
 }
 
-void tst_FaultServer::ALaterRuleGoesBeforeAnEarlierOne()
+void tst_FaultServer::a_later_rule_goes_before_an_earlier_one()
 {
     FaultScript script;
     script.When("GET", "/f").Answer(FaultAnswer::Status(201));
@@ -165,7 +165,7 @@ void tst_FaultServer::ALaterRuleGoesBeforeAnEarlierOne()
     QCOMPARE(Status(), QByteArray("404"));
 }
 
-void tst_FaultServer::AnswersComeOneAfterTheOther()
+void tst_FaultServer::answers_come_one_after_the_other()
 {
     FaultScript script;
     script.When("GET", "/f")
@@ -177,7 +177,7 @@ void tst_FaultServer::AnswersComeOneAfterTheOther()
         QCOMPARE(Status(), QByteArray(status));
 }
 
-void tst_FaultServer::OneConnectionCarriesSeveralRequests()
+void tst_FaultServer::one_connection_carries_several_requests()
 {
     Serve(FaultAnswer::File(file));
     QTcpSocket socket;

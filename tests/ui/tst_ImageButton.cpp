@@ -33,16 +33,16 @@ class tst_ImageButton : public QObject
     Q_OBJECT
 
 private slots:
-    void it_is_a_QWidget_and_no_URBaseWidget();
-    void its_only_signal_is_Clicked();
+    void it_is_a_q_widget_and_no_ur_base_widget();
+    void its_only_signal_is_clicked();
     void its_style_sheet_background_is_painted();
     void every_mouse_button_clicks_on_the_press_alone_data();
     void every_mouse_button_clicks_on_the_press_alone();
-    void Clicked_is_emitted_before_Qts_own_handling_of_the_press();
+    void clicked_is_emitted_before_qts_own_handling_of_the_press();
     void a_disabled_button_does_not_click();
 };
 
-void tst_ImageButton::it_is_a_QWidget_and_no_URBaseWidget()
+void tst_ImageButton::it_is_a_q_widget_and_no_ur_base_widget()
 {
     QCOMPARE(ImageButton::staticMetaObject.superClass(), &QWidget::staticMetaObject);
     QVERIFY(!ImageButton::staticMetaObject.inherits(&URBaseWidget::staticMetaObject));
@@ -50,7 +50,7 @@ void tst_ImageButton::it_is_a_QWidget_and_no_URBaseWidget()
     QCOMPARE((new ImageButton(&parent))->parentWidget(), &parent);
 }
 
-void tst_ImageButton::its_only_signal_is_Clicked()
+void tst_ImageButton::its_only_signal_is_clicked()
 {
     QCOMPARE(gOwnMethods(ImageButton::staticMetaObject, QMetaMethod::Signal),
              QByteArrayList({"Clicked()"}));
@@ -88,7 +88,7 @@ void tst_ImageButton::every_mouse_button_clicks_on_the_press_alone()
     QCOMPARE(clicked.count(), 1);
 }
 
-void tst_ImageButton::Clicked_is_emitted_before_Qts_own_handling_of_the_press()
+void tst_ImageButton::clicked_is_emitted_before_qts_own_handling_of_the_press()
 {
     RecordingParent parent;
     auto *button = new ImageButton(&parent);

@@ -78,17 +78,17 @@ class tst_TitleBar : public QObject
     Q_OBJECT
 
 private slots:
-    void it_is_a_URBaseWidget_with_a_styled_background();
-    void its_signals_are_Close_and_Move_in_this_order();
+    void it_is_a_ur_base_widget_with_a_styled_background();
+    void its_signals_are_close_and_move_in_this_order();
     void caption_and_close_button_carry_the_names_that_the_style_sheet_uses();
     void it_sets_no_caption_no_fixed_size_and_no_window_flags();
-    void SetTitle_sets_the_caption();
-    void SetCloseEnabled_switches_the_close_button_only();
+    void set_title_sets_the_caption();
+    void set_close_enabled_switches_the_close_button_only();
     void a_language_change_leaves_the_caption_to_the_owner();
     void the_close_button_is_centred_at_the_right_edge_data();
     void the_close_button_is_centred_at_the_right_edge();
-    void pressing_the_close_button_emits_Close_data();
-    void pressing_the_close_button_emits_Close();
+    void pressing_the_close_button_emits_close_data();
+    void pressing_the_close_button_emits_close();
     void a_disabled_close_button_emits_nothing();
     void a_press_alone_moves_nothing_and_stays_with_the_title_bar();
     void a_drag_emits_the_displacement_since_the_press_data();
@@ -106,14 +106,14 @@ private slots:
     void without_a_window_the_bottom_is_limited_too();
 };
 
-void tst_TitleBar::it_is_a_URBaseWidget_with_a_styled_background()
+void tst_TitleBar::it_is_a_ur_base_widget_with_a_styled_background()
 {
     QCOMPARE(TitleBar::staticMetaObject.superClass(), &URBaseWidget::staticMetaObject);
     TitleBar bar(nullptr);
     QVERIFY(bar.testAttribute(Qt::WA_StyledBackground));
 }
 
-void tst_TitleBar::its_signals_are_Close_and_Move_in_this_order()
+void tst_TitleBar::its_signals_are_close_and_move_in_this_order()
 {
     QCOMPARE(gOwnMethods(TitleBar::staticMetaObject, QMetaMethod::Signal),
              QByteArrayList({"Close()", "Move(int,int)"}));
@@ -138,7 +138,7 @@ void tst_TitleBar::it_sets_no_caption_no_fixed_size_and_no_window_flags()
     QVERIFY(!bar->hasMouseTracking());
 }
 
-void tst_TitleBar::SetTitle_sets_the_caption()
+void tst_TitleBar::set_title_sets_the_caption()
 {
     TitleBar bar(nullptr);
     bar.SetTitle("Live Update");
@@ -147,7 +147,7 @@ void tst_TitleBar::SetTitle_sets_the_caption()
     QCOMPARE(gCaption(bar)->text(), QString());
 }
 
-void tst_TitleBar::SetCloseEnabled_switches_the_close_button_only()
+void tst_TitleBar::set_close_enabled_switches_the_close_button_only()
 {
     TitleBar bar(nullptr);
     QVERIFY(gCloseButton(bar)->isEnabled());
@@ -176,15 +176,15 @@ void tst_TitleBar::the_close_button_is_centred_at_the_right_edge_data()
     QTest::addColumn<QSize>("size");
     QTest::addColumn<QRect>("caption");
     QTest::addColumn<QRect>("button");
-    QTest::newRow("30 high: the button is at y 3")
+    QTest::newRow("30_high_the_button_is_at_y_3")
         << QSize(638, 30) << QRect(20, 0, 594, 30) << QRect(614, 3, 24, 24);
-    QTest::newRow("25 high: half a row is cut to y 0")
+    QTest::newRow("25_high_half_a_row_is_cut_to_y_0")
         << QSize(638, 25) << QRect(20, 0, 594, 25) << QRect(614, 0, 24, 24);
-    QTest::newRow("23 high: half a row is cut toward zero, not down")
+    QTest::newRow("23_high_half_a_row_is_cut_toward_zero_not_down")
         << QSize(638, 23) << QRect(20, 0, 594, 23) << QRect(614, 0, 24, 24);
-    QTest::newRow("20 high: the button stands out at both ends")
+    QTest::newRow("20_high_the_button_stands_out_at_both_ends")
         << QSize(300, 20) << QRect(20, 0, 256, 20) << QRect(276, -2, 24, 24);
-    QTest::newRow("as wide as at construction of the dialog")
+    QTest::newRow("as_wide_as_at_construction_of_the_dialog")
         << QSize(568, 30) << QRect(20, 0, 524, 30) << QRect(544, 3, 24, 24);
 }
 
@@ -199,14 +199,14 @@ void tst_TitleBar::the_close_button_is_centred_at_the_right_edge()
     QTEST(gCloseButton(*bar)->geometry(), "button");
 }
 
-void tst_TitleBar::pressing_the_close_button_emits_Close_data()
+void tst_TitleBar::pressing_the_close_button_emits_close_data()
 {
     QTest::addColumn<Qt::MouseButton>("mouseButton");
-    QTest::newRow("with the left button") << Qt::LeftButton;
-    QTest::newRow("with the right button") << Qt::RightButton;
+    QTest::newRow("with_the_left_button") << Qt::LeftButton;
+    QTest::newRow("with_the_right_button") << Qt::RightButton;
 }
 
-void tst_TitleBar::pressing_the_close_button_emits_Close()
+void tst_TitleBar::pressing_the_close_button_emits_close()
 {
     QFETCH(Qt::MouseButton, mouseButton);
     DragWindow window;
@@ -240,8 +240,8 @@ void tst_TitleBar::a_press_alone_moves_nothing_and_stays_with_the_title_bar()
 void tst_TitleBar::a_drag_emits_the_displacement_since_the_press_data()
 {
     QTest::addColumn<QPoint>("displacement");
-    QTest::newRow("right and down") << QPoint(30, 40);
-    QTest::newRow("left and up") << QPoint(-7, -9);
+    QTest::newRow("right_and_down") << QPoint(30, 40);
+    QTest::newRow("left_and_up") << QPoint(-7, -9);
     QTest::newRow("nowhere") << QPoint(0, 0);
 }
 
@@ -307,10 +307,10 @@ void tst_TitleBar::the_point_used_is_never_below_the_limit_data()
 {
     QTest::addColumn<int>("rowsBelowLimit");
     QTest::addColumn<int>("rowsUsedBelowLimit");
-    QTest::newRow("one row above the limit is used as it is") << -1 << -1;
-    QTest::newRow("the limit itself") << 0 << 0;
-    QTest::newRow("the bottom row of the available area is too low") << 1 << 0;
-    QTest::newRow("far below the screen") << 5000 << 0;
+    QTest::newRow("one_row_above_the_limit_is_used_as_it_is") << -1 << -1;
+    QTest::newRow("the_limit_itself") << 0 << 0;
+    QTest::newRow("the_bottom_row_of_the_available_area_is_too_low") << 1 << 0;
+    QTest::newRow("far_below_the_screen") << 5000 << 0;
 }
 
 void tst_TitleBar::the_point_used_is_never_below_the_limit()
@@ -328,9 +328,9 @@ void tst_TitleBar::the_point_used_is_never_below_the_limit()
 void tst_TitleBar::top_left_and_right_are_not_limited_data()
 {
     QTest::addColumn<QPoint>("displacement");
-    QTest::newRow("above the top of the screen") << QPoint(0, -4000);
-    QTest::newRow("beyond the left edge") << QPoint(-4000, 0);
-    QTest::newRow("beyond the right edge") << QPoint(4000, 0);
+    QTest::newRow("above_the_top_of_the_screen") << QPoint(0, -4000);
+    QTest::newRow("beyond_the_left_edge") << QPoint(-4000, 0);
+    QTest::newRow("beyond_the_right_edge") << QPoint(4000, 0);
 }
 
 void tst_TitleBar::top_left_and_right_are_not_limited()

@@ -39,10 +39,10 @@ private slots:
     void it_is_a_plain_widget_below_its_parent();
     void its_style_sheet_background_is_painted();
     void the_retranslation_hook_does_nothing_by_default();
-    void a_language_change_calls_RetranslateUi_before_Qts_own_handling();
+    void a_language_change_calls_retranslate_ui_before_qts_own_handling();
     void an_installed_translator_reaches_a_page_inside_a_window();
-    void other_events_do_not_call_RetranslateUi_data();
-    void other_events_do_not_call_RetranslateUi();
+    void other_events_do_not_call_retranslate_ui_data();
+    void other_events_do_not_call_retranslate_ui();
 };
 
 void tst_URBaseWidget::it_is_a_plain_widget_below_its_parent()
@@ -74,7 +74,7 @@ void tst_URBaseWidget::the_retranslation_hook_does_nothing_by_default()
     QVERIFY(widget.children().isEmpty());
 }
 
-void tst_URBaseWidget::a_language_change_calls_RetranslateUi_before_Qts_own_handling()
+void tst_URBaseWidget::a_language_change_calls_retranslate_ui_before_qts_own_handling()
 {
     RecordingWidget widget(nullptr);
     QEvent event(QEvent::LanguageChange);
@@ -92,16 +92,16 @@ void tst_URBaseWidget::an_installed_translator_reaches_a_page_inside_a_window()
     QTRY_COMPARE(page->calls, QStringList({"RetranslateUi", "Qt's own handling"}));
 }
 
-void tst_URBaseWidget::other_events_do_not_call_RetranslateUi_data()
+void tst_URBaseWidget::other_events_do_not_call_retranslate_ui_data()
 {
     QTest::addColumn<QEvent::Type>("type");
-    QTest::newRow("a change of the font") << QEvent::FontChange;
-    QTest::newRow("a change of the locale") << QEvent::LocaleChange;
-    QTest::newRow("a change of the style") << QEvent::StyleChange;
-    QTest::newRow("an event of an application's own") << QEvent::User;
+    QTest::newRow("a_change_of_the_font") << QEvent::FontChange;
+    QTest::newRow("a_change_of_the_locale") << QEvent::LocaleChange;
+    QTest::newRow("a_change_of_the_style") << QEvent::StyleChange;
+    QTest::newRow("an_event_of_an_applications_own") << QEvent::User;
 }
 
-void tst_URBaseWidget::other_events_do_not_call_RetranslateUi()
+void tst_URBaseWidget::other_events_do_not_call_retranslate_ui()
 {
     QFETCH(QEvent::Type, type);
     RecordingWidget widget(nullptr);

@@ -86,25 +86,25 @@ class tst_URMessageBox : public QObject
     Q_OBJECT
 
 private slots:
-    void its_signals_are_Close_Ok_Yes_Cancel_in_this_order();
+    void its_signals_are_close_ok_yes_cancel_in_this_order();
     void it_is_owned_by_its_parent();
     void the_kinds_have_the_values_that_callers_pass();
     void an_answer_becomes_one_signal_data();
     void an_answer_becomes_one_signal();
-    void a_question_box_has_Yes_and_Cancel_the_question_icon_and_its_size();
-    void an_information_box_has_OK_and_its_size();
+    void a_question_box_has_yes_and_cancel_the_question_icon_and_its_size();
+    void an_information_box_has_ok_and_its_size();
     void any_other_kind_shows_nothing_and_emits_nothing_data();
     void any_other_kind_shows_nothing_and_emits_nothing();
     void a_widget_parent_is_the_boxes_dialog_parent_data();
     void a_widget_parent_is_the_boxes_dialog_parent();
     void a_parent_that_is_no_widget_gives_no_dialog_parent_data();
     void a_parent_that_is_no_widget_gives_no_dialog_parent();
-    void ShowMessage_returns_after_the_slots_of_the_answer();
+    void show_message_returns_after_the_slots_of_the_answer();
     void the_question_box_is_destroyed_after_the_answer_was_delivered();
     void one_object_may_be_shown_any_number_of_times();
 };
 
-void tst_URMessageBox::its_signals_are_Close_Ok_Yes_Cancel_in_this_order()
+void tst_URMessageBox::its_signals_are_close_ok_yes_cancel_in_this_order()
 {
     QCOMPARE(gOwnMethods(URMessageBox::staticMetaObject, QMetaMethod::Signal),
              QByteArrayList({"Close()", "Ok()", "Yes()", "Cancel()"}));
@@ -135,19 +135,19 @@ void tst_URMessageBox::an_answer_becomes_one_signal_data()
     QTest::addColumn<QStringList>("emitted");
     const int question = URMessageBox::Question;
     const int information = URMessageBox::Information;
-    QTest::newRow("a question answered with the Yes button emits Yes")
+    QTest::newRow("a_question_answered_with_the_yes_button_emits_yes")
         << question << BoxAnswerer::Press("CvMessageBox_YesBtn") << QStringList("Yes");
-    QTest::newRow("a question answered with the Cancel button emits Cancel")
+    QTest::newRow("a_question_answered_with_the_cancel_button_emits_cancel")
         << question << BoxAnswerer::Press("CvMessageBox_CancelBtn") << QStringList("Cancel");
-    QTest::newRow("a question closed with the window's close control emits Cancel")
+    QTest::newRow("a_question_closed_with_the_windows_close_control_emits_cancel")
         << question << BoxAnswerer::CloseBox() << QStringList("Cancel");
-    QTest::newRow("a question left with Escape emits Cancel")
+    QTest::newRow("a_question_left_with_escape_emits_cancel")
         << question << gPressKey(Qt::Key_Escape) << QStringList("Cancel");
-    QTest::newRow("an information answered with the OK button emits Ok")
+    QTest::newRow("an_information_answered_with_the_ok_button_emits_ok")
         << information << BoxAnswerer::Press("CvMessageBox_OkBtn") << QStringList("Ok");
-    QTest::newRow("an information that is only closed emits Ok as well")
+    QTest::newRow("an_information_that_is_only_closed_emits_ok_as_well")
         << information << BoxAnswerer::CloseBox() << QStringList("Ok");
-    QTest::newRow("an information left with Escape emits Ok as well")
+    QTest::newRow("an_information_left_with_escape_emits_ok_as_well")
         << information << gPressKey(Qt::Key_Escape) << QStringList("Ok");
 }
 
@@ -163,7 +163,7 @@ void tst_URMessageBox::an_answer_becomes_one_signal()
     QTEST(log.calls, "emitted");
 }
 
-void tst_URMessageBox::a_question_box_has_Yes_and_Cancel_the_question_icon_and_its_size()
+void tst_URMessageBox::a_question_box_has_yes_and_cancel_the_question_icon_and_its_size()
 {
     URMessageBox box(URMessageBox::Question, nullptr);
     const SeenBox seen = gShow(box, BoxAnswerer::CloseBox());
@@ -176,7 +176,7 @@ void tst_URMessageBox::a_question_box_has_Yes_and_Cancel_the_question_icon_and_i
     QVERIFY(seen.texts.contains("Download completed."));
 }
 
-void tst_URMessageBox::an_information_box_has_OK_and_its_size()
+void tst_URMessageBox::an_information_box_has_ok_and_its_size()
 {
     URMessageBox box(URMessageBox::Information, nullptr);
     const SeenBox seen = gShow(box, BoxAnswerer::CloseBox());
@@ -191,9 +191,9 @@ void tst_URMessageBox::an_information_box_has_OK_and_its_size()
 void tst_URMessageBox::any_other_kind_shows_nothing_and_emits_nothing_data()
 {
     QTest::addColumn<int>("kind");
-    QTest::newRow("the first number behind the kinds") << 2;
-    QTest::newRow("a negative number") << -1;
-    QTest::newRow("a number whose low byte is a kind") << 0x101;
+    QTest::newRow("the_first_number_behind_the_kinds") << 2;
+    QTest::newRow("a_negative_number") << -1;
+    QTest::newRow("a_number_whose_low_byte_is_a_kind") << 0x101;
 }
 
 void tst_URMessageBox::any_other_kind_shows_nothing_and_emits_nothing()
@@ -211,8 +211,8 @@ void tst_URMessageBox::any_other_kind_shows_nothing_and_emits_nothing()
 void tst_URMessageBox::a_widget_parent_is_the_boxes_dialog_parent_data()
 {
     QTest::addColumn<int>("kind");
-    QTest::newRow("of a question") << int(URMessageBox::Question);
-    QTest::newRow("of an information") << int(URMessageBox::Information);
+    QTest::newRow("of_a_question") << int(URMessageBox::Question);
+    QTest::newRow("of_an_information") << int(URMessageBox::Information);
 }
 
 void tst_URMessageBox::a_widget_parent_is_the_boxes_dialog_parent()
@@ -238,7 +238,7 @@ void tst_URMessageBox::a_parent_that_is_no_widget_gives_no_dialog_parent()
     QCOMPARE(gShow(free, BoxAnswerer::CloseBox()).parent, nullptr);
 }
 
-void tst_URMessageBox::ShowMessage_returns_after_the_slots_of_the_answer()
+void tst_URMessageBox::show_message_returns_after_the_slots_of_the_answer()
 {
     URMessageBox box(URMessageBox::Question, nullptr);
     SignalLog log(&box);

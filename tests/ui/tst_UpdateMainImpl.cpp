@@ -39,7 +39,7 @@ private slots:
     void init();
     void cleanup();
 
-    void it_is_a_URBaseWidget_without_slots();
+    void it_is_a_ur_base_widget_without_slots();
     void its_signals_stand_in_the_order_that_the_dialog_relies_on();
     void its_style_sheet_background_is_painted();
     void title_bar_stack_and_manager_are_created_in_this_order();
@@ -47,25 +47,25 @@ private slots:
     void the_progress_page_is_current_before_any_switch();
     void no_size_is_asked_for_during_construction();
     void it_wears_the_style_sheet_of_the_resources();
-    void the_caption_is_Live_Update();
+    void the_caption_is_live_update();
     void the_caption_follows_the_language();
     void the_layout_fills_the_content_data();
     void the_layout_fills_the_content();
     void the_layout_follows_a_later_resize();
-    void ShowPage_makes_the_page_current_and_asks_for_its_size_data();
-    void ShowPage_makes_the_page_current_and_asks_for_its_size();
+    void show_page_makes_the_page_current_and_asks_for_its_size_data();
+    void show_page_makes_the_page_current_and_asks_for_its_size();
     void the_size_is_asked_for_between_the_switch_and_the_show();
     void the_managers_page_switch_shows_the_page_data();
     void the_managers_page_switch_shows_the_page();
     void the_managers_outcome_signals_are_relayed_once_data();
     void the_managers_outcome_signals_are_relayed_once();
     void drag_offsets_of_the_title_bar_pass_through();
-    void the_title_bars_close_button_emits_Close_once_on_a_quiet_page_data();
-    void the_title_bars_close_button_emits_Close_once_on_a_quiet_page();
+    void the_title_bars_close_button_emits_close_once_on_a_quiet_page_data();
+    void the_title_bars_close_button_emits_close_once_on_a_quiet_page();
     void the_title_bars_close_button_closes_the_progress_page_too();
-    void the_progress_pages_own_close_emits_Close_five_times();
-    void the_hint_pages_close_emits_Close_once();
-    void the_version_pages_remind_button_emits_RemindMeLater();
+    void the_progress_pages_own_close_emits_close_five_times();
+    void the_hint_pages_close_emits_close_once();
+    void the_version_pages_remind_button_emits_remind_me_later();
 
 private:
     QWidget *PageAt(int index) const { return Stack()->widget(index); }
@@ -115,7 +115,7 @@ void tst_UpdateMainImpl::cleanup()
     m_content = nullptr;
 }
 
-void tst_UpdateMainImpl::it_is_a_URBaseWidget_without_slots()
+void tst_UpdateMainImpl::it_is_a_ur_base_widget_without_slots()
 {
     QCOMPARE(UpdateMainImpl::staticMetaObject.superClass(), &URBaseWidget::staticMetaObject);
     QCOMPARE(gOwnMethods(UpdateMainImpl::staticMetaObject, QMetaMethod::Slot), QByteArrayList());
@@ -171,7 +171,7 @@ void tst_UpdateMainImpl::it_wears_the_style_sheet_of_the_resources()
     QCOMPARE(m_content->styleSheet(), QuillonInit::gGetStyleSheet(path));
 }
 
-void tst_UpdateMainImpl::the_caption_is_Live_Update()
+void tst_UpdateMainImpl::the_caption_is_live_update()
 {
     QCOMPARE(gCaption(*m_content), QString("Live Update"));
 }
@@ -194,9 +194,9 @@ void tst_UpdateMainImpl::the_layout_fills_the_content_data()
     QTest::addColumn<QSize>("size");
     QTest::addColumn<QRect>("titleBar");
     QTest::addColumn<QRect>("stack");
-    QTest::newRow("640 x 270") << pageSize << QRect(1, 1, 638, 30) << QRect(1, 31, 638, 239);
-    QTest::newRow("640 x 320") << versionPageSize << QRect(1, 1, 638, 30) << QRect(1, 31, 638, 289);
-    QTest::newRow("570 x 250") << QSize(570, 250) << QRect(1, 1, 568, 30) << QRect(1, 31, 568, 219);
+    QTest::newRow("640_x_270") << pageSize << QRect(1, 1, 638, 30) << QRect(1, 31, 638, 239);
+    QTest::newRow("640_x_320") << versionPageSize << QRect(1, 1, 638, 30) << QRect(1, 31, 638, 289);
+    QTest::newRow("570_x_250") << QSize(570, 250) << QRect(1, 1, 568, 30) << QRect(1, 31, 568, 219);
 }
 
 void tst_UpdateMainImpl::the_layout_fills_the_content()
@@ -223,16 +223,16 @@ void tst_UpdateMainImpl::the_layout_follows_a_later_resize()
     m_content->setParent(nullptr);
 }
 
-void tst_UpdateMainImpl::ShowPage_makes_the_page_current_and_asks_for_its_size_data()
+void tst_UpdateMainImpl::show_page_makes_the_page_current_and_asks_for_its_size_data()
 {
     QTest::addColumn<int>("page");
     QTest::addColumn<QSize>("size");
-    QTest::newRow("the progress page takes 640 x 270") << 0 << pageSize;
-    QTest::newRow("the version page takes 640 x 320") << 1 << versionPageSize;
-    QTest::newRow("the hint page takes 640 x 270") << 2 << pageSize;
+    QTest::newRow("the_progress_page_takes_640_x_270") << 0 << pageSize;
+    QTest::newRow("the_version_page_takes_640_x_320") << 1 << versionPageSize;
+    QTest::newRow("the_hint_page_takes_640_x_270") << 2 << pageSize;
 }
 
-void tst_UpdateMainImpl::ShowPage_makes_the_page_current_and_asks_for_its_size()
+void tst_UpdateMainImpl::show_page_makes_the_page_current_and_asks_for_its_size()
 {
     QFETCH(int, page);
     QFETCH(QSize, size);
@@ -269,7 +269,7 @@ void tst_UpdateMainImpl::the_size_is_asked_for_between_the_switch_and_the_show()
 
 void tst_UpdateMainImpl::the_managers_page_switch_shows_the_page_data()
 {
-    ShowPage_makes_the_page_current_and_asks_for_its_size_data();
+    show_page_makes_the_page_current_and_asks_for_its_size_data();
 }
 
 void tst_UpdateMainImpl::the_managers_page_switch_shows_the_page()
@@ -312,14 +312,14 @@ void tst_UpdateMainImpl::drag_offsets_of_the_title_bar_pass_through()
     QCOMPARE(move, QList<QVariantList>({{-17, 23}}));
 }
 
-void tst_UpdateMainImpl::the_title_bars_close_button_emits_Close_once_on_a_quiet_page_data()
+void tst_UpdateMainImpl::the_title_bars_close_button_emits_close_once_on_a_quiet_page_data()
 {
     QTest::addColumn<int>("page");
-    QTest::newRow("the version page") << 1;
-    QTest::newRow("the hint page") << 2;
+    QTest::newRow("the_version_page") << 1;
+    QTest::newRow("the_hint_page") << 2;
 }
 
-void tst_UpdateMainImpl::the_title_bars_close_button_emits_Close_once_on_a_quiet_page()
+void tst_UpdateMainImpl::the_title_bars_close_button_emits_close_once_on_a_quiet_page()
 {
     QFETCH(int, page);
     m_content->ShowPage(PageAt(page));
@@ -344,21 +344,21 @@ void tst_UpdateMainImpl::the_title_bars_close_button_closes_the_progress_page_to
     QCOMPARE(emitted.last(), QString("the progress page's Close"));
 }
 
-void tst_UpdateMainImpl::the_progress_pages_own_close_emits_Close_five_times()
+void tst_UpdateMainImpl::the_progress_pages_own_close_emits_close_five_times()
 {
     QSignalSpy close(m_content, &UpdateMainImpl::Close);
     emit qobject_cast<ProgressDisplay *>(PageAt(0))->Close();
     QCOMPARE(close.count(), 5);
 }
 
-void tst_UpdateMainImpl::the_hint_pages_close_emits_Close_once()
+void tst_UpdateMainImpl::the_hint_pages_close_emits_close_once()
 {
     QSignalSpy close(m_content, &UpdateMainImpl::Close);
     emit qobject_cast<HintDisplay *>(PageAt(2))->Close();
     QCOMPARE(close.count(), 1);
 }
 
-void tst_UpdateMainImpl::the_version_pages_remind_button_emits_RemindMeLater()
+void tst_UpdateMainImpl::the_version_pages_remind_button_emits_remind_me_later()
 {
     QSignalSpy remind(m_content, &UpdateMainImpl::RemindMeLater);
     QSignalSpy close(m_content, &UpdateMainImpl::Close);

@@ -7,12 +7,12 @@ class tst_CheckUrl : public QObject
     Q_OBJECT
 
 private slots:
-    void TheAddressIs_data();
-    void TheAddressIs();
-    void AnEmptyTemplateGivesOnlyTheValues();
+    void the_address_is_data();
+    void the_address_is();
+    void an_empty_template_gives_only_the_values();
 };
 
-void tst_CheckUrl::TheAddressIs_data()
+void tst_CheckUrl::the_address_is_data()
 {
     QTest::addColumn<QString>("urlTemplate");
     QTest::addColumn<QStringList>("values");
@@ -20,46 +20,46 @@ void tst_CheckUrl::TheAddressIs_data()
     const QString full = "http://u.example/check?pid=&version=&email=";
     const QStringList plain{"1", "2", "3"};
 
-    QTest::newRow("the three values go behind their keys")
+    QTest::newRow("the_three_values_go_behind_their_keys")
         << full << plain << "http://u.example/check?pid=1&version=2&email=3";
-    QTest::newRow("the keys may stand in any order")
+    QTest::newRow("the_keys_may_stand_in_any_order")
         << "http://u.example/?email=&pid=&version=" << plain
         << "http://u.example/?email=3&pid=1&version=2";
-    QTest::newRow("what stood behind a key stays behind the value")
+    QTest::newRow("what_stood_behind_a_key_stays_behind_the_value")
         << "http://u.example/?pid=x&version=y&email=z" << plain
         << "http://u.example/?pid=1x&version=2y&email=3z";
-    QTest::newRow("a key that occurs twice gets its value at the first place only")
+    QTest::newRow("a_key_that_occurs_twice_gets_its_value_at_the_first_place_only")
         << "http://u.example/?pid=&pid=&version=&email=" << plain
         << "http://u.example/?pid=1&pid=&version=2&email=3";
-    QTest::newRow("keys are case-sensitive")
+    QTest::newRow("keys_are_case_sensitive")
         << "http://u.example/?PID=&pid=&version=&email=" << plain
         << "http://u.example/?PID=&pid=1&version=2&email=3";
-    QTest::newRow("without email= the address goes to position 5")
+    QTest::newRow("without_email_the_address_goes_to_position_5")
         << "http://u.example/?pid=&version=" << plain << "http:3//u.example/?pid=1&version=2";
-    QTest::newRow("without pid= the product goes to position 3")
+    QTest::newRow("without_pid_the_product_goes_to_position_3")
         << "/check?version=&email=" << plain << "/ch1eck?version=2&email=3";
-    QTest::newRow("without version= the version goes to position 7")
+    QTest::newRow("without_version_the_version_goes_to_position_7")
         << "/checks/a?pid=&email=" << plain << "/checks2/a?pid=1&email=3";
-    QTest::newRow("a key inside an inserted value is found by the next search")
+    QTest::newRow("a_key_inside_an_inserted_value_is_found_by_the_next_search")
         << full << QStringList{"version=", "2", "3"}
         << "http://u.example/check?pid=version=2&version=&email=3";
-    QTest::newRow("empty values leave the template")
+    QTest::newRow("empty_values_leave_the_template")
         << full << QStringList{"", "", ""} << "http://u.example/check?pid=&version=&email=";
-    QTest::newRow("separators in a value are not encoded")
+    QTest::newRow("separators_in_a_value_are_not_encoded")
         << full << QStringList{"a&b=c", "2", "me@u.example"}
         << "http://u.example/check?pid=a&b=c&version=2&email=me@u.example";
-    QTest::newRow("a number sign in a value begins the fragment")
+    QTest::newRow("a_number_sign_in_a_value_begins_the_fragment")
         << full << QStringList{"1", "2", "a#b"}
         << "http://u.example/check?pid=1&version=2&email=a#b";
-    QTest::newRow("a percent escape in a value stays")
+    QTest::newRow("a_percent_escape_in_a_value_stays")
         << full << QStringList{"1", "2", "a%40b"}
         << "http://u.example/check?pid=1&version=2&email=a%40b";
-    QTest::newRow("blanks and stray percent signs are tolerated")
+    QTest::newRow("blanks_and_stray_percent_signs_are_tolerated")
         << full << QStringList{"a b", "100%", "3"}
         << "http://u.example/check?pid=a b&version=100%&email=3";
 }
 
-void tst_CheckUrl::TheAddressIs()
+void tst_CheckUrl::the_address_is()
 {
     QFETCH(QString, urlTemplate);
     QFETCH(QStringList, values);
@@ -69,7 +69,7 @@ void tst_CheckUrl::TheAddressIs()
     QVERIFY(!url.isEmpty());
 }
 
-void tst_CheckUrl::AnEmptyTemplateGivesOnlyTheValues()
+void tst_CheckUrl::an_empty_template_gives_only_the_values()
 {
     QString text = gBuildCheckUrl({}, "1", "2", "3").toString();
     text.remove("%20").remove(' ');

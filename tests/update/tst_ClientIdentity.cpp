@@ -15,22 +15,22 @@ class tst_ClientIdentity : public QObject
 private slots:
     void init();
 
-    void ASignIsMadeOf_data();
-    void ASignIsMadeOf();
-    void AShortDiskIdentifierIsPaddedWithZerosInFront();
-    void TheGuidIsUsedWithout_data();
-    void TheGuidIsUsedWithout();
-    void WithoutAnySourceTheSignIsEmpty();
-    void TheSourcesOfThisMachineGiveASign();
+    void a_sign_is_made_of_data();
+    void a_sign_is_made_of();
+    void a_short_disk_identifier_is_padded_with_zeros_in_front();
+    void the_guid_is_used_without_data();
+    void the_guid_is_used_without();
+    void without_any_source_the_sign_is_empty();
+    void the_sources_of_this_machine_give_a_sign();
 
-    void AUsersSignIsReturnedThoughTheMachinesDifferAndNothingIsWritten();
-    void AStoredSignIsReturnedAsItIs_data();
-    void AStoredSignIsReturnedAsItIs();
-    void ANewSignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers();
-    void AnEmptyStoredSignIsReplaced();
-    void TheNextRunFindsTheSign();
-    void ASignIsReturnedThoughItCannotBeStored();
-    void AGuidThatCannotBeStoredIsAnotherOneInTheNextRun();
+    void a_users_sign_is_returned_though_the_machines_differ_and_nothing_is_written();
+    void a_stored_sign_is_returned_as_it_is_data();
+    void a_stored_sign_is_returned_as_it_is();
+    void a_new_sign_is_stored_in_both_places_of_the_machine_and_not_in_the_users();
+    void an_empty_stored_sign_is_replaced();
+    void the_next_run_finds_the_sign();
+    void a_sign_is_returned_though_it_cannot_be_stored();
+    void a_guid_that_cannot_be_stored_is_another_one_in_the_next_run();
 
 private:
     QScopedPointer<QTemporaryDir> m_folder;
@@ -62,7 +62,7 @@ void tst_ClientIdentity::init()
     m_places.reset(new SystemPlaces(m_folder->path()));
 }
 
-void tst_ClientIdentity::ASignIsMadeOf_data()
+void tst_ClientIdentity::a_sign_is_made_of_data()
 {
     QTest::addColumn<QByteArray>("address");
     QTest::addColumn<QByteArray>("serial");
@@ -70,26 +70,26 @@ void tst_ClientIdentity::ASignIsMadeOf_data()
     QTest::addColumn<QString>("sign");
     const QByteArray address = "00AABBCCDDEE";
     const QByteArray serial = "0000ABCD";
-    QTest::newRow("a disk identifier of twelve characters")
+    QTest::newRow("a_disk_identifier_of_twelve_characters")
         << address << serial << QByteArray("123456789ABC")
         << "{0000ABCD-1234-5678-9ABC-00AABBCCDDEE}";
-    QTest::newRow("the first twelve of a longer disk identifier")
+    QTest::newRow("the_first_twelve_of_a_longer_disk_identifier")
         << address << serial << QByteArray("WD-WCC 4N0123456789")
         << "{0000ABCD-WDWC-C4N0-1234-00AABBCCDDEE}";
-    QTest::newRow("zeros for a disk without an identifier")
+    QTest::newRow("zeros_for_a_disk_without_an_identifier")
         << address << serial << QByteArray() << "{0000ABCD-0000-0000-0000-00AABBCCDDEE}";
-    QTest::newRow("zeros for a volume without a serial number")
+    QTest::newRow("zeros_for_a_volume_without_a_serial_number")
         << address << QByteArray("00000000") << QByteArray("123456789ABC")
         << "{00000000-1234-5678-9ABC-00AABBCCDDEE}";
-    QTest::newRow("the first eight of a longer serial number")
+    QTest::newRow("the_first_eight_of_a_longer_serial_number")
         << address << QByteArray("12345678FFFF") << QByteArray("123456789ABC")
         << "{12345678-1234-5678-9ABC-00AABBCCDDEE}";
-    QTest::newRow("every letter in upper case")
+    QTest::newRow("every_letter_in_upper_case")
         << QByteArray("00aabbccddee") << QByteArray("0000abcd") << QByteArray("abc-def ghijkl")
         << "{0000ABCD-ABCD-EFGH-IJKL-00AABBCCDDEE}";
 }
 
-void tst_ClientIdentity::ASignIsMadeOf()
+void tst_ClientIdentity::a_sign_is_made_of()
 {
     QFETCH(QByteArray, address);
     QFETCH(QByteArray, serial);
@@ -98,39 +98,39 @@ void tst_ClientIdentity::ASignIsMadeOf()
     QCOMPARE(gIdentity(address, serial, disk).MakeClientSign().size(), 38);
 }
 
-void tst_ClientIdentity::AShortDiskIdentifierIsPaddedWithZerosInFront()
+void tst_ClientIdentity::a_short_disk_identifier_is_padded_with_zeros_in_front()
 {
     // "AB123" behind seven zeros: the pieces 0000, 000A and B123.
     QCOMPARE(gFullIdentity().MakeClientSign(), fullSign);
 }
 
-void tst_ClientIdentity::TheGuidIsUsedWithout_data()
+void tst_ClientIdentity::the_guid_is_used_without_data()
 {
     QTest::addColumn<QByteArray>("address");
     QTest::addColumn<QByteArray>("serial");
-    QTest::newRow("a network adapter with a six-byte address")
+    QTest::newRow("a_network_adapter_with_a_six_byte_address")
         << QByteArray() << QByteArray("0000ABCD");
-    QTest::newRow("all of an address") << QByteArray("00AABBCCDDE") << QByteArray("0000ABCD");
-    QTest::newRow("a volume serial") << QByteArray("00AABBCCDDEE") << QByteArray();
-    QTest::newRow("all of a volume serial") << QByteArray("00AABBCCDDEE") << QByteArray("0000ABC");
+    QTest::newRow("all_of_an_address") << QByteArray("00AABBCCDDE") << QByteArray("0000ABCD");
+    QTest::newRow("a_volume_serial") << QByteArray("00AABBCCDDEE") << QByteArray();
+    QTest::newRow("all_of_a_volume_serial") << QByteArray("00AABBCCDDEE") << QByteArray("0000ABC");
     QTest::newRow("either") << QByteArray() << QByteArray();
 }
 
-void tst_ClientIdentity::TheGuidIsUsedWithout()
+void tst_ClientIdentity::the_guid_is_used_without()
 {
     QFETCH(QByteArray, address);
     QFETCH(QByteArray, serial);
     QCOMPARE(gIdentity(address, serial, "123456789ABC").MakeClientSign(), guid);
 }
 
-void tst_ClientIdentity::WithoutAnySourceTheSignIsEmpty()
+void tst_ClientIdentity::without_any_source_the_sign_is_empty()
 {
     const ClientIdentity identity = gIdentity({}, {}, {}, {});
     QVERIFY(identity.MakeClientSign().isEmpty());
     QVERIFY(identity.GetClientSign("Halvard").isEmpty());
 }
 
-void tst_ClientIdentity::TheSourcesOfThisMachineGiveASign()
+void tst_ClientIdentity::the_sources_of_this_machine_give_a_sign()
 {
     const QString sign = ClientIdentity().MakeClientSign();
     QCOMPARE(sign.size(), 38);
@@ -139,7 +139,8 @@ void tst_ClientIdentity::TheSourcesOfThisMachineGiveASign()
     QCOMPARE(sign, sign.toUpper());
 }
 
-void tst_ClientIdentity::AUsersSignIsReturnedThoughTheMachinesDifferAndNothingIsWritten()
+void tst_ClientIdentity::
+    a_users_sign_is_returned_though_the_machines_differ_and_nothing_is_written()
 {
     SystemPlaces::PutSign(Owner::User, firstPlace, "user");
     SystemPlaces::PutSign(Owner::Machine, firstPlace, "first");
@@ -148,16 +149,16 @@ void tst_ClientIdentity::AUsersSignIsReturnedThoughTheMachinesDifferAndNothingIs
     QVERIFY(SystemPlaces::Sign(Owner::Machine, secondPlace).isEmpty());
 }
 
-void tst_ClientIdentity::AStoredSignIsReturnedAsItIs_data()
+void tst_ClientIdentity::a_stored_sign_is_returned_as_it_is_data()
 {
     QTest::addColumn<Owner>("owner");
     QTest::addColumn<QString>("place");
-    QTest::newRow("from the first place of the user") << Owner::User << firstPlace;
-    QTest::newRow("from the first place of the machine") << Owner::Machine << firstPlace;
-    QTest::newRow("from the second place of the machine") << Owner::Machine << secondPlace;
+    QTest::newRow("from_the_first_place_of_the_user") << Owner::User << firstPlace;
+    QTest::newRow("from_the_first_place_of_the_machine") << Owner::Machine << firstPlace;
+    QTest::newRow("from_the_second_place_of_the_machine") << Owner::Machine << secondPlace;
 }
 
-void tst_ClientIdentity::AStoredSignIsReturnedAsItIs()
+void tst_ClientIdentity::a_stored_sign_is_returned_as_it_is()
 {
     QFETCH(Owner, owner);
     QFETCH(QString, place);
@@ -171,7 +172,7 @@ void tst_ClientIdentity::AStoredSignIsReturnedAsItIs()
     QCOMPARE(signs, 1);
 }
 
-void tst_ClientIdentity::ANewSignIsStoredInBothPlacesOfTheMachineAndNotInTheUsers()
+void tst_ClientIdentity::a_new_sign_is_stored_in_both_places_of_the_machine_and_not_in_the_users()
 {
     QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
     QCOMPARE(SystemPlaces::Sign(Owner::Machine, firstPlace), fullSign);
@@ -180,14 +181,14 @@ void tst_ClientIdentity::ANewSignIsStoredInBothPlacesOfTheMachineAndNotInTheUser
     QVERIFY(SystemPlaces::Sign(Owner::User, secondPlace).isEmpty());
 }
 
-void tst_ClientIdentity::AnEmptyStoredSignIsReplaced()
+void tst_ClientIdentity::an_empty_stored_sign_is_replaced()
 {
     SystemPlaces::PutSign(Owner::Machine, firstPlace, "");
     QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
     QCOMPARE(SystemPlaces::Sign(Owner::Machine, firstPlace), fullSign);
 }
 
-void tst_ClientIdentity::TheNextRunFindsTheSign()
+void tst_ClientIdentity::the_next_run_finds_the_sign()
 {
     gFullIdentity().GetClientSign("Halvard");
     const ClientIdentity other = gIdentity("FFFFFFFFFFFF", "FFFFFFFF", "other disk");
@@ -196,7 +197,7 @@ void tst_ClientIdentity::TheNextRunFindsTheSign()
     QVERIFY(other.ReadClientSign("Another").isEmpty());
 }
 
-void tst_ClientIdentity::ASignIsReturnedThoughItCannotBeStored()
+void tst_ClientIdentity::a_sign_is_returned_though_it_cannot_be_stored()
 {
     SystemPlaces::BlockSignsOf("Halvard");
     QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
@@ -205,7 +206,7 @@ void tst_ClientIdentity::ASignIsReturnedThoughItCannotBeStored()
     QVERIFY(SystemPlaces::Sign(Owner::User, firstPlace).isEmpty());
 }
 
-void tst_ClientIdentity::AGuidThatCannotBeStoredIsAnotherOneInTheNextRun()
+void tst_ClientIdentity::a_guid_that_cannot_be_stored_is_another_one_in_the_next_run()
 {
     SystemPlaces::BlockSignsOf("Halvard");
     QCOMPARE(gIdentity({}, {}, {}, "{1}").GetClientSign("Halvard"), QString("{1}"));

@@ -20,34 +20,34 @@ private slots:
     void init();
     void cleanup();
 
-    void SignalsAndSlotsStandInTheirOrder();
-    void TheRangeHeaderIs_data();
-    void TheRangeHeaderIs();
-    void ARangeIsWrittenInItsPlaceOnly();
-    void ProgressCarriesTheBytesOfEachChunkAndOne();
-    void EveryChunkIsOnDiskBeforeItIsTold();
-    void OnlyTheOwnRangeIsAdvanced();
-    void AnEndedRangeIsCounted();
-    void AnEmptyRangeSendsNothingAndEnds();
+    void signals_and_slots_stand_in_their_order();
+    void the_range_header_is_data();
+    void the_range_header_is();
+    void a_range_is_written_in_its_place_only();
+    void progress_carries_the_bytes_of_each_chunk_and_one();
+    void every_chunk_is_on_disk_before_it_is_told();
+    void only_the_own_range_is_advanced();
+    void an_ended_range_is_counted();
+    void an_empty_range_sends_nothing_and_ends();
 
-    void TheContentTypeIsAccepted_data();
-    void TheContentTypeIsAccepted();
-    void TheContentTypeIsIgnored_data();
-    void TheContentTypeIsIgnored();
+    void the_content_type_is_accepted_data();
+    void the_content_type_is_accepted();
+    void the_content_type_is_ignored_data();
+    void the_content_type_is_ignored();
 
-    void ARemoteCloseIsSilentAndLeavesTheRangeUnfinished_data();
-    void ARemoteCloseIsSilentAndLeavesTheRangeUnfinished();
-    void AFailureIsToldOnceAndLogged_data();
-    void AFailureIsToldOnceAndLogged();
-    void ARefusedConnectionIsToldOnce();
-    void ATargetThatCannotBeOpenedIsToldOnceAndTheRequestIsMade();
-    void ACancelledReplyIsSilent();
-    void AStoppedDownloaderIsSilentForGood();
-    void ADownloaderMayBeDeletedAtAnyTime();
-    void SavingWritesThePositionAndTheTotal();
+    void a_remote_close_is_silent_and_leaves_the_range_unfinished_data();
+    void a_remote_close_is_silent_and_leaves_the_range_unfinished();
+    void a_failure_is_told_once_and_logged_data();
+    void a_failure_is_told_once_and_logged();
+    void a_refused_connection_is_told_once();
+    void a_target_that_cannot_be_opened_is_told_once_and_the_request_is_made();
+    void a_cancelled_reply_is_silent();
+    void a_stopped_downloader_is_silent_for_good();
+    void a_downloader_may_be_deleted_at_any_time();
+    void saving_writes_the_position_and_the_total();
 
-    void AProgressSlotThatDoesNothing();
-    void TheErrorTextsAreTranslated();
+    void a_progress_slot_that_does_nothing();
+    void the_error_texts_are_translated();
 
 private:
     /// Starts @p number on the package, whose bytes @p start to @p end are its range.
@@ -100,7 +100,7 @@ void tst_DownloadMgr::Start(int number, qint64 start, qint64 end)
                                  QString());
 }
 
-void tst_DownloadMgr::SignalsAndSlotsStandInTheirOrder()
+void tst_DownloadMgr::signals_and_slots_stand_in_their_order()
 {
     const QByteArrayList expectedSignals{"DownloadProgress(qlonglong,qlonglong)",
                                          "Error(QString)",
@@ -124,24 +124,24 @@ void tst_DownloadMgr::SignalsAndSlotsStandInTheirOrder()
     QCOMPARE(slotsInOrder.mid(0, expectedSlots.size()), expectedSlots);
 }
 
-void tst_DownloadMgr::TheRangeHeaderIs_data()
+void tst_DownloadMgr::the_range_header_is_data()
 {
     QTest::addColumn<int>("number");
     QTest::addColumn<qint64>("start");
     QTest::addColumn<qint64>("end");
     QTest::addColumn<QByteArray>("expected");
-    QTest::newRow("both ends for the first range")
+    QTest::newRow("both_ends_for_the_first_range")
         << 1 << qint64(0) << qint64(199999) << QByteArray("bytes=0-199999");
-    QTest::newRow("both ends for the fourth range")
+    QTest::newRow("both_ends_for_the_fourth_range")
         << 4 << qint64(600007) << qint64(799999) << QByteArray("bytes=600007-799999");
-    QTest::newRow("open-ended for the last range")
+    QTest::newRow("open_ended_for_the_last_range")
         << 5 << qint64(800000) << qint64(1000002) << QByteArray("bytes=800000-");
-    QTest::newRow("a single byte") << 2 << qint64(7) << qint64(7) << QByteArray("bytes=7-7");
-    QTest::newRow("of 64 bits") << 3 << qint64(5000000000) << qint64(6000000000)
+    QTest::newRow("a_single_byte") << 2 << qint64(7) << qint64(7) << QByteArray("bytes=7-7");
+    QTest::newRow("of_64_bits") << 3 << qint64(5000000000) << qint64(6000000000)
                                 << QByteArray("bytes=5000000000-6000000000");
 }
 
-void tst_DownloadMgr::TheRangeHeaderIs()
+void tst_DownloadMgr::the_range_header_is()
 {
     QFETCH(int, number);
     QFETCH(qint64, start);
@@ -154,7 +154,7 @@ void tst_DownloadMgr::TheRangeHeaderIs()
     QCOMPARE(m_rig->Server().Requests().first().headers.value("range"), expected);
 }
 
-void tst_DownloadMgr::ARangeIsWrittenInItsPlaceOnly()
+void tst_DownloadMgr::a_range_is_written_in_its_place_only()
 {
     Serve(HttpAnswer::Body(m_package));
     Start(2, 200000, 399999);
@@ -164,7 +164,7 @@ void tst_DownloadMgr::ARangeIsWrittenInItsPlaceOnly()
     QVERIFY(gReadFile(m_rig->Target()) == expected);
 }
 
-void tst_DownloadMgr::ProgressCarriesTheBytesOfEachChunkAndOne()
+void tst_DownloadMgr::progress_carries_the_bytes_of_each_chunk_and_one()
 {
     HttpAnswer answer = HttpAnswer::Body(m_package);
     answer.chunkSize = 30000;
@@ -182,7 +182,7 @@ void tst_DownloadMgr::ProgressCarriesTheBytesOfEachChunkAndOne()
     QCOMPARE(gDownloadState().alreadyDownloaded, qint64(200000));
 }
 
-void tst_DownloadMgr::EveryChunkIsOnDiskBeforeItIsTold()
+void tst_DownloadMgr::every_chunk_is_on_disk_before_it_is_told()
 {
     HttpAnswer answer = HttpAnswer::Body(m_package);
     answer.chunkSize = 20000;
@@ -206,7 +206,7 @@ void tst_DownloadMgr::EveryChunkIsOnDiskBeforeItIsTold()
     QCOMPARE(mistakes, QStringList());
 }
 
-void tst_DownloadMgr::OnlyTheOwnRangeIsAdvanced()
+void tst_DownloadMgr::only_the_own_range_is_advanced()
 {
     QMap<QString, QString> expected = m_rig->State();
     Serve(HttpAnswer::Body(m_package));
@@ -217,7 +217,7 @@ void tst_DownloadMgr::OnlyTheOwnRangeIsAdvanced()
     QCOMPARE(m_rig->State(), expected);
 }
 
-void tst_DownloadMgr::AnEndedRangeIsCounted()
+void tst_DownloadMgr::an_ended_range_is_counted()
 {
     gDownloadState().finishedSegments = 2;
     gDownloadState().alreadyDownloaded = 11;
@@ -230,7 +230,7 @@ void tst_DownloadMgr::AnEndedRangeIsCounted()
     QCOMPARE(m_rig->Boxes(), 0);
 }
 
-void tst_DownloadMgr::AnEmptyRangeSendsNothingAndEnds()
+void tst_DownloadMgr::an_empty_range_sends_nothing_and_ends()
 {
     Serve(HttpAnswer::Body(m_package));
     Start(1, 0, -1);
@@ -240,18 +240,18 @@ void tst_DownloadMgr::AnEmptyRangeSendsNothingAndEnds()
     QVERIFY(m_rig->Server().Requests().isEmpty());
 }
 
-void tst_DownloadMgr::TheContentTypeIsAccepted_data()
+void tst_DownloadMgr::the_content_type_is_accepted_data()
 {
     QTest::addColumn<QByteArray>("type");
-    QTest::newRow("of plain bytes") << QByteArray("application/octet-stream");
-    QTest::newRow("of a Windows program") << QByteArray("application/x-msdownload");
-    QTest::newRow("in any case") << QByteArray("Application/X-MSDownload");
-    QTest::newRow("with a parameter") << QByteArray("application/octet-stream; charset=binary");
-    QTest::newRow("with a parameter without a blank")
+    QTest::newRow("of_plain_bytes") << QByteArray("application/octet-stream");
+    QTest::newRow("of_a_windows_program") << QByteArray("application/x-msdownload");
+    QTest::newRow("in_any_case") << QByteArray("Application/X-MSDownload");
+    QTest::newRow("with_a_parameter") << QByteArray("application/octet-stream; charset=binary");
+    QTest::newRow("with_a_parameter_without_a_blank")
         << QByteArray("APPLICATION/OCTET-STREAM;charset=binary");
 }
 
-void tst_DownloadMgr::TheContentTypeIsAccepted()
+void tst_DownloadMgr::the_content_type_is_accepted()
 {
     QFETCH(QByteArray, type);
     HttpAnswer answer = HttpAnswer::Body(m_package);
@@ -262,15 +262,15 @@ void tst_DownloadMgr::TheContentTypeIsAccepted()
     QVERIFY(gReadFile(m_rig->Target()).left(200000) == m_package.left(200000));
 }
 
-void tst_DownloadMgr::TheContentTypeIsIgnored_data()
+void tst_DownloadMgr::the_content_type_is_ignored_data()
 {
     QTest::addColumn<QByteArray>("type");
-    QTest::newRow("of a web page") << QByteArray("text/html; charset=utf-8");
-    QTest::newRow("that only begins alike") << QByteArray("application/octet-stream-2");
-    QTest::newRow("that is missing") << QByteArray();
+    QTest::newRow("of_a_web_page") << QByteArray("text/html; charset=utf-8");
+    QTest::newRow("that_only_begins_alike") << QByteArray("application/octet-stream-2");
+    QTest::newRow("that_is_missing") << QByteArray();
 }
 
-void tst_DownloadMgr::TheContentTypeIsIgnored()
+void tst_DownloadMgr::the_content_type_is_ignored()
 {
     QFETCH(QByteArray, type);
     const QMap<QString, QString> state = m_rig->State();
@@ -290,16 +290,16 @@ void tst_DownloadMgr::TheContentTypeIsIgnored()
     QCOMPARE(m_rig->State(), state);
 }
 
-void tst_DownloadMgr::ARemoteCloseIsSilentAndLeavesTheRangeUnfinished_data()
+void tst_DownloadMgr::a_remote_close_is_silent_and_leaves_the_range_unfinished_data()
 {
     QTest::addColumn<int>("fault");
     QTest::addColumn<int>("bytes");
-    QTest::newRow("within the body") << int(HttpAnswer::Fault::CloseAfter) << 70000;
-    QTest::newRow("by a reset within the body") << int(HttpAnswer::Fault::ResetAfter) << 70000;
-    QTest::newRow("before any answer") << int(HttpAnswer::Fault::ResetAtOnce) << 0;
+    QTest::newRow("within_the_body") << int(HttpAnswer::Fault::CloseAfter) << 70000;
+    QTest::newRow("by_a_reset_within_the_body") << int(HttpAnswer::Fault::ResetAfter) << 70000;
+    QTest::newRow("before_any_answer") << int(HttpAnswer::Fault::ResetAtOnce) << 0;
 }
 
-void tst_DownloadMgr::ARemoteCloseIsSilentAndLeavesTheRangeUnfinished()
+void tst_DownloadMgr::a_remote_close_is_silent_and_leaves_the_range_unfinished()
 {
     QFETCH(int, fault);
     QFETCH(int, bytes);
@@ -318,21 +318,21 @@ void tst_DownloadMgr::ARemoteCloseIsSilentAndLeavesTheRangeUnfinished()
     QCOMPARE(m_rig->State().value("DownLoad_Tasks/End_Byte2"), QStringLiteral("399999"));
 }
 
-void tst_DownloadMgr::AFailureIsToldOnceAndLogged_data()
+void tst_DownloadMgr::a_failure_is_told_once_and_logged_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<int>("code");
-    QTest::newRow("not found") << 404 << QByteArray() << int(QNetworkReply::ContentNotFoundError);
-    QTest::newRow("not found, with a page")
+    QTest::newRow("not_found") << 404 << QByteArray() << int(QNetworkReply::ContentNotFoundError);
+    QTest::newRow("not_found_with_a_page")
         << 404 << QByteArray("<html/>") << int(QNetworkReply::ContentNotFoundError);
-    QTest::newRow("a failing server")
+    QTest::newRow("a_failing_server")
         << 500 << QByteArray() << int(QNetworkReply::InternalServerError);
-    QTest::newRow("a range out of reach")
+    QTest::newRow("a_range_out_of_reach")
         << 416 << QByteArray() << int(QNetworkReply::UnknownContentError);
 }
 
-void tst_DownloadMgr::AFailureIsToldOnceAndLogged()
+void tst_DownloadMgr::a_failure_is_told_once_and_logged()
 {
     QFETCH(int, status);
     QFETCH(QByteArray, body);
@@ -360,7 +360,7 @@ void tst_DownloadMgr::AFailureIsToldOnceAndLogged()
     QVERIFY(gReadFile(m_rig->Target()) == QByteArray(m_package.size(), '\0'));
 }
 
-void tst_DownloadMgr::ARefusedConnectionIsToldOnce()
+void tst_DownloadMgr::a_refused_connection_is_told_once()
 {
     QTcpServer closed;
     QVERIFY(closed.listen(QHostAddress::LocalHost));
@@ -377,7 +377,7 @@ void tst_DownloadMgr::ARefusedConnectionIsToldOnce()
              1);
 }
 
-void tst_DownloadMgr::ATargetThatCannotBeOpenedIsToldOnceAndTheRequestIsMade()
+void tst_DownloadMgr::a_target_that_cannot_be_opened_is_told_once_and_the_request_is_made()
 {
     const QString target = m_rig->Path("no folder/target.tmp");
     const LogCapture log;
@@ -396,7 +396,7 @@ void tst_DownloadMgr::ATargetThatCannotBeOpenedIsToldOnceAndTheRequestIsMade()
     QCOMPARE(m_progress->count(), 0);
 }
 
-void tst_DownloadMgr::ACancelledReplyIsSilent()
+void tst_DownloadMgr::a_cancelled_reply_is_silent()
 {
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 500));
     Start(2, 200000, 399999);
@@ -409,7 +409,7 @@ void tst_DownloadMgr::ACancelledReplyIsSilent()
     QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte2"), QStringLiteral("200500"));
 }
 
-void tst_DownloadMgr::AStoppedDownloaderIsSilentForGood()
+void tst_DownloadMgr::a_stopped_downloader_is_silent_for_good()
 {
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 500));
     Start(2, 200000, 399999);
@@ -427,7 +427,7 @@ void tst_DownloadMgr::AStoppedDownloaderIsSilentForGood()
     QCOMPARE(Errors(), 0);
 }
 
-void tst_DownloadMgr::ADownloaderMayBeDeletedAtAnyTime()
+void tst_DownloadMgr::a_downloader_may_be_deleted_at_any_time()
 {
     std::make_unique<DownloadMgr>(nullptr);
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 500));
@@ -438,7 +438,7 @@ void tst_DownloadMgr::ADownloaderMayBeDeletedAtAnyTime()
     QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte2"), QStringLiteral("200500"));
 }
 
-void tst_DownloadMgr::SavingWritesThePositionAndTheTotal()
+void tst_DownloadMgr::saving_writes_the_position_and_the_total()
 {
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 500));
     Start(5, 800000, 1000002);
@@ -451,14 +451,14 @@ void tst_DownloadMgr::SavingWritesThePositionAndTheTotal()
              QStringLiteral("123"));
 }
 
-void tst_DownloadMgr::AProgressSlotThatDoesNothing()
+void tst_DownloadMgr::a_progress_slot_that_does_nothing()
 {
     m_downloader->_slotDownloadProgress(5, 5);
     QCOMPARE(m_progress->count(), 0);
     QCOMPARE(Errors(), 0);
 }
 
-void tst_DownloadMgr::TheErrorTextsAreTranslated()
+void tst_DownloadMgr::the_error_texts_are_translated()
 {
     FakeTranslator translator;
     translator.Add("DownloadMgr", "Failed to download the update.", "download, translated");

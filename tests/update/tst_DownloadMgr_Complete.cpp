@@ -13,23 +13,23 @@ private slots:
     void init();
     void cleanup();
 
-    void TheLastRangePutsTheInstallerInPlaceAndAsks();
-    void AnInstallerOfBeforeIsReplaced();
-    void ACompleteByteCountCompletesThoughRangesAreMissing();
-    void AServerThatHoldsLessThanThePackageIsRefused();
-    void WhenAllRangesEndShortTheErrorIsToldOnlyForASizeOfOne_data();
-    void WhenAllRangesEndShortTheErrorIsToldOnlyForASizeOfOne();
-    void TheSizeIsReadWhenTheDownloaderIsMade();
-    void FiveDownloadersAskOnce();
-    void ARangeWhoseReplyEndsLateDoesNotKeepThePackageFromItsPlace();
+    void the_last_range_puts_the_installer_in_place_and_asks();
+    void an_installer_of_before_is_replaced();
+    void a_complete_byte_count_completes_though_ranges_are_missing();
+    void a_server_that_holds_less_than_the_package_is_refused();
+    void when_all_ranges_end_short_the_error_is_told_only_for_a_size_of_one_data();
+    void when_all_ranges_end_short_the_error_is_told_only_for_a_size_of_one();
+    void the_size_is_read_when_the_downloader_is_made();
+    void five_downloaders_ask_once();
+    void a_range_whose_reply_ends_late_does_not_keep_the_package_from_its_place();
 
-    void ARedirectIsFetchedWholeWithoutARange();
-    void ARedirectMayNameAPathOnly();
-    void FiveRedirectedRangesCompleteOnce();
-    void ARedirectedBodyOfAnotherSizeIsAnError_data();
-    void ARedirectedBodyOfAnotherSizeIsAnError();
-    void ARedirectThatIsCutCompletesNothing();
-    void ProgressOfARedirectIsPassedOn();
+    void a_redirect_is_fetched_whole_without_a_range();
+    void a_redirect_may_name_a_path_only();
+    void five_redirected_ranges_complete_once();
+    void a_redirected_body_of_another_size_is_an_error_data();
+    void a_redirected_body_of_another_size_is_an_error();
+    void a_redirect_that_is_cut_completes_nothing();
+    void progress_of_a_redirect_is_passed_on();
 
 private:
     /// Prepares a package of @p size bytes with @p activeRanges ranges to go.
@@ -80,7 +80,7 @@ std::unique_ptr<DownloadMgr> tst_DownloadMgr_Complete::Start(int number, qint64 
     return downloader;
 }
 
-void tst_DownloadMgr_Complete::TheLastRangePutsTheInstallerInPlaceAndAsks()
+void tst_DownloadMgr_Complete::the_last_range_puts_the_installer_in_place_and_asks()
 {
     Prepare(50000, 1);
     Serve("/setup.exe", HttpAnswer::Body(m_package));
@@ -101,7 +101,7 @@ void tst_DownloadMgr_Complete::TheLastRangePutsTheInstallerInPlaceAndAsks()
     QVERIFY2(QFile::exists(m_rig->StateFile()), "the state outlives the package");
 }
 
-void tst_DownloadMgr_Complete::AnInstallerOfBeforeIsReplaced()
+void tst_DownloadMgr_Complete::an_installer_of_before_is_replaced()
 {
     Prepare(50000, 1);
     QVERIFY(gWriteFile(m_rig->Installer(), gTestBytes(60000, 9)));
@@ -111,7 +111,7 @@ void tst_DownloadMgr_Complete::AnInstallerOfBeforeIsReplaced()
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
-void tst_DownloadMgr_Complete::ACompleteByteCountCompletesThoughRangesAreMissing()
+void tst_DownloadMgr_Complete::a_complete_byte_count_completes_though_ranges_are_missing()
 {
     Prepare(50000, 3);
     Serve("/setup.exe", HttpAnswer::Body(m_package));
@@ -121,7 +121,7 @@ void tst_DownloadMgr_Complete::ACompleteByteCountCompletesThoughRangesAreMissing
     QVERIFY(!gDownloadState().downloadStarted);
 }
 
-void tst_DownloadMgr_Complete::AServerThatHoldsLessThanThePackageIsRefused()
+void tst_DownloadMgr_Complete::a_server_that_holds_less_than_the_package_is_refused()
 {
     Prepare(50000, 1);
     Serve("/setup.exe", HttpAnswer::Body(m_package.left(20000)));
@@ -136,18 +136,19 @@ void tst_DownloadMgr_Complete::AServerThatHoldsLessThanThePackageIsRefused()
     QVERIFY(!QFile::exists(m_rig->Installer()));
 }
 
-void tst_DownloadMgr_Complete::WhenAllRangesEndShortTheErrorIsToldOnlyForASizeOfOne_data()
+void tst_DownloadMgr_Complete::
+    when_all_ranges_end_short_the_error_is_told_only_for_a_size_of_one_data()
 {
     QTest::addColumn<int>("size");
     QTest::addColumn<qint64>("already");
     QTest::addColumn<int>("errors");
-    QTest::newRow("no byte of a package of one: told") << 1 << qint64(0) << 1;
-    QTest::newRow("no byte of a larger package: silent") << 2 << qint64(0) << 0;
-    QTest::newRow("some bytes of a package of unknown size: told") << 0 << qint64(3) << 1;
-    QTest::newRow("some bytes of a larger package: silent") << 9 << qint64(3) << 0;
+    QTest::newRow("no_byte_of_a_package_of_one_told") << 1 << qint64(0) << 1;
+    QTest::newRow("no_byte_of_a_larger_package_silent") << 2 << qint64(0) << 0;
+    QTest::newRow("some_bytes_of_a_package_of_unknown_size_told") << 0 << qint64(3) << 1;
+    QTest::newRow("some_bytes_of_a_larger_package_silent") << 9 << qint64(3) << 0;
 }
 
-void tst_DownloadMgr_Complete::WhenAllRangesEndShortTheErrorIsToldOnlyForASizeOfOne()
+void tst_DownloadMgr_Complete::when_all_ranges_end_short_the_error_is_told_only_for_a_size_of_one()
 {
     QFETCH(int, size);
     QFETCH(qint64, already);
@@ -160,7 +161,7 @@ void tst_DownloadMgr_Complete::WhenAllRangesEndShortTheErrorIsToldOnlyForASizeOf
     QCOMPARE(m_rig->Boxes(), 0);
 }
 
-void tst_DownloadMgr_Complete::TheSizeIsReadWhenTheDownloaderIsMade()
+void tst_DownloadMgr_Complete::the_size_is_read_when_the_downloader_is_made()
 {
     Prepare(50000, 1);
     Serve("/setup.exe", HttpAnswer::Body(m_package));
@@ -169,7 +170,7 @@ void tst_DownloadMgr_Complete::TheSizeIsReadWhenTheDownloaderIsMade()
     QTRY_COMPARE(m_rig->Boxes(), 1);
 }
 
-void tst_DownloadMgr_Complete::FiveDownloadersAskOnce()
+void tst_DownloadMgr_Complete::five_downloaders_ask_once()
 {
     Prepare(50000, 5);
     HttpAnswer answer = HttpAnswer::Body(m_package);
@@ -188,7 +189,8 @@ void tst_DownloadMgr_Complete::FiveDownloadersAskOnce()
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
-void tst_DownloadMgr_Complete::ARangeWhoseReplyEndsLateDoesNotKeepThePackageFromItsPlace()
+void tst_DownloadMgr_Complete::
+    a_range_whose_reply_ends_late_does_not_keep_the_package_from_its_place()
 {
     Prepare(50000, 2);
     HttpAnswer endless = HttpAnswer::Body(m_package);
@@ -208,7 +210,7 @@ void tst_DownloadMgr_Complete::ARangeWhoseReplyEndsLateDoesNotKeepThePackageFrom
     QCOMPARE(m_errors, 0);
 }
 
-void tst_DownloadMgr_Complete::ARedirectIsFetchedWholeWithoutARange()
+void tst_DownloadMgr_Complete::a_redirect_is_fetched_whole_without_a_range()
 {
     Prepare(50000, 1);
     Serve("/setup.exe", HttpAnswer::Redirect(Address("/moved")));
@@ -227,7 +229,7 @@ void tst_DownloadMgr_Complete::ARedirectIsFetchedWholeWithoutARange()
     QCOMPARE(m_errors, 0);
 }
 
-void tst_DownloadMgr_Complete::ARedirectMayNameAPathOnly()
+void tst_DownloadMgr_Complete::a_redirect_may_name_a_path_only()
 {
     Prepare(50000, 1);
     Serve("/setup.exe", HttpAnswer::Redirect("/moved"));
@@ -239,7 +241,7 @@ void tst_DownloadMgr_Complete::ARedirectMayNameAPathOnly()
     QCOMPARE(m_errors, 0);
 }
 
-void tst_DownloadMgr_Complete::FiveRedirectedRangesCompleteOnce()
+void tst_DownloadMgr_Complete::five_redirected_ranges_complete_once()
 {
     m_package = gTestBytes(50000);
     Serve("/files/setup.exe", HttpAnswer::Redirect(Address("/moved")));
@@ -263,14 +265,14 @@ void tst_DownloadMgr_Complete::FiveRedirectedRangesCompleteOnce()
     QVERIFY(!m_rig->Pages().contains("hint"));
 }
 
-void tst_DownloadMgr_Complete::ARedirectedBodyOfAnotherSizeIsAnError_data()
+void tst_DownloadMgr_Complete::a_redirected_body_of_another_size_is_an_error_data()
 {
     QTest::addColumn<int>("size");
-    QTest::newRow("a shorter one") << 49999;
-    QTest::newRow("a longer one") << 50001;
+    QTest::newRow("a_shorter_one") << 49999;
+    QTest::newRow("a_longer_one") << 50001;
 }
 
-void tst_DownloadMgr_Complete::ARedirectedBodyOfAnotherSizeIsAnError()
+void tst_DownloadMgr_Complete::a_redirected_body_of_another_size_is_an_error()
 {
     QFETCH(int, size);
     Prepare(50000, 1);
@@ -286,7 +288,7 @@ void tst_DownloadMgr_Complete::ARedirectedBodyOfAnotherSizeIsAnError()
     QVERIFY(!QFile::exists(m_rig->Installer()));
 }
 
-void tst_DownloadMgr_Complete::ARedirectThatIsCutCompletesNothing()
+void tst_DownloadMgr_Complete::a_redirect_that_is_cut_completes_nothing()
 {
     Prepare(50000, 1);
     Serve("/setup.exe", HttpAnswer::Redirect(Address("/moved")));
@@ -300,7 +302,7 @@ void tst_DownloadMgr_Complete::ARedirectThatIsCutCompletesNothing()
     QVERIFY(!QFile::exists(m_rig->Installer()));
 }
 
-void tst_DownloadMgr_Complete::ProgressOfARedirectIsPassedOn()
+void tst_DownloadMgr_Complete::progress_of_a_redirect_is_passed_on()
 {
     Prepare(50000, 1);
     DownloadMgr downloader(nullptr);

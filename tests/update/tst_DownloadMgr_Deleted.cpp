@@ -19,19 +19,19 @@ private slots:
     void init();
     void cleanup();
 
-    void InASlotForAPage_data();
-    void InASlotForAPage();
-    void InASlotOfTheInstallation_data();
-    void InASlotOfTheInstallation();
-    void WhileTheQuestionIsAsked();
-    void WhileAKeptInstallerIsOffered();
-    void WhileTheSizeIsAskedFor();
-    void WithinAChunk();
-    void WithinTheProgressOfARedirect();
-    void WhenTheDownloadFails_data();
-    void WhenTheDownloadFails();
-    void WhileTheDataAreFlushed();
-    void WhileARangeWaitsToBeAskedForAgain();
+    void in_a_slot_for_a_page_data();
+    void in_a_slot_for_a_page();
+    void in_a_slot_of_the_installation_data();
+    void in_a_slot_of_the_installation();
+    void while_the_question_is_asked();
+    void while_a_kept_installer_is_offered();
+    void while_the_size_is_asked_for();
+    void within_a_chunk();
+    void within_the_progress_of_a_redirect();
+    void when_the_download_fails_data();
+    void when_the_download_fails();
+    void while_the_data_are_flushed();
+    void while_a_range_waits_to_be_asked_for_again();
 
 private:
     void DeleteOn(void (LiveUpdateMgr::*signal)());
@@ -65,18 +65,18 @@ void tst_DownloadMgr_Deleted::DeleteOn(void (LiveUpdateMgr::*signal)())
     connect(m_manager, signal, this, [this] { m_rig->Destroy(); });
 }
 
-void tst_DownloadMgr_Deleted::InASlotForAPage_data()
+void tst_DownloadMgr_Deleted::in_a_slot_for_a_page_data()
 {
     QTest::addColumn<int>("at");
     QTest::addColumn<int>("status");
-    QTest::newRow("while the version is checked") << 1 << 200;
-    QTest::newRow("when the version is known") << 2 << 200;
-    QTest::newRow("when the check has failed") << 2 << 404;
-    QTest::newRow("when the size is asked for") << 3 << 200;
-    QTest::newRow("when the download starts") << 4 << 200;
+    QTest::newRow("while_the_version_is_checked") << 1 << 200;
+    QTest::newRow("when_the_version_is_known") << 2 << 200;
+    QTest::newRow("when_the_check_has_failed") << 2 << 404;
+    QTest::newRow("when_the_size_is_asked_for") << 3 << 200;
+    QTest::newRow("when_the_download_starts") << 4 << 200;
 }
 
-void tst_DownloadMgr_Deleted::InASlotForAPage()
+void tst_DownloadMgr_Deleted::in_a_slot_for_a_page()
 {
     QFETCH(int, at);
     QFETCH(int, status);
@@ -100,18 +100,18 @@ void tst_DownloadMgr_Deleted::InASlotForAPage()
     Settle();
 }
 
-void tst_DownloadMgr_Deleted::InASlotOfTheInstallation_data()
+void tst_DownloadMgr_Deleted::in_a_slot_of_the_installation_data()
 {
     QTest::addColumn<int>("signal");
     QTest::addColumn<int>("answer");
-    QTest::newRow("before the question") << 0 << int(UpdateRig::Answer::Cancel);
-    QTest::newRow("when it is put off") << 1 << int(UpdateRig::Answer::Cancel);
-    QTest::newRow("when the dialog closes") << 2 << int(UpdateRig::Answer::Cancel);
-    QTest::newRow("when the dialog closes, to install") << 2 << int(UpdateRig::Answer::Yes);
-    QTest::newRow("when the installer has started") << 3 << int(UpdateRig::Answer::Yes);
+    QTest::newRow("before_the_question") << 0 << int(UpdateRig::Answer::Cancel);
+    QTest::newRow("when_it_is_put_off") << 1 << int(UpdateRig::Answer::Cancel);
+    QTest::newRow("when_the_dialog_closes") << 2 << int(UpdateRig::Answer::Cancel);
+    QTest::newRow("when_the_dialog_closes_to_install") << 2 << int(UpdateRig::Answer::Yes);
+    QTest::newRow("when_the_installer_has_started") << 3 << int(UpdateRig::Answer::Yes);
 }
 
-void tst_DownloadMgr_Deleted::InASlotOfTheInstallation()
+void tst_DownloadMgr_Deleted::in_a_slot_of_the_installation()
 {
     QFETCH(int, signal);
     QFETCH(int, answer);
@@ -126,7 +126,7 @@ void tst_DownloadMgr_Deleted::InASlotOfTheInstallation()
     Settle();
 }
 
-void tst_DownloadMgr_Deleted::WhileTheQuestionIsAsked()
+void tst_DownloadMgr_Deleted::while_the_question_is_asked()
 {
     // The question runs a loop of its own; the box is answered by the rig only if it is still there.
     connect(m_manager, &LiveUpdateMgr::BeginInstall, this,
@@ -137,7 +137,7 @@ void tst_DownloadMgr_Deleted::WhileTheQuestionIsAsked()
     QVERIFY(!QApplication::activeModalWidget());
 }
 
-void tst_DownloadMgr_Deleted::WhileAKeptInstallerIsOffered()
+void tst_DownloadMgr_Deleted::while_a_kept_installer_is_offered()
 {
     QVERIFY(gWriteFile(m_rig->Path("kept.exe"), "an installer"));
     m_rig->WriteSetting("SetupFile", m_rig->Path("kept.exe"));
@@ -149,7 +149,7 @@ void tst_DownloadMgr_Deleted::WhileAKeptInstallerIsOffered()
     QVERIFY(!QApplication::activeModalWidget());
 }
 
-void tst_DownloadMgr_Deleted::WhileTheSizeIsAskedFor()
+void tst_DownloadMgr_Deleted::while_the_size_is_asked_for()
 {
     QTimer::singleShot(50, this, [this] { m_rig->Destroy(); });
     m_rig->StartFullDownload(HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
@@ -158,7 +158,7 @@ void tst_DownloadMgr_Deleted::WhileTheSizeIsAskedFor()
     QVERIFY(!QFile::exists(m_rig->Target()));
 }
 
-void tst_DownloadMgr_Deleted::WithinAChunk()
+void tst_DownloadMgr_Deleted::within_a_chunk()
 {
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
     const QList<DownloadMgr *> downloaders = m_manager->findChildren<DownloadMgr *>();
@@ -168,7 +168,7 @@ void tst_DownloadMgr_Deleted::WithinAChunk()
     Settle();
 }
 
-void tst_DownloadMgr_Deleted::WithinTheProgressOfARedirect()
+void tst_DownloadMgr_Deleted::within_the_progress_of_a_redirect()
 {
     m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(m_package), "HEAD");
     m_rig->Server().Serve("/moved", HttpAnswer::Body(m_package));
@@ -180,19 +180,19 @@ void tst_DownloadMgr_Deleted::WithinTheProgressOfARedirect()
     Settle();
 }
 
-void tst_DownloadMgr_Deleted::WhenTheDownloadFails_data()
+void tst_DownloadMgr_Deleted::when_the_download_fails_data()
 {
     QTest::addColumn<int>("how");
-    QTest::newRow("by a status") << 0;
-    QTest::newRow("by a refused answer") << 1;
-    QTest::newRow("by a target that cannot be opened") << 2;
-    QTest::newRow("by a target that vanishes") << 3;
-    QTest::newRow("by stalls") << 4;
-    QTest::newRow("by cuts") << 5;
-    QTest::newRow("by too many redirects") << 6;
+    QTest::newRow("by_a_status") << 0;
+    QTest::newRow("by_a_refused_answer") << 1;
+    QTest::newRow("by_a_target_that_cannot_be_opened") << 2;
+    QTest::newRow("by_a_target_that_vanishes") << 3;
+    QTest::newRow("by_stalls") << 4;
+    QTest::newRow("by_cuts") << 5;
+    QTest::newRow("by_too_many_redirects") << 6;
 }
 
-void tst_DownloadMgr_Deleted::WhenTheDownloadFails()
+void tst_DownloadMgr_Deleted::when_the_download_fails()
 {
     QFETCH(int, how);
     if (how == 3 && !gRemovesOpenFiles())
@@ -230,7 +230,7 @@ void tst_DownloadMgr_Deleted::WhenTheDownloadFails()
     Settle();
 }
 
-void tst_DownloadMgr_Deleted::WhileTheDataAreFlushed()
+void tst_DownloadMgr_Deleted::while_the_data_are_flushed()
 {
     QSemaphore mayFlush;
     std::atomic<int> flushes{0};
@@ -253,7 +253,7 @@ void tst_DownloadMgr_Deleted::WhileTheDataAreFlushed()
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
-void tst_DownloadMgr_Deleted::WhileARangeWaitsToBeAskedForAgain()
+void tst_DownloadMgr_Deleted::while_a_range_waits_to_be_asked_for_again()
 {
     std::function<void()> late;
     m_rig->Seams().callLater = [&late](std::chrono::milliseconds, QObject *context,

@@ -21,13 +21,13 @@ private slots:
     void initTestCase();
     void init();
     void cleanup();
-    void AFullDiskIsToldAtOnceAndTheRestFollowsWhenThereIsRoom();
-    void ATargetThatVanishesIsToldAndNotMadeAnew();
-    void ATargetThatIsAFolderIsTold();
-    void APackageThatTheDiskDoesNotKeepIsNotPutInPlace();
-    void AStateThatTheDiskCannotTakeStaysAsItWas();
-    void APlanThatTheDiskCannotTakeLeavesNoOlderOne();
-    void SettingsThatTheDiskCannotTakeStayAsTheyWere();
+    void a_full_disk_is_told_at_once_and_the_rest_follows_when_there_is_room();
+    void a_target_that_vanishes_is_told_and_not_made_anew();
+    void a_target_that_is_a_folder_is_told();
+    void a_package_that_the_disk_does_not_keep_is_not_put_in_place();
+    void a_state_that_the_disk_cannot_take_stays_as_it_was();
+    void a_plan_that_the_disk_cannot_take_leaves_no_older_one();
+    void settings_that_the_disk_cannot_take_stay_as_they_were();
 
 private:
     static void LimitFiles(rlim_t bytes);
@@ -63,7 +63,7 @@ void tst_DownloadMgr_Disk::LimitFiles(rlim_t bytes)
     QCOMPARE(setrlimit(RLIMIT_FSIZE, &limit), 0);
 }
 
-void tst_DownloadMgr_Disk::AFullDiskIsToldAtOnceAndTheRestFollowsWhenThereIsRoom()
+void tst_DownloadMgr_Disk::a_full_disk_is_told_at_once_and_the_rest_follows_when_there_is_room()
 {
     const LogCapture log;
     m_rig->StartFullDownload(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 1000));
@@ -88,7 +88,7 @@ void tst_DownloadMgr_Disk::AFullDiskIsToldAtOnceAndTheRestFollowsWhenThereIsRoom
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
-void tst_DownloadMgr_Disk::ATargetThatVanishesIsToldAndNotMadeAnew()
+void tst_DownloadMgr_Disk::a_target_that_vanishes_is_told_and_not_made_anew()
 {
     const LogCapture log;
     HttpAnswer answer = HttpAnswer::Body(m_package);
@@ -107,7 +107,7 @@ void tst_DownloadMgr_Disk::ATargetThatVanishesIsToldAndNotMadeAnew()
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
-void tst_DownloadMgr_Disk::ATargetThatIsAFolderIsTold()
+void tst_DownloadMgr_Disk::a_target_that_is_a_folder_is_told()
 {
     QVERIFY(QDir().mkpath(m_rig->Target() + "/in the way"));
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
@@ -117,7 +117,7 @@ void tst_DownloadMgr_Disk::ATargetThatIsAFolderIsTold()
     QCOMPARE(gDownloadState().alreadyDownloaded, qint64(0));
 }
 
-void tst_DownloadMgr_Disk::APackageThatTheDiskDoesNotKeepIsNotPutInPlace()
+void tst_DownloadMgr_Disk::a_package_that_the_disk_does_not_keep_is_not_put_in_place()
 {
     const LogCapture log;
     m_rig->Seams().flush = [](const QString &) { return FlushResult::Failed; };
@@ -140,7 +140,7 @@ void tst_DownloadMgr_Disk::APackageThatTheDiskDoesNotKeepIsNotPutInPlace()
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
-void tst_DownloadMgr_Disk::AStateThatTheDiskCannotTakeStaysAsItWas()
+void tst_DownloadMgr_Disk::a_state_that_the_disk_cannot_take_stays_as_it_was()
 {
     ResumeState state(m_rig->ConfigFolder());
     QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one"));
@@ -153,7 +153,7 @@ void tst_DownloadMgr_Disk::AStateThatTheDiskCannotTakeStaysAsItWas()
     QCOMPARE(gReadFile(m_rig->StateFile()), before);
 }
 
-void tst_DownloadMgr_Disk::APlanThatTheDiskCannotTakeLeavesNoOlderOne()
+void tst_DownloadMgr_Disk::a_plan_that_the_disk_cannot_take_leaves_no_older_one()
 {
     ResumeState state(m_rig->ConfigFolder());
     QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one"));
@@ -165,7 +165,7 @@ void tst_DownloadMgr_Disk::APlanThatTheDiskCannotTakeLeavesNoOlderOne()
     QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("1000003"));
 }
 
-void tst_DownloadMgr_Disk::SettingsThatTheDiskCannotTakeStayAsTheyWere()
+void tst_DownloadMgr_Disk::settings_that_the_disk_cannot_take_stay_as_they_were()
 {
     const QByteArray before = "[Host]\nLayout=wide\n";
     QVERIFY(gWriteFile(m_rig->SettingsFile(), before));

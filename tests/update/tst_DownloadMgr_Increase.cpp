@@ -22,25 +22,25 @@ private slots:
     void init();
     void cleanup();
 
-    void TheKeptInstallerBecomesTheNewOne();
-    void YesStartsTheNewInstaller();
-    void TheResultIsTheBaseOfTheNextIncrementalUpdate();
-    void TheQuestionComesAfterThePatch();
-    void TheDownloadIsToldAsFinishedAfterThePatch();
-    void AFailedPatchIsToldAndAsksNothing_data();
-    void AFailedPatchIsToldAndAsksNothing();
-    void AnUpperCaseMd5OfTheManifestIsAFailedPatch();
-    void AResultThatTheDiskDoesNotKeepIsAFailedPatch();
-    void AHostMayDeleteTheDialogWhenThePatchEnds_data();
-    void AHostMayDeleteTheDialogWhenThePatchEnds();
+    void the_kept_installer_becomes_the_new_one();
+    void yes_starts_the_new_installer();
+    void the_result_is_the_base_of_the_next_incremental_update();
+    void the_question_comes_after_the_patch();
+    void the_download_is_told_as_finished_after_the_patch();
+    void a_failed_patch_is_told_and_asks_nothing_data();
+    void a_failed_patch_is_told_and_asks_nothing();
+    void an_upper_case_md5_of_the_manifest_is_a_failed_patch();
+    void a_result_that_the_disk_does_not_keep_is_a_failed_patch();
+    void a_host_may_delete_the_dialog_when_the_patch_ends_data();
+    void a_host_may_delete_the_dialog_when_the_patch_ends();
 
-    void ARedirectedPackageIsPatched();
-    void FiveRedirectedRangesPatchOnce();
-    void ARedirectedPackageThatCannotBePatchedIsTold();
-    void ProgressOfARedirectedPackageIsPassedOn();
+    void a_redirected_package_is_patched();
+    void five_redirected_ranges_patch_once();
+    void a_redirected_package_that_cannot_be_patched_is_told();
+    void progress_of_a_redirected_package_is_passed_on();
 
-    void APackageThatIsAllThereIsPatchedAtOnce();
-    void APackageThatIsHalfThereIsResumed();
+    void a_package_that_is_all_there_is_patched_at_once();
+    void a_package_that_is_half_there_is_resumed();
 
 private:
     QString Mark() const { return m_rig->Path("mark"); }
@@ -138,7 +138,7 @@ std::unique_ptr<DownloadMgr> tst_DownloadMgr_Increase::Start(const QString &md5)
     return downloader;
 }
 
-void tst_DownloadMgr_Increase::TheKeptInstallerBecomesTheNewOne()
+void tst_DownloadMgr_Increase::the_kept_installer_becomes_the_new_one()
 {
     const PatchProgram program;
     Offer(m_old, Md5(m_new));
@@ -159,7 +159,7 @@ void tst_DownloadMgr_Increase::TheKeptInstallerBecomesTheNewOne()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_DownloadMgr_Increase::YesStartsTheNewInstaller()
+void tst_DownloadMgr_Increase::yes_starts_the_new_installer()
 {
     const PatchProgram program;
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
@@ -171,7 +171,7 @@ void tst_DownloadMgr_Increase::YesStartsTheNewInstaller()
     QCOMPARE(Reports(), QList<int>{1});
 }
 
-void tst_DownloadMgr_Increase::TheResultIsTheBaseOfTheNextIncrementalUpdate()
+void tst_DownloadMgr_Increase::the_result_is_the_base_of_the_next_incremental_update()
 {
     const PatchProgram program;
     Offer(m_old, Md5(m_new));
@@ -190,7 +190,7 @@ void tst_DownloadMgr_Increase::TheResultIsTheBaseOfTheNextIncrementalUpdate()
     QCOMPARE(gDownloadState().installerReady, Kept());
 }
 
-void tst_DownloadMgr_Increase::TheQuestionComesAfterThePatch()
+void tst_DownloadMgr_Increase::the_question_comes_after_the_patch()
 {
     const PatchProgram program;
     int boxes = -1;
@@ -206,7 +206,7 @@ void tst_DownloadMgr_Increase::TheQuestionComesAfterThePatch()
     QVERIFY(inPlace == m_new);
 }
 
-void tst_DownloadMgr_Increase::TheDownloadIsToldAsFinishedAfterThePatch()
+void tst_DownloadMgr_Increase::the_download_is_told_as_finished_after_the_patch()
 {
     const PatchProgram program;
     QByteArray inPlace;
@@ -220,16 +220,16 @@ void tst_DownloadMgr_Increase::TheDownloadIsToldAsFinishedAfterThePatch()
     QCOMPARE(gDownloadState().finishedSegments, 0);
 }
 
-void tst_DownloadMgr_Increase::AFailedPatchIsToldAndAsksNothing_data()
+void tst_DownloadMgr_Increase::a_failed_patch_is_told_and_asks_nothing_data()
 {
     QTest::addColumn<QByteArray>("orders");
     QTest::addColumn<QList<int>>("reports");
-    QTest::newRow("the program is missing") << QByteArray() << QList<int>{};
-    QTest::newRow("the result is wrong") << QByteArray("write\t$2\twrong") << QList<int>{-2, -3};
-    QTest::newRow("the program crashes") << QByteArray("crash") << QList<int>{-3};
+    QTest::newRow("the_program_is_missing") << QByteArray() << QList<int>{};
+    QTest::newRow("the_result_is_wrong") << QByteArray("write\t$2\twrong") << QList<int>{-2, -3};
+    QTest::newRow("the_program_crashes") << QByteArray("crash") << QList<int>{-3};
 }
 
-void tst_DownloadMgr_Increase::AFailedPatchIsToldAndAsksNothing()
+void tst_DownloadMgr_Increase::a_failed_patch_is_told_and_asks_nothing()
 {
     QFETCH(QByteArray, orders);
     const auto program = orders.isEmpty() ? nullptr : std::make_unique<PatchProgram>(orders);
@@ -243,7 +243,7 @@ void tst_DownloadMgr_Increase::AFailedPatchIsToldAndAsksNothing()
     QVERIFY(gDownloadState().installerReady.isEmpty());
 }
 
-void tst_DownloadMgr_Increase::AnUpperCaseMd5OfTheManifestIsAFailedPatch()
+void tst_DownloadMgr_Increase::an_upper_case_md5_of_the_manifest_is_a_failed_patch()
 {
     const PatchProgram program;
     m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(gTestBytes(30000)));
@@ -257,7 +257,7 @@ void tst_DownloadMgr_Increase::AnUpperCaseMd5OfTheManifestIsAFailedPatch()
     QCOMPARE(Reports(), expected);
 }
 
-void tst_DownloadMgr_Increase::AResultThatTheDiskDoesNotKeepIsAFailedPatch()
+void tst_DownloadMgr_Increase::a_result_that_the_disk_does_not_keep_is_a_failed_patch()
 {
     const PatchProgram program;
     const LogCapture log;
@@ -276,14 +276,14 @@ void tst_DownloadMgr_Increase::AResultThatTheDiskDoesNotKeepIsAFailedPatch()
     QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
 }
 
-void tst_DownloadMgr_Increase::AHostMayDeleteTheDialogWhenThePatchEnds_data()
+void tst_DownloadMgr_Increase::a_host_may_delete_the_dialog_when_the_patch_ends_data()
 {
     QTest::addColumn<bool>("isRight");
     QTest::newRow("well") << true;
     QTest::newRow("badly") << false;
 }
 
-void tst_DownloadMgr_Increase::AHostMayDeleteTheDialogWhenThePatchEnds()
+void tst_DownloadMgr_Increase::a_host_may_delete_the_dialog_when_the_patch_ends()
 {
     QFETCH(bool, isRight);
     const PatchProgram program;
@@ -304,7 +304,7 @@ void tst_DownloadMgr_Increase::AHostMayDeleteTheDialogWhenThePatchEnds()
     QCOMPARE(m_rig->Boxes(), 0);
 }
 
-void tst_DownloadMgr_Increase::ARedirectedPackageIsPatched()
+void tst_DownloadMgr_Increase::a_redirected_package_is_patched()
 {
     const PatchProgram program;
     m_rig->Server().Serve(path, HttpAnswer::Redirect(m_rig->Server().Address("/moved").toLatin1()));
@@ -317,7 +317,7 @@ void tst_DownloadMgr_Increase::ARedirectedPackageIsPatched()
     QVERIFY(!m_rig->Server().Requests().last().headers.contains("range"));
 }
 
-void tst_DownloadMgr_Increase::FiveRedirectedRangesPatchOnce()
+void tst_DownloadMgr_Increase::five_redirected_ranges_patch_once()
 {
     const PatchProgram program;
     m_rig->Server().Serve(path, HttpAnswer::Redirect(m_rig->Server().Address("/moved").toLatin1()));
@@ -333,7 +333,7 @@ void tst_DownloadMgr_Increase::FiveRedirectedRangesPatchOnce()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_DownloadMgr_Increase::ARedirectedPackageThatCannotBePatchedIsTold()
+void tst_DownloadMgr_Increase::a_redirected_package_that_cannot_be_patched_is_told()
 {
     m_rig->Server().Serve(path, HttpAnswer::Redirect(m_rig->Server().Address("/moved").toLatin1()));
     m_rig->Server().Serve("/moved", HttpAnswer::Body(m_patch));
@@ -345,7 +345,7 @@ void tst_DownloadMgr_Increase::ARedirectedPackageThatCannotBePatchedIsTold()
     QVERIFY(gReadFile(Kept()) == m_old);
 }
 
-void tst_DownloadMgr_Increase::ProgressOfARedirectedPackageIsPassedOn()
+void tst_DownloadMgr_Increase::progress_of_a_redirected_package_is_passed_on()
 {
     DownloadMgr downloader(nullptr);
     const QSignalSpy progress(&downloader, &DownloadMgr::DownloadProgress);
@@ -358,7 +358,7 @@ void tst_DownloadMgr_Increase::ProgressOfARedirectedPackageIsPassedOn()
     QCOMPARE(m_rig->Boxes(), 0);
 }
 
-void tst_DownloadMgr_Increase::APackageThatIsAllThereIsPatchedAtOnce()
+void tst_DownloadMgr_Increase::a_package_that_is_all_there_is_patched_at_once()
 {
     const PatchProgram program;
     const qint64 size = m_patch.size();
@@ -380,7 +380,7 @@ void tst_DownloadMgr_Increase::APackageThatIsAllThereIsPatchedAtOnce()
     QVERIFY(m_rig->Server().Requests("GET").isEmpty());
 }
 
-void tst_DownloadMgr_Increase::APackageThatIsHalfThereIsResumed()
+void tst_DownloadMgr_Increase::a_package_that_is_half_there_is_resumed()
 {
     const PatchProgram program;
     const qint64 size = m_patch.size();

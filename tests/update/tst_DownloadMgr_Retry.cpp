@@ -18,28 +18,28 @@ private slots:
     void init();
     void cleanup();
 
-    void ACutRangeIsAskedForAgainFromTheNextByte();
-    void TheLastRangeIsAskedForAgainOpenEnded();
-    void WithoutAByteItIsAskedForFiveTimesAndThenGivenUp();
-    void AByteStartsTheWaitsAnew();
-    void AShortBodyIsAskedForAgain();
-    void AServerThatIsAwayForAWhileIsAskedAgain();
-    void AStoppedRangeIsNotAskedForAgain();
-    void ARedirectedPackageThatIsCutIsFetchedWholeAgain();
-    void ARedirectedPackageThatIsAlwaysCutIsGivenUp();
+    void a_cut_range_is_asked_for_again_from_the_next_byte();
+    void the_last_range_is_asked_for_again_open_ended();
+    void without_a_byte_it_is_asked_for_five_times_and_then_given_up();
+    void a_byte_starts_the_waits_anew();
+    void a_short_body_is_asked_for_again();
+    void a_server_that_is_away_for_a_while_is_asked_again();
+    void a_stopped_range_is_not_asked_for_again();
+    void a_redirected_package_that_is_cut_is_fetched_whole_again();
+    void a_redirected_package_that_is_always_cut_is_given_up();
 
-    void AStalledRangeIsAskedForAgainFromTheNextByte();
-    void AfterThreeStallsWithoutAByteTheRangeIsGivenUp();
-    void ASlowRangeThatDeliversIsLeftAlone();
-    void ARangeWithAllItsBytesDoesNotWaitForTheEndOfTheReply();
+    void a_stalled_range_is_asked_for_again_from_the_next_byte();
+    void after_three_stalls_without_a_byte_the_range_is_given_up();
+    void a_slow_range_that_delivers_is_left_alone();
+    void a_range_with_all_its_bytes_does_not_wait_for_the_end_of_the_reply();
 
-    void AnAnswerIsRefusedBeforeAByteIsWritten_data();
-    void AnAnswerIsRefusedBeforeAByteIsWritten();
-    void NothingIsWrittenPastTheEndOfTheRange_data();
-    void NothingIsWrittenPastTheEndOfTheRange();
-    void APackageThatIsReplacedBetweenRangesIsRefusedAndPlannedAnew();
-    void ARedirectToAFileOfThisMachineIsNotFollowed();
-    void NoQueryReachesTheLog();
+    void an_answer_is_refused_before_a_byte_is_written_data();
+    void an_answer_is_refused_before_a_byte_is_written();
+    void nothing_is_written_past_the_end_of_the_range_data();
+    void nothing_is_written_past_the_end_of_the_range();
+    void a_package_that_is_replaced_between_ranges_is_refused_and_planned_anew();
+    void a_redirect_to_a_file_of_this_machine_is_not_followed();
+    void no_query_reaches_the_log();
 
 private:
     void Start(int number, qint64 start, qint64 end, const QString &path = "/setup.exe");
@@ -98,7 +98,7 @@ void tst_DownloadMgr_Retry::Start(int number, qint64 start, qint64 end, const QS
                                  start, end, number, false, QString(), QString());
 }
 
-void tst_DownloadMgr_Retry::ACutRangeIsAskedForAgainFromTheNextByte()
+void tst_DownloadMgr_Retry::a_cut_range_is_asked_for_again_from_the_next_byte()
 {
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 3000));
     Start(2, 10000, 19999);
@@ -115,7 +115,7 @@ void tst_DownloadMgr_Retry::ACutRangeIsAskedForAgainFromTheNextByte()
     QCOMPARE(Errors(), 0);
 }
 
-void tst_DownloadMgr_Retry::TheLastRangeIsAskedForAgainOpenEnded()
+void tst_DownloadMgr_Retry::the_last_range_is_asked_for_again_open_ended()
 {
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 3000));
     Start(5, 40000, 49999);
@@ -127,7 +127,7 @@ void tst_DownloadMgr_Retry::TheLastRangeIsAskedForAgainOpenEnded()
     QCOMPARE(Asked(), expected);
 }
 
-void tst_DownloadMgr_Retry::WithoutAByteItIsAskedForFiveTimesAndThenGivenUp()
+void tst_DownloadMgr_Retry::without_a_byte_it_is_asked_for_five_times_and_then_given_up()
 {
     const LogCapture log;
     m_later.RunAtOnce();
@@ -144,7 +144,7 @@ void tst_DownloadMgr_Retry::WithoutAByteItIsAskedForFiveTimesAndThenGivenUp()
     QVERIFY(!m_downloader->IsRunning());
 }
 
-void tst_DownloadMgr_Retry::AByteStartsTheWaitsAnew()
+void tst_DownloadMgr_Retry::a_byte_starts_the_waits_anew()
 {
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 0));
     Start(2, 10000, 19999);
@@ -158,7 +158,7 @@ void tst_DownloadMgr_Retry::AByteStartsTheWaitsAnew()
     QCOMPARE(Errors(), 0);
 }
 
-void tst_DownloadMgr_Retry::AShortBodyIsAskedForAgain()
+void tst_DownloadMgr_Retry::a_short_body_is_asked_for_again()
 {
     const LogCapture log;
     HttpAnswer answer;
@@ -178,7 +178,7 @@ void tst_DownloadMgr_Retry::AShortBodyIsAskedForAgain()
     QVERIFY(Target().mid(10000, 10000) == m_package.mid(10000, 10000));
 }
 
-void tst_DownloadMgr_Retry::AServerThatIsAwayForAWhileIsAskedAgain()
+void tst_DownloadMgr_Retry::a_server_that_is_away_for_a_while_is_asked_again()
 {
     auto server = std::make_unique<HttpServer>();
     server->Serve("/setup.exe", HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 3000));
@@ -199,7 +199,7 @@ void tst_DownloadMgr_Retry::AServerThatIsAwayForAWhileIsAskedAgain()
     QCOMPARE(m_later.Seconds(), expected);
 }
 
-void tst_DownloadMgr_Retry::AStoppedRangeIsNotAskedForAgain()
+void tst_DownloadMgr_Retry::a_stopped_range_is_not_asked_for_again()
 {
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 3000));
     Start(2, 10000, 19999);
@@ -213,7 +213,7 @@ void tst_DownloadMgr_Retry::AStoppedRangeIsNotAskedForAgain()
     QCOMPARE(Errors(), 0);
 }
 
-void tst_DownloadMgr_Retry::ARedirectedPackageThatIsCutIsFetchedWholeAgain()
+void tst_DownloadMgr_Retry::a_redirected_package_that_is_cut_is_fetched_whole_again()
 {
     Serve(HttpAnswer::Redirect("/moved"));
     m_rig->Server().Serve("/moved",
@@ -228,7 +228,7 @@ void tst_DownloadMgr_Retry::ARedirectedPackageThatIsCutIsFetchedWholeAgain()
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
-void tst_DownloadMgr_Retry::ARedirectedPackageThatIsAlwaysCutIsGivenUp()
+void tst_DownloadMgr_Retry::a_redirected_package_that_is_always_cut_is_given_up()
 {
     m_later.RunAtOnce();
     // A reset that the network layer does not tell of, as happens once in many runs, is a stall.
@@ -242,7 +242,7 @@ void tst_DownloadMgr_Retry::ARedirectedPackageThatIsAlwaysCutIsGivenUp()
     QVERIFY(!QFile::exists(m_rig->Installer()));
 }
 
-void tst_DownloadMgr_Retry::AStalledRangeIsAskedForAgainFromTheNextByte()
+void tst_DownloadMgr_Retry::a_stalled_range_is_asked_for_again_from_the_next_byte()
 {
     const LogCapture log;
     m_seams.stallLimit = 200ms;
@@ -259,7 +259,7 @@ void tst_DownloadMgr_Retry::AStalledRangeIsAskedForAgainFromTheNextByte()
     QCOMPARE(m_later.Seconds(), QList<int>());
 }
 
-void tst_DownloadMgr_Retry::AfterThreeStallsWithoutAByteTheRangeIsGivenUp()
+void tst_DownloadMgr_Retry::after_three_stalls_without_a_byte_the_range_is_given_up()
 {
     m_seams.stallLimit = 100ms;
     Serve(HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
@@ -271,7 +271,7 @@ void tst_DownloadMgr_Retry::AfterThreeStallsWithoutAByteTheRangeIsGivenUp()
     QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
 }
 
-void tst_DownloadMgr_Retry::ASlowRangeThatDeliversIsLeftAlone()
+void tst_DownloadMgr_Retry::a_slow_range_that_delivers_is_left_alone()
 {
     m_seams.stallLimit = 1000ms;
     HttpAnswer answer = HttpAnswer::Body(m_package);
@@ -284,7 +284,7 @@ void tst_DownloadMgr_Retry::ASlowRangeThatDeliversIsLeftAlone()
     QCOMPARE(Errors(), 0);
 }
 
-void tst_DownloadMgr_Retry::ARangeWithAllItsBytesDoesNotWaitForTheEndOfTheReply()
+void tst_DownloadMgr_Retry::a_range_with_all_its_bytes_does_not_wait_for_the_end_of_the_reply()
 {
     HttpAnswer answer = HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 10000);
     answer.announceLength = false;
@@ -294,22 +294,22 @@ void tst_DownloadMgr_Retry::ARangeWithAllItsBytesDoesNotWaitForTheEndOfTheReply(
     QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
 }
 
-void tst_DownloadMgr_Retry::AnAnswerIsRefusedBeforeAByteIsWritten_data()
+void tst_DownloadMgr_Retry::an_answer_is_refused_before_a_byte_is_written_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("contentRange");
     QTest::addColumn<QByteArray>("encoding");
     QTest::addColumn<int>("size");
-    QTest::newRow("the whole package") << 200 << QByteArray() << QByteArray() << 50000;
-    QTest::newRow("another offset")
+    QTest::newRow("the_whole_package") << 200 << QByteArray() << QByteArray() << 50000;
+    QTest::newRow("another_offset")
         << 206 << QByteArray("bytes 0-9999/50000") << QByteArray() << 10000;
-    QTest::newRow("a compressed part")
+    QTest::newRow("a_compressed_part")
         << 206 << QByteArray("bytes 10000-19999/50000") << QByteArray("gzip") << 10000;
-    QTest::newRow("a part of another package")
+    QTest::newRow("a_part_of_another_package")
         << 206 << QByteArray("bytes 10000-19999/60000") << QByteArray() << 10000;
 }
 
-void tst_DownloadMgr_Retry::AnAnswerIsRefusedBeforeAByteIsWritten()
+void tst_DownloadMgr_Retry::an_answer_is_refused_before_a_byte_is_written()
 {
     QFETCH(int, status);
     QFETCH(QByteArray, contentRange);
@@ -335,14 +335,14 @@ void tst_DownloadMgr_Retry::AnAnswerIsRefusedBeforeAByteIsWritten()
     QVERIFY(!m_downloader->IsRunning());
 }
 
-void tst_DownloadMgr_Retry::NothingIsWrittenPastTheEndOfTheRange_data()
+void tst_DownloadMgr_Retry::nothing_is_written_past_the_end_of_the_range_data()
 {
     QTest::addColumn<int>("number");
-    QTest::newRow("of a middle range") << 2;
-    QTest::newRow("of the package") << 5;
+    QTest::newRow("of_a_middle_range") << 2;
+    QTest::newRow("of_the_package") << 5;
 }
 
-void tst_DownloadMgr_Retry::NothingIsWrittenPastTheEndOfTheRange()
+void tst_DownloadMgr_Retry::nothing_is_written_past_the_end_of_the_range()
 {
     QFETCH(int, number);
     const qint64 start = number == 2 ? 10000 : 40000;
@@ -362,7 +362,7 @@ void tst_DownloadMgr_Retry::NothingIsWrittenPastTheEndOfTheRange()
     QCOMPARE(Errors(), 0);
 }
 
-void tst_DownloadMgr_Retry::APackageThatIsReplacedBetweenRangesIsRefusedAndPlannedAnew()
+void tst_DownloadMgr_Retry::a_package_that_is_replaced_between_ranges_is_refused_and_planned_anew()
 {
     const LogCapture log;
     HttpAnswer answer = HttpAnswer::Body(m_package);
@@ -379,7 +379,7 @@ void tst_DownloadMgr_Retry::APackageThatIsReplacedBetweenRangesIsRefusedAndPlann
     QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("0"));
 }
 
-void tst_DownloadMgr_Retry::ARedirectToAFileOfThisMachineIsNotFollowed()
+void tst_DownloadMgr_Retry::a_redirect_to_a_file_of_this_machine_is_not_followed()
 {
     QVERIFY(gWriteFile(m_rig->Path("secret"), m_package));
     Serve(HttpAnswer::Redirect("file://" + m_rig->Path("secret").toUtf8()));
@@ -388,7 +388,7 @@ void tst_DownloadMgr_Retry::ARedirectToAFileOfThisMachineIsNotFollowed()
     QVERIFY(Target() == QByteArray(50000, '\0'));
 }
 
-void tst_DownloadMgr_Retry::NoQueryReachesTheLog()
+void tst_DownloadMgr_Retry::no_query_reaches_the_log()
 {
     const LogCapture log;
     Serve(HttpAnswer::Status(403));

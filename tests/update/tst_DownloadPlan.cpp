@@ -7,26 +7,26 @@ class tst_DownloadPlan : public QObject
     Q_OBJECT
 
 private slots:
-    void TheRangesAre_data();
-    void TheRangesAre();
-    void TheRangesFollowEachOtherWithoutGap_data();
-    void TheRangesFollowEachOtherWithoutGap();
+    void the_ranges_are_data();
+    void the_ranges_are();
+    void the_ranges_follow_each_other_without_gap_data();
+    void the_ranges_follow_each_other_without_gap();
 };
 
-void tst_DownloadPlan::TheRangesAre_data()
+void tst_DownloadPlan::the_ranges_are_data()
 {
     QTest::addColumn<qint64>("total");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("the last range takes the remainder")
+    QTest::newRow("the_last_range_takes_the_remainder")
         << qint64(1000003) << "0-199999 200000-399999 400000-599999 600000-799999 800000-1000002";
-    QTest::newRow("a multiple of five is cut evenly") << qint64(10) << "0-1 2-3 4-5 6-7 8-9";
-    QTest::newRow("five bytes: one each") << qint64(5) << "0-0 1-1 2-2 3-3 4-4";
-    QTest::newRow("four bytes: all in the last range") << qint64(4) << "0--1 0--1 0--1 0--1 0-3";
-    QTest::newRow("one byte: in the last range") << qint64(1) << "0--1 0--1 0--1 0--1 0-0";
-    QTest::newRow("nothing: five empty ranges") << qint64(0) << "0--1 0--1 0--1 0--1 0--1";
+    QTest::newRow("a_multiple_of_five_is_cut_evenly") << qint64(10) << "0-1 2-3 4-5 6-7 8-9";
+    QTest::newRow("five_bytes_one_each") << qint64(5) << "0-0 1-1 2-2 3-3 4-4";
+    QTest::newRow("four_bytes_all_in_the_last_range") << qint64(4) << "0--1 0--1 0--1 0--1 0-3";
+    QTest::newRow("one_byte_in_the_last_range") << qint64(1) << "0--1 0--1 0--1 0--1 0-0";
+    QTest::newRow("nothing_five_empty_ranges") << qint64(0) << "0--1 0--1 0--1 0--1 0--1";
 }
 
-void tst_DownloadPlan::TheRangesAre()
+void tst_DownloadPlan::the_ranges_are()
 {
     QFETCH(qint64, total);
     QFETCH(QString, expected);
@@ -36,14 +36,14 @@ void tst_DownloadPlan::TheRangesAre()
     QCOMPARE(ranges.join(' '), expected);
 }
 
-void tst_DownloadPlan::TheRangesFollowEachOtherWithoutGap_data()
+void tst_DownloadPlan::the_ranges_follow_each_other_without_gap_data()
 {
     QTest::addColumn<qint64>("total");
     for (qint64 total : {qint64(6), qint64(9), qint64(65537), qint64(2147483647)})
-        QTest::addRow("%lld bytes", static_cast<long long>(total)) << total;
+        QTest::addRow("%lld_bytes", static_cast<long long>(total)) << total;
 }
 
-void tst_DownloadPlan::TheRangesFollowEachOtherWithoutGap()
+void tst_DownloadPlan::the_ranges_follow_each_other_without_gap()
 {
     QFETCH(qint64, total);
     qint64 next = 0;

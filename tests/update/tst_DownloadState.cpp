@@ -7,11 +7,11 @@ class tst_DownloadState : public QObject
     Q_OBJECT
 
 private slots:
-    void ANewStateIsEmpty();
-    void EveryCallerSharesOneState();
+    void a_new_state_is_empty();
+    void every_caller_shares_one_state();
 };
 
-void tst_DownloadState::ANewStateIsEmpty()
+void tst_DownloadState::a_new_state_is_empty()
 {
     const DownloadState &state = gDownloadState();
     QCOMPARE(state.segmentSize, qint64(0));
@@ -22,7 +22,7 @@ void tst_DownloadState::ANewStateIsEmpty()
     QVERIFY(state.installerReady.isEmpty());
 }
 
-void tst_DownloadState::EveryCallerSharesOneState()
+void tst_DownloadState::every_caller_shares_one_state()
 {
     gDownloadState().alreadyDownloaded = 5000000000;
     QCOMPARE(gDownloadState().alreadyDownloaded, qint64(5000000000));

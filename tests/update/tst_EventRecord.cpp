@@ -10,19 +10,19 @@ class tst_EventRecord : public QObject
     Q_OBJECT
 
 private slots:
-    void TheTextIsExactlyThis();
-    void BlanksAreDeletedInsideOfValuesToo_data();
-    void BlanksAreDeletedInsideOfValuesToo();
-    void EmptyStringsAreSentAsEmptyStrings();
-    void NumbersAreIntegersAndTextsAreTexts();
-    void TheTimeIsAnIntegerOf32Bits_data();
-    void TheTimeIsAnIntegerOf32Bits();
-    void EveryEventCodeIsSentAsItIs_data();
-    void EveryEventCodeIsSentAsItIs();
+    void the_text_is_exactly_this();
+    void blanks_are_deleted_inside_of_values_too_data();
+    void blanks_are_deleted_inside_of_values_too();
+    void empty_strings_are_sent_as_empty_strings();
+    void numbers_are_integers_and_texts_are_texts();
+    void the_time_is_an_integer_of32_bits_data();
+    void the_time_is_an_integer_of32_bits();
+    void every_event_code_is_sent_as_it_is_data();
+    void every_event_code_is_sent_as_it_is();
 
-    void TheAddressIsExactlyThis();
-    void TheAddressCarriesTheText_data();
-    void TheAddressCarriesTheText();
+    void the_address_is_exactly_this();
+    void the_address_carries_the_text_data();
+    void the_address_carries_the_text();
 };
 
 static EventRecord gRecord()
@@ -43,7 +43,7 @@ static QJsonObject gParsed(const EventRecord &record)
     return QJsonDocument::fromJson(gEventRecordJson(record)).object();
 }
 
-void tst_EventRecord::TheTextIsExactlyThis()
+void tst_EventRecord::the_text_is_exactly_this()
 {
     // The keys stand in the order of their names, whatever the order of the values above.
     QCOMPARE(
@@ -54,25 +54,25 @@ void tst_EventRecord::TheTextIsExactlyThis()
                    R"("tid":"tid-upgrade-001","uid":"{0000ABCD-0000-000A-B123-00AABBCCDDEE}"})"));
 }
 
-void tst_EventRecord::BlanksAreDeletedInsideOfValuesToo_data()
+void tst_EventRecord::blanks_are_deleted_inside_of_values_too_data()
 {
     QTest::addColumn<QString>("value");
     QTest::addColumn<QString>("sent");
-    QTest::newRow("one blank") << "1.2 beta"
+    QTest::newRow("one_blank") << "1.2 beta"
                                << "1.2beta";
-    QTest::newRow("blanks around and within") << "  1 . 2  "
+    QTest::newRow("blanks_around_and_within") << "  1 . 2  "
                                               << "1.2";
-    QTest::newRow("nothing else") << "   "
+    QTest::newRow("nothing_else") << "   "
                                   << "";
-    QTest::newRow("a line feed is escaped, and stays") << "1.2\nbeta"
-                                                       << "1.2\nbeta";
-    QTest::newRow("a tabulator stays") << "1.2\tbeta"
+    QTest::newRow("a_line_feed_is_escaped_and_stays") << "1.2\nbeta"
+                                                      << "1.2\nbeta";
+    QTest::newRow("a_tabulator_stays") << "1.2\tbeta"
                                        << "1.2\tbeta";
-    QTest::newRow("a no-break space stays")
+    QTest::newRow("a_no_break_space_stays")
         << QString::fromUtf8("1.2\u00a0beta") << QString::fromUtf8("1.2\u00a0beta");
 }
 
-void tst_EventRecord::BlanksAreDeletedInsideOfValuesToo()
+void tst_EventRecord::blanks_are_deleted_inside_of_values_too()
 {
     QFETCH(QString, value);
     EventRecord record = gRecord();
@@ -87,7 +87,7 @@ void tst_EventRecord::BlanksAreDeletedInsideOfValuesToo()
     QTEST(gParsed(record).value("uid").toString(), "sent");
 }
 
-void tst_EventRecord::EmptyStringsAreSentAsEmptyStrings()
+void tst_EventRecord::empty_strings_are_sent_as_empty_strings()
 {
     const QByteArray json = gEventRecordJson(EventRecord());
     QVERIFY(json.contains(R"("newver":"","oldver":"","pid":"","result":0,"type":"")"));
@@ -95,7 +95,7 @@ void tst_EventRecord::EmptyStringsAreSentAsEmptyStrings()
     QVERIFY(json.contains(R"("pagepath":"")"));
 }
 
-void tst_EventRecord::NumbersAreIntegersAndTextsAreTexts()
+void tst_EventRecord::numbers_are_integers_and_texts_are_texts()
 {
     const QJsonObject record = gParsed(gRecord());
     const QJsonObject label = record.value("label").toObject();
@@ -110,16 +110,16 @@ void tst_EventRecord::NumbersAreIntegersAndTextsAreTexts()
     QCOMPARE(label.size(), 5);
 }
 
-void tst_EventRecord::TheTimeIsAnIntegerOf32Bits_data()
+void tst_EventRecord::the_time_is_an_integer_of32_bits_data()
 {
     QTest::addColumn<quint32>("time");
     QTest::addColumn<QByteArray>("sent");
-    QTest::newRow("a time of today") << 1700000000U << QByteArray("1700000000");
-    QTest::newRow("beyond 2038") << 2147483648U << QByteArray("2147483648");
-    QTest::newRow("the last second") << 4294967295U << QByteArray("4294967295");
+    QTest::newRow("a_time_of_today") << 1700000000U << QByteArray("1700000000");
+    QTest::newRow("beyond_2038") << 2147483648U << QByteArray("2147483648");
+    QTest::newRow("the_last_second") << 4294967295U << QByteArray("4294967295");
 }
 
-void tst_EventRecord::TheTimeIsAnIntegerOf32Bits()
+void tst_EventRecord::the_time_is_an_integer_of32_bits()
 {
     QFETCH(quint32, time);
     QFETCH(QByteArray, sent);
@@ -128,14 +128,14 @@ void tst_EventRecord::TheTimeIsAnIntegerOf32Bits()
     QVERIFY(gEventRecordJson(record).contains("\"ostime\":" + sent + ','));
 }
 
-void tst_EventRecord::EveryEventCodeIsSentAsItIs_data()
+void tst_EventRecord::every_event_code_is_sent_as_it_is_data()
 {
     QTest::addColumn<int>("code");
     for (const int code : {1, -1, -2, -3, -4, -6})
         QTest::addRow("%d", code) << code;
 }
 
-void tst_EventRecord::EveryEventCodeIsSentAsItIs()
+void tst_EventRecord::every_event_code_is_sent_as_it_is()
 {
     QFETCH(int, code);
     EventRecord record = gRecord();
@@ -143,7 +143,7 @@ void tst_EventRecord::EveryEventCodeIsSentAsItIs()
     QVERIFY(gEventRecordJson(record).contains("\"result\":" + QByteArray::number(code) + ','));
 }
 
-void tst_EventRecord::TheAddressIsExactlyThis()
+void tst_EventRecord::the_address_is_exactly_this()
 {
     const QUrl url = gEventRecordUrl("stats.example:8443", R"({"act":"result","dvalue":-3})");
     QVERIFY(url.isValid());
@@ -151,16 +151,16 @@ void tst_EventRecord::TheAddressIsExactlyThis()
                                          "?data=%7B%22act%22:%22result%22,%22dvalue%22:-3%7D"));
 }
 
-void tst_EventRecord::TheAddressCarriesTheText_data()
+void tst_EventRecord::the_address_carries_the_text_data()
 {
     QTest::addColumn<QString>("version");
     QTest::addColumn<QByteArray>("encoded");
-    QTest::newRow("a plain version") << "9.2.0.0" << QByteArray("9.2.0.0");
-    QTest::newRow("beyond ASCII, as UTF-8") << QString::fromUtf8("9é") << QByteArray("9%C3%A9");
-    QTest::newRow("a plus sign and an ampersand are not escaped") << "9+a&b" << QByteArray("9+a&b");
+    QTest::newRow("a_plain_version") << "9.2.0.0" << QByteArray("9.2.0.0");
+    QTest::newRow("beyond_ascii_as_utf_8") << QString::fromUtf8("9é") << QByteArray("9%C3%A9");
+    QTest::newRow("a_plus_sign_and_an_ampersand_are_not_escaped") << "9+a&b" << QByteArray("9+a&b");
 }
 
-void tst_EventRecord::TheAddressCarriesTheText()
+void tst_EventRecord::the_address_carries_the_text()
 {
     QFETCH(QString, version);
     QFETCH(QByteArray, encoded);

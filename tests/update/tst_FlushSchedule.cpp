@@ -22,14 +22,14 @@ class tst_FlushSchedule : public QObject
 private slots:
     void init();
     void cleanup();
-    void EnoughBytesAreFlushedAndRecorded();
-    void EnoughTimeIsEnough();
-    void WhatArrivesDuringTheFlushIsNotRecorded();
-    void TheCallersThreadDoesNotWait();
-    void AFlushThatTellsNothingIsNotRecorded();
-    void AFlushThatFailsMakesTheStateDoubtful();
-    void AFlushOfTheDownloadBeforeIsNotRecorded();
-    void ItMayBeDeletedDuringAFlush();
+    void enough_bytes_are_flushed_and_recorded();
+    void enough_time_is_enough();
+    void what_arrives_during_the_flush_is_not_recorded();
+    void the_callers_thread_does_not_wait();
+    void a_flush_that_tells_nothing_is_not_recorded();
+    void a_flush_that_fails_makes_the_state_doubtful();
+    void a_flush_of_the_download_before_is_not_recorded();
+    void it_may_be_deleted_during_a_flush();
 
 private:
     void Build();
@@ -77,7 +77,7 @@ void tst_FlushSchedule::Build()
     m_schedule->Begin(m_folder->filePath("target"));
 }
 
-void tst_FlushSchedule::EnoughBytesAreFlushedAndRecorded()
+void tst_FlushSchedule::enough_bytes_are_flushed_and_recorded()
 {
     m_mayFlush.release(100);
     m_state->SetStartByte(1, 99);
@@ -92,7 +92,7 @@ void tst_FlushSchedule::EnoughBytesAreFlushedAndRecorded()
     QCOMPARE(m_flushes.load(), 1);
 }
 
-void tst_FlushSchedule::EnoughTimeIsEnough()
+void tst_FlushSchedule::enough_time_is_enough()
 {
     m_mayFlush.release(100);
     m_seams.flushTime = 20ms;
@@ -102,7 +102,7 @@ void tst_FlushSchedule::EnoughTimeIsEnough()
     QTRY_COMPARE(Flushed(), 1);
 }
 
-void tst_FlushSchedule::WhatArrivesDuringTheFlushIsNotRecorded()
+void tst_FlushSchedule::what_arrives_during_the_flush_is_not_recorded()
 {
     m_state->SetStartByte(1, 100);
     m_schedule->Written(100);
@@ -118,7 +118,7 @@ void tst_FlushSchedule::WhatArrivesDuringTheFlushIsNotRecorded()
     QTRY_COMPARE(Flushed(), 350);
 }
 
-void tst_FlushSchedule::TheCallersThreadDoesNotWait()
+void tst_FlushSchedule::the_callers_thread_does_not_wait()
 {
     std::atomic<QThread *> thread{nullptr};
     m_seams.flush = [&thread](const QString &) {
@@ -132,7 +132,7 @@ void tst_FlushSchedule::TheCallersThreadDoesNotWait()
     QVERIFY(thread.load() != QThread::currentThread());
 }
 
-void tst_FlushSchedule::AFlushThatTellsNothingIsNotRecorded()
+void tst_FlushSchedule::a_flush_that_tells_nothing_is_not_recorded()
 {
     m_result = FlushResult::Unknown;
     const QSignalSpy failed(m_schedule.get(), &FlushSchedule::Failed);
@@ -146,7 +146,7 @@ void tst_FlushSchedule::AFlushThatTellsNothingIsNotRecorded()
     QCOMPARE(failed.count(), 0);
 }
 
-void tst_FlushSchedule::AFlushThatFailsMakesTheStateDoubtful()
+void tst_FlushSchedule::a_flush_that_fails_makes_the_state_doubtful()
 {
     const LogCapture log;
     m_state->SetBootId("this boot");
@@ -165,7 +165,7 @@ void tst_FlushSchedule::AFlushThatFailsMakesTheStateDoubtful()
     QCOMPARE(m_flushes.load(), 1);
 }
 
-void tst_FlushSchedule::AFlushOfTheDownloadBeforeIsNotRecorded()
+void tst_FlushSchedule::a_flush_of_the_download_before_is_not_recorded()
 {
     m_state->SetStartByte(1, 100);
     m_schedule->Written(100);
@@ -179,7 +179,7 @@ void tst_FlushSchedule::AFlushOfTheDownloadBeforeIsNotRecorded()
     QTRY_COMPARE(Flushed(), 40);
 }
 
-void tst_FlushSchedule::ItMayBeDeletedDuringAFlush()
+void tst_FlushSchedule::it_may_be_deleted_during_a_flush()
 {
     m_schedule->Written(100);
     QTRY_COMPARE(m_flushes.load(), 1);

@@ -28,26 +28,26 @@ class tst_HintDisplay : public QObject
     Q_OBJECT
 
 private slots:
-    void it_is_a_URBaseWidget();
-    void its_only_signal_is_Close();
+    void it_is_a_ur_base_widget();
+    void its_only_signal_is_close();
     void its_children_are_the_label_and_the_button();
     void the_label_has_no_name_the_default_alignment_and_no_word_wrap();
-    void the_close_button_is_visible_takes_no_focus_and_says_Close();
-    void the_close_button_emits_Close();
-    void SetText_sets_the_hint();
+    void the_close_button_is_visible_takes_no_focus_and_says_close();
+    void the_close_button_emits_close();
+    void set_text_sets_the_hint();
     void a_hint_longer_than_the_label_is_cut_not_wrapped();
     void the_layout_follows_the_pages_size_data();
     void the_layout_follows_the_pages_size();
     void a_language_change_sets_the_buttons_text_again();
 };
 
-void tst_HintDisplay::it_is_a_URBaseWidget()
+void tst_HintDisplay::it_is_a_ur_base_widget()
 {
     QCOMPARE(HintDisplay::staticMetaObject.superClass(), &URBaseWidget::staticMetaObject);
     QVERIFY(HintDisplay(nullptr).testAttribute(Qt::WA_StyledBackground));
 }
 
-void tst_HintDisplay::its_only_signal_is_Close()
+void tst_HintDisplay::its_only_signal_is_close()
 {
     QCOMPARE(gOwnMethods(HintDisplay::staticMetaObject, QMetaMethod::Signal),
              QByteArrayList({"Close()"}));
@@ -68,7 +68,7 @@ void tst_HintDisplay::the_label_has_no_name_the_default_alignment_and_no_word_wr
     QVERIFY(!gHintLabel(page)->wordWrap());
 }
 
-void tst_HintDisplay::the_close_button_is_visible_takes_no_focus_and_says_Close()
+void tst_HintDisplay::the_close_button_is_visible_takes_no_focus_and_says_close()
 {
     HintDisplay page(nullptr);
     QVERIFY(gCloseButton(page)->isVisibleTo(&page));
@@ -76,7 +76,7 @@ void tst_HintDisplay::the_close_button_is_visible_takes_no_focus_and_says_Close(
     QCOMPARE(gCloseButton(page)->text(), QString("Close"));
 }
 
-void tst_HintDisplay::the_close_button_emits_Close()
+void tst_HintDisplay::the_close_button_emits_close()
 {
     HintDisplay page(nullptr);
     QSignalSpy close(&page, &HintDisplay::Close);
@@ -84,7 +84,7 @@ void tst_HintDisplay::the_close_button_emits_Close()
     QCOMPARE(close.count(), 1);
 }
 
-void tst_HintDisplay::SetText_sets_the_hint()
+void tst_HintDisplay::set_text_sets_the_hint()
 {
     HintDisplay page(nullptr);
     page.SetText("Failed to check update!");
@@ -110,9 +110,9 @@ void tst_HintDisplay::the_layout_follows_the_pages_size_data()
     QTest::addColumn<QSize>("size");
     QTest::addColumn<QRect>("label");
     QTest::addColumn<QRect>("button");
-    QTest::newRow("as the dialog shows it")
+    QTest::newRow("as_the_dialog_shows_it")
         << QSize(638, 239) << QRect(10, 0, 628, 169) << QRect(538, 178, 80, 30);
-    QTest::newRow("500 x 300") << QSize(500, 300) << QRect(10, 0, 490, 230)
+    QTest::newRow("500_x_300") << QSize(500, 300) << QRect(10, 0, 490, 230)
                                << QRect(400, 239, 80, 30);
 }
 

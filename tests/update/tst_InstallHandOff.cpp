@@ -19,29 +19,29 @@ private slots:
     void init();
     void cleanup();
 
-    void ACompletePackageAsksTheUser();
-    void ACompletePackageIsToldBeforeTheQuestion();
-    void YesAfterADownloadStartsTheInstaller();
-    void NoAfterADownloadKeepsTheInstaller_data();
-    void NoAfterADownloadKeepsTheInstaller();
+    void a_complete_package_asks_the_user();
+    void a_complete_package_is_told_before_the_question();
+    void yes_after_a_download_starts_the_installer();
+    void no_after_a_download_keeps_the_installer_data();
+    void no_after_a_download_keeps_the_installer();
 
-    void AKeptInstallerAsksTheUser();
-    void YesForAKeptInstallerStartsIt();
-    void NoForAKeptInstallerKeepsIt_data();
-    void NoForAKeptInstallerKeepsIt();
-    void AnInstallerKeptFromADownloadIsOfferedAtTheNextCheck();
-    void AKeptInstallerIsOfferedAtEveryCheck();
+    void a_kept_installer_asks_the_user();
+    void yes_for_a_kept_installer_starts_it();
+    void no_for_a_kept_installer_keeps_it_data();
+    void no_for_a_kept_installer_keeps_it();
+    void an_installer_kept_from_a_download_is_offered_at_the_next_check();
+    void a_kept_installer_is_offered_at_every_check();
 
-    void CloseIsToldBeforeTheInstallerStarts();
-    void AnInstallerThatCannotBeStartedIsNotTold();
-    void AStartedInstallerIsReportedBeforeTheHostIsTold();
-    void AnInstallerThatCannotBeStartedIsReported();
-    void AReportThatFailsHoldsNothingBack();
-    void TheSettingIsWrittenBeforeTheHostIsTold();
-    void InstallWithoutAYesStartsNothing();
-    void InstallAfterAYesStartsTheInstallerAgain();
-    void ADownloaderOffersNothingWithoutTheFile();
-    void ADownloaderTellsTheAnswer();
+    void close_is_told_before_the_installer_starts();
+    void an_installer_that_cannot_be_started_is_not_told();
+    void a_started_installer_is_reported_before_the_host_is_told();
+    void an_installer_that_cannot_be_started_is_reported();
+    void a_report_that_fails_holds_nothing_back();
+    void the_setting_is_written_before_the_host_is_told();
+    void install_without_a_yes_starts_nothing();
+    void install_after_a_yes_starts_the_installer_again();
+    void a_downloader_offers_nothing_without_the_file();
+    void a_downloader_tells_the_answer();
 
 private:
     QString Mark() const { return m_rig->Path("mark"); }
@@ -96,7 +96,7 @@ void tst_InstallHandOff::cleanup()
     m_statistics.reset();
 }
 
-void tst_InstallHandOff::ACompletePackageAsksTheUser()
+void tst_InstallHandOff::a_complete_package_asks_the_user()
 {
     m_rig->StartFullDownload(HttpAnswer::Body(Installer("new")));
     QTRY_COMPARE(m_rig->Boxes(), 1);
@@ -104,7 +104,7 @@ void tst_InstallHandOff::ACompletePackageAsksTheUser()
     QCOMPARE(gDownloadState().installerReady, m_rig->Installer());
 }
 
-void tst_InstallHandOff::ACompletePackageIsToldBeforeTheQuestion()
+void tst_InstallHandOff::a_complete_package_is_told_before_the_question()
 {
     int boxes = -1;
     bool inPlace = false;
@@ -118,7 +118,7 @@ void tst_InstallHandOff::ACompletePackageIsToldBeforeTheQuestion()
     QVERIFY(inPlace);
 }
 
-void tst_InstallHandOff::YesAfterADownloadStartsTheInstaller()
+void tst_InstallHandOff::yes_after_a_download_starts_the_installer()
 {
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
     m_rig->StartFullDownload(HttpAnswer::Body(Installer("new")));
@@ -128,14 +128,14 @@ void tst_InstallHandOff::YesAfterADownloadStartsTheInstaller()
     QCOMPARE(m_rig->Setting("SetupFile"), QString());
 }
 
-void tst_InstallHandOff::NoAfterADownloadKeepsTheInstaller_data()
+void tst_InstallHandOff::no_after_a_download_keeps_the_installer_data()
 {
     QTest::addColumn<UpdateRig::Answer>("answer");
-    QTest::newRow("Cancel") << UpdateRig::Answer::Cancel;
-    QTest::newRow("closing the box") << UpdateRig::Answer::CloseBox;
+    QTest::newRow("cancel") << UpdateRig::Answer::Cancel;
+    QTest::newRow("closing_the_box") << UpdateRig::Answer::CloseBox;
 }
 
-void tst_InstallHandOff::NoAfterADownloadKeepsTheInstaller()
+void tst_InstallHandOff::no_after_a_download_keeps_the_installer()
 {
     QFETCH(UpdateRig::Answer, answer);
     m_rig->SetAnswer(answer);
@@ -146,7 +146,7 @@ void tst_InstallHandOff::NoAfterADownloadKeepsTheInstaller()
     QVERIFY(!QFile::exists(Mark()));
 }
 
-void tst_InstallHandOff::AKeptInstallerAsksTheUser()
+void tst_InstallHandOff::a_kept_installer_asks_the_user()
 {
     KeepInstaller();
     m_rig->Manager().LiveUpdate();
@@ -155,7 +155,7 @@ void tst_InstallHandOff::AKeptInstallerAsksTheUser()
     QVERIFY(m_rig->Server().Requests().isEmpty());
 }
 
-void tst_InstallHandOff::YesForAKeptInstallerStartsIt()
+void tst_InstallHandOff::yes_for_a_kept_installer_starts_it()
 {
     KeepInstaller();
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
@@ -166,12 +166,12 @@ void tst_InstallHandOff::YesForAKeptInstallerStartsIt()
     QCOMPARE(m_rig->Setting("SetupFile"), Kept());
 }
 
-void tst_InstallHandOff::NoForAKeptInstallerKeepsIt_data()
+void tst_InstallHandOff::no_for_a_kept_installer_keeps_it_data()
 {
-    NoAfterADownloadKeepsTheInstaller_data();
+    no_after_a_download_keeps_the_installer_data();
 }
 
-void tst_InstallHandOff::NoForAKeptInstallerKeepsIt()
+void tst_InstallHandOff::no_for_a_kept_installer_keeps_it()
 {
     QFETCH(UpdateRig::Answer, answer);
     KeepInstaller();
@@ -184,7 +184,7 @@ void tst_InstallHandOff::NoForAKeptInstallerKeepsIt()
     QVERIFY(!QFile::exists(Mark()));
 }
 
-void tst_InstallHandOff::AnInstallerKeptFromADownloadIsOfferedAtTheNextCheck()
+void tst_InstallHandOff::an_installer_kept_from_a_download_is_offered_at_the_next_check()
 {
     m_rig->StartFullDownload(HttpAnswer::Body(Installer("new")));
     QTRY_COMPARE(m_rig->Signals().count("CancelInstall"), 1);
@@ -197,7 +197,7 @@ void tst_InstallHandOff::AnInstallerKeptFromADownloadIsOfferedAtTheNextCheck()
     QVERIFY(m_rig->Server().Requests().isEmpty());
 }
 
-void tst_InstallHandOff::AKeptInstallerIsOfferedAtEveryCheck()
+void tst_InstallHandOff::a_kept_installer_is_offered_at_every_check()
 {
     KeepInstaller();
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
@@ -209,7 +209,7 @@ void tst_InstallHandOff::AKeptInstallerIsOfferedAtEveryCheck()
     QTRY_COMPARE(m_rig->Signals().count("CancelInstall"), 1);
 }
 
-void tst_InstallHandOff::CloseIsToldBeforeTheInstallerStarts()
+void tst_InstallHandOff::close_is_told_before_the_installer_starts()
 {
     KeepInstaller();
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
@@ -223,7 +223,7 @@ void tst_InstallHandOff::CloseIsToldBeforeTheInstallerStarts()
     QCOMPARE(gReadFile(Mark()), QByteArray("exchanged"));
 }
 
-void tst_InstallHandOff::AnInstallerThatCannotBeStartedIsNotTold()
+void tst_InstallHandOff::an_installer_that_cannot_be_started_is_not_told()
 {
     KeepInstaller();
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
@@ -235,7 +235,7 @@ void tst_InstallHandOff::AnInstallerThatCannotBeStartedIsNotTold()
     QCOMPARE(m_rig->Setting("SetupFile"), Kept());
 }
 
-void tst_InstallHandOff::AStartedInstallerIsReportedBeforeTheHostIsTold()
+void tst_InstallHandOff::a_started_installer_is_reported_before_the_host_is_told()
 {
     ReceiveReports();
     HttpAnswer slow = HttpAnswer::Status(200);
@@ -264,7 +264,7 @@ void tst_InstallHandOff::AStartedInstallerIsReportedBeforeTheHostIsTold()
     QCOMPARE(m_statistics->Results(), QList<int>{1});
 }
 
-void tst_InstallHandOff::AnInstallerThatCannotBeStartedIsReported()
+void tst_InstallHandOff::an_installer_that_cannot_be_started_is_reported()
 {
     const LogCapture log;
     ReceiveReports();
@@ -279,7 +279,7 @@ void tst_InstallHandOff::AnInstallerThatCannotBeStartedIsReported()
     QCOMPARE(m_rig->Signals(), QStringList{"Close"});
 }
 
-void tst_InstallHandOff::AReportThatFailsHoldsNothingBack()
+void tst_InstallHandOff::a_report_that_fails_holds_nothing_back()
 {
     ReceiveReports();
     m_statistics->Answer(HttpAnswer::Status(500));
@@ -291,7 +291,7 @@ void tst_InstallHandOff::AReportThatFailsHoldsNothingBack()
     QTRY_COMPARE(gReadFile(Mark()), QByteArray("kept"));
 }
 
-void tst_InstallHandOff::TheSettingIsWrittenBeforeTheHostIsTold()
+void tst_InstallHandOff::the_setting_is_written_before_the_host_is_told()
 {
     QString setting;
     connect(&m_rig->Manager(), &LiveUpdateMgr::CancelInstall, this,
@@ -300,7 +300,7 @@ void tst_InstallHandOff::TheSettingIsWrittenBeforeTheHostIsTold()
     QTRY_COMPARE(setting, m_rig->Installer());
 }
 
-void tst_InstallHandOff::InstallWithoutAYesStartsNothing()
+void tst_InstallHandOff::install_without_a_yes_starts_nothing()
 {
     m_rig->Manager().Install();
     KeepInstaller();
@@ -312,7 +312,7 @@ void tst_InstallHandOff::InstallWithoutAYesStartsNothing()
     QVERIFY(!QFile::exists(Mark()));
 }
 
-void tst_InstallHandOff::InstallAfterAYesStartsTheInstallerAgain()
+void tst_InstallHandOff::install_after_a_yes_starts_the_installer_again()
 {
     KeepInstaller();
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
@@ -325,7 +325,7 @@ void tst_InstallHandOff::InstallAfterAYesStartsTheInstallerAgain()
     QTRY_COMPARE(m_rig->Signals().count("InstallStarted"), 2);
 }
 
-void tst_InstallHandOff::ADownloaderOffersNothingWithoutTheFile()
+void tst_InstallHandOff::a_downloader_offers_nothing_without_the_file()
 {
     DownloadMgr downloader(nullptr);
     const QSignalSpy cancelled(&downloader, &DownloadMgr::CancelInstall);
@@ -336,7 +336,7 @@ void tst_InstallHandOff::ADownloaderOffersNothingWithoutTheFile()
     QVERIFY(gDownloadState().installerReady.isEmpty());
 }
 
-void tst_InstallHandOff::ADownloaderTellsTheAnswer()
+void tst_InstallHandOff::a_downloader_tells_the_answer()
 {
     QVERIFY(gWriteFile(Kept(), Installer("kept")));
     DownloadMgr downloader(nullptr);

@@ -22,20 +22,20 @@ private slots:
     void init();
     void cleanup();
 
-    void ARealPatchReplacesTheKeptInstallerUnderItsName();
-    void TheResultIsTheBaseOfTheNextPatch();
-    void ARealPatchForAnotherFileFails();
-    void TheDownloaderPointsAtTheNewInstaller();
+    void a_real_patch_replaces_the_kept_installer_under_its_name();
+    void the_result_is_the_base_of_the_next_patch();
+    void a_real_patch_for_another_file_fails();
+    void the_downloader_points_at_the_new_installer();
 
-    void AMissingProgramFailsWithoutATrace();
-    void TheArgumentsAreOldNewAndPatch();
-    void TheExitCodeIsNotAsked();
-    void AnUpperCaseMd5NeverMatches();
-    void AWrongResultIsReportedTwiceAndLeftOnDisk();
-    void AProgramThatMakesNothingIsAWrongResult();
-    void ACrashIsReportedOnceThoughTheResultIsRight();
-    void AProgramThatTakesTooLongIsEnded();
-    void AProgramThatCannotBeStartedIsReported();
+    void a_missing_program_fails_without_a_trace();
+    void the_arguments_are_old_new_and_patch();
+    void the_exit_code_is_not_asked();
+    void an_upper_case_md5_never_matches();
+    void a_wrong_result_is_reported_twice_and_left_on_disk();
+    void a_program_that_makes_nothing_is_a_wrong_result();
+    void a_crash_is_reported_once_though_the_result_is_right();
+    void a_program_that_takes_too_long_is_ended();
+    void a_program_that_cannot_be_started_is_reported();
 
 private:
     QString Kept() const { return m_rig->WorkingFolder() + "/Corvina 9.exe"; }
@@ -105,7 +105,7 @@ void tst_InstallerPatch::cleanup()
     m_statistics.reset();
 }
 
-void tst_InstallerPatch::ARealPatchReplacesTheKeptInstallerUnderItsName()
+void tst_InstallerPatch::a_real_patch_replaces_the_kept_installer_under_its_name()
 {
     const PatchProgram program;
     QVERIFY(gWriteFile(Patch(), PatchProgram::MakePatch(m_old, m_new)));
@@ -118,7 +118,7 @@ void tst_InstallerPatch::ARealPatchReplacesTheKeptInstallerUnderItsName()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_InstallerPatch::TheResultIsTheBaseOfTheNextPatch()
+void tst_InstallerPatch::the_result_is_the_base_of_the_next_patch()
 {
     const PatchProgram program;
     const QByteArray next = m_new.mid(5000) + gTestBytes(3000, 3);
@@ -129,7 +129,7 @@ void tst_InstallerPatch::TheResultIsTheBaseOfTheNextPatch()
     QVERIFY(gReadFile(Kept()) == next);
 }
 
-void tst_InstallerPatch::ARealPatchForAnotherFileFails()
+void tst_InstallerPatch::a_real_patch_for_another_file_fails()
 {
     const PatchProgram program;
     const QByteArray other = gTestBytes(40000, 7);
@@ -141,7 +141,7 @@ void tst_InstallerPatch::ARealPatchForAnotherFileFails()
     QCOMPARE(Reports(), expected);
 }
 
-void tst_InstallerPatch::TheDownloaderPointsAtTheNewInstaller()
+void tst_InstallerPatch::the_downloader_points_at_the_new_installer()
 {
     const PatchProgram program(copyPatch);
     m_rig->Server().Serve("/increase.patch", HttpAnswer::Body(m_new));
@@ -155,7 +155,7 @@ void tst_InstallerPatch::TheDownloaderPointsAtTheNewInstaller()
     QVERIFY(!QFile::exists(m_rig->Installer()));
 }
 
-void tst_InstallerPatch::AMissingProgramFailsWithoutATrace()
+void tst_InstallerPatch::a_missing_program_fails_without_a_trace()
 {
     QVERIFY(!Apply(gMd5(m_new)));
     VerifyUntouched();
@@ -164,7 +164,7 @@ void tst_InstallerPatch::AMissingProgramFailsWithoutATrace()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_InstallerPatch::TheArgumentsAreOldNewAndPatch()
+void tst_InstallerPatch::the_arguments_are_old_new_and_patch()
 {
     const QString told = m_rig->Path("arguments");
     const PatchProgram program("arguments\t" + told.toUtf8() + '\n' + copyPatch);
@@ -173,7 +173,7 @@ void tst_InstallerPatch::TheArgumentsAreOldNewAndPatch()
     QCOMPARE(QString::fromUtf8(gReadFile(told)).split('\n'), expected);
 }
 
-void tst_InstallerPatch::TheExitCodeIsNotAsked()
+void tst_InstallerPatch::the_exit_code_is_not_asked()
 {
     const PatchProgram program(copyPatch + "\nexit\t3");
     QVERIFY(Apply(gMd5(m_new)));
@@ -181,7 +181,7 @@ void tst_InstallerPatch::TheExitCodeIsNotAsked()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_InstallerPatch::AnUpperCaseMd5NeverMatches()
+void tst_InstallerPatch::an_upper_case_md5_never_matches()
 {
     const PatchProgram program(copyPatch);
     QVERIFY(!Apply(gMd5(m_new).toUpper()));
@@ -190,7 +190,7 @@ void tst_InstallerPatch::AnUpperCaseMd5NeverMatches()
     QCOMPARE(Log(), expected);
 }
 
-void tst_InstallerPatch::AWrongResultIsReportedTwiceAndLeftOnDisk()
+void tst_InstallerPatch::a_wrong_result_is_reported_twice_and_left_on_disk()
 {
     const PatchProgram program("write\t$2\twrong");
     QVERIFY(!Apply(gMd5(m_new)));
@@ -203,7 +203,7 @@ void tst_InstallerPatch::AWrongResultIsReportedTwiceAndLeftOnDisk()
     QCOMPARE(Reports(), reports);
 }
 
-void tst_InstallerPatch::AProgramThatMakesNothingIsAWrongResult()
+void tst_InstallerPatch::a_program_that_makes_nothing_is_a_wrong_result()
 {
     const PatchProgram program("exit\t0");
     QVERIFY(!Apply(gMd5(m_new)));
@@ -214,7 +214,7 @@ void tst_InstallerPatch::AProgramThatMakesNothingIsAWrongResult()
     QCOMPARE(Reports(), reports);
 }
 
-void tst_InstallerPatch::ACrashIsReportedOnceThoughTheResultIsRight()
+void tst_InstallerPatch::a_crash_is_reported_once_though_the_result_is_right()
 {
     const PatchProgram program(copyPatch + "\ncrash");
     QVERIFY(!Apply(gMd5(m_new)));
@@ -225,7 +225,7 @@ void tst_InstallerPatch::ACrashIsReportedOnceThoughTheResultIsRight()
     QCOMPARE(Reports(), QList<int>{-3});
 }
 
-void tst_InstallerPatch::AProgramThatTakesTooLongIsEnded()
+void tst_InstallerPatch::a_program_that_takes_too_long_is_ended()
 {
     const QString told = m_rig->Path("pid");
     const PatchProgram program(copyPatch + "\npid\t" + told.toUtf8() + "\nsleep\t1000");
@@ -239,7 +239,7 @@ void tst_InstallerPatch::AProgramThatTakesTooLongIsEnded()
     QVERIFY(!gIsRunning(pid));
 }
 
-void tst_InstallerPatch::AProgramThatCannotBeStartedIsReported()
+void tst_InstallerPatch::a_program_that_cannot_be_started_is_reported()
 {
     const PatchProgram program(copyPatch);
     QVERIFY(gWriteFile(PatchProgram::Path(), "no program of any system"));

@@ -20,23 +20,23 @@ private slots:
     void init();
     void cleanup();
 
-    void TheFileOfTheVersionAndMd5IsFound_data();
-    void TheFileOfTheVersionAndMd5IsFound();
-    void ThereIsNone_data();
-    void ThereIsNone();
-    void AFileOfAnotherVersionIsSkippedUnread();
-    void AFileWithoutAVersionIsSkipped();
-    void OfTwoFilesOfTheVersionTheSecondHasTheMd5();
-    void NothingBehindTheMatchIsLookedAt();
-    void EveryFileOfTheVersionWithAnotherMd5IsReported();
-    void VersionsMatch_data();
-    void VersionsMatch();
-    void VersionsDiffer_data();
-    void VersionsDiffer();
-    void TheMd5NeverMatches_data();
-    void TheMd5NeverMatches();
-    void AFileThatCannotBeOpenedHasNoVersion();
-    void AFileThatCannotBeOpenedHasAnEmptyMd5ThatIsReported();
+    void the_file_of_the_version_and_md5_is_found_data();
+    void the_file_of_the_version_and_md5_is_found();
+    void there_is_none_data();
+    void there_is_none();
+    void a_file_of_another_version_is_skipped_unread();
+    void a_file_without_a_version_is_skipped();
+    void of_two_files_of_the_version_the_second_has_the_md5();
+    void nothing_behind_the_match_is_looked_at();
+    void every_file_of_the_version_with_another_md5_is_reported();
+    void versions_match_data();
+    void versions_match();
+    void versions_differ_data();
+    void versions_differ();
+    void the_md5_never_matches_data();
+    void the_md5_never_matches();
+    void a_file_that_cannot_be_opened_has_no_version();
+    void a_file_that_cannot_be_opened_has_an_empty_md5_that_is_reported();
 
 private:
     QString Folder() const { return m_rig->WorkingFolder(); }
@@ -115,17 +115,17 @@ QStringList tst_KeptInstaller::PutInOrder(int count) const
     return paths;
 }
 
-void tst_KeptInstaller::TheFileOfTheVersionAndMd5IsFound_data()
+void tst_KeptInstaller::the_file_of_the_version_and_md5_is_found_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("an executable") << "Corvina9.exe" << gInstaller();
-    QTest::newRow("a script with a version line")
+    QTest::newRow("an_executable") << "Corvina9.exe" << gInstaller();
+    QTest::newRow("a_script_with_a_version_line")
         << "Corvina9" << QByteArray("#!/bin/sh\n#FileVersion=9.1.0.0\nexit 0\n");
-    QTest::newRow("a name of any kind") << QString::fromUtf8("älter (1).bak") << gInstaller();
+    QTest::newRow("a_name_of_any_kind") << QString::fromUtf8("älter (1).bak") << gInstaller();
 }
 
-void tst_KeptInstaller::TheFileOfTheVersionAndMd5IsFound()
+void tst_KeptInstaller::the_file_of_the_version_and_md5_is_found()
 {
     QFETCH(QString, name);
     QFETCH(QByteArray, bytes);
@@ -138,15 +138,15 @@ void tst_KeptInstaller::TheFileOfTheVersionAndMd5IsFound()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_KeptInstaller::ThereIsNone_data()
+void tst_KeptInstaller::there_is_none_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("in an empty folder") << QString();
-    QTest::newRow("in a folder below") << "below/Corvina9.exe";
-    QTest::newRow("in the folder above") << "../Corvina9.exe";
+    QTest::newRow("in_an_empty_folder") << QString();
+    QTest::newRow("in_a_folder_below") << "below/Corvina9.exe";
+    QTest::newRow("in_the_folder_above") << "../Corvina9.exe";
 }
 
-void tst_KeptInstaller::ThereIsNone()
+void tst_KeptInstaller::there_is_none()
 {
     QFETCH(QString, name);
     if (!name.isEmpty())
@@ -157,7 +157,7 @@ void tst_KeptInstaller::ThereIsNone()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_KeptInstaller::AFileOfAnotherVersionIsSkippedUnread()
+void tst_KeptInstaller::a_file_of_another_version_is_skipped_unread()
 {
     const QByteArray bytes = PeBuilder::WithFileVersion("9.0.0.0").Build();
     Put("Corvina9.exe", bytes);
@@ -166,7 +166,7 @@ void tst_KeptInstaller::AFileOfAnotherVersionIsSkippedUnread()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_KeptInstaller::AFileWithoutAVersionIsSkipped()
+void tst_KeptInstaller::a_file_without_a_version_is_skipped()
 {
     const QByteArray bytes = gTestBytes(5000);
     Put("notes.txt", bytes);
@@ -175,7 +175,7 @@ void tst_KeptInstaller::AFileWithoutAVersionIsSkipped()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_KeptInstaller::OfTwoFilesOfTheVersionTheSecondHasTheMd5()
+void tst_KeptInstaller::of_two_files_of_the_version_the_second_has_the_md5()
 {
     const QStringList paths = PutInOrder(2);
     QVERIFY(gWriteFile(paths.at(0), gInstaller(1)) && gWriteFile(paths.at(1), gInstaller(2)));
@@ -191,7 +191,7 @@ void tst_KeptInstaller::OfTwoFilesOfTheVersionTheSecondHasTheMd5()
     QCOMPARE(label.value("oldver"), QJsonValue(version));
 }
 
-void tst_KeptInstaller::NothingBehindTheMatchIsLookedAt()
+void tst_KeptInstaller::nothing_behind_the_match_is_looked_at()
 {
     const QStringList paths = PutInOrder(2);
     QVERIFY(gWriteFile(paths.at(0), gInstaller(1)) && gWriteFile(paths.at(1), gInstaller(2)));
@@ -200,7 +200,7 @@ void tst_KeptInstaller::NothingBehindTheMatchIsLookedAt()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_KeptInstaller::EveryFileOfTheVersionWithAnotherMd5IsReported()
+void tst_KeptInstaller::every_file_of_the_version_with_another_md5_is_reported()
 {
     quint64 seed = 0;
     for (const QString &path : PutInOrder(3))
@@ -211,19 +211,19 @@ void tst_KeptInstaller::EveryFileOfTheVersionWithAnotherMd5IsReported()
     QCOMPARE(Reports(), expected);
 }
 
-void tst_KeptInstaller::VersionsMatch_data()
+void tst_KeptInstaller::versions_match_data()
 {
     QTest::addColumn<QString>("packVersion");
     QTest::addColumn<QString>("currentVersion");
-    QTest::newRow("blanks around the file's") << " 9.1.0.0 "
-                                              << "9.1.0.0";
-    QTest::newRow("blanks around the host's") << "9.1.0.0"
-                                              << "\t 9.1.0.0\n";
-    QTest::newRow("blanks around both") << "9.1.0.0  "
+    QTest::newRow("blanks_around_the_files") << " 9.1.0.0 "
+                                             << "9.1.0.0";
+    QTest::newRow("blanks_around_the_hosts") << "9.1.0.0"
+                                             << "\t 9.1.0.0\n";
+    QTest::newRow("blanks_around_both") << "9.1.0.0  "
                                         << "  9.1.0.0";
 }
 
-void tst_KeptInstaller::VersionsMatch()
+void tst_KeptInstaller::versions_match()
 {
     QFETCH(QString, packVersion);
     QFETCH(QString, currentVersion);
@@ -232,23 +232,23 @@ void tst_KeptInstaller::VersionsMatch()
     QCOMPARE(gFindKeptInstaller(Folder(), currentVersion, gMd5(bytes)), path);
 }
 
-void tst_KeptInstaller::VersionsDiffer_data()
+void tst_KeptInstaller::versions_differ_data()
 {
     QTest::addColumn<QString>("packVersion");
     QTest::addColumn<QString>("currentVersion");
-    QTest::newRow("the same numbers in other digits") << "9.1.0.01"
+    QTest::newRow("the_same_numbers_in_other_digits") << "9.1.0.01"
                                                       << "9.1.0.1";
-    QTest::newRow("and the other way round") << "9.1.0.1"
+    QTest::newRow("and_the_other_way_round") << "9.1.0.1"
                                              << "9.1.0.01";
-    QTest::newRow("a blank within") << "9.1. 0.0"
+    QTest::newRow("a_blank_within") << "9.1. 0.0"
                                     << "9.1.0.0";
-    QTest::newRow("a shorter form") << "9.1.0"
+    QTest::newRow("a_shorter_form") << "9.1.0"
                                     << "9.1.0.0";
-    QTest::newRow("another case") << "9.1.0.0-RC"
+    QTest::newRow("another_case") << "9.1.0.0-RC"
                                   << "9.1.0.0-rc";
 }
 
-void tst_KeptInstaller::VersionsDiffer()
+void tst_KeptInstaller::versions_differ()
 {
     QFETCH(QString, packVersion);
     QFETCH(QString, currentVersion);
@@ -259,17 +259,17 @@ void tst_KeptInstaller::VersionsDiffer()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_KeptInstaller::TheMd5NeverMatches_data()
+void tst_KeptInstaller::the_md5_never_matches_data()
 {
     QTest::addColumn<QString>("expected");
     const QString md5 = gMd5(gInstaller());
-    QTest::newRow("in upper case") << md5.toUpper();
-    QTest::newRow("with a blank in front") << ' ' + md5;
-    QTest::newRow("with a line feed behind") << md5 + '\n';
-    QTest::newRow("when it is empty") << QString();
+    QTest::newRow("in_upper_case") << md5.toUpper();
+    QTest::newRow("with_a_blank_in_front") << ' ' + md5;
+    QTest::newRow("with_a_line_feed_behind") << md5 + '\n';
+    QTest::newRow("when_it_is_empty") << QString();
 }
 
-void tst_KeptInstaller::TheMd5NeverMatches()
+void tst_KeptInstaller::the_md5_never_matches()
 {
     QFETCH(QString, expected);
     Put("Corvina9.exe", gInstaller());
@@ -287,7 +287,7 @@ static bool gLinkUnreadableFile(const QString &folder)
            QFile::link(unreadable, link) && QFileInfo(link).isSymLink();
 }
 
-void tst_KeptInstaller::AFileThatCannotBeOpenedHasNoVersion()
+void tst_KeptInstaller::a_file_that_cannot_be_opened_has_no_version()
 {
     if (!gLinkUnreadableFile(Folder()))
         QSKIP("This system has no file that the superuser cannot read.");
@@ -296,7 +296,7 @@ void tst_KeptInstaller::AFileThatCannotBeOpenedHasNoVersion()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_KeptInstaller::AFileThatCannotBeOpenedHasAnEmptyMd5ThatIsReported()
+void tst_KeptInstaller::a_file_that_cannot_be_opened_has_an_empty_md5_that_is_reported()
 {
     if (!gLinkUnreadableFile(Folder()))
         QSKIP("This system has no file that the superuser cannot read.");

@@ -20,41 +20,41 @@ private slots:
     void init();
     void cleanup();
 
-    void TheSignalsStandInTheirOrder();
-    void TheTemplateIsCopiedAtConstruction();
-    void ACheckShowsTheBusyProgressPage();
-    void ACheckSendsOnePlainGetWithTheGivenValues();
-    void ACheckWithoutArgumentsGathersItsValues();
-    void TheVersionOfTheHostIsReadAtEveryCheck();
-    void ANewerVersionShowsItsReleaseNotes();
-    void AManifestWithoutFullPackageMeansLatestVersion_data();
-    void AManifestWithoutFullPackageMeansLatestVersion();
-    void OnlyWhatHadArrivedFirstIsParsed();
-    void TheManifestIsDecodedAsUtf8();
-    void AFailedCheckSaysSo_data();
-    void AFailedCheckSaysSo();
-    void AnErrorStatusWithABodyShowsTheFailureLast();
-    void AnEmptyBodyLeavesTheProgressPage();
-    void AKeptInstallerShortCircuitsTheCheck();
-    void AKeptInstallerThatIsGoneIsOverlooked();
-    void ASecondCheckStartsAnew();
-    void ASecondCheckOvertakesOneThatIsUnderWay();
+    void the_signals_stand_in_their_order();
+    void the_template_is_copied_at_construction();
+    void a_check_shows_the_busy_progress_page();
+    void a_check_sends_one_plain_get_with_the_given_values();
+    void a_check_without_arguments_gathers_its_values();
+    void the_version_of_the_host_is_read_at_every_check();
+    void a_newer_version_shows_its_release_notes();
+    void a_manifest_without_full_package_means_latest_version_data();
+    void a_manifest_without_full_package_means_latest_version();
+    void only_what_had_arrived_first_is_parsed();
+    void the_manifest_is_decoded_as_utf8();
+    void a_failed_check_says_so_data();
+    void a_failed_check_says_so();
+    void an_error_status_with_a_body_shows_the_failure_last();
+    void an_empty_body_leaves_the_progress_page();
+    void a_kept_installer_short_circuits_the_check();
+    void a_kept_installer_that_is_gone_is_overlooked();
+    void a_second_check_starts_anew();
+    void a_second_check_overtakes_one_that_is_under_way();
 
-    void TheSilentCheckGives_data();
-    void TheSilentCheckGives();
-    void TheSilentCheckChangesNoPage_data();
-    void TheSilentCheckChangesNoPage();
-    void TheSilentCheckGivesUpAfterFiveSeconds();
-    void TheSilentCheckSendsTheGatheredValues();
-    void AfterASilentCheckAFailureIsNotSpelledOut();
-    void AnInteractiveCheckSpellsFailuresOutAgain();
+    void the_silent_check_gives_data();
+    void the_silent_check_gives();
+    void the_silent_check_changes_no_page_data();
+    void the_silent_check_changes_no_page();
+    void the_silent_check_gives_up_after_five_seconds();
+    void the_silent_check_sends_the_gathered_values();
+    void after_a_silent_check_a_failure_is_not_spelled_out();
+    void an_interactive_check_spells_failures_out_again();
 
-    void TlsErrorsAreToldByTheSameRule();
-    void TlsErrorsOfTheCheckAreAlwaysSpelledOut();
-    void RemindMeLaterIsPassedOn();
-    void TheHintPagesCloseIsPassedOnOnce();
-    void TheProgressPagesCloseComesFiveTimes();
-    void TheTextsAreTranslated();
+    void tls_errors_are_told_by_the_same_rule();
+    void tls_errors_of_the_check_are_always_spelled_out();
+    void remind_me_later_is_passed_on();
+    void the_hint_pages_close_is_passed_on_once();
+    void the_progress_pages_close_comes_five_times();
+    void the_texts_are_translated();
 
 private:
     QNetworkAccessManager *Network() const
@@ -86,7 +86,7 @@ void tst_LiveUpdateMgr_Check::cleanup()
     m_rig.reset();
 }
 
-void tst_LiveUpdateMgr_Check::TheSignalsStandInTheirOrder()
+void tst_LiveUpdateMgr_Check::the_signals_stand_in_their_order()
 {
     const QByteArrayList expected{
         "SetCurrentWidget(QWidget*)", "Close()",        "BeginInstall()", "CancelInstall()",
@@ -94,14 +94,14 @@ void tst_LiveUpdateMgr_Check::TheSignalsStandInTheirOrder()
     QCOMPARE(gOwnMethods(LiveUpdateMgr::staticMetaObject, QMetaMethod::Signal), expected);
 }
 
-void tst_LiveUpdateMgr_Check::TheTemplateIsCopiedAtConstruction()
+void tst_LiveUpdateMgr_Check::the_template_is_copied_at_construction()
 {
     UpdateInit::SetUpdateUrl("http://other.example/?pid=&version=&email=");
     QCOMPARE(m_rig->Manager().BuildCheckUrl("1", "2", "3"),
              m_rig->Server().Url("/check?pid=1&version=2&email=3"));
 }
 
-void tst_LiveUpdateMgr_Check::ACheckShowsTheBusyProgressPage()
+void tst_LiveUpdateMgr_Check::a_check_shows_the_busy_progress_page()
 {
     m_rig->Server().Serve("/check", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
     m_rig->Progress().SetCloseVisible(1);
@@ -114,7 +114,7 @@ void tst_LiveUpdateMgr_Check::ACheckShowsTheBusyProgressPage()
     QVERIFY(!m_rig->CloseOffered());
 }
 
-void tst_LiveUpdateMgr_Check::ACheckSendsOnePlainGetWithTheGivenValues()
+void tst_LiveUpdateMgr_Check::a_check_sends_one_plain_get_with_the_given_values()
 {
     ServeManifest("<a/>");
     m_rig->Manager().LiveUpdate("1", "2", "me@u.example");
@@ -126,7 +126,7 @@ void tst_LiveUpdateMgr_Check::ACheckSendsOnePlainGetWithTheGivenValues()
     QVERIFY(!requests.first().headers.contains("range"));
 }
 
-void tst_LiveUpdateMgr_Check::ACheckWithoutArgumentsGathersItsValues()
+void tst_LiveUpdateMgr_Check::a_check_without_arguments_gathers_its_values()
 {
     m_rig->WriteSetting("Email", "kept@u.example");
     m_rig->Build();
@@ -138,7 +138,7 @@ void tst_LiveUpdateMgr_Check::ACheckWithoutArgumentsGathersItsValues()
              QByteArray("/check?pid=&version=9.1.0.0&email=kept@u.example"));
 }
 
-void tst_LiveUpdateMgr_Check::TheVersionOfTheHostIsReadAtEveryCheck()
+void tst_LiveUpdateMgr_Check::the_version_of_the_host_is_read_at_every_check()
 {
     ServeManifest("<a/>");
     UpdateInit::SetUpdateVersion("9.9");
@@ -148,7 +148,7 @@ void tst_LiveUpdateMgr_Check::TheVersionOfTheHostIsReadAtEveryCheck()
              QByteArray("/check?pid=&version=9.9&email="));
 }
 
-void tst_LiveUpdateMgr_Check::ANewerVersionShowsItsReleaseNotes()
+void tst_LiveUpdateMgr_Check::a_newer_version_shows_its_release_notes()
 {
     ServeManifest(UpdateRig::Manifest(exeUrl));
     m_rig->Manager().LiveUpdate("1", "2", "3");
@@ -159,17 +159,17 @@ void tst_LiveUpdateMgr_Check::ANewerVersionShowsItsReleaseNotes()
     QCOMPARE(m_rig->Manager().findChild<VersionInfo *>()->ExeUrl(), exeUrl);
 }
 
-void tst_LiveUpdateMgr_Check::AManifestWithoutFullPackageMeansLatestVersion_data()
+void tst_LiveUpdateMgr_Check::a_manifest_without_full_package_means_latest_version_data()
 {
     QTest::addColumn<QString>("xml");
-    QTest::newRow("an empty address, whatever the version numbers say")
+    QTest::newRow("an_empty_address_whatever_the_version_numbers_say")
         << UpdateRig::Manifest("", "<IncreasePackage><Url_x64>x</Url_x64><Version>99.0</Version>"
                                    "<AutoNotify>1</AutoNotify></IncreasePackage>");
-    QTest::newRow("no address at all") << "<a/>";
-    QTest::newRow("no manifest at all") << "not XML";
+    QTest::newRow("no_address_at_all") << "<a/>";
+    QTest::newRow("no_manifest_at_all") << "not XML";
 }
 
-void tst_LiveUpdateMgr_Check::AManifestWithoutFullPackageMeansLatestVersion()
+void tst_LiveUpdateMgr_Check::a_manifest_without_full_package_means_latest_version()
 {
     QFETCH(QString, xml);
     ServeManifest(xml);
@@ -180,7 +180,7 @@ void tst_LiveUpdateMgr_Check::AManifestWithoutFullPackageMeansLatestVersion()
     QVERIFY2(m_rig->VersionText().isEmpty(), "the notes of the version page are not touched");
 }
 
-void tst_LiveUpdateMgr_Check::OnlyWhatHadArrivedFirstIsParsed()
+void tst_LiveUpdateMgr_Check::only_what_had_arrived_first_is_parsed()
 {
     HttpAnswer answer = Xml(UpdateRig::Manifest(exeUrl).toUtf8());
     answer.chunkSize = answer.body.size() - 5;
@@ -198,7 +198,7 @@ void tst_LiveUpdateMgr_Check::OnlyWhatHadArrivedFirstIsParsed()
     QVERIFY(m_rig->VersionText().isEmpty());
 }
 
-void tst_LiveUpdateMgr_Check::TheManifestIsDecodedAsUtf8()
+void tst_LiveUpdateMgr_Check::the_manifest_is_decoded_as_utf8()
 {
     const QString address = QStringLiteral("http://u.example/\u00fc\u4e16.exe");
     ServeManifest(UpdateRig::Manifest(address));
@@ -206,17 +206,17 @@ void tst_LiveUpdateMgr_Check::TheManifestIsDecodedAsUtf8()
     QTRY_COMPARE(m_rig->Manager().findChild<VersionInfo *>()->ExeUrl(), address);
 }
 
-void tst_LiveUpdateMgr_Check::AFailedCheckSaysSo_data()
+void tst_LiveUpdateMgr_Check::a_failed_check_says_so_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<int>("fault");
-    QTest::newRow("the page is not found") << 404 << int(HttpAnswer::Fault::None);
-    QTest::newRow("the server fails") << 503 << int(HttpAnswer::Fault::None);
-    QTest::newRow("the connection is reset") << 200 << int(HttpAnswer::Fault::ResetAtOnce);
-    QTest::newRow("the host refuses the connection") << 0 << int(HttpAnswer::Fault::None);
+    QTest::newRow("the_page_is_not_found") << 404 << int(HttpAnswer::Fault::None);
+    QTest::newRow("the_server_fails") << 503 << int(HttpAnswer::Fault::None);
+    QTest::newRow("the_connection_is_reset") << 200 << int(HttpAnswer::Fault::ResetAtOnce);
+    QTest::newRow("the_host_refuses_the_connection") << 0 << int(HttpAnswer::Fault::None);
 }
 
-void tst_LiveUpdateMgr_Check::AFailedCheckSaysSo()
+void tst_LiveUpdateMgr_Check::a_failed_check_says_so()
 {
     QFETCH(int, status);
     QFETCH(int, fault);
@@ -239,7 +239,7 @@ void tst_LiveUpdateMgr_Check::AFailedCheckSaysSo()
     QCOMPARE(m_rig->Pages(), pages);
 }
 
-void tst_LiveUpdateMgr_Check::AnErrorStatusWithABodyShowsTheFailureLast()
+void tst_LiveUpdateMgr_Check::an_error_status_with_a_body_shows_the_failure_last()
 {
     HttpAnswer answer = Xml(UpdateRig::Manifest(exeUrl).toUtf8());
     answer.status = 404;
@@ -250,7 +250,7 @@ void tst_LiveUpdateMgr_Check::AnErrorStatusWithABodyShowsTheFailureLast()
     QCOMPARE(m_rig->Pages(), pages);
 }
 
-void tst_LiveUpdateMgr_Check::AnEmptyBodyLeavesTheProgressPage()
+void tst_LiveUpdateMgr_Check::an_empty_body_leaves_the_progress_page()
 {
     ServeManifest({});
     const QSignalSpy finished(Network(), &QNetworkAccessManager::finished);
@@ -260,7 +260,7 @@ void tst_LiveUpdateMgr_Check::AnEmptyBodyLeavesTheProgressPage()
     QCOMPARE(m_rig->ProgressText(), QStringLiteral("Checking the version."));
 }
 
-void tst_LiveUpdateMgr_Check::AKeptInstallerShortCircuitsTheCheck()
+void tst_LiveUpdateMgr_Check::a_kept_installer_short_circuits_the_check()
 {
     QVERIFY(gWriteFile(m_rig->Path("kept.exe"), "an installer"));
     m_rig->WriteSetting("SetupFile", m_rig->Path("kept.exe"));
@@ -276,7 +276,7 @@ void tst_LiveUpdateMgr_Check::AKeptInstallerShortCircuitsTheCheck()
     QVERIFY(m_rig->Server().Requests().isEmpty());
 }
 
-void tst_LiveUpdateMgr_Check::AKeptInstallerThatIsGoneIsOverlooked()
+void tst_LiveUpdateMgr_Check::a_kept_installer_that_is_gone_is_overlooked()
 {
     m_rig->WriteSetting("SetupFile", m_rig->Path("gone.exe"));
     m_rig->Build();
@@ -287,7 +287,7 @@ void tst_LiveUpdateMgr_Check::AKeptInstallerThatIsGoneIsOverlooked()
     QCOMPARE(m_rig->Boxes(), 0);
 }
 
-void tst_LiveUpdateMgr_Check::ASecondCheckStartsAnew()
+void tst_LiveUpdateMgr_Check::a_second_check_starts_anew()
 {
     ServeManifest(UpdateRig::Manifest(exeUrl));
     m_rig->Manager().LiveUpdate("1", "2", "3");
@@ -300,7 +300,7 @@ void tst_LiveUpdateMgr_Check::ASecondCheckStartsAnew()
     QVERIFY(m_rig->Manager().findChild<VersionInfo *>()->ExeUrl().isEmpty());
 }
 
-void tst_LiveUpdateMgr_Check::ASecondCheckOvertakesOneThatIsUnderWay()
+void tst_LiveUpdateMgr_Check::a_second_check_overtakes_one_that_is_under_way()
 {
     HttpAnswer slow = Xml("<a/>");
     slow.delayMs = 300;
@@ -317,19 +317,19 @@ void tst_LiveUpdateMgr_Check::ASecondCheckOvertakesOneThatIsUnderWay()
     QVERIFY(!m_rig->VersionText().isEmpty());
 }
 
-void tst_LiveUpdateMgr_Check::TheSilentCheckGives_data()
+void tst_LiveUpdateMgr_Check::the_silent_check_gives_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<QString>("body");
     QTest::addColumn<bool>("expected");
-    QTest::newRow("true for a full package") << 200 << UpdateRig::Manifest(exeUrl) << true;
-    QTest::newRow("false without one") << 200 << UpdateRig::Manifest("") << false;
-    QTest::newRow("false for what is no manifest") << 200 << "not XML" << false;
-    QTest::newRow("false for an empty body") << 200 << "" << false;
-    QTest::newRow("false for an error status") << 404 << UpdateRig::Manifest(exeUrl) << false;
+    QTest::newRow("true_for_a_full_package") << 200 << UpdateRig::Manifest(exeUrl) << true;
+    QTest::newRow("false_without_one") << 200 << UpdateRig::Manifest("") << false;
+    QTest::newRow("false_for_what_is_no_manifest") << 200 << "not XML" << false;
+    QTest::newRow("false_for_an_empty_body") << 200 << "" << false;
+    QTest::newRow("false_for_an_error_status") << 404 << UpdateRig::Manifest(exeUrl) << false;
 }
 
-void tst_LiveUpdateMgr_Check::TheSilentCheckGives()
+void tst_LiveUpdateMgr_Check::the_silent_check_gives()
 {
     QFETCH(int, status);
     QFETCH(QString, body);
@@ -341,14 +341,14 @@ void tst_LiveUpdateMgr_Check::TheSilentCheckGives()
     QCOMPARE(m_rig->Server().Requests().size(), 1);
 }
 
-void tst_LiveUpdateMgr_Check::TheSilentCheckChangesNoPage_data()
+void tst_LiveUpdateMgr_Check::the_silent_check_changes_no_page_data()
 {
     QTest::addColumn<int>("status");
-    QTest::newRow("when it finds an update") << 200;
-    QTest::newRow("when it fails") << 404;
+    QTest::newRow("when_it_finds_an_update") << 200;
+    QTest::newRow("when_it_fails") << 404;
 }
 
-void tst_LiveUpdateMgr_Check::TheSilentCheckChangesNoPage()
+void tst_LiveUpdateMgr_Check::the_silent_check_changes_no_page()
 {
     QFETCH(int, status);
     m_rig->Progress().SetText("p");
@@ -365,7 +365,7 @@ void tst_LiveUpdateMgr_Check::TheSilentCheckChangesNoPage()
     QCOMPARE(m_rig->VersionText(), QStringLiteral("v"));
 }
 
-void tst_LiveUpdateMgr_Check::TheSilentCheckGivesUpAfterFiveSeconds()
+void tst_LiveUpdateMgr_Check::the_silent_check_gives_up_after_five_seconds()
 {
     m_rig->Server().Serve("/check", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
     QElapsedTimer timer;
@@ -375,7 +375,7 @@ void tst_LiveUpdateMgr_Check::TheSilentCheckGivesUpAfterFiveSeconds()
     QVERIFY2(timer.elapsed() < 8000, qPrintable(QString::number(timer.elapsed())));
 }
 
-void tst_LiveUpdateMgr_Check::TheSilentCheckSendsTheGatheredValues()
+void tst_LiveUpdateMgr_Check::the_silent_check_sends_the_gathered_values()
 {
     m_rig->WriteSetting("Email", "kept@u.example");
     m_rig->Build();
@@ -393,7 +393,7 @@ static std::unique_ptr<QNetworkReply> gFailedReply(QNetworkAccessManager &networ
     return reply;
 }
 
-void tst_LiveUpdateMgr_Check::AfterASilentCheckAFailureIsNotSpelledOut()
+void tst_LiveUpdateMgr_Check::after_a_silent_check_a_failure_is_not_spelled_out()
 {
     m_rig->Manager().IsNeedUpdate();
     m_rig->Hint().SetText("before");
@@ -405,14 +405,14 @@ void tst_LiveUpdateMgr_Check::AfterASilentCheckAFailureIsNotSpelledOut()
     QCOMPARE(m_rig->HintText(), QStringLiteral("before"));
 }
 
-void tst_LiveUpdateMgr_Check::AnInteractiveCheckSpellsFailuresOutAgain()
+void tst_LiveUpdateMgr_Check::an_interactive_check_spells_failures_out_again()
 {
     QVERIFY(!m_rig->Manager().IsNeedUpdate());
     m_rig->Manager().LiveUpdate("1", "2", "3");
     QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to check update!"));
 }
 
-void tst_LiveUpdateMgr_Check::TlsErrorsAreToldByTheSameRule()
+void tst_LiveUpdateMgr_Check::tls_errors_are_told_by_the_same_rule()
 {
     emit Network()->sslErrors(nullptr, {});
     QCOMPARE(m_rig->HintText(), QStringLiteral("Failed to check update!"));
@@ -425,7 +425,7 @@ void tst_LiveUpdateMgr_Check::TlsErrorsAreToldByTheSameRule()
     QCOMPARE(m_rig->Pages(), pages);
 }
 
-void tst_LiveUpdateMgr_Check::TlsErrorsOfTheCheckAreAlwaysSpelledOut()
+void tst_LiveUpdateMgr_Check::tls_errors_of_the_check_are_always_spelled_out()
 {
     m_rig->Server().Serve("/check", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
     m_rig->Manager().LiveUpdate("1", "2", "3");
@@ -439,7 +439,7 @@ void tst_LiveUpdateMgr_Check::TlsErrorsOfTheCheckAreAlwaysSpelledOut()
     QCOMPARE(m_rig->Pages().last(), QStringLiteral("hint"));
 }
 
-void tst_LiveUpdateMgr_Check::RemindMeLaterIsPassedOn()
+void tst_LiveUpdateMgr_Check::remind_me_later_is_passed_on()
 {
     const QByteArray settings = gReadFile(m_rig->SettingsFile());
     emit m_rig->Version().RemindMeLater();
@@ -447,20 +447,20 @@ void tst_LiveUpdateMgr_Check::RemindMeLaterIsPassedOn()
     QCOMPARE(gReadFile(m_rig->SettingsFile()), settings);
 }
 
-void tst_LiveUpdateMgr_Check::TheHintPagesCloseIsPassedOnOnce()
+void tst_LiveUpdateMgr_Check::the_hint_pages_close_is_passed_on_once()
 {
     emit m_rig->Hint().Close();
     QCOMPARE(m_rig->Signals(), QStringList{"Close"});
 }
 
-void tst_LiveUpdateMgr_Check::TheProgressPagesCloseComesFiveTimes()
+void tst_LiveUpdateMgr_Check::the_progress_pages_close_comes_five_times()
 {
     emit m_rig->Progress().Close();
     const QStringList expected{"Close", "Close", "Close", "Close", "Close"};
     QCOMPARE(m_rig->Signals(), expected);
 }
 
-void tst_LiveUpdateMgr_Check::TheTextsAreTranslated()
+void tst_LiveUpdateMgr_Check::the_texts_are_translated()
 {
     FakeTranslator translator;
     translator.Add("LiveUpdateMgr", "Checking the version.", "checking, translated");

@@ -14,14 +14,14 @@ private slots:
     void init();
     void cleanup();
 
-    void ClosingTellsFiveTimesAndSavesHowFarItCame();
-    void ClosingEndsTheTransfers();
-    void ARunningDownloadAddsNoClose();
-    void SeveralDownloadsInOneManagerAddNoClose();
-    void AClosedDownloadIsResumedToTheSameBytes();
-    void ADestroyedManagerLeavesAStateToResume();
-    void ItsTransfersEndWithTheApplicationAtTheLatest();
-    void ACutConnectionIsSilentAndResumed();
+    void closing_tells_five_times_and_saves_how_far_it_came();
+    void closing_ends_the_transfers();
+    void a_running_download_adds_no_close();
+    void several_downloads_in_one_manager_add_no_close();
+    void a_closed_download_is_resumed_to_the_same_bytes();
+    void a_destroyed_manager_leaves_a_state_to_resume();
+    void its_transfers_end_with_the_application_at_the_latest();
+    void a_cut_connection_is_silent_and_resumed();
 
 private:
     /// The first @p count bytes of every range arrive, then nothing more.
@@ -49,7 +49,7 @@ void tst_LiveUpdateMgr_Close::StartAndStall(const QByteArray &package, int count
     QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(5) * count);
 }
 
-void tst_LiveUpdateMgr_Close::ClosingTellsFiveTimesAndSavesHowFarItCame()
+void tst_LiveUpdateMgr_Close::closing_tells_five_times_and_saves_how_far_it_came()
 {
     StartAndStall(gTestBytes(1000003), 3000);
     // The state as it is on disk when the first of the five is told, and when the last is.
@@ -69,7 +69,7 @@ void tst_LiveUpdateMgr_Close::ClosingTellsFiveTimesAndSavesHowFarItCame()
     QCOMPARE(states.last().value("DownLoad_Tasks/End_Byte5"), QStringLiteral("1000002"));
 }
 
-void tst_LiveUpdateMgr_Close::ClosingEndsTheTransfers()
+void tst_LiveUpdateMgr_Close::closing_ends_the_transfers()
 {
     StartAndStall(gTestBytes(1000003), 3000);
     QVERIFY(m_rig->Server().OpenConnections() >= 5);
@@ -80,7 +80,7 @@ void tst_LiveUpdateMgr_Close::ClosingEndsTheTransfers()
     QCOMPARE(gDownloadState().alreadyDownloaded, qint64(15000));
 }
 
-void tst_LiveUpdateMgr_Close::ARunningDownloadAddsNoClose()
+void tst_LiveUpdateMgr_Close::a_running_download_adds_no_close()
 {
     StartAndStall(gTestBytes(50000), 10);
     emit m_rig->Progress().Close();
@@ -88,7 +88,7 @@ void tst_LiveUpdateMgr_Close::ARunningDownloadAddsNoClose()
     QCOMPARE(m_rig->Signals(), fiveTimes + fiveTimes);
 }
 
-void tst_LiveUpdateMgr_Close::SeveralDownloadsInOneManagerAddNoClose()
+void tst_LiveUpdateMgr_Close::several_downloads_in_one_manager_add_no_close()
 {
     for (int size : {50000, 60000, 70000}) {
         StartAndStall(gTestBytes(size), 10);
@@ -98,7 +98,7 @@ void tst_LiveUpdateMgr_Close::SeveralDownloadsInOneManagerAddNoClose()
     }
 }
 
-void tst_LiveUpdateMgr_Close::AClosedDownloadIsResumedToTheSameBytes()
+void tst_LiveUpdateMgr_Close::a_closed_download_is_resumed_to_the_same_bytes()
 {
     const QByteArray package = gTestBytes(1000003);
     StartAndStall(package, 3000);
@@ -113,7 +113,7 @@ void tst_LiveUpdateMgr_Close::AClosedDownloadIsResumedToTheSameBytes()
     QVERIFY(gReadFile(m_rig->Installer()) == package);
 }
 
-void tst_LiveUpdateMgr_Close::ADestroyedManagerLeavesAStateToResume()
+void tst_LiveUpdateMgr_Close::a_destroyed_manager_leaves_a_state_to_resume()
 {
     const QByteArray package = gTestBytes(1000003);
     StartAndStall(package, 3000);
@@ -127,7 +127,7 @@ void tst_LiveUpdateMgr_Close::ADestroyedManagerLeavesAStateToResume()
     QVERIFY(!gRangeHeaders(m_rig->Server()).contains("bytes=0-199999"));
 }
 
-void tst_LiveUpdateMgr_Close::ItsTransfersEndWithTheApplicationAtTheLatest()
+void tst_LiveUpdateMgr_Close::its_transfers_end_with_the_application_at_the_latest()
 {
     StartAndStall(gTestBytes(1000003), 3000);
     const auto inFlight = m_rig->Manager().findChildren<QNetworkAccessManager *>().size();
@@ -137,7 +137,7 @@ void tst_LiveUpdateMgr_Close::ItsTransfersEndWithTheApplicationAtTheLatest()
     QTRY_COMPARE(qApp->findChildren<QNetworkAccessManager *>().size(), 0);
 }
 
-void tst_LiveUpdateMgr_Close::ACutConnectionIsSilentAndResumed()
+void tst_LiveUpdateMgr_Close::a_cut_connection_is_silent_and_resumed()
 {
     const QByteArray package = gTestBytes(1000003);
     m_rig->StartFullDownload(HttpAnswer::Broken(package, HttpAnswer::Fault::CloseAfter, 70000));

@@ -15,15 +15,15 @@ private slots:
     void init();
     void cleanup();
 
-    void TheSecondDownloadSaysSoAndWritesNothing();
-    void ADownloadHoldsTheLockUntilItIsClosed();
-    void ADownloadHoldsTheLockUntilItsRangesHaveFailed();
-    void ACompletePackageLeavesNoLock();
-    void ALeftoverLockFileDelaysNothing();
+    void the_second_download_says_so_and_writes_nothing();
+    void a_download_holds_the_lock_until_it_is_closed();
+    void a_download_holds_the_lock_until_its_ranges_have_failed();
+    void a_complete_package_leaves_no_lock();
+    void a_leftover_lock_file_delays_nothing();
 
-    void WithinTheBootTheDownloadGoesOnWhereItWas();
-    void AfterAnotherStartOfTheMachineItGoesOnAtWhatWasFlushed();
-    void DataThatCannotBeFlushedEndTheDownload();
+    void within_the_boot_the_download_goes_on_where_it_was();
+    void after_another_start_of_the_machine_it_goes_on_at_what_was_flushed();
+    void data_that_cannot_be_flushed_end_the_download();
 
 private:
     QString LockFile() const { return m_rig->WorkingFolder() + "/Corvina9(x64).lock"; }
@@ -59,7 +59,7 @@ void tst_LiveUpdateMgr_Lock::StartAndStall()
     QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(15000));
 }
 
-void tst_LiveUpdateMgr_Lock::TheSecondDownloadSaysSoAndWritesNothing()
+void tst_LiveUpdateMgr_Lock::the_second_download_says_so_and_writes_nothing()
 {
     const LogCapture log;
     QVERIFY(QDir().mkpath(m_rig->WorkingFolder()));
@@ -78,7 +78,7 @@ void tst_LiveUpdateMgr_Lock::TheSecondDownloadSaysSoAndWritesNothing()
     QTRY_COMPARE(m_rig->Boxes(), 1);
 }
 
-void tst_LiveUpdateMgr_Lock::ADownloadHoldsTheLockUntilItIsClosed()
+void tst_LiveUpdateMgr_Lock::a_download_holds_the_lock_until_it_is_closed()
 {
     StartAndStall();
     QVERIFY(IsLocked());
@@ -86,7 +86,7 @@ void tst_LiveUpdateMgr_Lock::ADownloadHoldsTheLockUntilItIsClosed()
     QVERIFY(!IsLocked());
 }
 
-void tst_LiveUpdateMgr_Lock::ADownloadHoldsTheLockUntilItsRangesHaveFailed()
+void tst_LiveUpdateMgr_Lock::a_download_holds_the_lock_until_its_ranges_have_failed()
 {
     m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(m_package), "HEAD");
     m_rig->StartFullDownload(HttpAnswer::Status(404));
@@ -95,7 +95,7 @@ void tst_LiveUpdateMgr_Lock::ADownloadHoldsTheLockUntilItsRangesHaveFailed()
     QVERIFY(!IsLocked());
 }
 
-void tst_LiveUpdateMgr_Lock::ACompletePackageLeavesNoLock()
+void tst_LiveUpdateMgr_Lock::a_complete_package_leaves_no_lock()
 {
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
     QTRY_COMPARE(m_rig->Boxes(), 1);
@@ -103,14 +103,14 @@ void tst_LiveUpdateMgr_Lock::ACompletePackageLeavesNoLock()
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
-void tst_LiveUpdateMgr_Lock::ALeftoverLockFileDelaysNothing()
+void tst_LiveUpdateMgr_Lock::a_leftover_lock_file_delays_nothing()
 {
     QVERIFY(gWriteFile(LockFile(), "left behind"));
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
     QTRY_COMPARE(m_rig->Boxes(), 1);
 }
 
-void tst_LiveUpdateMgr_Lock::WithinTheBootTheDownloadGoesOnWhereItWas()
+void tst_LiveUpdateMgr_Lock::within_the_boot_the_download_goes_on_where_it_was()
 {
     StartAndStall();
     emit m_rig->Progress().Close();
@@ -122,7 +122,7 @@ void tst_LiveUpdateMgr_Lock::WithinTheBootTheDownloadGoesOnWhereItWas()
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
-void tst_LiveUpdateMgr_Lock::AfterAnotherStartOfTheMachineItGoesOnAtWhatWasFlushed()
+void tst_LiveUpdateMgr_Lock::after_another_start_of_the_machine_it_goes_on_at_what_was_flushed()
 {
     m_rig->Seams().flushBytes = 15000;
     m_rig->Build();
@@ -150,7 +150,7 @@ void tst_LiveUpdateMgr_Lock::AfterAnotherStartOfTheMachineItGoesOnAtWhatWasFlush
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
-void tst_LiveUpdateMgr_Lock::DataThatCannotBeFlushedEndTheDownload()
+void tst_LiveUpdateMgr_Lock::data_that_cannot_be_flushed_end_the_download()
 {
     m_rig->Seams().flushBytes = 15000;
     m_rig->Seams().flush = [](const QString &) { return FlushResult::Failed; };

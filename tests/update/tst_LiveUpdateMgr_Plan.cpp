@@ -37,34 +37,34 @@ private slots:
     void init();
     void cleanup();
 
-    void AFreshStartFetchesFiveRangesAndCompletesThePackage();
-    void AFreshStartWritesItsPlanIntoTheStateFile();
-    void AFreshStartPreallocatesTheTarget();
-    void AFreshStartSetsTheSharedState();
-    void AFreshStartShowsTheProgressPage();
-    void AnOlderInstallerAndTargetAreReplaced();
-    void AStaleStateFileIsOverwritten();
-    void ADeletedTargetMeansAFreshStart();
-    void APackageOfFewerThanFiveBytesCompletes_data();
-    void APackageOfFewerThanFiveBytesCompletes();
+    void a_fresh_start_fetches_five_ranges_and_completes_the_package();
+    void a_fresh_start_writes_its_plan_into_the_state_file();
+    void a_fresh_start_preallocates_the_target();
+    void a_fresh_start_sets_the_shared_state();
+    void a_fresh_start_shows_the_progress_page();
+    void an_older_installer_and_target_are_replaced();
+    void a_stale_state_file_is_overwritten();
+    void a_deleted_target_means_a_fresh_start();
+    void a_package_of_fewer_than_five_bytes_completes_data();
+    void a_package_of_fewer_than_five_bytes_completes();
 
-    void ResumingFetchesOnlyWhatIsMissing();
-    void ResumingShowsAndSetsHowFarItWas();
-    void ARangeThatWasNeverWrittenStartsAtByteZero();
-    void APackageOfTwoGibibytesIsNeverResumed();
-    void ALeftoverLockDelaysNoDownload();
+    void resuming_fetches_only_what_is_missing();
+    void resuming_shows_and_sets_how_far_it_was();
+    void a_range_that_was_never_written_starts_at_byte_zero();
+    void a_package_of_two_gibibytes_is_never_resumed();
+    void a_leftover_lock_delays_no_download();
 
-    void WithoutReleaseNotesNothingHappensAtAll();
-    void WithoutCommonDocumentsTheApplicationsFolderServes();
-    void ATargetThatCannotBeCreatedIsLoggedAndTheRequestsAreMade();
-    void UpdateNowLogsTheFullPackage();
+    void without_release_notes_nothing_happens_at_all();
+    void without_common_documents_the_applications_folder_serves();
+    void a_target_that_cannot_be_created_is_logged_and_the_requests_are_made();
+    void update_now_logs_the_full_package();
 
-    void EveryErrorOfADownloaderShowsTheHintPage();
-    void PlanningAnewReplacesTheDownloaders();
+    void every_error_of_a_downloader_shows_the_hint_page();
+    void planning_anew_replaces_the_downloaders();
 
-    void ProgressCountsTheBytesUp();
-    void ProgressWithoutATotalIsIgnored();
-    void TheProgressTextIsTranslated();
+    void progress_counts_the_bytes_up();
+    void progress_without_a_total_is_ignored();
+    void the_progress_text_is_translated();
 
 private:
     qint64 FileSize(const QString &path) const { return QFileInfo(path).size(); }
@@ -83,7 +83,7 @@ void tst_LiveUpdateMgr_Plan::cleanup()
     m_rig.reset();
 }
 
-void tst_LiveUpdateMgr_Plan::AFreshStartFetchesFiveRangesAndCompletesThePackage()
+void tst_LiveUpdateMgr_Plan::a_fresh_start_fetches_five_ranges_and_completes_the_package()
 {
     const QByteArray package = gTestBytes(packageSize);
     m_rig->StartFullDownload(HttpAnswer::Body(package));
@@ -106,7 +106,7 @@ void tst_LiveUpdateMgr_Plan::AFreshStartFetchesFiveRangesAndCompletesThePackage(
     }
 }
 
-void tst_LiveUpdateMgr_Plan::AFreshStartWritesItsPlanIntoTheStateFile()
+void tst_LiveUpdateMgr_Plan::a_fresh_start_writes_its_plan_into_the_state_file()
 {
     m_rig->Seams().bootIdentity = [] { return QStringLiteral("this boot"); };
     m_rig->Build();
@@ -132,7 +132,7 @@ void tst_LiveUpdateMgr_Plan::AFreshStartWritesItsPlanIntoTheStateFile()
     QTRY_COMPARE(m_rig->State(), expected);
 }
 
-void tst_LiveUpdateMgr_Plan::AFreshStartPreallocatesTheTarget()
+void tst_LiveUpdateMgr_Plan::a_fresh_start_preallocates_the_target()
 {
     QVERIFY(gWriteFile(m_rig->Target(), "left behind"));
     m_rig->StartFullDownload(gSilentPackage());
@@ -140,7 +140,7 @@ void tst_LiveUpdateMgr_Plan::AFreshStartPreallocatesTheTarget()
     QVERIFY(gReadFile(m_rig->Target()) == QByteArray(packageSize, '\0'));
 }
 
-void tst_LiveUpdateMgr_Plan::AFreshStartSetsTheSharedState()
+void tst_LiveUpdateMgr_Plan::a_fresh_start_sets_the_shared_state()
 {
     gDownloadState().finishedSegments = 3;
     gDownloadState().alreadyDownloaded = 77;
@@ -152,7 +152,7 @@ void tst_LiveUpdateMgr_Plan::AFreshStartSetsTheSharedState()
     QVERIFY(gDownloadState().downloadStarted);
 }
 
-void tst_LiveUpdateMgr_Plan::AFreshStartShowsTheProgressPage()
+void tst_LiveUpdateMgr_Plan::a_fresh_start_shows_the_progress_page()
 {
     m_rig->Progress().SetBusy();
     m_rig->Progress().SetCloseVisible(0);
@@ -167,7 +167,7 @@ void tst_LiveUpdateMgr_Plan::AFreshStartShowsTheProgressPage()
     QVERIFY(m_rig->CloseOffered());
 }
 
-void tst_LiveUpdateMgr_Plan::AnOlderInstallerAndTargetAreReplaced()
+void tst_LiveUpdateMgr_Plan::an_older_installer_and_target_are_replaced()
 {
     const QByteArray package = gTestBytes(4096, 7);
     QVERIFY(gWriteFile(m_rig->Installer(), gTestBytes(9000, 8)));
@@ -177,7 +177,7 @@ void tst_LiveUpdateMgr_Plan::AnOlderInstallerAndTargetAreReplaced()
     QVERIFY(gReadFile(m_rig->Installer()) == package);
 }
 
-void tst_LiveUpdateMgr_Plan::AStaleStateFileIsOverwritten()
+void tst_LiveUpdateMgr_Plan::a_stale_state_file_is_overwritten()
 {
     const QByteArray package = gTestBytes(packageSize);
     m_rig->WriteState("1000004", "600000",
@@ -190,7 +190,7 @@ void tst_LiveUpdateMgr_Plan::AStaleStateFileIsOverwritten()
     QVERIFY(gReadFile(m_rig->Installer()) == package);
 }
 
-void tst_LiveUpdateMgr_Plan::ADeletedTargetMeansAFreshStart()
+void tst_LiveUpdateMgr_Plan::a_deleted_target_means_a_fresh_start()
 {
     const QByteArray package = gTestBytes(packageSize);
     m_rig->WriteState("1000003", "600000",
@@ -206,14 +206,14 @@ void tst_LiveUpdateMgr_Plan::ADeletedTargetMeansAFreshStart()
     QVERIFY(gReadFile(m_rig->Installer()) == package);
 }
 
-void tst_LiveUpdateMgr_Plan::APackageOfFewerThanFiveBytesCompletes_data()
+void tst_LiveUpdateMgr_Plan::a_package_of_fewer_than_five_bytes_completes_data()
 {
     QTest::addColumn<int>("size");
-    QTest::newRow("one byte") << 1;
-    QTest::newRow("four bytes") << 4;
+    QTest::newRow("one_byte") << 1;
+    QTest::newRow("four_bytes") << 4;
 }
 
-void tst_LiveUpdateMgr_Plan::APackageOfFewerThanFiveBytesCompletes()
+void tst_LiveUpdateMgr_Plan::a_package_of_fewer_than_five_bytes_completes()
 {
     QFETCH(int, size);
     const QByteArray package = gTestBytes(size);
@@ -228,7 +228,7 @@ void tst_LiveUpdateMgr_Plan::APackageOfFewerThanFiveBytesCompletes()
     QVERIFY(!m_rig->Pages().contains("hint"));
 }
 
-void tst_LiveUpdateMgr_Plan::ResumingFetchesOnlyWhatIsMissing()
+void tst_LiveUpdateMgr_Plan::resuming_fetches_only_what_is_missing()
 {
     const QByteArray package = gTestBytes(packageSize);
     QByteArray partial(packageSize, '\0');
@@ -249,7 +249,7 @@ void tst_LiveUpdateMgr_Plan::ResumingFetchesOnlyWhatIsMissing()
     QVERIFY(gReadFile(m_rig->Installer()) == package);
 }
 
-void tst_LiveUpdateMgr_Plan::ResumingShowsAndSetsHowFarItWas()
+void tst_LiveUpdateMgr_Plan::resuming_shows_and_sets_how_far_it_was()
 {
     QVERIFY(gWriteFile(m_rig->Target(), QByteArray(packageSize, '\0')));
     m_rig->WriteState("1000003", "450560",
@@ -276,7 +276,7 @@ void tst_LiveUpdateMgr_Plan::ResumingShowsAndSetsHowFarItWas()
     QCOMPARE(gReadFile(m_rig->StateFile()), state);
 }
 
-void tst_LiveUpdateMgr_Plan::ARangeThatWasNeverWrittenStartsAtByteZero()
+void tst_LiveUpdateMgr_Plan::a_range_that_was_never_written_starts_at_byte_zero()
 {
     QVERIFY(gWriteFile(m_rig->Target(), QByteArray(packageSize, '\0')));
     m_rig->WriteState(
@@ -287,7 +287,7 @@ void tst_LiveUpdateMgr_Plan::ARangeThatWasNeverWrittenStartsAtByteZero()
     QCOMPARE(gDownloadState().activeSegments, 1);
 }
 
-void tst_LiveUpdateMgr_Plan::APackageOfTwoGibibytesIsNeverResumed()
+void tst_LiveUpdateMgr_Plan::a_package_of_two_gibibytes_is_never_resumed()
 {
     const std::pair<qint64, qint64> complete{10, 9};
     m_rig->WriteState("2147483648", "0", {{complete, complete, complete, complete, complete}});
@@ -301,7 +301,7 @@ void tst_LiveUpdateMgr_Plan::APackageOfTwoGibibytesIsNeverResumed()
              QStringLiteral("2147483648"));
 }
 
-void tst_LiveUpdateMgr_Plan::ALeftoverLockDelaysNoDownload()
+void tst_LiveUpdateMgr_Plan::a_leftover_lock_delays_no_download()
 {
     QVERIFY(gWriteFile(m_rig->StateFile() + ".lock", {}));
     m_rig->Build();
@@ -313,7 +313,7 @@ void tst_LiveUpdateMgr_Plan::ALeftoverLockDelaysNoDownload()
     QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
 }
 
-void tst_LiveUpdateMgr_Plan::WithoutReleaseNotesNothingHappensAtAll()
+void tst_LiveUpdateMgr_Plan::without_release_notes_nothing_happens_at_all()
 {
     m_rig->Server().Serve("/a.exe", HttpAnswer::Body("body"));
     m_rig->Manager().findChild<VersionInfo *>()->setXml(
@@ -327,7 +327,7 @@ void tst_LiveUpdateMgr_Plan::WithoutReleaseNotesNothingHappensAtAll()
     QVERIFY(!gDownloadState().downloadStarted);
 }
 
-void tst_LiveUpdateMgr_Plan::WithoutCommonDocumentsTheApplicationsFolderServes()
+void tst_LiveUpdateMgr_Plan::without_common_documents_the_applications_folder_serves()
 {
     const QString target = QCoreApplication::applicationDirPath() + "/Corvina9(x64).tmp";
     const QString installer = QCoreApplication::applicationDirPath() + "/tst_Plan_fallback.exe";
@@ -343,7 +343,7 @@ void tst_LiveUpdateMgr_Plan::WithoutCommonDocumentsTheApplicationsFolderServes()
     QVERIFY(QFile::remove(installer));
 }
 
-void tst_LiveUpdateMgr_Plan::ATargetThatCannotBeCreatedIsLoggedAndTheRequestsAreMade()
+void tst_LiveUpdateMgr_Plan::a_target_that_cannot_be_created_is_logged_and_the_requests_are_made()
 {
     QVERIFY(QDir().mkpath(m_rig->Target() + "/in the way"));
     const LogCapture log;
@@ -356,7 +356,7 @@ void tst_LiveUpdateMgr_Plan::ATargetThatCannotBeCreatedIsLoggedAndTheRequestsAre
     QTRY_COMPARE(gRangeHeaders(m_rig->Server()), allRanges);
 }
 
-void tst_LiveUpdateMgr_Plan::UpdateNowLogsTheFullPackage()
+void tst_LiveUpdateMgr_Plan::update_now_logs_the_full_package()
 {
     const LogCapture log;
     m_rig->StartFullDownload(gSilentPackage());
@@ -364,7 +364,7 @@ void tst_LiveUpdateMgr_Plan::UpdateNowLogsTheFullPackage()
              1);
 }
 
-void tst_LiveUpdateMgr_Plan::EveryErrorOfADownloaderShowsTheHintPage()
+void tst_LiveUpdateMgr_Plan::every_error_of_a_downloader_shows_the_hint_page()
 {
     const QByteArray package = gTestBytes(packageSize);
     m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(package), "HEAD");
@@ -374,7 +374,7 @@ void tst_LiveUpdateMgr_Plan::EveryErrorOfADownloaderShowsTheHintPage()
     QCOMPARE(m_rig->Boxes(), 0);
 }
 
-void tst_LiveUpdateMgr_Plan::PlanningAnewReplacesTheDownloaders()
+void tst_LiveUpdateMgr_Plan::planning_anew_replaces_the_downloaders()
 {
     m_rig->StartFullDownload(gSilentPackage());
     QTRY_COMPARE(m_rig->Server().Requests("GET").size(), 5);
@@ -388,7 +388,7 @@ void tst_LiveUpdateMgr_Plan::PlanningAnewReplacesTheDownloaders()
     QVERIFY(!m_rig->Pages().contains("hint"));
 }
 
-void tst_LiveUpdateMgr_Plan::ProgressCountsTheBytesUp()
+void tst_LiveUpdateMgr_Plan::progress_counts_the_bytes_up()
 {
     m_rig->StartFullDownload(gSilentPackage());
     m_rig->Manager().OnDownloadProgress(512, 1);
@@ -403,7 +403,7 @@ void tst_LiveUpdateMgr_Plan::ProgressCountsTheBytesUp()
     QCOMPARE(m_rig->Bar()->maximum(), int(packageSize));
 }
 
-void tst_LiveUpdateMgr_Plan::ProgressWithoutATotalIsIgnored()
+void tst_LiveUpdateMgr_Plan::progress_without_a_total_is_ignored()
 {
     m_rig->StartFullDownload(gSilentPackage());
     m_rig->Progress().SetText("before");
@@ -413,7 +413,7 @@ void tst_LiveUpdateMgr_Plan::ProgressWithoutATotalIsIgnored()
     QCOMPARE(m_rig->Bar()->value(), 1);
 }
 
-void tst_LiveUpdateMgr_Plan::TheProgressTextIsTranslated()
+void tst_LiveUpdateMgr_Plan::the_progress_text_is_translated()
 {
     FakeTranslator translator;
     translator.Add("LiveUpdateMgr",

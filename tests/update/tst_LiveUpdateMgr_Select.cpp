@@ -22,25 +22,25 @@ private slots:
     void init();
     void cleanup();
 
-    void WithoutAnIncrementalAddressTheFullPackageIsTakenAndNoFileIsLookedAt();
-    void WithoutReleaseNotesNothingHappens_data();
-    void WithoutReleaseNotesNothingHappens();
-    void TheMatchingInstallerLeadsToTheIncrementalPackage();
-    void TheFolderIsCreatedWhenItIsMissing();
-    void WithoutACandidateTheFullPackageIsTaken();
-    void WithAWrongMd5TheFullPackageIsTakenAndTheMismatchIsReported();
-    void OfTwoFilesOfTheVersionTheSecondIsTaken();
-    void AnUpperCaseMd5OfTheManifestNeverMatches();
-    void WithoutASharedFolderTheFullPackageIsTakenSilently_data();
-    void WithoutASharedFolderTheFullPackageIsTakenSilently();
+    void without_an_incremental_address_the_full_package_is_taken_and_no_file_is_looked_at();
+    void without_release_notes_nothing_happens_data();
+    void without_release_notes_nothing_happens();
+    void the_matching_installer_leads_to_the_incremental_package();
+    void the_folder_is_created_when_it_is_missing();
+    void without_a_candidate_the_full_package_is_taken();
+    void with_a_wrong_md5_the_full_package_is_taken_and_the_mismatch_is_reported();
+    void of_two_files_of_the_version_the_second_is_taken();
+    void an_upper_case_md5_of_the_manifest_never_matches();
+    void without_a_shared_folder_the_full_package_is_taken_silently_data();
+    void without_a_shared_folder_the_full_package_is_taken_silently();
 
-    void ReportsCarryFullOnceADownloadIsPlanned_data();
-    void ReportsCarryFullOnceADownloadIsPlanned();
-    void EveryFailingRangeIsReported();
+    void reports_carry_full_once_a_download_is_planned_data();
+    void reports_carry_full_once_a_download_is_planned();
+    void every_failing_range_is_reported();
 
-    void AFailedPatchFallsBackToTheFullPackage();
-    void SeveralFailedPatchesFallBackOnce();
-    void TheNextUpdateNowMayFallBackAgain();
+    void a_failed_patch_falls_back_to_the_full_package();
+    void several_failed_patches_fall_back_once();
+    void the_next_update_now_may_fall_back_again();
 
 private:
     QString Folder() const { return m_rig->WorkingFolder(); }
@@ -125,7 +125,8 @@ QString tst_LiveUpdateMgr_Select::Elements(const QString &oldVerify) const
         .arg(oldVerify, m_rig->Server().Address("/files/increase.patch"), gMd5("new"));
 }
 
-void tst_LiveUpdateMgr_Select::WithoutAnIncrementalAddressTheFullPackageIsTakenAndNoFileIsLookedAt()
+void tst_LiveUpdateMgr_Select::
+    without_an_incremental_address_the_full_package_is_taken_and_no_file_is_looked_at()
 {
     Keep("Corvina9", gInstaller());
     m_rig->Offer("/files/setup.exe", "<OldVerify_x64>" + gMd5(gInstaller()) +
@@ -136,20 +137,20 @@ void tst_LiveUpdateMgr_Select::WithoutAnIncrementalAddressTheFullPackageIsTakenA
     QCOMPARE(Log(), QStringList{fullLine});
 }
 
-void tst_LiveUpdateMgr_Select::WithoutReleaseNotesNothingHappens_data()
+void tst_LiveUpdateMgr_Select::without_release_notes_nothing_happens_data()
 {
     QTest::addColumn<QString>("manifest");
     QTest::addColumn<QStringList>("log");
-    QTest::newRow("with an incremental package")
+    QTest::newRow("with_an_incremental_package")
         << "<Update><ExeUrl_x64>http://127.0.0.1:1/setup.exe</ExeUrl_x64><IncreasePackage>"
            "<Url_x64>http://127.0.0.1:1/increase</Url_x64></IncreasePackage></Update>"
         << QStringList{checkLine};
-    QTest::newRow("without one")
+    QTest::newRow("without_one")
         << "<Update><ExeUrl_x64>http://127.0.0.1:1/setup.exe</ExeUrl_x64><WhatNews/></Update>"
         << QStringList{fullLine};
 }
 
-void tst_LiveUpdateMgr_Select::WithoutReleaseNotesNothingHappens()
+void tst_LiveUpdateMgr_Select::without_release_notes_nothing_happens()
 {
     QFETCH(QString, manifest);
     Keep("Corvina9", gInstaller());
@@ -164,7 +165,7 @@ void tst_LiveUpdateMgr_Select::WithoutReleaseNotesNothingHappens()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_LiveUpdateMgr_Select::TheMatchingInstallerLeadsToTheIncrementalPackage()
+void tst_LiveUpdateMgr_Select::the_matching_installer_leads_to_the_incremental_package()
 {
     const QString md5 = gMd5(gInstaller());
     Keep("Corvina9", gInstaller());
@@ -176,7 +177,7 @@ void tst_LiveUpdateMgr_Select::TheMatchingInstallerLeadsToTheIncrementalPackage(
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_LiveUpdateMgr_Select::TheFolderIsCreatedWhenItIsMissing()
+void tst_LiveUpdateMgr_Select::the_folder_is_created_when_it_is_missing()
 {
     QVERIFY(!QFile::exists(Folder()));
     Offer(gMd5(gInstaller()));
@@ -185,7 +186,7 @@ void tst_LiveUpdateMgr_Select::TheFolderIsCreatedWhenItIsMissing()
     QCOMPARE(Planned(), QByteArrayList{fullPath});
 }
 
-void tst_LiveUpdateMgr_Select::WithoutACandidateTheFullPackageIsTaken()
+void tst_LiveUpdateMgr_Select::without_a_candidate_the_full_package_is_taken()
 {
     Keep("Corvina8", "#FileVersion=9.0.0.0\n");
     Offer(gMd5(gInstaller()));
@@ -196,7 +197,8 @@ void tst_LiveUpdateMgr_Select::WithoutACandidateTheFullPackageIsTaken()
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_LiveUpdateMgr_Select::WithAWrongMd5TheFullPackageIsTakenAndTheMismatchIsReported()
+void tst_LiveUpdateMgr_Select::
+    with_a_wrong_md5_the_full_package_is_taken_and_the_mismatch_is_reported()
 {
     const QString md5 = gMd5(gInstaller(1));
     Keep("Corvina9", gInstaller(2));
@@ -209,7 +211,7 @@ void tst_LiveUpdateMgr_Select::WithAWrongMd5TheFullPackageIsTakenAndTheMismatchI
     QCOMPARE(Reports(), QList<int>{-4});
 }
 
-void tst_LiveUpdateMgr_Select::OfTwoFilesOfTheVersionTheSecondIsTaken()
+void tst_LiveUpdateMgr_Select::of_two_files_of_the_version_the_second_is_taken()
 {
     Keep("one", "to be filled");
     Keep("other", "to be filled");
@@ -227,7 +229,7 @@ void tst_LiveUpdateMgr_Select::OfTwoFilesOfTheVersionTheSecondIsTaken()
     QCOMPARE(Reports(), QList<int>{-4});
 }
 
-void tst_LiveUpdateMgr_Select::AnUpperCaseMd5OfTheManifestNeverMatches()
+void tst_LiveUpdateMgr_Select::an_upper_case_md5_of_the_manifest_never_matches()
 {
     Keep("Corvina9", gInstaller());
     Offer(gMd5(gInstaller()).toUpper());
@@ -237,14 +239,14 @@ void tst_LiveUpdateMgr_Select::AnUpperCaseMd5OfTheManifestNeverMatches()
     QCOMPARE(Reports(), QList<int>{-4});
 }
 
-void tst_LiveUpdateMgr_Select::WithoutASharedFolderTheFullPackageIsTakenSilently_data()
+void tst_LiveUpdateMgr_Select::without_a_shared_folder_the_full_package_is_taken_silently_data()
 {
     QTest::addColumn<bool>("documents");
-    QTest::newRow("there is no common documents folder") << false;
-    QTest::newRow("the folder cannot be created or written") << true;
+    QTest::newRow("there_is_no_common_documents_folder") << false;
+    QTest::newRow("the_folder_cannot_be_created_or_written") << true;
 }
 
-void tst_LiveUpdateMgr_Select::WithoutASharedFolderTheFullPackageIsTakenSilently()
+void tst_LiveUpdateMgr_Select::without_a_shared_folder_the_full_package_is_taken_silently()
 {
     QFETCH(bool, documents);
     if (documents)
@@ -258,14 +260,14 @@ void tst_LiveUpdateMgr_Select::WithoutASharedFolderTheFullPackageIsTakenSilently
     QVERIFY(Reports().isEmpty());
 }
 
-void tst_LiveUpdateMgr_Select::ReportsCarryFullOnceADownloadIsPlanned_data()
+void tst_LiveUpdateMgr_Select::reports_carry_full_once_a_download_is_planned_data()
 {
     QTest::addColumn<QString>("oldVerify");
-    QTest::newRow("the incremental package, too") << gMd5(gInstaller());
-    QTest::newRow("the full package") << "no such MD5";
+    QTest::newRow("the_incremental_package_too") << gMd5(gInstaller());
+    QTest::newRow("the_full_package") << "no such MD5";
 }
 
-void tst_LiveUpdateMgr_Select::ReportsCarryFullOnceADownloadIsPlanned()
+void tst_LiveUpdateMgr_Select::reports_carry_full_once_a_download_is_planned()
 {
     QFETCH(QString, oldVerify);
     Keep("Corvina9", gInstaller());
@@ -281,7 +283,7 @@ void tst_LiveUpdateMgr_Select::ReportsCarryFullOnceADownloadIsPlanned()
     QCOMPARE(label.value("newver"), QJsonValue("9.2.0.0"));
 }
 
-void tst_LiveUpdateMgr_Select::EveryFailingRangeIsReported()
+void tst_LiveUpdateMgr_Select::every_failing_range_is_reported()
 {
     m_rig->Server().Serve(fullPath, HttpAnswer::Body(gTestBytes(50000)), "HEAD");
     m_rig->StartFullDownload(HttpAnswer::Status(404));
@@ -291,7 +293,7 @@ void tst_LiveUpdateMgr_Select::EveryFailingRangeIsReported()
     QCOMPARE(Reports(), expected);
 }
 
-void tst_LiveUpdateMgr_Select::AFailedPatchFallsBackToTheFullPackage()
+void tst_LiveUpdateMgr_Select::a_failed_patch_falls_back_to_the_full_package()
 {
     const QString md5 = gMd5(gInstaller());
     const QByteArray package = gTestBytes(40000, 5);
@@ -311,7 +313,7 @@ void tst_LiveUpdateMgr_Select::AFailedPatchFallsBackToTheFullPackage()
     QVERIFY(!m_rig->Pages().contains("hint"));
 }
 
-void tst_LiveUpdateMgr_Select::SeveralFailedPatchesFallBackOnce()
+void tst_LiveUpdateMgr_Select::several_failed_patches_fall_back_once()
 {
     Keep("Corvina9", gInstaller());
     HttpAnswer slow = HttpAnswer::Body(gTestBytes(700, 3));
@@ -337,7 +339,7 @@ void tst_LiveUpdateMgr_Select::SeveralFailedPatchesFallBackOnce()
     QCOMPARE(Log().count(fullLine), 1);
 }
 
-void tst_LiveUpdateMgr_Select::TheNextUpdateNowMayFallBackAgain()
+void tst_LiveUpdateMgr_Select::the_next_update_now_may_fall_back_again()
 {
     Keep("Corvina9", gInstaller());
     m_rig->Server().Serve(increasePath, HttpAnswer::Body(gTestBytes(700, 3)));

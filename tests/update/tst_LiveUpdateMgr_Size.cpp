@@ -15,12 +15,12 @@ private slots:
     void init();
     void cleanup();
 
-    void WithoutASizeTheHintPageSaysSo_data();
-    void WithoutASizeTheHintPageSaysSo();
-    void AServerThatNeverAnswersIsNotWaitedForForEver();
-    void TheSizeOf_data();
-    void TheSizeOf();
-    void BehindTwoRedirectsTheLastAddressIsDownloaded();
+    void without_a_size_the_hint_page_says_so_data();
+    void without_a_size_the_hint_page_says_so();
+    void a_server_that_never_answers_is_not_waited_for_for_ever();
+    void the_size_of_data();
+    void the_size_of();
+    void behind_two_redirects_the_last_address_is_downloaded();
 
 private:
     std::unique_ptr<UpdateRig> m_rig;
@@ -37,18 +37,18 @@ void tst_LiveUpdateMgr_Size::cleanup()
     m_rig.reset();
 }
 
-void tst_LiveUpdateMgr_Size::WithoutASizeTheHintPageSaysSo_data()
+void tst_LiveUpdateMgr_Size::without_a_size_the_hint_page_says_so_data()
 {
     QTest::addColumn<int>("kind");
-    QTest::newRow("the package is not found") << 0;
-    QTest::newRow("the length is not announced") << 1;
-    QTest::newRow("the package is empty") << 2;
-    QTest::newRow("a single redirect leads to it") << 3;
-    QTest::newRow("the connection is reset") << 4;
-    QTest::newRow("the server is gone") << 5;
+    QTest::newRow("the_package_is_not_found") << 0;
+    QTest::newRow("the_length_is_not_announced") << 1;
+    QTest::newRow("the_package_is_empty") << 2;
+    QTest::newRow("a_single_redirect_leads_to_it") << 3;
+    QTest::newRow("the_connection_is_reset") << 4;
+    QTest::newRow("the_server_is_gone") << 5;
 }
 
-void tst_LiveUpdateMgr_Size::WithoutASizeTheHintPageSaysSo()
+void tst_LiveUpdateMgr_Size::without_a_size_the_hint_page_says_so()
 {
     QFETCH(int, kind);
     HttpAnswer noLength = HttpAnswer::Body("body");
@@ -78,7 +78,7 @@ void tst_LiveUpdateMgr_Size::WithoutASizeTheHintPageSaysSo()
     QCOMPARE(gReadFile(m_rig->StateFile()), state);
 }
 
-void tst_LiveUpdateMgr_Size::AServerThatNeverAnswersIsNotWaitedForForEver()
+void tst_LiveUpdateMgr_Size::a_server_that_never_answers_is_not_waited_for_for_ever()
 {
     QCOMPARE(DownloadSeams().sizeLimit, std::chrono::milliseconds(30000));
     const LogCapture log;
@@ -90,23 +90,23 @@ void tst_LiveUpdateMgr_Size::AServerThatNeverAnswersIsNotWaitedForForEver()
     QVERIFY(m_rig->Server().Requests("GET").isEmpty());
 }
 
-void tst_LiveUpdateMgr_Size::TheSizeOf_data()
+void tst_LiveUpdateMgr_Size::the_size_of_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<qint64>("expected");
     QTest::addColumn<int>("requests");
-    QTest::newRow("a package is its announced length") << "/direct" << qint64(12) << 1;
-    QTest::newRow("a large package has 64 bits") << "/large" << qint64(6000000000) << 1;
-    QTest::newRow("a package behind two redirects is the last answer's")
+    QTest::newRow("a_package_is_its_announced_length") << "/direct" << qint64(12) << 1;
+    QTest::newRow("a_large_package_has_64_bits") << "/large" << qint64(6000000000) << 1;
+    QTest::newRow("a_package_behind_two_redirects_is_the_last_answers")
         << "/two" << qint64(12) << 3;
-    QTest::newRow("the status of the last answer does not count")
+    QTest::newRow("the_status_of_the_last_answer_does_not_count")
         << "/twoToError" << qint64(5) << 3;
-    QTest::newRow("a package behind one redirect is 0") << "/one" << qint64(0) << 2;
-    QTest::newRow("a package behind three redirects is 0") << "/three" << qint64(0) << 3;
-    QTest::newRow("another success than 200 is 0") << "/created" << qint64(0) << 1;
+    QTest::newRow("a_package_behind_one_redirect_is_0") << "/one" << qint64(0) << 2;
+    QTest::newRow("a_package_behind_three_redirects_is_0") << "/three" << qint64(0) << 3;
+    QTest::newRow("another_success_than_200_is_0") << "/created" << qint64(0) << 1;
 }
 
-void tst_LiveUpdateMgr_Size::TheSizeOf()
+void tst_LiveUpdateMgr_Size::the_size_of()
 {
     QFETCH(QString, path);
     QFETCH(qint64, expected);
@@ -135,7 +135,7 @@ void tst_LiveUpdateMgr_Size::TheSizeOf()
     QVERIFY(server.Requests("GET").isEmpty());
 }
 
-void tst_LiveUpdateMgr_Size::BehindTwoRedirectsTheLastAddressIsDownloaded()
+void tst_LiveUpdateMgr_Size::behind_two_redirects_the_last_address_is_downloaded()
 {
     const QByteArray package = gTestBytes(1000003);
     HttpServer &server = m_rig->Server();

@@ -13,17 +13,17 @@ class tst_NetworkAccessManagerTimeout : public QObject
     Q_OBJECT
 
 private slots:
-    void ABodyWithinTheLimitIsReturnedAndTheRunnerDeletesItself();
-    void ALateAnswerGivesNothingAfterTheLimitAndIsDiscarded();
-    void AnAnswerGivesNothing_data();
-    void AnAnswerGivesNothing();
-    void AHostThatRefusesGivesNothingBeforeTheLimit();
-    void ABodyWithoutAnEndGivesNothingAndIsNotReadToTheLimit();
-    void ARedirectIsNotFollowed();
-    void TheHeadersOfTheRequestAreSent();
-    void TheCallersEventLoopStandsStillMeanwhile();
-    void SeveralRunnersDoNotDisturbEachOther();
-    void TheClassDeclaresNoMethodsOfItsOwn();
+    void a_body_within_the_limit_is_returned_and_the_runner_deletes_itself();
+    void a_late_answer_gives_nothing_after_the_limit_and_is_discarded();
+    void an_answer_gives_nothing_data();
+    void an_answer_gives_nothing();
+    void a_host_that_refuses_gives_nothing_before_the_limit();
+    void a_body_without_an_end_gives_nothing_and_is_not_read_to_the_limit();
+    void a_redirect_is_not_followed();
+    void the_headers_of_the_request_are_sent();
+    void the_callers_event_loop_stands_still_meanwhile();
+    void several_runners_do_not_disturb_each_other();
+    void the_class_declares_no_methods_of_its_own();
 };
 
 static QByteArray gGet(const QUrl &url, int msecs)
@@ -31,7 +31,8 @@ static QByteArray gGet(const QUrl &url, int msecs)
     return (new NetworkAccessManagerTimeout)->Get(QNetworkRequest(url), msecs);
 }
 
-void tst_NetworkAccessManagerTimeout::ABodyWithinTheLimitIsReturnedAndTheRunnerDeletesItself()
+void tst_NetworkAccessManagerTimeout::
+    a_body_within_the_limit_is_returned_and_the_runner_deletes_itself()
 {
     HttpServer server;
     server.Serve("/a", HttpAnswer::Body("the body"));
@@ -43,7 +44,7 @@ void tst_NetworkAccessManagerTimeout::ABodyWithinTheLimitIsReturnedAndTheRunnerD
     QCOMPARE(server.Requests().first().method, QByteArray("GET"));
 }
 
-void tst_NetworkAccessManagerTimeout::ALateAnswerGivesNothingAfterTheLimitAndIsDiscarded()
+void tst_NetworkAccessManagerTimeout::a_late_answer_gives_nothing_after_the_limit_and_is_discarded()
 {
     HttpServer server;
     HttpAnswer answer = HttpAnswer::Body("late");
@@ -59,17 +60,17 @@ void tst_NetworkAccessManagerTimeout::ALateAnswerGivesNothingAfterTheLimitAndIsD
     QTRY_VERIFY_WITH_TIMEOUT(!runner, 10000);
 }
 
-void tst_NetworkAccessManagerTimeout::AnAnswerGivesNothing_data()
+void tst_NetworkAccessManagerTimeout::an_answer_gives_nothing_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<int>("fault");
-    QTest::newRow("when the page is not found") << 404 << int(HttpAnswer::Fault::None);
-    QTest::newRow("when the server fails") << 500 << int(HttpAnswer::Fault::None);
-    QTest::newRow("when the connection is reset at once")
+    QTest::newRow("when_the_page_is_not_found") << 404 << int(HttpAnswer::Fault::None);
+    QTest::newRow("when_the_server_fails") << 500 << int(HttpAnswer::Fault::None);
+    QTest::newRow("when_the_connection_is_reset_at_once")
         << 200 << int(HttpAnswer::Fault::ResetAtOnce);
 }
 
-void tst_NetworkAccessManagerTimeout::AnAnswerGivesNothing()
+void tst_NetworkAccessManagerTimeout::an_answer_gives_nothing()
 {
     QFETCH(int, status);
     QFETCH(int, fault);
@@ -81,7 +82,7 @@ void tst_NetworkAccessManagerTimeout::AnAnswerGivesNothing()
     QVERIFY(!server.Requests().isEmpty());
 }
 
-void tst_NetworkAccessManagerTimeout::AHostThatRefusesGivesNothingBeforeTheLimit()
+void tst_NetworkAccessManagerTimeout::a_host_that_refuses_gives_nothing_before_the_limit()
 {
     QTcpServer closed;
     QVERIFY(closed.listen(QHostAddress::LocalHost));
@@ -93,7 +94,8 @@ void tst_NetworkAccessManagerTimeout::AHostThatRefusesGivesNothingBeforeTheLimit
     QVERIFY(timer.elapsed() < 20000);
 }
 
-void tst_NetworkAccessManagerTimeout::ABodyWithoutAnEndGivesNothingAndIsNotReadToTheLimit()
+void tst_NetworkAccessManagerTimeout::
+    a_body_without_an_end_gives_nothing_and_is_not_read_to_the_limit()
 {
     FaultServer server;
     FaultScript script;
@@ -105,7 +107,7 @@ void tst_NetworkAccessManagerTimeout::ABodyWithoutAnEndGivesNothingAndIsNotReadT
     QVERIFY(timer.elapsed() < 100000);
 }
 
-void tst_NetworkAccessManagerTimeout::ARedirectIsNotFollowed()
+void tst_NetworkAccessManagerTimeout::a_redirect_is_not_followed()
 {
     HttpServer server;
     HttpAnswer redirect = HttpAnswer::Redirect("/b");
@@ -116,7 +118,7 @@ void tst_NetworkAccessManagerTimeout::ARedirectIsNotFollowed()
     QCOMPARE(server.Requests().size(), 1);
 }
 
-void tst_NetworkAccessManagerTimeout::TheHeadersOfTheRequestAreSent()
+void tst_NetworkAccessManagerTimeout::the_headers_of_the_request_are_sent()
 {
     HttpServer server;
     QNetworkRequest request(server.Url("/a?pid=1"));
@@ -126,7 +128,7 @@ void tst_NetworkAccessManagerTimeout::TheHeadersOfTheRequestAreSent()
     QCOMPARE(server.Requests().value(0).target, QByteArray("/a?pid=1"));
 }
 
-void tst_NetworkAccessManagerTimeout::TheCallersEventLoopStandsStillMeanwhile()
+void tst_NetworkAccessManagerTimeout::the_callers_event_loop_stands_still_meanwhile()
 {
     HttpServer server;
     HttpAnswer answer = HttpAnswer::Body("body");
@@ -139,7 +141,7 @@ void tst_NetworkAccessManagerTimeout::TheCallersEventLoopStandsStillMeanwhile()
     QTRY_VERIFY(ran);
 }
 
-void tst_NetworkAccessManagerTimeout::SeveralRunnersDoNotDisturbEachOther()
+void tst_NetworkAccessManagerTimeout::several_runners_do_not_disturb_each_other()
 {
     QPointer<NetworkAccessManagerTimeout> abandoned;
     {
@@ -157,7 +159,7 @@ void tst_NetworkAccessManagerTimeout::SeveralRunnersDoNotDisturbEachOther()
     QTRY_VERIFY_WITH_TIMEOUT(!abandoned, 10000);
 }
 
-void tst_NetworkAccessManagerTimeout::TheClassDeclaresNoMethodsOfItsOwn()
+void tst_NetworkAccessManagerTimeout::the_class_declares_no_methods_of_its_own()
 {
     const QMetaObject &meta = NetworkAccessManagerTimeout::staticMetaObject;
     QCOMPARE(meta.methodCount(), meta.methodOffset());

@@ -16,16 +16,16 @@ class tst_NetworkCheck : public QObject
     Q_OBJECT
 
 private slots:
-    void TheMethodsStandInTheirOrder();
-    void TheIntervalIsHalfAMinuteUnlessTold();
-    void TheTimerRepeatsAndIsNotStartedYet();
-    void ItLivesOnAThreadOfItsOwn();
-    void ItIsIdleUntilItIsArmed();
-    void ItFiresAgainAndAgainUntilItIsStopped();
-    void ItDoesNotFireWhenItIsRearmedInTime();
-    void ItFiresWhileItsOwnersThreadIsBusy();
-    void ItCanBeArmedAgainAfterAStop();
-    void DestroyingAnArmedOneEndsItsThread();
+    void the_methods_stand_in_their_order();
+    void the_interval_is_half_a_minute_unless_told();
+    void the_timer_repeats_and_is_not_started_yet();
+    void it_lives_on_a_thread_of_its_own();
+    void it_is_idle_until_it_is_armed();
+    void it_fires_again_and_again_until_it_is_stopped();
+    void it_does_not_fire_when_it_is_rearmed_in_time();
+    void it_fires_while_its_owners_thread_is_busy();
+    void it_can_be_armed_again_after_a_stop();
+    void destroying_an_armed_one_ends_its_thread();
 };
 
 static void gArm(NetworkCheck &check)
@@ -48,7 +48,7 @@ static std::shared_ptr<const std::atomic<int>> gCountTimeOuts(NetworkCheck &chec
     return count;
 }
 
-void tst_NetworkCheck::TheMethodsStandInTheirOrder()
+void tst_NetworkCheck::the_methods_stand_in_their_order()
 {
     QCOMPARE(gOwnMethods(NetworkCheck::staticMetaObject, QMetaMethod::Signal),
              QByteArrayList{"TimeOut()"});
@@ -56,13 +56,13 @@ void tst_NetworkCheck::TheMethodsStandInTheirOrder()
     QCOMPARE(gOwnMethods(NetworkCheck::staticMetaObject, QMetaMethod::Slot), expectedSlots);
 }
 
-void tst_NetworkCheck::TheIntervalIsHalfAMinuteUnlessTold()
+void tst_NetworkCheck::the_interval_is_half_a_minute_unless_told()
 {
     const NetworkCheck check;
     QCOMPARE(check.findChild<QTimer *>()->interval(), 30000);
 }
 
-void tst_NetworkCheck::TheTimerRepeatsAndIsNotStartedYet()
+void tst_NetworkCheck::the_timer_repeats_and_is_not_started_yet()
 {
     const NetworkCheck check;
     QVERIFY(!check.findChild<QTimer *>()->isSingleShot());
@@ -70,7 +70,7 @@ void tst_NetworkCheck::TheTimerRepeatsAndIsNotStartedYet()
     QVERIFY(!check.parent());
 }
 
-void tst_NetworkCheck::ItLivesOnAThreadOfItsOwn()
+void tst_NetworkCheck::it_lives_on_a_thread_of_its_own()
 {
     NetworkCheck check(10ms);
     QVERIFY(check.thread() != QThread::currentThread());
@@ -84,7 +84,7 @@ void tst_NetworkCheck::ItLivesOnAThreadOfItsOwn()
     gStop(check);
 }
 
-void tst_NetworkCheck::ItIsIdleUntilItIsArmed()
+void tst_NetworkCheck::it_is_idle_until_it_is_armed()
 {
     NetworkCheck idle(10ms);
     NetworkCheck armed(10ms);
@@ -95,7 +95,7 @@ void tst_NetworkCheck::ItIsIdleUntilItIsArmed()
     QCOMPARE(idleCount->load(), 0);
 }
 
-void tst_NetworkCheck::ItFiresAgainAndAgainUntilItIsStopped()
+void tst_NetworkCheck::it_fires_again_and_again_until_it_is_stopped()
 {
     NetworkCheck check(10ms);
     NetworkCheck clock(10ms);
@@ -112,7 +112,7 @@ void tst_NetworkCheck::ItFiresAgainAndAgainUntilItIsStopped()
     QCOMPARE(fired.load(), atTheStop);
 }
 
-void tst_NetworkCheck::ItDoesNotFireWhenItIsRearmedInTime()
+void tst_NetworkCheck::it_does_not_fire_when_it_is_rearmed_in_time()
 {
     NetworkCheck check(2000ms);
     const auto count = gCountTimeOuts(check);
@@ -128,7 +128,7 @@ void tst_NetworkCheck::ItDoesNotFireWhenItIsRearmedInTime()
     QTRY_COMPARE(count->load(), 1);
 }
 
-void tst_NetworkCheck::ItFiresWhileItsOwnersThreadIsBusy()
+void tst_NetworkCheck::it_fires_while_its_owners_thread_is_busy()
 {
     NetworkCheck check(10ms);
     QSemaphore fired;
@@ -140,7 +140,7 @@ void tst_NetworkCheck::ItFiresWhileItsOwnersThreadIsBusy()
     QVERIFY(fired.tryAcquire(2, 10000));
 }
 
-void tst_NetworkCheck::ItCanBeArmedAgainAfterAStop()
+void tst_NetworkCheck::it_can_be_armed_again_after_a_stop()
 {
     NetworkCheck check(10ms);
     gArm(check);
@@ -150,7 +150,7 @@ void tst_NetworkCheck::ItCanBeArmedAgainAfterAStop()
     QTRY_VERIFY(count->load() >= 2);
 }
 
-void tst_NetworkCheck::DestroyingAnArmedOneEndsItsThread()
+void tst_NetworkCheck::destroying_an_armed_one_ends_its_thread()
 {
     auto check = std::make_unique<NetworkCheck>(10ms);
     const QPointer<QThread> thread = check->thread();

@@ -14,15 +14,15 @@ class tst_PackageFile : public QObject
 private slots:
     void init();
 
-    void BytesLandWhereTheFileWasOpened();
-    void AnOpenFileGoesOnWhereItWas();
-    void BytesAreWithTheSystemAtOnce();
-    void AFileThatIsMissingIsNotMade();
-    void AFileThatHasVanishedIsNotWrittenTo();
-    void AFolderIsNoFile();
-    void AMoveReplacesWhatIsThere();
-    void AMoveThatFailsLeavesTheFileAndSaysWhy_data();
-    void AMoveThatFailsLeavesTheFileAndSaysWhy();
+    void bytes_land_where_the_file_was_opened();
+    void an_open_file_goes_on_where_it_was();
+    void bytes_are_with_the_system_at_once();
+    void a_file_that_is_missing_is_not_made();
+    void a_file_that_has_vanished_is_not_written_to();
+    void a_folder_is_no_file();
+    void a_move_replaces_what_is_there();
+    void a_move_that_fails_leaves_the_file_and_says_why_data();
+    void a_move_that_fails_leaves_the_file_and_says_why();
 
 private:
     QString Path(const QString &name) const { return m_folder->filePath(name); }
@@ -39,7 +39,7 @@ void tst_PackageFile::init()
     m_file.SetPath(Path("package"));
 }
 
-void tst_PackageFile::BytesLandWhereTheFileWasOpened()
+void tst_PackageFile::bytes_land_where_the_file_was_opened()
 {
     QVERIFY(m_file.Open(3));
     QCOMPARE(m_file.Write("abc"), 3);
@@ -47,7 +47,7 @@ void tst_PackageFile::BytesLandWhereTheFileWasOpened()
     QCOMPARE(gReadFile(Path("package")), QByteArray("012abc6789"));
 }
 
-void tst_PackageFile::AnOpenFileGoesOnWhereItWas()
+void tst_PackageFile::an_open_file_goes_on_where_it_was()
 {
     QVERIFY(m_file.Open(3));
     QCOMPARE(m_file.Write("a"), 1);
@@ -57,14 +57,14 @@ void tst_PackageFile::AnOpenFileGoesOnWhereItWas()
     QCOMPARE(gReadFile(Path("package")), QByteArray("012ab56789"));
 }
 
-void tst_PackageFile::BytesAreWithTheSystemAtOnce()
+void tst_PackageFile::bytes_are_with_the_system_at_once()
 {
     QVERIFY(m_file.Open(9));
     QCOMPARE(m_file.Write("abc"), 3);
     QCOMPARE(gReadFile(Path("package")), QByteArray("012345678abc"));
 }
 
-void tst_PackageFile::AFileThatIsMissingIsNotMade()
+void tst_PackageFile::a_file_that_is_missing_is_not_made()
 {
     m_file.SetPath(Path("missing"));
     QVERIFY(!m_file.Open(0));
@@ -72,7 +72,7 @@ void tst_PackageFile::AFileThatIsMissingIsNotMade()
     QVERIFY(!QFile::exists(Path("missing")));
 }
 
-void tst_PackageFile::AFileThatHasVanishedIsNotWrittenTo()
+void tst_PackageFile::a_file_that_has_vanished_is_not_written_to()
 {
     if (!gRemovesOpenFiles())
         QSKIP("On this system a file that is open does not vanish.");
@@ -82,7 +82,7 @@ void tst_PackageFile::AFileThatHasVanishedIsNotWrittenTo()
     QVERIFY(!QFile::exists(Path("package")));
 }
 
-void tst_PackageFile::AFolderIsNoFile()
+void tst_PackageFile::a_folder_is_no_file()
 {
     QVERIFY(QDir().mkpath(Path("folder")));
     m_file.SetPath(Path("folder"));
@@ -90,7 +90,7 @@ void tst_PackageFile::AFolderIsNoFile()
     QVERIFY(!m_file.Failure().isEmpty());
 }
 
-void tst_PackageFile::AMoveReplacesWhatIsThere()
+void tst_PackageFile::a_move_replaces_what_is_there()
 {
     QVERIFY(gWriteFile(Path("installer"), "of the last version"));
     QVERIFY(m_file.Open(0));
@@ -99,14 +99,14 @@ void tst_PackageFile::AMoveReplacesWhatIsThere()
     QVERIFY(!QFile::exists(Path("package")));
 }
 
-void tst_PackageFile::AMoveThatFailsLeavesTheFileAndSaysWhy_data()
+void tst_PackageFile::a_move_that_fails_leaves_the_file_and_says_why_data()
 {
     QTest::addColumn<QString>("to");
-    QTest::newRow("into a folder that is missing") << "missing/installer";
-    QTest::newRow("onto a folder") << "folder";
+    QTest::newRow("into_a_folder_that_is_missing") << "missing/installer";
+    QTest::newRow("onto_a_folder") << "folder";
 }
 
-void tst_PackageFile::AMoveThatFailsLeavesTheFileAndSaysWhy()
+void tst_PackageFile::a_move_that_fails_leaves_the_file_and_says_why()
 {
     QFETCH(QString, to);
     QVERIFY(QDir().mkpath(Path("folder/full")));

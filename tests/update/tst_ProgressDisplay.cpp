@@ -50,35 +50,35 @@ class tst_ProgressDisplay : public QObject
     Q_OBJECT
 
 private slots:
-    void it_is_a_URBaseWidget();
-    void its_only_signal_is_Close();
+    void it_is_a_ur_base_widget();
+    void its_only_signal_is_close();
     void its_children_are_created_in_the_order_of_the_page();
     void the_status_text_is_at_the_bottom_left_and_wraps();
-    void the_bar_starts_with_Qts_defaults_and_no_text_of_its_own();
-    void the_close_button_is_visible_takes_no_focus_and_says_Close();
-    void the_close_button_emits_Close();
-    void SetText_sets_the_status_text();
-    void SetBusy_shows_that_something_goes_on_but_not_how_much();
-    void SetMaximum_and_SetValue_after_SetBusy_leave_busy_mode();
+    void the_bar_starts_with_qts_defaults_and_no_text_of_its_own();
+    void the_close_button_is_visible_takes_no_focus_and_says_close();
+    void the_close_button_emits_close();
+    void set_text_sets_the_status_text();
+    void set_busy_shows_that_something_goes_on_but_not_how_much();
+    void set_maximum_and_set_value_after_set_busy_leave_busy_mode();
     void the_percentage_is_a_whole_number_with_a_percent_sign_data();
     void the_percentage_is_a_whole_number_with_a_percent_sign();
     void the_same_value_again_leaves_the_percentage_alone();
     void a_new_maximum_alone_leaves_the_percentage_alone();
     void in_busy_mode_the_percentage_is_empty();
-    void SetCloseVisible_shows_for_any_number_but_zero_data();
-    void SetCloseVisible_shows_for_any_number_but_zero();
+    void set_close_visible_shows_for_any_number_but_zero_data();
+    void set_close_visible_shows_for_any_number_but_zero();
     void the_layout_follows_the_pages_size_data();
     void the_layout_follows_the_pages_size();
     void a_language_change_sets_the_buttons_text_again();
 };
 
-void tst_ProgressDisplay::it_is_a_URBaseWidget()
+void tst_ProgressDisplay::it_is_a_ur_base_widget()
 {
     QCOMPARE(ProgressDisplay::staticMetaObject.superClass(), &URBaseWidget::staticMetaObject);
     QVERIFY(ProgressDisplay(nullptr).testAttribute(Qt::WA_StyledBackground));
 }
 
-void tst_ProgressDisplay::its_only_signal_is_Close()
+void tst_ProgressDisplay::its_only_signal_is_close()
 {
     QCOMPARE(gOwnMethods(ProgressDisplay::staticMetaObject, QMetaMethod::Signal),
              QByteArrayList({"Close()"}));
@@ -99,7 +99,7 @@ void tst_ProgressDisplay::the_status_text_is_at_the_bottom_left_and_wraps()
     QCOMPARE(gProgressLabel(page)->text(), QString());
 }
 
-void tst_ProgressDisplay::the_bar_starts_with_Qts_defaults_and_no_text_of_its_own()
+void tst_ProgressDisplay::the_bar_starts_with_qts_defaults_and_no_text_of_its_own()
 {
     ProgressDisplay page(nullptr);
     const QProgressBar fresh;
@@ -111,7 +111,7 @@ void tst_ProgressDisplay::the_bar_starts_with_Qts_defaults_and_no_text_of_its_ow
     QCOMPARE(gPercent(page), QString());
 }
 
-void tst_ProgressDisplay::the_close_button_is_visible_takes_no_focus_and_says_Close()
+void tst_ProgressDisplay::the_close_button_is_visible_takes_no_focus_and_says_close()
 {
     ProgressDisplay page(nullptr);
     QVERIFY(gCloseButton(page)->isVisibleTo(&page));
@@ -119,7 +119,7 @@ void tst_ProgressDisplay::the_close_button_is_visible_takes_no_focus_and_says_Cl
     QCOMPARE(gCloseButton(page)->text(), QString("Close"));
 }
 
-void tst_ProgressDisplay::the_close_button_emits_Close()
+void tst_ProgressDisplay::the_close_button_emits_close()
 {
     ProgressDisplay page(nullptr);
     QSignalSpy close(&page, &ProgressDisplay::Close);
@@ -127,14 +127,14 @@ void tst_ProgressDisplay::the_close_button_emits_Close()
     QCOMPARE(close.count(), 1);
 }
 
-void tst_ProgressDisplay::SetText_sets_the_status_text()
+void tst_ProgressDisplay::set_text_sets_the_status_text()
 {
     ProgressDisplay page(nullptr);
     page.SetText("Checking the version.");
     QCOMPARE(gProgressLabel(page)->text(), QString("Checking the version."));
 }
 
-void tst_ProgressDisplay::SetBusy_shows_that_something_goes_on_but_not_how_much()
+void tst_ProgressDisplay::set_busy_shows_that_something_goes_on_but_not_how_much()
 {
     ProgressDisplay page(nullptr);
     page.SetBusy();
@@ -143,7 +143,7 @@ void tst_ProgressDisplay::SetBusy_shows_that_something_goes_on_but_not_how_much(
     QCOMPARE(gPercent(page), QString());
 }
 
-void tst_ProgressDisplay::SetMaximum_and_SetValue_after_SetBusy_leave_busy_mode()
+void tst_ProgressDisplay::set_maximum_and_set_value_after_set_busy_leave_busy_mode()
 {
     ProgressDisplay page(nullptr);
     page.SetBusy();
@@ -160,12 +160,12 @@ void tst_ProgressDisplay::the_percentage_is_a_whole_number_with_a_percent_sign_d
     QTest::addColumn<int>("maximum");
     QTest::addColumn<int>("value");
     QTest::addColumn<QString>("percentage");
-    QTest::newRow("the start") << 1000 << 0 << "0%";
-    QTest::newRow("37 of 100") << 100 << 37 << "37%";
-    QTest::newRow("a fraction is cut, not rounded") << 1000 << 379 << "37%";
-    QTest::newRow("the last byte is missing") << 1000003 << 1000002 << "99%";
+    QTest::newRow("the_start") << 1000 << 0 << "0%";
+    QTest::newRow("37_of_100") << 100 << 37 << "37%";
+    QTest::newRow("a_fraction_is_cut_not_rounded") << 1000 << 379 << "37%";
+    QTest::newRow("the_last_byte_is_missing") << 1000003 << 1000002 << "99%";
     QTest::newRow("complete") << 1000003 << 1000003 << "100%";
-    QTest::newRow("nearly as much as the bar's type can hold") << 2147483647 << 1073741824 << "50%";
+    QTest::newRow("nearly_as_much_as_the_bars_type_can_hold") << 2147483647 << 1073741824 << "50%";
 }
 
 void tst_ProgressDisplay::the_percentage_is_a_whole_number_with_a_percent_sign()
@@ -208,18 +208,18 @@ void tst_ProgressDisplay::in_busy_mode_the_percentage_is_empty()
     QCOMPARE(gPercent(page), QString());
 }
 
-void tst_ProgressDisplay::SetCloseVisible_shows_for_any_number_but_zero_data()
+void tst_ProgressDisplay::set_close_visible_shows_for_any_number_but_zero_data()
 {
     QTest::addColumn<int>("number");
     QTest::addColumn<bool>("visible");
-    QTest::newRow("0 hides") << 0 << false;
-    QTest::newRow("1 shows") << 1 << true;
-    QTest::newRow("2 shows") << 2 << true;
-    QTest::newRow("-1 shows") << -1 << true;
-    QTest::newRow("a number whose low byte is 0 shows") << 0x100 << true;
+    QTest::newRow("0_hides") << 0 << false;
+    QTest::newRow("1_shows") << 1 << true;
+    QTest::newRow("2_shows") << 2 << true;
+    QTest::newRow("minus_1_shows") << -1 << true;
+    QTest::newRow("a_number_whose_low_byte_is_0_shows") << 0x100 << true;
 }
 
-void tst_ProgressDisplay::SetCloseVisible_shows_for_any_number_but_zero()
+void tst_ProgressDisplay::set_close_visible_shows_for_any_number_but_zero()
 {
     QFETCH(int, number);
     QFETCH(bool, visible);
@@ -236,10 +236,10 @@ void tst_ProgressDisplay::the_layout_follows_the_pages_size_data()
     QTest::addColumn<QRect>("bar");
     QTest::addColumn<QRect>("percentage");
     QTest::addColumn<QRect>("button");
-    QTest::newRow("500 x 300") << QSize(500, 300) << QRect(20, 78, 480, 40)
+    QTest::newRow("500_x_300") << QSize(500, 300) << QRect(20, 78, 480, 40)
                                << QRect(20, 137, 430, 4) << QRect(454, 117, 40, 40)
                                << QRect(400, 250, 80, 30);
-    QTest::newRow("as the dialog shows it, an odd height")
+    QTest::newRow("as_the_dialog_shows_it_an_odd_height")
         << QSize(638, 239) << QRect(20, 47, 618, 40) << QRect(20, 106, 568, 4)
         << QRect(592, 86, 40, 40) << QRect(538, 189, 80, 30);
 }

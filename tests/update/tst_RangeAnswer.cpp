@@ -8,16 +8,16 @@ class tst_RangeAnswer : public QObject
     Q_OBJECT
 
 private slots:
-    void AnAnswerIsJudged_data();
-    void AnAnswerIsJudged();
-    void TheSizeOfAnUnknownPackageIsNotCompared();
-    void TheVersionIsTheTagOrTheDate();
-    void EveryVerdictHasWords();
+    void an_answer_is_judged_data();
+    void an_answer_is_judged();
+    void the_size_of_an_unknown_package_is_not_compared();
+    void the_version_is_the_tag_or_the_date();
+    void every_verdict_has_words();
 };
 
 Q_DECLARE_METATYPE(RangeVerdict)
 
-void tst_RangeAnswer::AnAnswerIsJudged_data()
+void tst_RangeAnswer::an_answer_is_judged_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("contentRange");
@@ -36,46 +36,46 @@ void tst_RangeAnswer::AnAnswerIsJudged_data()
     const RangeVerdict length = RangeVerdict::OtherLength;
     const RangeVerdict compressed = RangeVerdict::Compressed;
 
-    row("the part that was asked for", 206, "bytes 200-299/1000", "100", "", accepted);
-    row("the part, of a size not told", 206, "bytes 200-299/*", "100", "", accepted);
-    row("the part, without a length", 206, "bytes 200-299/1000", "", "", accepted);
-    row("the part, ending early", 206, "bytes 200-249/1000", "50", "", accepted);
-    row("the part, ending late", 206, "bytes 200-999/1000", "800", "", accepted);
-    row("the part, with a length that contradicts", 206, "bytes 200-299/1000", "7", "", accepted);
-    row("the part, in capitals", 206, "BYTES 200-299/1000", "100", "", accepted);
-    row("the part, with blanks", 206, " bytes  200 - 299 / 1000 ", "100", "", accepted);
-    row("the part, not compressed, and said so", 206, "bytes 200-299/1000", "100", "Identity",
+    row("the_part_that_was_asked_for", 206, "bytes 200-299/1000", "100", "", accepted);
+    row("the_part_of_a_size_not_told", 206, "bytes 200-299/*", "100", "", accepted);
+    row("the_part_without_a_length", 206, "bytes 200-299/1000", "", "", accepted);
+    row("the_part_ending_early", 206, "bytes 200-249/1000", "50", "", accepted);
+    row("the_part_ending_late", 206, "bytes 200-999/1000", "800", "", accepted);
+    row("the_part_with_a_length_that_contradicts", 206, "bytes 200-299/1000", "7", "", accepted);
+    row("the_part_in_capitals", 206, "BYTES 200-299/1000", "100", "", accepted);
+    row("the_part_with_blanks", 206, " bytes  200 - 299 / 1000 ", "100", "", accepted);
+    row("the_part_not_compressed_and_said_so", 206, "bytes 200-299/1000", "100", "Identity",
         accepted);
-    row("an earlier part", 206, "bytes 199-299/1000", "101", "", offset);
-    row("a later part", 206, "bytes 201-299/1000", "99", "", offset);
-    row("the first bytes", 206, "bytes 0-99/1000", "100", "", offset);
-    row("another part of the same length", 206, "bytes 300-399/1000", "100", "", offset);
-    row("a whole that says it is another part", 200, "bytes 0-99/1000", "100", "", offset);
-    row("a part of a longer package", 206, "bytes 200-299/1001", "100", "", package);
-    row("a part of a shorter package", 206, "bytes 200-299/300", "100", "", package);
-    row("a part without a word where", 206, "", "100", "", accepted);
-    row("a part without a word where, of another length", 206, "", "99", "", length);
-    row("a part without any word", 206, "", "", "", length);
-    row("a garbled word where, of the right length", 206, "elephants 1-2/3", "100", "", accepted);
-    row("a garbled word where, of another length", 206, "bytes x-y/z", "800", "", length);
-    row("ends in the wrong order", 206, "bytes 200-199/1000", "800", "", length);
-    row("an end behind the package", 206, "bytes 200-1000/1000", "801", "", length);
-    row("a negative start", 206, "bytes -200-299/1000", "500", "", length);
-    row("a start that does not fit", 206, "bytes 99999999999999999999-5/1000", "7", "", length);
-    row("no total at all", 206, "bytes 200-299", "7", "", length);
-    row("the whole package", 200, "", "1000", "", length);
-    row("an answer of the right length", 200, "", "100", "", accepted);
-    row("the length once more", 200, "", "100, 100", "", accepted);
-    row("two lengths", 200, "", "100, 1000", "", length);
-    row("a length with a sign", 200, "", "+100", "", length);
-    row("no length", 200, "", "", "", length);
+    row("an_earlier_part", 206, "bytes 199-299/1000", "101", "", offset);
+    row("a_later_part", 206, "bytes 201-299/1000", "99", "", offset);
+    row("the_first_bytes", 206, "bytes 0-99/1000", "100", "", offset);
+    row("another_part_of_the_same_length", 206, "bytes 300-399/1000", "100", "", offset);
+    row("a_whole_that_says_it_is_another_part", 200, "bytes 0-99/1000", "100", "", offset);
+    row("a_part_of_a_longer_package", 206, "bytes 200-299/1001", "100", "", package);
+    row("a_part_of_a_shorter_package", 206, "bytes 200-299/300", "100", "", package);
+    row("a_part_without_a_word_where", 206, "", "100", "", accepted);
+    row("a_part_without_a_word_where_of_another_length", 206, "", "99", "", length);
+    row("a_part_without_any_word", 206, "", "", "", length);
+    row("a_garbled_word_where_of_the_right_length", 206, "elephants 1-2/3", "100", "", accepted);
+    row("a_garbled_word_where_of_another_length", 206, "bytes x-y/z", "800", "", length);
+    row("ends_in_the_wrong_order", 206, "bytes 200-199/1000", "800", "", length);
+    row("an_end_behind_the_package", 206, "bytes 200-1000/1000", "801", "", length);
+    row("a_negative_start", 206, "bytes -200-299/1000", "500", "", length);
+    row("a_start_that_does_not_fit", 206, "bytes 99999999999999999999-5/1000", "7", "", length);
+    row("no_total_at_all", 206, "bytes 200-299", "7", "", length);
+    row("the_whole_package", 200, "", "1000", "", length);
+    row("an_answer_of_the_right_length", 200, "", "100", "", accepted);
+    row("the_length_once_more", 200, "", "100, 100", "", accepted);
+    row("two_lengths", 200, "", "100, 1000", "", length);
+    row("a_length_with_a_sign", 200, "", "+100", "", length);
+    row("no_length", 200, "", "", "", length);
     row("nothing", 204, "", "0", "", length);
-    row("a compressed part", 206, "bytes 200-299/1000", "100", "gzip", compressed);
-    row("a part compressed in another way", 206, "bytes 200-299/1000", "100", "br", compressed);
-    row("a compressed answer of the right length", 200, "", "100", "deflate", compressed);
+    row("a_compressed_part", 206, "bytes 200-299/1000", "100", "gzip", compressed);
+    row("a_part_compressed_in_another_way", 206, "bytes 200-299/1000", "100", "br", compressed);
+    row("a_compressed_answer_of_the_right_length", 200, "", "100", "deflate", compressed);
 }
 
-void tst_RangeAnswer::AnAnswerIsJudged()
+void tst_RangeAnswer::an_answer_is_judged()
 {
     QFETCH(int, status);
     QFETCH(QByteArray, contentRange);
@@ -86,20 +86,20 @@ void tst_RangeAnswer::AnAnswerIsJudged()
     QCOMPARE(gJudgeAnswer({200, 100, 1000}, answer), verdict);
 }
 
-void tst_RangeAnswer::TheSizeOfAnUnknownPackageIsNotCompared()
+void tst_RangeAnswer::the_size_of_an_unknown_package_is_not_compared()
 {
     const RangeAnswer answer{206, "bytes 200-299/77777", "100", {}, {}, {}};
     QCOMPARE(gJudgeAnswer({200, 100, 0}, answer), RangeVerdict::Accepted);
 }
 
-void tst_RangeAnswer::TheVersionIsTheTagOrTheDate()
+void tst_RangeAnswer::the_version_is_the_tag_or_the_date()
 {
     QCOMPARE(gValidator({206, {}, {}, {}, "\"tag\"", "date"}), QByteArray("\"tag\""));
     QCOMPARE(gValidator({206, {}, {}, {}, {}, "date"}), QByteArray("date"));
     QCOMPARE(gValidator({206, {}, {}, {}, {}, {}}), QByteArray());
 }
 
-void tst_RangeAnswer::EveryVerdictHasWords()
+void tst_RangeAnswer::every_verdict_has_words()
 {
     for (RangeVerdict verdict :
          {RangeVerdict::Accepted, RangeVerdict::Compressed, RangeVerdict::OtherOffset,

@@ -12,14 +12,14 @@ class tst_ResumePoint : public QObject
 
 private slots:
     void init();
-    void WithinABootTheRangesGoOnAtTheirNextBytes();
-    void AfterAnotherStartTheyGoOnAtWhatWasFlushed_data();
-    void AfterAnotherStartTheyGoOnAtWhatWasFlushed();
-    void AFlushedByteThatCannotBeIsNotBelieved();
-    void AStateThatKnowsOfNoBootIsTakenAtItsWord();
-    void ARecordedPlanIsReadBack();
-    void WhetherAPlanIsUsable_data();
-    void WhetherAPlanIsUsable();
+    void within_a_boot_the_ranges_go_on_at_their_next_bytes();
+    void after_another_start_they_go_on_at_what_was_flushed_data();
+    void after_another_start_they_go_on_at_what_was_flushed();
+    void a_flushed_byte_that_cannot_be_is_not_believed();
+    void a_state_that_knows_of_no_boot_is_taken_at_its_word();
+    void a_recorded_plan_is_read_back();
+    void whether_a_plan_is_usable_data();
+    void whether_a_plan_is_usable();
 
 private:
     QList<qint64> Starts(const ResumePoint &point) const
@@ -50,7 +50,7 @@ void tst_ResumePoint::WriteHalf(ResumeState *state) const
     state->SetAlreadyDownloaded(250);
 }
 
-void tst_ResumePoint::WithinABootTheRangesGoOnAtTheirNextBytes()
+void tst_ResumePoint::within_a_boot_the_ranges_go_on_at_their_next_bytes()
 {
     ResumeState state(m_folder->path());
     WriteHalf(&state);
@@ -61,14 +61,14 @@ void tst_ResumePoint::WithinABootTheRangesGoOnAtTheirNextBytes()
     QVERIFY(!point.isTakenBack);
 }
 
-void tst_ResumePoint::AfterAnotherStartTheyGoOnAtWhatWasFlushed_data()
+void tst_ResumePoint::after_another_start_they_go_on_at_what_was_flushed_data()
 {
     QTest::addColumn<QString>("boot");
-    QTest::newRow("another boot") << "boot two";
-    QTest::newRow("a boot that nobody knows") << QString();
+    QTest::newRow("another_boot") << "boot two";
+    QTest::newRow("a_boot_that_nobody_knows") << QString();
 }
 
-void tst_ResumePoint::AfterAnotherStartTheyGoOnAtWhatWasFlushed()
+void tst_ResumePoint::after_another_start_they_go_on_at_what_was_flushed()
 {
     QFETCH(QString, boot);
     ResumeState state(m_folder->path());
@@ -81,7 +81,7 @@ void tst_ResumePoint::AfterAnotherStartTheyGoOnAtWhatWasFlushed()
     QCOMPARE(point.ranges.back().end, qint64(999));
 }
 
-void tst_ResumePoint::AFlushedByteThatCannotBeIsNotBelieved()
+void tst_ResumePoint::a_flushed_byte_that_cannot_be_is_not_believed()
 {
     ResumeState state(m_folder->path());
     WriteHalf(&state);
@@ -94,7 +94,7 @@ void tst_ResumePoint::AFlushedByteThatCannotBeIsNotBelieved()
     QCOMPARE(point.alreadyDownloaded, qint64(50 + 0 + 0 + 30 + 30));
 }
 
-void tst_ResumePoint::AStateThatKnowsOfNoBootIsTakenAtItsWord()
+void tst_ResumePoint::a_state_that_knows_of_no_boot_is_taken_at_its_word()
 {
     QVERIFY(gWriteFile(m_folder->filePath("CvBreakResumeDownLoad.ini"),
                        "[DownLoad_Tasks]\nStart_Byte1=7\nEnd_Byte1=199\n"
@@ -105,7 +105,7 @@ void tst_ResumePoint::AStateThatKnowsOfNoBootIsTakenAtItsWord()
     QVERIFY(!point.isTakenBack);
 }
 
-void tst_ResumePoint::ARecordedPlanIsReadBack()
+void tst_ResumePoint::a_recorded_plan_is_read_back()
 {
     ResumeState state(m_folder->path());
     QVERIFY(gRecordPlan(&state, 1003, gFreshStart(1003), "boot one"));
@@ -118,19 +118,19 @@ void tst_ResumePoint::ARecordedPlanIsReadBack()
     QCOMPARE(point.ranges.back().end, qint64(1002));
 }
 
-void tst_ResumePoint::WhetherAPlanIsUsable_data()
+void tst_ResumePoint::whether_a_plan_is_usable_data()
 {
     QTest::addColumn<qint64>("start");
     QTest::addColumn<qint64>("end");
     QTest::addColumn<bool>("usable");
-    QTest::newRow("a range that is missing") << qint64(0) << qint64(199) << true;
-    QTest::newRow("a range that is complete") << qint64(200) << qint64(199) << true;
-    QTest::newRow("a range that was never written") << qint64(0) << qint64(0) << true;
-    QTest::newRow("a range behind its end") << qint64(201) << qint64(199) << false;
-    QTest::newRow("a range before the package") << qint64(-1) << qint64(199) << false;
+    QTest::newRow("a_range_that_is_missing") << qint64(0) << qint64(199) << true;
+    QTest::newRow("a_range_that_is_complete") << qint64(200) << qint64(199) << true;
+    QTest::newRow("a_range_that_was_never_written") << qint64(0) << qint64(0) << true;
+    QTest::newRow("a_range_behind_its_end") << qint64(201) << qint64(199) << false;
+    QTest::newRow("a_range_before_the_package") << qint64(-1) << qint64(199) << false;
 }
 
-void tst_ResumePoint::WhetherAPlanIsUsable()
+void tst_ResumePoint::whether_a_plan_is_usable()
 {
     QFETCH(qint64, start);
     QFETCH(qint64, end);

@@ -13,19 +13,19 @@ class tst_ResumeState : public QObject
 
 private slots:
     void init();
-    void EveryValueStandsInItsGroupAsText();
-    void WhatWasWrittenIsReadBackByANewObject();
-    void ATextIsReadBack_data();
-    void ATextIsReadBack();
-    void AMissingFileReadsAsZeros();
-    void ANumberOnDiskIsReadAs_data();
-    void ANumberOnDiskIsReadAs();
-    void ANumberAbove32BitsIsWrittenWholeAndReadAsItsLowBits();
-    void TwoObjectsOnOneFileShareWhatIsNotOnDiskYet();
-    void WritingOneValueLeavesTheOthers();
-    void SyncReportsAFolderThatCannotBeWritten();
-    void ALeftoverLockHoldsNothingUp_data();
-    void ALeftoverLockHoldsNothingUp();
+    void every_value_stands_in_its_group_as_text();
+    void what_was_written_is_read_back_by_a_new_object();
+    void a_text_is_read_back_data();
+    void a_text_is_read_back();
+    void a_missing_file_reads_as_zeros();
+    void a_number_on_disk_is_read_as_data();
+    void a_number_on_disk_is_read_as();
+    void a_number_above32_bits_is_written_whole_and_read_as_its_low_bits();
+    void two_objects_on_one_file_share_what_is_not_on_disk_yet();
+    void writing_one_value_leaves_the_others();
+    void sync_reports_a_folder_that_cannot_be_written();
+    void a_leftover_lock_holds_nothing_up_data();
+    void a_leftover_lock_holds_nothing_up();
 
 private:
     QString File() const { return m_folder->filePath("CvBreakResumeDownLoad.ini"); }
@@ -39,7 +39,7 @@ void tst_ResumeState::init()
     QVERIFY(m_folder->isValid());
 }
 
-void tst_ResumeState::EveryValueStandsInItsGroupAsText()
+void tst_ResumeState::every_value_stands_in_its_group_as_text()
 {
     ResumeState state(m_folder->path());
     state.SetPackageSize(1000003);
@@ -60,7 +60,7 @@ void tst_ResumeState::EveryValueStandsInItsGroupAsText()
     QCOMPARE(gReadIniText(File()), expected);
 }
 
-void tst_ResumeState::WhatWasWrittenIsReadBackByANewObject()
+void tst_ResumeState::what_was_written_is_read_back_by_a_new_object()
 {
     {
         ResumeState state(m_folder->path());
@@ -81,18 +81,18 @@ void tst_ResumeState::WhatWasWrittenIsReadBackByANewObject()
     QCOMPARE(state.EndByte(5), 500);
 }
 
-void tst_ResumeState::ATextIsReadBack_data()
+void tst_ResumeState::a_text_is_read_back_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::newRow("with quotation marks") << QString("W/\"5f-1\"");
-    QTest::newRow("with commas and colons") << QString("Sat, 01 Aug 2026 10:00:00 GMT");
-    QTest::newRow("with backslashes") << QString(R"("a\b\")");
-    QTest::newRow("with what means something in the file") << QString("\"[a]=b;c\"");
-    QTest::newRow("with letters beyond ASCII") << QString("\"gr\u00fc\u00df\"");
-    QTest::newRow("of digits") << QString("0012");
+    QTest::newRow("with_quotation_marks") << QString("W/\"5f-1\"");
+    QTest::newRow("with_commas_and_colons") << QString("Sat, 01 Aug 2026 10:00:00 GMT");
+    QTest::newRow("with_backslashes") << QString(R"("a\b\")");
+    QTest::newRow("with_what_means_something_in_the_file") << QString("\"[a]=b;c\"");
+    QTest::newRow("with_letters_beyond_ascii") << QString("\"gr\u00fc\u00df\"");
+    QTest::newRow("of_digits") << QString("0012");
 }
 
-void tst_ResumeState::ATextIsReadBack()
+void tst_ResumeState::a_text_is_read_back()
 {
     QFETCH(QString, text);
     {
@@ -109,7 +109,7 @@ void tst_ResumeState::ATextIsReadBack()
     QCOMPARE(state.PackageSize(), 7);
 }
 
-void tst_ResumeState::AMissingFileReadsAsZeros()
+void tst_ResumeState::a_missing_file_reads_as_zeros()
 {
     const ResumeState state(m_folder->path());
     QCOMPARE(state.PackageSize(), 0);
@@ -121,21 +121,21 @@ void tst_ResumeState::AMissingFileReadsAsZeros()
     QVERIFY(!QFile::exists(File()));
 }
 
-void tst_ResumeState::ANumberOnDiskIsReadAs_data()
+void tst_ResumeState::a_number_on_disk_is_read_as_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<qint32>("expected");
     QTest::newRow("itself") << QByteArray("123") << 123;
-    QTest::newRow("itself, quoted") << QByteArray("\"123\"") << 123;
-    QTest::newRow("itself, negative") << QByteArray("-1") << -1;
-    QTest::newRow("the largest 32-bit number") << QByteArray("2147483647") << 2147483647;
-    QTest::newRow("its low 32 bits when it does not fit")
+    QTest::newRow("itself_quoted") << QByteArray("\"123\"") << 123;
+    QTest::newRow("itself_negative") << QByteArray("-1") << -1;
+    QTest::newRow("the_largest_32_bit_number") << QByteArray("2147483647") << 2147483647;
+    QTest::newRow("its_low_32_bits_when_it_does_not_fit")
         << QByteArray("2147483648") << std::numeric_limits<qint32>::min();
-    QTest::newRow("zero when it is no number") << QByteArray("many") << 0;
-    QTest::newRow("zero when it is empty") << QByteArray() << 0;
+    QTest::newRow("zero_when_it_is_no_number") << QByteArray("many") << 0;
+    QTest::newRow("zero_when_it_is_empty") << QByteArray() << 0;
 }
 
-void tst_ResumeState::ANumberOnDiskIsReadAs()
+void tst_ResumeState::a_number_on_disk_is_read_as()
 {
     QFETCH(QByteArray, text);
     QFETCH(qint32, expected);
@@ -150,7 +150,7 @@ void tst_ResumeState::ANumberOnDiskIsReadAs()
     QCOMPARE(state.EndByte(3), expected);
 }
 
-void tst_ResumeState::ANumberAbove32BitsIsWrittenWholeAndReadAsItsLowBits()
+void tst_ResumeState::a_number_above32_bits_is_written_whole_and_read_as_its_low_bits()
 {
     ResumeState state(m_folder->path());
     state.SetPackageSize(2147483648);
@@ -168,7 +168,7 @@ void tst_ResumeState::ANumberAbove32BitsIsWrittenWholeAndReadAsItsLowBits()
              QStringLiteral("5000000000"));
 }
 
-void tst_ResumeState::TwoObjectsOnOneFileShareWhatIsNotOnDiskYet()
+void tst_ResumeState::two_objects_on_one_file_share_what_is_not_on_disk_yet()
 {
     ResumeState writer(m_folder->path());
     const ResumeState reader(m_folder->path());
@@ -176,7 +176,7 @@ void tst_ResumeState::TwoObjectsOnOneFileShareWhatIsNotOnDiskYet()
     QCOMPARE(reader.StartByte(4), 4711);
 }
 
-void tst_ResumeState::WritingOneValueLeavesTheOthers()
+void tst_ResumeState::writing_one_value_leaves_the_others()
 {
     QVERIFY(
         gWriteFile(File(), "[DownLoad_Tasks]\nStart_Byte1=1\nStart_Byte2=2\n[Other]\nKey=kept\n"));
@@ -189,7 +189,7 @@ void tst_ResumeState::WritingOneValueLeavesTheOthers()
     QCOMPARE(gReadIniText(File()), expected);
 }
 
-void tst_ResumeState::SyncReportsAFolderThatCannotBeWritten()
+void tst_ResumeState::sync_reports_a_folder_that_cannot_be_written()
 {
     QVERIFY(gWriteFile(m_folder->filePath("file"), "no folder"));
     ResumeState state(m_folder->filePath("file/below"));
@@ -197,15 +197,15 @@ void tst_ResumeState::SyncReportsAFolderThatCannotBeWritten()
     QVERIFY(!state.Sync());
 }
 
-void tst_ResumeState::ALeftoverLockHoldsNothingUp_data()
+void tst_ResumeState::a_leftover_lock_holds_nothing_up_data()
 {
     QTest::addColumn<QByteArray>("lock");
-    QTest::newRow("of a process that was killed before it filled it") << QByteArray();
-    QTest::newRow("of a process that is gone")
+    QTest::newRow("of_a_process_that_was_killed_before_it_filled_it") << QByteArray();
+    QTest::newRow("of_a_process_that_is_gone")
         << "4194303\nhost\n" + QSysInfo::machineHostName().toUtf8() + '\n';
 }
 
-void tst_ResumeState::ALeftoverLockHoldsNothingUp()
+void tst_ResumeState::a_leftover_lock_holds_nothing_up()
 {
     QFETCH(QByteArray, lock);
     QVERIFY(gWriteFile(File() + ".lock", lock));

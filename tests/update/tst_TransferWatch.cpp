@@ -12,16 +12,16 @@ private slots:
     void init();
     void cleanup();
 
-    void CutsAreAnsweredAfterLongerAndLongerWaits();
-    void TheSixthCutIsTheLast();
-    void AByteMakesItPatientAgain();
-    void AnAppointmentThatIsOvertakenIsVoid_data();
-    void AnAppointmentThatIsOvertakenIsVoid();
-    void TheThirdSilenceIsTheLast();
-    void AByteEndsTheCountOfSilences();
-    void ThereIsNoSilenceWhereNothingIsAwaited();
-    void AWarningThatIsOvertakenByTheEndIsVoid();
-    void ItIsBehindACutUntilAByteArrives();
+    void cuts_are_answered_after_longer_and_longer_waits();
+    void the_sixth_cut_is_the_last();
+    void a_byte_makes_it_patient_again();
+    void an_appointment_that_is_overtaken_is_void_data();
+    void an_appointment_that_is_overtaken_is_void();
+    void the_third_silence_is_the_last();
+    void a_byte_ends_the_count_of_silences();
+    void there_is_no_silence_where_nothing_is_awaited();
+    void a_warning_that_is_overtaken_by_the_end_is_void();
+    void it_is_behind_a_cut_until_a_byte_arrives();
 
 private:
     /// Cuts the connection and keeps the appointment, @p times times.
@@ -57,7 +57,7 @@ void tst_TransferWatch::Cut(int times)
     }
 }
 
-void tst_TransferWatch::CutsAreAnsweredAfterLongerAndLongerWaits()
+void tst_TransferWatch::cuts_are_answered_after_longer_and_longer_waits()
 {
     Cut(5);
     QCOMPARE(m_later.Seconds(), (QList<int>{1, 2, 4, 8, 16}));
@@ -65,14 +65,14 @@ void tst_TransferWatch::CutsAreAnsweredAfterLongerAndLongerWaits()
     QCOMPARE(m_givenUp->count(), 0);
 }
 
-void tst_TransferWatch::TheSixthCutIsTheLast()
+void tst_TransferWatch::the_sixth_cut_is_the_last()
 {
     Cut(6);
     QCOMPARE(m_asked->count(), 5);
     QCOMPARE(m_givenUp->count(), 1);
 }
 
-void tst_TransferWatch::AByteMakesItPatientAgain()
+void tst_TransferWatch::a_byte_makes_it_patient_again()
 {
     Cut(5);
     m_watch->ByteReceived();
@@ -81,14 +81,14 @@ void tst_TransferWatch::AByteMakesItPatientAgain()
     QCOMPARE(m_givenUp->count(), 0);
 }
 
-void tst_TransferWatch::AnAppointmentThatIsOvertakenIsVoid_data()
+void tst_TransferWatch::an_appointment_that_is_overtaken_is_void_data()
 {
     QTest::addColumn<bool>("isStopped");
-    QTest::newRow("when the download was closed") << true;
-    QTest::newRow("when another request was sent") << false;
+    QTest::newRow("when_the_download_was_closed") << true;
+    QTest::newRow("when_another_request_was_sent") << false;
 }
 
-void tst_TransferWatch::AnAppointmentThatIsOvertakenIsVoid()
+void tst_TransferWatch::an_appointment_that_is_overtaken_is_void()
 {
     QFETCH(bool, isStopped);
     m_watch->Cut();
@@ -101,7 +101,7 @@ void tst_TransferWatch::AnAppointmentThatIsOvertakenIsVoid()
     QCOMPARE(m_asked->count(), 0);
 }
 
-void tst_TransferWatch::TheThirdSilenceIsTheLast()
+void tst_TransferWatch::the_third_silence_is_the_last()
 {
     for (int silence = 1; silence <= 2; ++silence) {
         m_watch->Restart();
@@ -112,7 +112,7 @@ void tst_TransferWatch::TheThirdSilenceIsTheLast()
     QCOMPARE(m_asked->count(), 2);
 }
 
-void tst_TransferWatch::AByteEndsTheCountOfSilences()
+void tst_TransferWatch::a_byte_ends_the_count_of_silences()
 {
     for (int silence = 1; silence <= 4; ++silence) {
         m_watch->Restart();
@@ -122,7 +122,7 @@ void tst_TransferWatch::AByteEndsTheCountOfSilences()
     QCOMPARE(m_givenUp->count(), 0);
 }
 
-void tst_TransferWatch::AWarningThatIsOvertakenByTheEndIsVoid()
+void tst_TransferWatch::a_warning_that_is_overtaken_by_the_end_is_void()
 {
     m_watch->Restart();
     QTest::qSleep(100); // this thread is busy, and the watchdog, on its own one, warns it
@@ -131,7 +131,7 @@ void tst_TransferWatch::AWarningThatIsOvertakenByTheEndIsVoid()
     QCOMPARE(m_asked->count() + m_givenUp->count(), 0);
 }
 
-void tst_TransferWatch::ThereIsNoSilenceWhereNothingIsAwaited()
+void tst_TransferWatch::there_is_no_silence_where_nothing_is_awaited()
 {
     m_watch->Restart();
     m_watch->Stop();
@@ -139,7 +139,7 @@ void tst_TransferWatch::ThereIsNoSilenceWhereNothingIsAwaited()
     QCOMPARE(m_asked->count() + m_givenUp->count(), 0);
 }
 
-void tst_TransferWatch::ItIsBehindACutUntilAByteArrives()
+void tst_TransferWatch::it_is_behind_a_cut_until_a_byte_arrives()
 {
     QVERIFY(!m_watch->IsBehindCut());
     Cut(1);

@@ -31,36 +31,36 @@ private slots:
     void cleanup();
 
     // First: it needs a reporter that was told nothing yet.
-    void AnEventBeforeSetReportInfoHasEmptyStringsButMachineAndProduct();
-    void TheReporterHasOneSlotAndNoSignal();
-    void TheEventCodesAre();
+    void an_event_before_set_report_info_has_empty_strings_but_machine_and_product();
+    void the_reporter_has_one_slot_and_no_signal();
+    void the_event_codes_are();
 
-    void ARecordIsOneGetWithoutABodyAndWithoutHeadersOfItsOwn();
-    void ARecordCarriesTheReportInfoAndTheTime();
-    void ABlankInAVersionIsNotSent();
-    void OnlyTheLastReportInfoCounts();
+    void a_record_is_one_get_without_a_body_and_without_headers_of_its_own();
+    void a_record_carries_the_report_info_and_the_time();
+    void a_blank_in_a_version_is_not_sent();
+    void only_the_last_report_info_counts();
 
-    void TheStatus200IsReceived();
-    void AnyOtherStatusIsAFailureThatIsRetriedOnceThenTheQueueMovesOn_data();
-    void AnyOtherStatusIsAFailureThatIsRetriedOnceThenTheQueueMovesOn();
-    void ARetryThatIsReceivedIsTheLastAttempt();
-    void ARedirectIsNotFollowed();
-    void AClosedConnectionIsRetriedOnceThenTheQueueMovesOn_data();
-    void AClosedConnectionIsRetriedOnceThenTheQueueMovesOn();
-    void NoAnswerWithin5000MsIsRetriedOnceThenTheQueueMovesOn();
-    void AnUntrustedCertificateIsRetriedOnceAndNoRecordIsSent();
-    void ACertificateOfAnotherHostIsNotTrusted();
-    void WhereNobodyListensNothingIsHeldUp();
+    void the_status200_is_received();
+    void any_other_status_is_a_failure_that_is_retried_once_then_the_queue_moves_on_data();
+    void any_other_status_is_a_failure_that_is_retried_once_then_the_queue_moves_on();
+    void a_retry_that_is_received_is_the_last_attempt();
+    void a_redirect_is_not_followed();
+    void a_closed_connection_is_retried_once_then_the_queue_moves_on_data();
+    void a_closed_connection_is_retried_once_then_the_queue_moves_on();
+    void no_answer_within5000_ms_is_retried_once_then_the_queue_moves_on();
+    void an_untrusted_certificate_is_retried_once_and_no_record_is_sent();
+    void a_certificate_of_another_host_is_not_trusted();
+    void where_nobody_listens_nothing_is_held_up();
 
-    void TheSecondOfTwoEventsWaitsForTheFirst();
-    void ManyEventsAreSentOneAfterTheOtherInTheirOrder();
-    void WaitForReportsWaitsForThoseThatWereStartedOnly();
-    void AnEventBehindAnEndedOneKeepsItsPlace();
+    void the_second_of_two_events_waits_for_the_first();
+    void many_events_are_sent_one_after_the_other_in_their_order();
+    void wait_for_reports_waits_for_those_that_were_started_only();
+    void an_event_behind_an_ended_one_keeps_its_place();
 
-    void TheHostIs_data();
-    void TheHostIs();
-    void AChangedHostCountsFromTheNextRecordOn();
-    void AProcessThatEndsWithAReportOnItsWayDoesNotHang();
+    void the_host_is_data();
+    void the_host_is();
+    void a_changed_host_counts_from_the_next_record_on();
+    void a_process_that_ends_with_a_report_on_its_way_does_not_hang();
 
 private:
     static void Raise(Event type) { UpdateEventReport::GetInstance()->ReportEvent(type); }
@@ -118,7 +118,8 @@ void tst_UpdateEventReport::cleanup()
     m_statistics.reset();
 }
 
-void tst_UpdateEventReport::AnEventBeforeSetReportInfoHasEmptyStringsButMachineAndProduct()
+void tst_UpdateEventReport::
+    an_event_before_set_report_info_has_empty_strings_but_machine_and_product()
 {
     QCOMPARE(UpdateEventReport::GetInstance(), UpdateEventReport::GetInstance());
     Raise(Event::DownloadError);
@@ -131,14 +132,14 @@ void tst_UpdateEventReport::AnEventBeforeSetReportInfoHasEmptyStringsButMachineA
     QCOMPARE(m_statistics->Record(0).value("uid"), QJsonValue(sign));
 }
 
-void tst_UpdateEventReport::TheReporterHasOneSlotAndNoSignal()
+void tst_UpdateEventReport::the_reporter_has_one_slot_and_no_signal()
 {
     const QMetaObject &meta = UpdateEventReport::staticMetaObject;
     QCOMPARE(gOwnMethods(meta, QMetaMethod::Slot), QByteArrayList{"_ReportFinished(bool,int)"});
     QCOMPARE(gOwnMethods(meta, QMetaMethod::Signal), QByteArrayList());
 }
 
-void tst_UpdateEventReport::TheEventCodesAre()
+void tst_UpdateEventReport::the_event_codes_are()
 {
     QCOMPARE(int{Event::InstallStarted}, 1);
     QCOMPARE(int{Event::DownloadError}, -1);
@@ -148,7 +149,7 @@ void tst_UpdateEventReport::TheEventCodesAre()
     QCOMPARE(int{Event::InstallStartFailed}, -6);
 }
 
-void tst_UpdateEventReport::ARecordIsOneGetWithoutABodyAndWithoutHeadersOfItsOwn()
+void tst_UpdateEventReport::a_record_is_one_get_without_a_body_and_without_headers_of_its_own()
 {
     Raise(Event::InstallStarted);
     gSettleReports();
@@ -166,7 +167,7 @@ void tst_UpdateEventReport::ARecordIsOneGetWithoutABodyAndWithoutHeadersOfItsOwn
     QCOMPARE(headers, expected);
 }
 
-void tst_UpdateEventReport::ARecordCarriesTheReportInfoAndTheTime()
+void tst_UpdateEventReport::a_record_carries_the_report_info_and_the_time()
 {
     UpdateEventReport::GetInstance()->SetReportInfo("9.1.0.0", "9.2.0.0", "full");
     const qint64 before = QDateTime::currentSecsSinceEpoch();
@@ -184,7 +185,7 @@ void tst_UpdateEventReport::ARecordCarriesTheReportInfoAndTheTime()
     QVERIFY(time.toDouble() >= double(before) && time.toDouble() <= double(after));
 }
 
-void tst_UpdateEventReport::ABlankInAVersionIsNotSent()
+void tst_UpdateEventReport::a_blank_in_a_version_is_not_sent()
 {
     UpdateEventReport::GetInstance()->SetReportInfo("1.1 beta", "1.2 beta", "i n s");
     Raise(Event::DownloadError);
@@ -195,7 +196,7 @@ void tst_UpdateEventReport::ABlankInAVersionIsNotSent()
     QVERIFY(!m_statistics->Server().Requests().first().target.contains("%20"));
 }
 
-void tst_UpdateEventReport::OnlyTheLastReportInfoCounts()
+void tst_UpdateEventReport::only_the_last_report_info_counts()
 {
     UpdateEventReport::GetInstance()->SetReportInfo("1", "2", "ins");
     UpdateEventReport::GetInstance()->SetReportInfo("3", "4", "full");
@@ -206,21 +207,23 @@ void tst_UpdateEventReport::OnlyTheLastReportInfoCounts()
     QCOMPARE(Label(0).value("type"), QJsonValue("full"));
 }
 
-void tst_UpdateEventReport::TheStatus200IsReceived()
+void tst_UpdateEventReport::the_status200_is_received()
 {
     Raise(Event::DownloadError);
     gSettleReports();
     QCOMPARE(Results(), QList<int>{-1});
 }
 
-void tst_UpdateEventReport::AnyOtherStatusIsAFailureThatIsRetriedOnceThenTheQueueMovesOn_data()
+void tst_UpdateEventReport::
+    any_other_status_is_a_failure_that_is_retried_once_then_the_queue_moves_on_data()
 {
     QTest::addColumn<int>("status");
     for (const int status : {201, 204, 206, 302, 404, 500})
         QTest::addRow("%d", status) << status;
 }
 
-void tst_UpdateEventReport::AnyOtherStatusIsAFailureThatIsRetriedOnceThenTheQueueMovesOn()
+void tst_UpdateEventReport::
+    any_other_status_is_a_failure_that_is_retried_once_then_the_queue_moves_on()
 {
     QFETCH(int, status);
     m_statistics->Answer(HttpAnswer::Status(status));
@@ -231,7 +234,7 @@ void tst_UpdateEventReport::AnyOtherStatusIsAFailureThatIsRetriedOnceThenTheQueu
     QCOMPARE(Results(), expected);
 }
 
-void tst_UpdateEventReport::ARetryThatIsReceivedIsTheLastAttempt()
+void tst_UpdateEventReport::a_retry_that_is_received_is_the_last_attempt()
 {
     m_statistics->Answer(HttpAnswer::Status(404));
     Raise(Event::PatchMd5Mismatch);
@@ -242,7 +245,7 @@ void tst_UpdateEventReport::ARetryThatIsReceivedIsTheLastAttempt()
     QCOMPARE(Results(), expected);
 }
 
-void tst_UpdateEventReport::ARedirectIsNotFollowed()
+void tst_UpdateEventReport::a_redirect_is_not_followed()
 {
     m_statistics->Answer(HttpAnswer::Redirect("/elsewhere"));
     m_statistics->Server().Serve("/elsewhere", HttpAnswer::Status(200));
@@ -266,14 +269,14 @@ int tst_UpdateEventReport::RequestsOfOneGet()
     return count;
 }
 
-void tst_UpdateEventReport::AClosedConnectionIsRetriedOnceThenTheQueueMovesOn_data()
+void tst_UpdateEventReport::a_closed_connection_is_retried_once_then_the_queue_moves_on_data()
 {
     QTest::addColumn<HttpAnswer::Fault>("fault");
-    QTest::newRow("closed before the answer") << HttpAnswer::Fault::CloseAtOnce;
-    QTest::newRow("reset before the answer") << HttpAnswer::Fault::ResetAtOnce;
+    QTest::newRow("closed_before_the_answer") << HttpAnswer::Fault::CloseAtOnce;
+    QTest::newRow("reset_before_the_answer") << HttpAnswer::Fault::ResetAtOnce;
 }
 
-void tst_UpdateEventReport::AClosedConnectionIsRetriedOnceThenTheQueueMovesOn()
+void tst_UpdateEventReport::a_closed_connection_is_retried_once_then_the_queue_moves_on()
 {
     QFETCH(HttpAnswer::Fault, fault);
     m_statistics->Answer(HttpAnswer::Broken(QByteArray(), fault));
@@ -292,7 +295,7 @@ void tst_UpdateEventReport::AClosedConnectionIsRetriedOnceThenTheQueueMovesOn()
     QCOMPARE(Results(), expected);
 }
 
-void tst_UpdateEventReport::NoAnswerWithin5000MsIsRetriedOnceThenTheQueueMovesOn()
+void tst_UpdateEventReport::no_answer_within5000_ms_is_retried_once_then_the_queue_moves_on()
 {
     m_statistics->Answer(HttpAnswer::Broken(QByteArray(), HttpAnswer::Fault::Silence));
     QElapsedTimer timer;
@@ -311,7 +314,7 @@ void tst_UpdateEventReport::NoAnswerWithin5000MsIsRetriedOnceThenTheQueueMovesOn
     QCOMPARE(Results(), expected);
 }
 
-void tst_UpdateEventReport::AnUntrustedCertificateIsRetriedOnceAndNoRecordIsSent()
+void tst_UpdateEventReport::an_untrusted_certificate_is_retried_once_and_no_record_is_sent()
 {
     const TestCertificates strangers;
     StatisticsServer stranger(strangers);
@@ -327,7 +330,7 @@ void tst_UpdateEventReport::AnUntrustedCertificateIsRetriedOnceAndNoRecordIsSent
     QCOMPARE(Results(), QList<int>{1});
 }
 
-void tst_UpdateEventReport::ACertificateOfAnotherHostIsNotTrusted()
+void tst_UpdateEventReport::a_certificate_of_another_host_is_not_trusted()
 {
     if (QHostInfo::fromName("localhost").addresses().isEmpty()) {
         QSKIP("This machine has no name for itself.");
@@ -340,7 +343,7 @@ void tst_UpdateEventReport::ACertificateOfAnotherHostIsNotTrusted()
     QVERIFY(Results().isEmpty());
 }
 
-void tst_UpdateEventReport::WhereNobodyListensNothingIsHeldUp()
+void tst_UpdateEventReport::where_nobody_listens_nothing_is_held_up()
 {
     m_rig->WriteSetting("StatisticsHost", "127.0.0.1:1");
     Raise(Event::PatchMd5Mismatch);
@@ -353,7 +356,7 @@ void tst_UpdateEventReport::WhereNobodyListensNothingIsHeldUp()
     QCOMPARE(Results(), QList<int>{-3});
 }
 
-void tst_UpdateEventReport::TheSecondOfTwoEventsWaitsForTheFirst()
+void tst_UpdateEventReport::the_second_of_two_events_waits_for_the_first()
 {
     Raise(Event::PatchMd5Mismatch);
     Raise(Event::PatchDispatchFailed);
@@ -363,7 +366,7 @@ void tst_UpdateEventReport::TheSecondOfTwoEventsWaitsForTheFirst()
     QTRY_COMPARE(Results(), expected);
 }
 
-void tst_UpdateEventReport::ManyEventsAreSentOneAfterTheOtherInTheirOrder()
+void tst_UpdateEventReport::many_events_are_sent_one_after_the_other_in_their_order()
 {
     const QList<Event> events{Event::InstallStarted,        Event::DownloadError,
                               Event::DownloadError,         Event::PatchMd5Mismatch,
@@ -381,7 +384,7 @@ void tst_UpdateEventReport::ManyEventsAreSentOneAfterTheOtherInTheirOrder()
     QCOMPARE(Results(), expected);
 }
 
-void tst_UpdateEventReport::WaitForReportsWaitsForThoseThatWereStartedOnly()
+void tst_UpdateEventReport::wait_for_reports_waits_for_those_that_were_started_only()
 {
     HttpAnswer slow = HttpAnswer::Status(200);
     slow.delayMs = 300;
@@ -400,7 +403,7 @@ void tst_UpdateEventReport::WaitForReportsWaitsForThoseThatWereStartedOnly()
     QCOMPARE(Results(), expected);
 }
 
-void tst_UpdateEventReport::AnEventBehindAnEndedOneKeepsItsPlace()
+void tst_UpdateEventReport::an_event_behind_an_ended_one_keeps_its_place()
 {
     Raise(Event::PatchMd5Mismatch);
     Raise(Event::PatchDispatchFailed);
@@ -411,23 +414,23 @@ void tst_UpdateEventReport::AnEventBehindAnEndedOneKeepsItsPlace()
     QCOMPARE(Results(), expected);
 }
 
-void tst_UpdateEventReport::TheHostIs_data()
+void tst_UpdateEventReport::the_host_is_data()
 {
     QTest::addColumn<QByteArray>("settings");
     QTest::addColumn<QString>("host");
-    QTest::newRow("the one of the build without the setting")
+    QTest::newRow("the_one_of_the_build_without_the_setting")
         << QByteArray("[Quillon]\nEmail=a@b\n") << QUILLON_STATISTICS_HOST;
-    QTest::newRow("the one of the build for an empty setting")
+    QTest::newRow("the_one_of_the_build_for_an_empty_setting")
         << QByteArray("[Quillon]\nStatisticsHost=\n") << QUILLON_STATISTICS_HOST;
-    QTest::newRow("the one of the build for a setting of another group")
+    QTest::newRow("the_one_of_the_build_for_a_setting_of_another_group")
         << QByteArray("[System]\nStatisticsHost=a.example\n") << QUILLON_STATISTICS_HOST;
-    QTest::newRow("that of the settings")
+    QTest::newRow("that_of_the_settings")
         << QByteArray("[Quillon]\nStatisticsHost=a.example\n") << "a.example";
-    QTest::newRow("with its port")
+    QTest::newRow("with_its_port")
         << QByteArray("[Quillon]\nStatisticsHost=a.example:8443\n") << "a.example:8443";
 }
 
-void tst_UpdateEventReport::TheHostIs()
+void tst_UpdateEventReport::the_host_is()
 {
     QFETCH(QByteArray, settings);
     const QTemporaryDir folder;
@@ -437,7 +440,7 @@ void tst_UpdateEventReport::TheHostIs()
     QuillonInit::SetConfigFileDir(m_rig->ConfigFolder());
 }
 
-void tst_UpdateEventReport::AChangedHostCountsFromTheNextRecordOn()
+void tst_UpdateEventReport::a_changed_host_counts_from_the_next_record_on()
 {
     const StatisticsServer other(m_certificates);
     Raise(Event::PatchMd5Mismatch);
@@ -449,7 +452,7 @@ void tst_UpdateEventReport::AChangedHostCountsFromTheNextRecordOn()
     QCOMPARE(other.Results(), QList<int>{-3});
 }
 
-void tst_UpdateEventReport::AProcessThatEndsWithAReportOnItsWayDoesNotHang()
+void tst_UpdateEventReport::a_process_that_ends_with_a_report_on_its_way_does_not_hang()
 {
     // This server waits for a request that is not encrypted, so it never answers.
     m_rig->WriteSetting("StatisticsHost", m_rig->Server().Host());

@@ -63,33 +63,33 @@ class tst_VersionDisplay : public QObject
     Q_OBJECT
 
 private slots:
-    void it_is_a_URBaseWidget_with_a_styled_background();
-    void its_signals_are_UpdateNow_and_RemindMeLater_in_this_order();
+    void it_is_a_ur_base_widget_with_a_styled_background();
+    void its_signals_are_update_now_and_remind_me_later_in_this_order();
     void its_children_are_the_scroll_area_and_two_buttons();
     void the_label_is_the_scroll_areas_resizable_widget();
     void both_buttons_carry_the_hosts_style_name();
-    void the_buttons_say_Update_Now_and_Remind_Me_Later();
+    void the_buttons_say_update_now_and_remind_me_later();
     void the_buttons_are_laid_out_at_construction();
     void the_layout_follows_the_pages_size_data();
     void the_layout_follows_the_pages_size();
-    void the_update_button_emits_UpdateNow();
-    void the_remind_button_emits_RemindMeLater();
-    void SetText_replaces_the_whole_text_data();
-    void SetText_replaces_the_whole_text();
+    void the_update_button_emits_update_now();
+    void the_remind_button_emits_remind_me_later();
+    void set_text_replaces_the_whole_text_data();
+    void set_text_replaces_the_whole_text();
     void no_text_format_is_forced();
     void a_language_change_retexts_and_relays_the_buttons_at_once();
     void a_language_change_leaves_the_release_notes_alone();
     void a_long_translation_pushes_the_update_button_beyond_the_left_edge();
 };
 
-void tst_VersionDisplay::it_is_a_URBaseWidget_with_a_styled_background()
+void tst_VersionDisplay::it_is_a_ur_base_widget_with_a_styled_background()
 {
     QCOMPARE(VersionDisplay::staticMetaObject.superClass(), &URBaseWidget::staticMetaObject);
     VersionDisplay page(nullptr);
     QVERIFY(page.testAttribute(Qt::WA_StyledBackground));
 }
 
-void tst_VersionDisplay::its_signals_are_UpdateNow_and_RemindMeLater_in_this_order()
+void tst_VersionDisplay::its_signals_are_update_now_and_remind_me_later_in_this_order()
 {
     QCOMPARE(gOwnMethods(VersionDisplay::staticMetaObject, QMetaMethod::Signal),
              QByteArrayList({"UpdateNow()", "RemindMeLater()"}));
@@ -118,7 +118,7 @@ void tst_VersionDisplay::both_buttons_carry_the_hosts_style_name()
     QCOMPARE(page.findChildren<CvButton *>("CvCommonLib_Normal_Btn").size(), 2);
 }
 
-void tst_VersionDisplay::the_buttons_say_Update_Now_and_Remind_Me_Later()
+void tst_VersionDisplay::the_buttons_say_update_now_and_remind_me_later()
 {
     VersionDisplay page(nullptr);
     QCOMPARE(gUpdateButton(page)->text(), QString("Update Now"));
@@ -135,7 +135,7 @@ void tst_VersionDisplay::the_layout_follows_the_pages_size_data()
 {
     QTest::addColumn<QSize>("size");
     QTest::addColumn<QRect>("scrollArea");
-    QTest::newRow("as the dialog shows it") << QSize(638, 289) << QRect(20, 0, 618, 239);
+    QTest::newRow("as_the_dialog_shows_it") << QSize(638, 289) << QRect(20, 0, 618, 239);
     QTest::newRow("larger") << QSize(900, 500) << QRect(20, 0, 880, 450);
 }
 
@@ -150,7 +150,7 @@ void tst_VersionDisplay::the_layout_follows_the_pages_size()
     gCompareButtons(*page);
 }
 
-void tst_VersionDisplay::the_update_button_emits_UpdateNow()
+void tst_VersionDisplay::the_update_button_emits_update_now()
 {
     VersionDisplay page(nullptr);
     QSignalSpy update(&page, &VersionDisplay::UpdateNow);
@@ -160,7 +160,7 @@ void tst_VersionDisplay::the_update_button_emits_UpdateNow()
     QCOMPARE(remind.count(), 0);
 }
 
-void tst_VersionDisplay::the_remind_button_emits_RemindMeLater()
+void tst_VersionDisplay::the_remind_button_emits_remind_me_later()
 {
     VersionDisplay page(nullptr);
     QSignalSpy update(&page, &VersionDisplay::UpdateNow);
@@ -170,15 +170,15 @@ void tst_VersionDisplay::the_remind_button_emits_RemindMeLater()
     QCOMPARE(remind.count(), 1);
 }
 
-void tst_VersionDisplay::SetText_replaces_the_whole_text_data()
+void tst_VersionDisplay::set_text_replaces_the_whole_text_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::newRow("a document") << "<h4><b>What's new:</b></h4><ol><li>one</li></ol>";
-    QTest::newRow("plain text") << "Version 9.2";
+    QTest::newRow("a_document") << "<h4><b>What's new:</b></h4><ol><li>one</li></ol>";
+    QTest::newRow("plain_text") << "Version 9.2";
     QTest::newRow("nothing") << QString("");
 }
 
-void tst_VersionDisplay::SetText_replaces_the_whole_text()
+void tst_VersionDisplay::set_text_replaces_the_whole_text()
 {
     QFETCH(QString, text);
     VersionDisplay page(nullptr);

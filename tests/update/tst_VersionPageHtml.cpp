@@ -9,9 +9,9 @@ class tst_VersionPageHtml : public QObject
     Q_OBJECT
 
 private slots:
-    void TheDocumentIs_data();
-    void TheDocumentIs();
-    void TheTextsAreTranslatedInTheContextOfTheManager();
+    void the_document_is_data();
+    void the_document_is();
+    void the_texts_are_translated_in_the_context_of_the_manager();
 };
 
 static const QString header =
@@ -19,26 +19,26 @@ static const QString header =
     "Would you like to update now?</b><br></h4>"
     "<h4><b style=\"color:#D7D8DB\">What's new:</b></h4>";
 
-void tst_VersionPageHtml::TheDocumentIs_data()
+void tst_VersionPageHtml::the_document_is_data()
 {
     QTest::addColumn<QStringList>("notes");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("without notes: the two headings only") << QStringList{} << header;
-    QTest::newRow("one entry ends with an opening tag")
+    QTest::newRow("without_notes_the_two_headings_only") << QStringList{} << header;
+    QTest::newRow("one_entry_ends_with_an_opening_tag")
         << QStringList{"9.2", "<ol><li>a</li></ol>"}
         << header + "<b style=\"color:#D7D8DB\">Version 9.2:</b>"
                     "<b style=\"color:#516A7C\"><ol><li>a</li></ol><b>";
-    QTest::newRow("two entries follow each other without a separator")
+    QTest::newRow("two_entries_follow_each_other_without_a_separator")
         << QStringList{"9.2", "<ol>a</ol>", "9.1", "<ol>b</ol>"}
         << header +
                "<b style=\"color:#D7D8DB\">Version 9.2:</b><b style=\"color:#516A7C\"><ol>a</ol><b>"
                "<b style=\"color:#D7D8DB\">Version 9.1:</b><b "
                "style=\"color:#516A7C\"><ol>b</ol><b>";
-    QTest::newRow("place markers in the notes stay")
+    QTest::newRow("place_markers_in_the_notes_stay")
         << QStringList{"9.2", "<ol>50%1 %2</ol>"}
         << header + "<b style=\"color:#D7D8DB\">Version 9.2:</b>"
                     "<b style=\"color:#516A7C\"><ol>50%1 %2</ol><b>";
-    QTest::newRow("a place marker in the version takes the notes: the lowest number goes first")
+    QTest::newRow("a_place_marker_in_the_version_takes_the_notes_the_lowest_number_goes_first")
         << QStringList{"%1", "<ol>a</ol>"}
         << header + "<b style=\"color:#D7D8DB\">Version <ol>a</ol>:</b>"
                     "<b style=\"color:#516A7C\">%2<b>";
@@ -52,14 +52,14 @@ static QList<ReleaseNote> gNotes(const QStringList &texts)
     return notes;
 }
 
-void tst_VersionPageHtml::TheDocumentIs()
+void tst_VersionPageHtml::the_document_is()
 {
     QFETCH(QStringList, notes);
     QFETCH(QString, expected);
     QCOMPARE(BuildVersionPageHtml(gNotes(notes)), expected);
 }
 
-void tst_VersionPageHtml::TheTextsAreTranslatedInTheContextOfTheManager()
+void tst_VersionPageHtml::the_texts_are_translated_in_the_context_of_the_manager()
 {
     FakeTranslator translator;
     translator.Add("LiveUpdateMgr",

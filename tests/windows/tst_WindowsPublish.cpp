@@ -64,8 +64,8 @@ private:
 
 private slots:
     void initTestCase();
-    void theSiteIsTheSameAsOnOtherSystems();
-    void aHostIsUpdatedByThePatchOverAnEncryptedConnection();
+    void the_site_is_the_same_as_on_other_systems();
+    void a_host_is_updated_by_the_patch_over_an_encrypted_connection();
 };
 
 QString tst_WindowsPublish::Installer(const QString &version) const
@@ -126,7 +126,7 @@ void tst_WindowsPublish::initTestCase()
     }
 }
 
-void tst_WindowsPublish::theSiteIsTheSameAsOnOtherSystems()
+void tst_WindowsPublish::the_site_is_the_same_as_on_other_systems()
 {
     const QMap<QString, QByteArray> windows = gFiles(m_folder.filePath(QStringLiteral("windows")));
     const QMap<QString, QByteArray> here = gFiles(m_folder.filePath(QStringLiteral("here")));
@@ -137,7 +137,7 @@ void tst_WindowsPublish::theSiteIsTheSameAsOnOtherSystems()
     }
 }
 
-void tst_WindowsPublish::aHostIsUpdatedByThePatchOverAnEncryptedConnection()
+void tst_WindowsPublish::a_host_is_updated_by_the_patch_over_an_encrypted_connection()
 {
     const QString certificate = m_folder.filePath(QStringLiteral("authority.pem"));
     QVERIFY(UpdateSite::Write(certificate, m_nginx.Certificate().toPem()));

@@ -61,14 +61,14 @@ private slots:
     void init();
     void cleanup();
 
-    void aFreshUpdateRunsTheInstallerThatItDownloaded();
-    void theInstallerOutlivesTheHost();
-    void aPatchAgainstTheKeptInstallerIsTheUpdate();
-    void aKilledDownloadContinuesWhereItsStateStood();
-    void anInstallerPutOffIsOfferedByTheNextRun();
-    void aReportReachesAServiceThatTheMachineTrusts();
-    void noReportIsSentToAServiceThatTheMachineDoesNotTrust();
-    void everyPageHasItsPicture();
+    void a_fresh_update_runs_the_installer_that_it_downloaded();
+    void the_installer_outlives_the_host();
+    void a_patch_against_the_kept_installer_is_the_update();
+    void a_killed_download_continues_where_its_state_stood();
+    void an_installer_put_off_is_offered_by_the_next_run();
+    void a_report_reaches_a_service_that_the_machine_trusts();
+    void no_report_is_sent_to_a_service_that_the_machine_does_not_trust();
+    void every_page_has_its_picture();
 };
 
 QByteArray tst_WindowsUpdate::Built(const QString &name) const
@@ -120,7 +120,7 @@ void tst_WindowsUpdate::cleanup()
     m_scene.reset();
 }
 
-void tst_WindowsUpdate::aFreshUpdateRunsTheInstallerThatItDownloaded()
+void tst_WindowsUpdate::a_fresh_update_runs_the_installer_that_it_downloaded()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(m_installer));
@@ -135,7 +135,7 @@ void tst_WindowsUpdate::aFreshUpdateRunsTheInstallerThatItDownloaded()
                           QStringLiteral("InstallStarted")}));
 }
 
-void tst_WindowsUpdate::theInstallerOutlivesTheHost()
+void tst_WindowsUpdate::the_installer_outlives_the_host()
 {
     QVERIFY(UpdateSite::Write(m_machine.HoldFile(), QByteArray()));
     QVERIFY(m_scene->StartServer());
@@ -147,7 +147,7 @@ void tst_WindowsUpdate::theInstallerOutlivesTheHost()
     QVERIFY(m_scene->InstallerHasRun(version));
 }
 
-void tst_WindowsUpdate::aPatchAgainstTheKeptInstallerIsTheUpdate()
+void tst_WindowsUpdate::a_patch_against_the_kept_installer_is_the_update()
 {
     const QString kept = m_scene->site.WorkingFolder() + QStringLiteral("/kept.exe");
     QVERIFY(UpdateSite::Write(kept, m_installer));
@@ -169,7 +169,7 @@ void tst_WindowsUpdate::aPatchAgainstTheKeptInstallerIsTheUpdate()
     QCOMPARE(m_scene->RangesAsked(fullPackage), QStringList());
 }
 
-void tst_WindowsUpdate::aKilledDownloadContinuesWhereItsStateStood()
+void tst_WindowsUpdate::a_killed_download_continues_where_its_state_stood()
 {
     constexpr int bytesPerSecond = 16 * 1024 * 1024;
     QVERIFY(m_scene->StartServer(bytesPerSecond));
@@ -192,7 +192,7 @@ void tst_WindowsUpdate::aKilledDownloadContinuesWhereItsStateStood()
     QVERIFY(UpdateSite::Read(m_scene->InstalledPath()) == m_installer);
 }
 
-void tst_WindowsUpdate::anInstallerPutOffIsOfferedByTheNextRun()
+void tst_WindowsUpdate::an_installer_put_off_is_offered_by_the_next_run()
 {
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(m_installer));
@@ -211,7 +211,7 @@ void tst_WindowsUpdate::anInstallerPutOffIsOfferedByTheNextRun()
     QCOMPARE(m_scene->server->Requests(), QStringList());
 }
 
-void tst_WindowsUpdate::aReportReachesAServiceThatTheMachineTrusts()
+void tst_WindowsUpdate::a_report_reaches_a_service_that_the_machine_trusts()
 {
     const TestCertificates certificates;
     QVERIFY(m_machine.Trust(certificates.AuthorityFile()));
@@ -231,7 +231,7 @@ void tst_WindowsUpdate::aReportReachesAServiceThatTheMachineTrusts()
     QCOMPARE(record.value(QLatin1String("uid")).toString().size(), signLength);
 }
 
-void tst_WindowsUpdate::noReportIsSentToAServiceThatTheMachineDoesNotTrust()
+void tst_WindowsUpdate::no_report_is_sent_to_a_service_that_the_machine_does_not_trust()
 {
     const TestCertificates certificates;
     StatisticsServer statistics(certificates);
@@ -244,7 +244,7 @@ void tst_WindowsUpdate::noReportIsSentToAServiceThatTheMachineDoesNotTrust()
     QVERIFY(m_scene->InstallerHasRun(version));
 }
 
-void tst_WindowsUpdate::everyPageHasItsPicture()
+void tst_WindowsUpdate::every_page_has_its_picture()
 {
     const QDir pictures(m_machine.Built(QStringLiteral("screenshots")));
     QVERIFY(QDir(pictures).removeRecursively());

@@ -60,9 +60,9 @@ void tst_Bspatch::an_empty_file_is_a_file_data()
     QTest::addColumn<QByteArray>("oldContent");
     QTest::addColumn<QByteArray>("newContent");
 
-    QTest::newRow("both empty") << QByteArray("") << QByteArray("");
-    QTest::newRow("empty old") << QByteArray("") << gTestBytes(100000);
-    QTest::newRow("empty new") << gTestBytes(100000) << QByteArray("");
+    QTest::newRow("both_empty") << QByteArray("") << QByteArray("");
+    QTest::newRow("empty_old") << QByteArray("") << gTestBytes(100000);
+    QTest::newRow("empty_new") << gTestBytes(100000) << QByteArray("");
 }
 
 void tst_Bspatch::an_empty_file_is_a_file()
@@ -89,13 +89,13 @@ void tst_Bspatch::steps_to_any_place_are_followed_data()
     QTest::addColumn<int>("longestStep");
     QTest::addColumn<int>("lowest");
 
-    QTest::newRow("steps of a few bytes") << 5000 << 60000 << 30 << 0;
-    QTest::newRow("steps longer than the old file") << 3000 << 200000 << 20000 << 0;
-    QTest::newRow("steps to before the old file") << 30000 << 400000 << 20000 << -20000;
-    QTest::newRow("steps about as long as a block") << 1000000 << 4000000 << 140000 << 0;
-    QTest::newRow("an old file of whole blocks") << 131072 << 1000000 << 100000 << 0;
-    QTest::newRow("an empty old file") << 0 << 100000 << 9000 << 0;
-    QTest::newRow("a large file") << (64 << 20) << (64 << 20) << 400000 << 0;
+    QTest::newRow("steps_of_a_few_bytes") << 5000 << 60000 << 30 << 0;
+    QTest::newRow("steps_longer_than_the_old_file") << 3000 << 200000 << 20000 << 0;
+    QTest::newRow("steps_to_before_the_old_file") << 30000 << 400000 << 20000 << -20000;
+    QTest::newRow("steps_about_as_long_as_a_block") << 1000000 << 4000000 << 140000 << 0;
+    QTest::newRow("an_old_file_of_whole_blocks") << 131072 << 1000000 << 100000 << 0;
+    QTest::newRow("an_empty_old_file") << 0 << 100000 << 9000 << 0;
+    QTest::newRow("a_large_file") << (64 << 20) << (64 << 20) << 400000 << 0;
 }
 
 void tst_Bspatch::steps_to_any_place_are_followed()
@@ -119,11 +119,11 @@ void tst_Bspatch::a_position_far_outside_the_old_file_adds_nothing_data()
     QTest::addColumn<qint64>("skipped");
 
     constexpr qint64 highest = std::numeric_limits<qint64>::max();
-    QTest::newRow("one byte before the begin") << qint64(-301);
-    QTest::newRow("far before the begin") << -highest;
-    QTest::newRow("one byte before the end") << qint64(699);
-    QTest::newRow("at the end") << qint64(700);
-    QTest::newRow("far behind the end") << highest - 1000;
+    QTest::newRow("one_byte_before_the_begin") << qint64(-301);
+    QTest::newRow("far_before_the_begin") << -highest;
+    QTest::newRow("one_byte_before_the_end") << qint64(699);
+    QTest::newRow("at_the_end") << qint64(700);
+    QTest::newRow("far_behind_the_end") << highest - 1000;
 }
 
 void tst_Bspatch::a_position_far_outside_the_old_file_adds_nothing()
@@ -160,13 +160,13 @@ void tst_Bspatch::names_are_taken_as_they_are_data()
 {
     QTest::addColumn<QString>("name");
 
-    QTest::newRow("with spaces") << QStringLiteral("a new file");
-    QTest::newRow("with letters of other alphabets") << QString::fromUtf8("n\u00fc \u4f60\u597d");
-    QTest::newRow("like an option") << QStringLiteral("--help");
+    QTest::newRow("with_spaces") << QStringLiteral("a new file");
+    QTest::newRow("with_letters_of_other_alphabets") << QString::fromUtf8("n\u00fc \u4f60\u597d");
+    QTest::newRow("like_an_option") << QStringLiteral("--help");
     // Windows limits the whole path, of which the temporary folder takes its part.
-    QTest::newRow("as long as can be") << QString(IsWindows() ? 150 : 255, QLatin1Char('n'));
-    QTest::newRow("with a folder") << QStringLiteral("folder/../new");
-    QTest::newRow("the name that the module asks for") << QStringLiteral("old.patch");
+    QTest::newRow("as_long_as_can_be") << QString(IsWindows() ? 150 : 255, QLatin1Char('n'));
+    QTest::newRow("with_a_folder") << QStringLiteral("folder/../new");
+    QTest::newRow("the_name_that_the_module_asks_for") << QStringLiteral("old.patch");
 }
 
 void tst_Bspatch::names_are_taken_as_they_are()
@@ -220,31 +220,31 @@ void tst_Bspatch::a_failure_says_why_in_one_line_data()
         QTest::newRow(what) << QString::fromLatin1(oldName) << QString::fromLatin1(newName)
                             << QString::fromLatin1(patchName) << QByteArray(message);
     };
-    row("no old file", "none", "new", "patch", "none: cannot be opened: No such file or directory");
-    row("no patch", "old", "new", "none", "none: cannot be opened: No such file or directory");
-    row("old is a folder", "folder", "new", "patch", "folder: is not a regular file");
-    row("patch is a folder", "old", "new", "folder", "folder: is not a regular file");
-    row("new is a folder", "old", "folder", "patch", "folder: is not a regular file");
-    row("new is in no folder", "old", "none/new", "patch",
+    row("no_old_file", "none", "new", "patch", "none: cannot be opened: No such file or directory");
+    row("no_patch", "old", "new", "none", "none: cannot be opened: No such file or directory");
+    row("old_is_a_folder", "folder", "new", "patch", "folder: is not a regular file");
+    row("patch_is_a_folder", "old", "new", "folder", "folder: is not a regular file");
+    row("new_is_a_folder", "old", "folder", "patch", "folder: is not a regular file");
+    row("new_is_in_no_folder", "old", "none/new", "patch",
         "none/new: cannot be created: No such file or directory");
-    row("new is under a file", "old", "old/new", "patch",
+    row("new_is_under_a_file", "old", "old/new", "patch",
         IsWindows() ? "old/new: cannot be created: No such file or directory"
                     : "old/new: cannot be created: Not a directory");
     if (!IsWindows())
-        row("new is a device", "old", "/dev/null", "patch", "/dev/null: is not a regular file");
-    row("new has no name", "old", "", "patch", ": is not a regular file");
-    row("new is the old one", "old", "old", "patch", "old: is both the old and the new file");
-    row("new is the old one by another name", "old", "link", "patch",
+        row("new_is_a_device", "old", "/dev/null", "patch", "/dev/null: is not a regular file");
+    row("new_has_no_name", "old", "", "patch", ": is not a regular file");
+    row("new_is_the_old_one", "old", "old", "patch", "old: is both the old and the new file");
+    row("new_is_the_old_one_by_another_name", "old", "link", "patch",
         "link: is both the old and the new file");
-    row("new is the patch", "old", "patch", "patch", "patch: is both the patch and the new file");
-    row("patch is no patch", "old", "new", "old", "old: is not a BSDIFF40 patch");
-    row("patch is short", "old", "new", "short", "short: is too short for a patch");
-    row("patch is cut off", "old", "new", "cut", "cut: is damaged: its extra block is cut off");
-    row("patch has a bad size", "old", "new", "size",
+    row("new_is_the_patch", "old", "patch", "patch", "patch: is both the patch and the new file");
+    row("patch_is_no_patch", "old", "new", "old", "old: is not a BSDIFF40 patch");
+    row("patch_is_short", "old", "new", "short", "short: is too short for a patch");
+    row("patch_is_cut_off", "old", "new", "cut", "cut: is damaged: its extra block is cut off");
+    row("patch_has_a_bad_size", "old", "new", "size",
         "size: is damaged: a size in its header is impossible");
-    row("patch has a bad step", "old", "new", "step",
+    row("patch_has_a_bad_step", "old", "new", "step",
         "step: is damaged: its control block makes no sense");
-    row("patch has blocks that are none", "old", "new", "swapped",
+    row("patch_has_blocks_that_are_none", "old", "new", "swapped",
         "swapped: is damaged: its control block ends too early");
 }
 

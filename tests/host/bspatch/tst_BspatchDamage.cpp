@@ -132,15 +132,15 @@ void tst_BspatchDamage::an_impossible_number_in_the_header_is_refused_data()
 
     for (const Field &field : headerFields) {
         const auto row = [&field](const char *what, const QByteArray &number) {
-            QTest::addRow("%s %s", field.name, what) << field.index << number;
+            QTest::addRow("%s_%s", field.name, what) << field.index << number;
         };
-        row("of zero", BsdiffWriter::Number(0));
-        row("of minus zero", minusZero);
-        row("of minus one", BsdiffWriter::Number(-1));
-        row("of the lowest number", BsdiffWriter::Number(-highest));
-        row("of the highest number", BsdiffWriter::Number(highest));
-        row("of all bits", QByteArray(numberSize, '\xff'));
-        row("that overflows when the header is added", BsdiffWriter::Number(highest - headerSize));
+        row("of_zero", BsdiffWriter::Number(0));
+        row("of_minus_zero", minusZero);
+        row("of_minus_one", BsdiffWriter::Number(-1));
+        row("of_the_lowest_number", BsdiffWriter::Number(-highest));
+        row("of_the_highest_number", BsdiffWriter::Number(highest));
+        row("of_all_bits", QByteArray(numberSize, '\xff'));
+        row("that_overflows_when_the_header_is_added", BsdiffWriter::Number(highest - headerSize));
         for (int difference = -headerSize - 1; difference <= 1; ++difference) {
             row(qPrintable(QStringLiteral("of the size of the patch %1").arg(difference)),
                 BsdiffWriter::Number(m_patch.size() + difference));
@@ -163,7 +163,7 @@ void tst_BspatchDamage::a_size_in_the_header_that_is_off_is_refused_data()
 
     for (const Field &field : headerFields) {
         for (const int difference : {-100, -1, 1, 100})
-            QTest::addRow("%s by %d", field.name, difference) << field.index << difference;
+            QTest::addRow("%s_by_%d", field.name, difference) << field.index << difference;
     }
 }
 
@@ -189,24 +189,24 @@ void tst_BspatchDamage::an_impossible_step_is_refused_data()
     for (const int step : {0, 1, 2, 3}) {
         for (const Field &field : {stepFields[0], stepFields[1]}) {
             const auto row = [step, &field](const char *what, const QByteArray &number) {
-                QTest::addRow("step %d, %s %s", step, field.name, what)
+                QTest::addRow("step_%d_%s_%s", step, field.name, what)
                     << step << field.index << number;
             };
-            row("of minus one", BsdiffWriter::Number(-1));
-            row("of the lowest number", BsdiffWriter::Number(-highest));
-            row("of the highest number", BsdiffWriter::Number(highest));
-            row("of all bits", QByteArray(numberSize, '\xff'));
-            row("beyond the new file", BsdiffWriter::Number(m_writer.NewSize() + 1));
-            row("that takes the whole new file", BsdiffWriter::Number(m_writer.NewSize()));
-            row("that is too small by a lot", BsdiffWriter::Number(1));
+            row("of_minus_one", BsdiffWriter::Number(-1));
+            row("of_the_lowest_number", BsdiffWriter::Number(-highest));
+            row("of_the_highest_number", BsdiffWriter::Number(highest));
+            row("of_all_bits", QByteArray(numberSize, '\xff'));
+            row("beyond_the_new_file", BsdiffWriter::Number(m_writer.NewSize() + 1));
+            row("that_takes_the_whole_new_file", BsdiffWriter::Number(m_writer.NewSize()));
+            row("that_is_too_small_by_a_lot", BsdiffWriter::Number(1));
         }
-        QTest::addRow("step %d, adds nothing", step) << step << 0 << BsdiffWriter::Number(0);
-        QTest::addRow("step %d, adds minus zero", step) << step << 0 << minusZero;
+        QTest::addRow("step_%d_adds_nothing", step) << step << 0 << BsdiffWriter::Number(0);
+        QTest::addRow("step_%d_adds_minus_zero", step) << step << 0 << minusZero;
     }
     // The last step copies nothing as it is.
     for (const int step : {0, 1, 2}) {
-        QTest::addRow("step %d, copies nothing", step) << step << 1 << BsdiffWriter::Number(0);
-        QTest::addRow("step %d, copies minus zero", step) << step << 1 << minusZero;
+        QTest::addRow("step_%d_copies_nothing", step) << step << 1 << BsdiffWriter::Number(0);
+        QTest::addRow("step_%d_copies_minus_zero", step) << step << 1 << minusZero;
     }
 }
 
@@ -224,12 +224,12 @@ void tst_BspatchDamage::a_position_beyond_its_type_is_refused_data()
     QTest::addColumn<qint64>("first");
     QTest::addColumn<qint64>("second");
 
-    QTest::newRow("the first skip goes too far") << highest << qint64(0);
-    QTest::newRow("so near to the highest number that the next bytes pass it")
+    QTest::newRow("the_first_skip_goes_too_far") << highest << qint64(0);
+    QTest::newRow("so_near_to_the_highest_number_that_the_next_bytes_pass_it")
         << highest - 9000 - 199 << qint64(0);
-    QTest::newRow("two skips forward") << highest - 20000 << highest;
-    QTest::newRow("two skips backward") << -highest << -highest;
-    QTest::newRow("two skips backward, one too far") << -highest << qint64(-9202);
+    QTest::newRow("two_skips_forward") << highest - 20000 << highest;
+    QTest::newRow("two_skips_backward") << -highest << -highest;
+    QTest::newRow("two_skips_backward_one_too_far") << -highest << qint64(-9202);
 }
 
 void tst_BspatchDamage::a_position_beyond_its_type_is_refused()
@@ -248,10 +248,10 @@ void tst_BspatchDamage::another_magic_is_refused_data()
 {
     QTest::addColumn<QByteArray>("magic");
 
-    QTest::newRow("a later version") << QByteArray("BSDIFF41");
-    QTest::newRow("lower case") << QByteArray("bsdiff40");
+    QTest::newRow("a_later_version") << QByteArray("BSDIFF41");
+    QTest::newRow("lower_case") << QByteArray("bsdiff40");
     QTest::newRow("zeros") << QByteArray(8, '\0');
-    QTest::newRow("another program's") << QByteArray("ENDSLEY/");
+    QTest::newRow("another_programs") << QByteArray("ENDSLEY/");
 }
 
 void tst_BspatchDamage::another_magic_is_refused()
@@ -287,10 +287,10 @@ void tst_BspatchDamage::a_block_that_is_longer_than_the_new_file_is_refused_data
     QTest::addColumn<QByteArray>("extra");
 
     const QByteArray none;
-    QTest::newRow("a step too many") << QByteArray(stepSize, '\0') << none << none;
-    QTest::newRow("a byte behind the steps") << QByteArray(1, '\0') << none << none;
-    QTest::newRow("a byte too many to add") << none << QByteArray(1, '\0') << none;
-    QTest::newRow("a byte too many to copy") << none << none << QByteArray(1, '\0');
+    QTest::newRow("a_step_too_many") << QByteArray(stepSize, '\0') << none << none;
+    QTest::newRow("a_byte_behind_the_steps") << QByteArray(1, '\0') << none << none;
+    QTest::newRow("a_byte_too_many_to_add") << none << QByteArray(1, '\0') << none;
+    QTest::newRow("a_byte_too_many_to_copy") << none << none << QByteArray(1, '\0');
 }
 
 void tst_BspatchDamage::a_block_that_is_longer_than_the_new_file_is_refused()
@@ -313,10 +313,10 @@ void tst_BspatchDamage::numbers_that_only_add_up_are_refused_data()
     QTest::addColumn<int>("diffSize");
     QTest::addColumn<int>("extraSize");
 
-    QTest::newRow("fewer than none added") << QVector<int>{-10, 30, 0} << 0 << 30;
-    QTest::newRow("fewer than none copied") << QVector<int>{20, -5, 0, 5, 0, 0} << 25 << 0;
-    QTest::newRow("more added than fit") << QVector<int>{21, 0, 0} << 21 << 0;
-    QTest::newRow("more copied than fit") << QVector<int>{10, 11, 0} << 10 << 11;
+    QTest::newRow("fewer_than_none_added") << QVector<int>{-10, 30, 0} << 0 << 30;
+    QTest::newRow("fewer_than_none_copied") << QVector<int>{20, -5, 0, 5, 0, 0} << 25 << 0;
+    QTest::newRow("more_added_than_fit") << QVector<int>{21, 0, 0} << 21 << 0;
+    QTest::newRow("more_copied_than_fit") << QVector<int>{10, 11, 0} << 10 << 11;
 }
 
 void tst_BspatchDamage::numbers_that_only_add_up_are_refused()
@@ -361,8 +361,8 @@ void tst_BspatchDamage::a_flipped_bit_never_makes_another_file_data()
     BsdiffWriter small;
     small.AddStep(QByteArray(700, '\0') + Bytes(60), Bytes(50), 20);
     small.AddStep(Bytes(30), QByteArray(90, 'x'), 0);
-    QTest::newRow("of a small patch, mostly code tables") << small.Build() << 3;
-    QTest::newRow("of a larger patch, mostly data") << m_patch << 509;
+    QTest::newRow("of_a_small_patch_mostly_code_tables") << small.Build() << 3;
+    QTest::newRow("of_a_larger_patch_mostly_data") << m_patch << 509;
 }
 
 void tst_BspatchDamage::a_flipped_bit_never_makes_another_file()
@@ -394,9 +394,9 @@ void tst_BspatchDamage::rubbish_behind_the_compressed_data_is_no_damage_data()
 {
     QTest::addColumn<int>("block");
 
-    QTest::newRow("in the control block") << 0;
-    QTest::newRow("in the diff block") << 1;
-    QTest::newRow("at the end") << 2;
+    QTest::newRow("in_the_control_block") << 0;
+    QTest::newRow("in_the_diff_block") << 1;
+    QTest::newRow("at_the_end") << 2;
 }
 
 void tst_BspatchDamage::rubbish_behind_the_compressed_data_is_no_damage()

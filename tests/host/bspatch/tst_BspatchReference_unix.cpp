@@ -56,13 +56,13 @@ void tst_BspatchReference_unix::the_new_file_is_what_the_reference_makes_data()
 
     const QByteArray some = gTestBytes(100000);
     QTest::newRow("identical") << some << some;
-    QTest::newRow("old is the begin of new") << some.left(40000) << some;
-    QTest::newRow("new is the begin of old") << some << some.left(65536);
-    QTest::newRow("halves changed places") << some << some.mid(50000) + some.left(50000);
-    QTest::newRow("nothing in common") << some << gTestBytes(90000, 2);
+    QTest::newRow("old_is_the_begin_of_new") << some.left(40000) << some;
+    QTest::newRow("new_is_the_begin_of_old") << some << some.left(65536);
+    QTest::newRow("halves_changed_places") << some << some.mid(50000) + some.left(50000);
+    QTest::newRow("nothing_in_common") << some << gTestBytes(90000, 2);
     QTest::newRow("zeros") << QByteArray(300000, '\0') << QByteArray(200001, '\0');
     const QByteArray large = gTestBytes(4 << 20);
-    QTest::newRow("random edits") << large << Edited(large, 500, 1);
+    QTest::newRow("random_edits") << large << Edited(large, 500, 1);
 }
 
 void tst_BspatchReference_unix::the_new_file_is_what_the_reference_makes()
@@ -105,14 +105,14 @@ void tst_BspatchReference_unix::steps_go_where_those_of_the_reference_go_data()
     QTest::addColumn<int>("newSize");
     QTest::addColumn<int>("longestStep");
 
-    QTest::newRow("steps of a few bytes") << 5000 << 60000 << 30;
-    QTest::newRow("steps longer than the old file") << 3000 << 200000 << 20000;
-    QTest::newRow("steps about as long as a block") << 1000000 << 4000000 << 140000;
-    QTest::newRow("an old file of whole blocks") << 131072 << 1000000 << 100000;
-    QTest::newRow("an empty old file") << 0 << 100000 << 9000;
-    QTest::newRow("an empty new file") << 100000 << 0 << 9000;
-    QTest::newRow("two empty files") << 0 << 0 << 9000;
-    QTest::newRow("a large file") << (64 << 20) << (64 << 20) << 400000;
+    QTest::newRow("steps_of_a_few_bytes") << 5000 << 60000 << 30;
+    QTest::newRow("steps_longer_than_the_old_file") << 3000 << 200000 << 20000;
+    QTest::newRow("steps_about_as_long_as_a_block") << 1000000 << 4000000 << 140000;
+    QTest::newRow("an_old_file_of_whole_blocks") << 131072 << 1000000 << 100000;
+    QTest::newRow("an_empty_old_file") << 0 << 100000 << 9000;
+    QTest::newRow("an_empty_new_file") << 100000 << 0 << 9000;
+    QTest::newRow("two_empty_files") << 0 << 0 << 9000;
+    QTest::newRow("a_large_file") << (64 << 20) << (64 << 20) << 400000;
 }
 
 void tst_BspatchReference_unix::steps_go_where_those_of_the_reference_go()

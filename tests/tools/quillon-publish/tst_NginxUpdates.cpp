@@ -39,17 +39,17 @@ class tst_NginxUpdates : public QObject
 private slots:
     void initTestCase();
 
-    void TheManifestIsChosenByTheVersionOfTheClient_data();
-    void TheManifestIsChosenByTheVersionOfTheClient();
-    void FilesOutsideTheServiceAreNotServed_data();
-    void FilesOutsideTheServiceAreNotServed();
-    void ManifestsAreNotKept();
-    void TheLargestManifestIsOneTlsRecord();
-    void HeadTellsTheLengthOfAPackage_data();
-    void HeadTellsTheLengthOfAPackage();
-    void ARangeOfAPackageIsServed();
-    void AStatisticsRecordIsAnsweredAndLogged();
-    void TheAddressOfTheUserIsNotLogged();
+    void the_manifest_is_chosen_by_the_version_of_the_client_data();
+    void the_manifest_is_chosen_by_the_version_of_the_client();
+    void files_outside_the_service_are_not_served_data();
+    void files_outside_the_service_are_not_served();
+    void manifests_are_not_kept();
+    void the_largest_manifest_is_one_tls_record();
+    void head_tells_the_length_of_a_package_data();
+    void head_tells_the_length_of_a_package();
+    void a_range_of_a_package_is_served();
+    void a_statistics_record_is_answered_and_logged();
+    void the_address_of_the_user_is_not_logged();
 
 private:
     using ReplyPointer = std::unique_ptr<QNetworkReply>;
@@ -99,23 +99,23 @@ tst_NginxUpdates::ReplyPointer tst_NginxUpdates::Get(const QString &url, const Q
     return Finished(m_network.get(request));
 }
 
-void tst_NginxUpdates::TheManifestIsChosenByTheVersionOfTheClient_data()
+void tst_NginxUpdates::the_manifest_is_chosen_by_the_version_of_the_client_data()
 {
     QTest::addColumn<QString>("query");
     QTest::addColumn<QString>("file");
     const QString others = gText("manifest.xml");
-    QTest::newRow("a version with a patch")
+    QTest::newRow("a_version_with_a_patch")
         << gText("pid=1&version=9.2.0.0&email=a@b.example") << gText("manifests/9.2.0.0.xml");
-    QTest::newRow("the new version")
+    QTest::newRow("the_new_version")
         << gText("pid=1&version=9.3.0.0&email=") << gText("manifests/9.3.0.0.xml");
-    QTest::newRow("an unknown version") << gText("pid=&version=8.0&email=") << others;
-    QTest::newRow("no version") << gText("pid=&version=&email=") << others;
-    QTest::newRow("a path as the version") << gText("version=../../secret") << others;
-    QTest::newRow("a path inside the site") << gText("version=../manifests/9.2.0.0") << others;
-    QTest::newRow("an encoded path") << gText("version=%2e%2e%2f%2e%2e%2fsecret") << others;
+    QTest::newRow("an_unknown_version") << gText("pid=&version=8.0&email=") << others;
+    QTest::newRow("no_version") << gText("pid=&version=&email=") << others;
+    QTest::newRow("a_path_as_the_version") << gText("version=../../secret") << others;
+    QTest::newRow("a_path_inside_the_site") << gText("version=../manifests/9.2.0.0") << others;
+    QTest::newRow("an_encoded_path") << gText("version=%2e%2e%2f%2e%2e%2fsecret") << others;
 }
 
-void tst_NginxUpdates::TheManifestIsChosenByTheVersionOfTheClient()
+void tst_NginxUpdates::the_manifest_is_chosen_by_the_version_of_the_client()
 {
     QFETCH(QString, query);
     QFETCH(QString, file);
@@ -127,28 +127,28 @@ void tst_NginxUpdates::TheManifestIsChosenByTheVersionOfTheClient()
     }
 }
 
-void tst_NginxUpdates::FilesOutsideTheServiceAreNotServed_data()
+void tst_NginxUpdates::files_outside_the_service_are_not_served_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("a file beside the site") << gText("/packages/..%2f..%2fsecret.xml");
-    QTest::newRow("a manifest by its file name") << gText("/manifests/9.2.0.0.xml");
-    QTest::newRow("the list of the packages") << gText("/packages/");
-    QTest::newRow("the root") << gText("/");
+    QTest::newRow("a_file_beside_the_site") << gText("/packages/..%2f..%2fsecret.xml");
+    QTest::newRow("a_manifest_by_its_file_name") << gText("/manifests/9.2.0.0.xml");
+    QTest::newRow("the_list_of_the_packages") << gText("/packages/");
+    QTest::newRow("the_root") << gText("/");
 }
 
-void tst_NginxUpdates::FilesOutsideTheServiceAreNotServed()
+void tst_NginxUpdates::files_outside_the_service_are_not_served()
 {
     QFETCH(QString, path);
     QVERIFY(gStatus(*Get(m_nginx.PlainUrl() + path)) >= 400);
 }
 
-void tst_NginxUpdates::ManifestsAreNotKept()
+void tst_NginxUpdates::manifests_are_not_kept()
 {
     QCOMPARE(gHeader(*Get(m_nginx.PlainUrl() + gText("/update?version=")), "Cache-Control"),
              QByteArray("no-cache"));
 }
 
-void tst_NginxUpdates::TheLargestManifestIsOneTlsRecord()
+void tst_NginxUpdates::the_largest_manifest_is_one_tls_record()
 {
     constexpr int largest = 15 * 1024;
     QFile file(m_desk.Site() + gText("/manifests/7.0.xml"));
@@ -175,14 +175,14 @@ void tst_NginxUpdates::TheLargestManifestIsOneTlsRecord()
     QVERIFY2(longest > largest, qPrintable(QString::number(longest)));
 }
 
-void tst_NginxUpdates::HeadTellsTheLengthOfAPackage_data()
+void tst_NginxUpdates::head_tells_the_length_of_a_package_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("the installer") << gText("corvina-9.3.0.0.exe");
-    QTest::newRow("the patch") << gText("corvina-9.2.0.0-to-9.3.0.0.patch");
+    QTest::newRow("the_installer") << gText("corvina-9.3.0.0.exe");
+    QTest::newRow("the_patch") << gText("corvina-9.2.0.0-to-9.3.0.0.patch");
 }
 
-void tst_NginxUpdates::HeadTellsTheLengthOfAPackage()
+void tst_NginxUpdates::head_tells_the_length_of_a_package()
 {
     QFETCH(QString, name);
     const QByteArray length =
@@ -199,7 +199,7 @@ void tst_NginxUpdates::HeadTellsTheLengthOfAPackage()
     }
 }
 
-void tst_NginxUpdates::ARangeOfAPackageIsServed()
+void tst_NginxUpdates::a_range_of_a_package_is_served()
 {
     const QByteArray package = ReleaseDesk::Read(ReleaseDesk::Installer(gText("9.3.0.0")));
     const QString url = m_nginx.SecureUrl() + gText("/packages/corvina-9.3.0.0.exe");
@@ -212,7 +212,7 @@ void tst_NginxUpdates::ARangeOfAPackageIsServed()
     QVERIFY(end->readAll() == package.mid(2000000));
 }
 
-void tst_NginxUpdates::AStatisticsRecordIsAnsweredAndLogged()
+void tst_NginxUpdates::a_statistics_record_is_answered_and_logged()
 {
     const ReplyPointer reply = Get(
         m_nginx.SecureUrl() + gText("/tallow/visit/?data="
@@ -242,7 +242,7 @@ void tst_NginxUpdates::AStatisticsRecordIsAnsweredAndLogged()
     QCOMPARE(record.value(gText("ostime")).toInt(), 1700000000);
 }
 
-void tst_NginxUpdates::TheAddressOfTheUserIsNotLogged()
+void tst_NginxUpdates::the_address_of_the_user_is_not_logged()
 {
     QCOMPARE(gStatus(*Get(m_nginx.PlainUrl() +
                           gText("/update?pid=&version=9.2.0.0&email=ann@example.com"))),

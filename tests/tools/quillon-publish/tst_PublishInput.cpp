@@ -21,17 +21,17 @@ class tst_PublishInput : public QObject
 private slots:
     void initTestCase();
 
-    void WrongCommandLinesAreUsageErrors_data();
-    void WrongCommandLinesAreUsageErrors();
-    void HelpNamesEveryOption();
+    void wrong_command_lines_are_usage_errors_data();
+    void wrong_command_lines_are_usage_errors();
+    void help_names_every_option();
 
-    void RefusedInputChangesNothing_data();
-    void RefusedInputChangesNothing();
-    void APackageOfTwoGibibytesIsRefusedWithTheReason();
-    void BlanksAroundTheVersionOfAnInstallerDoNotCount();
+    void refused_input_changes_nothing_data();
+    void refused_input_changes_nothing();
+    void a_package_of_two_gibibytes_is_refused_with_the_reason();
+    void blanks_around_the_version_of_an_installer_do_not_count();
 
-    void NotesBecomeWhatTheVersionPageShows_data();
-    void NotesBecomeWhatTheVersionPageShows();
+    void notes_become_what_the_version_page_shows_data();
+    void notes_become_what_the_version_page_shows();
 
 private:
     /// An installer of a few bytes that carries @p version.
@@ -55,24 +55,24 @@ void tst_PublishInput::initTestCase()
     Small("corvina-9.2.0.0.exe", "9.2.0.0");
 }
 
-void tst_PublishInput::WrongCommandLinesAreUsageErrors_data()
+void tst_PublishInput::wrong_command_lines_are_usage_errors_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("says");
     const auto add = [this](const char *row, const Changes &changes, const char *says) {
         QTest::newRow(row) << m_desk.Arguments(changes) << gText(says);
     };
-    QTest::newRow("nothing at all") << QStringList() << gText("is missing");
+    QTest::newRow("nothing_at_all") << QStringList() << gText("is missing");
     for (const char *option : {"site", "base-url", "product-version", "installer", "notes"}) {
         const QByteArray row = QByteArray("no --") + option;
         add(row.constData(), {{gText(option), QString()}},
             QByteArray(QByteArray("--") + option + " is missing").constData());
     }
-    QTest::newRow("an unknown option")
+    QTest::newRow("an_unknown_option")
         << m_desk.Arguments() + QStringList{gText("--force")} << gText("force");
-    QTest::newRow("an argument without an option")
+    QTest::newRow("an_argument_without_an_option")
         << m_desk.Arguments() + QStringList{gText("extra")} << gText("extra");
-    QTest::newRow("two sites") << m_desk.Arguments() + QStringList{gText("--site"), gText("b")}
+    QTest::newRow("two_sites") << m_desk.Arguments() + QStringList{gText("--site"), gText("b")}
                                << gText("--site is given twice");
     add("a base URL of a file", {{gText("base-url"), gText("file:///srv/updates")}}, "http");
     add("a base URL without a host", {{gText("base-url"), gText("https:///x")}}, "http");
@@ -82,7 +82,7 @@ void tst_PublishInput::WrongCommandLinesAreUsageErrors_data()
     add("a version that is a path", {{gText("product-version"), gText("../9.3")}}, "../9.3");
 }
 
-void tst_PublishInput::WrongCommandLinesAreUsageErrors()
+void tst_PublishInput::wrong_command_lines_are_usage_errors()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, says);
@@ -94,7 +94,7 @@ void tst_PublishInput::WrongCommandLinesAreUsageErrors()
     QCOMPARE(m_desk.Files(), before);
 }
 
-void tst_PublishInput::HelpNamesEveryOption()
+void tst_PublishInput::help_names_every_option()
 {
     const ReleaseDesk::Outcome outcome = ReleaseDesk::Run({gText("--help")});
     QCOMPARE(outcome.code, 0);
@@ -105,7 +105,7 @@ void tst_PublishInput::HelpNamesEveryOption()
     }
 }
 
-void tst_PublishInput::RefusedInputChangesNothing_data()
+void tst_PublishInput::refused_input_changes_nothing_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("says");
@@ -163,7 +163,7 @@ void tst_PublishInput::RefusedInputChangesNothing_data()
                {{gText("site"), m_desk.Path(gText("gone/site"))}}, {}, "no such folder");
 }
 
-void tst_PublishInput::RefusedInputChangesNothing()
+void tst_PublishInput::refused_input_changes_nothing()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, says);
@@ -175,7 +175,7 @@ void tst_PublishInput::RefusedInputChangesNothing()
     QCOMPARE(m_desk.Files(), before);
 }
 
-void tst_PublishInput::APackageOfTwoGibibytesIsRefusedWithTheReason()
+void tst_PublishInput::a_package_of_two_gibibytes_is_refused_with_the_reason()
 {
     QFile huge(Small("huge.exe", "9.3.0.0"));
     // Without content beyond the head it takes no room.
@@ -188,7 +188,7 @@ void tst_PublishInput::APackageOfTwoGibibytesIsRefusedWithTheReason()
     QVERIFY2(outcome.err.contains(gText("32-bit")), qPrintable(outcome.err));
 }
 
-void tst_PublishInput::BlanksAroundTheVersionOfAnInstallerDoNotCount()
+void tst_PublishInput::blanks_around_the_version_of_an_installer_do_not_count()
 {
     QTemporaryDir folder;
     const QString installer = Small("blanks-9.3.exe", "  9.3.0.0  ");
@@ -198,45 +198,45 @@ void tst_PublishInput::BlanksAroundTheVersionOfAnInstallerDoNotCount()
     QCOMPARE(outcome.code, 0);
 }
 
-void tst_PublishInput::NotesBecomeWhatTheVersionPageShows_data()
+void tst_PublishInput::notes_become_what_the_version_page_shows_data()
 {
     QTest::addColumn<QString>("file");
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("shown");
     const QString markdown = gText("n.md");
     const QString html = gText("n.html");
-    QTest::newRow("a Markdown list becomes items")
+    QTest::newRow("a_markdown_list_becomes_items")
         << markdown << QByteArray("- One\n- *Two*\n")
         << gText("<ol><li>One</li>\n<li><em>Two</em></li></ol>");
-    QTest::newRow("a numbered list stays one") << markdown << QByteArray("1. One\n2. Two\n")
+    QTest::newRow("a_numbered_list_stays_one") << markdown << QByteArray("1. One\n2. Two\n")
                                                << gText("<ol>\n<li>One</li>\n<li>Two</li>\n</ol>");
-    QTest::newRow("a numbered list inside a bulleted one leaves both whole")
+    QTest::newRow("a_numbered_list_inside_a_bulleted_one_leaves_both_whole")
         << markdown << QByteArray("- One\n  1. Two\n")
         << gText("<ul>\n<li>One<ol>\n<li>Two</li>\n</ol>\n</li>\n</ul>");
-    QTest::newRow("a bulleted list inside another stays in its item")
+    QTest::newRow("a_bulleted_list_inside_another_stays_in_its_item")
         << markdown << QByteArray("- One\n  - Two\n")
         << gText("<ol><li>One<ul>\n<li>Two</li>\n</ul>\n</li></ol>");
-    QTest::newRow("two lists stay what they are")
+    QTest::newRow("two_lists_stay_what_they_are")
         << markdown << QByteArray("- One\n\n# Fixed\n\n- Two\n")
         << gText("<ol><ul>\n<li>One</li>\n</ul>\n<h1>Fixed</h1>\n<ul>\n<li>Two</li>\n</ul></ol>");
-    QTest::newRow("HTML inside Markdown is text") << markdown << QByteArray("- a <b> & c\n")
+    QTest::newRow("html_inside_markdown_is_text") << markdown << QByteArray("- a <b> & c\n")
                                                   << gText("<ol><li>a &lt;b&gt; &amp; c</li></ol>");
-    QTest::newRow("HTML is taken as it is") << html << QByteArray("<li>One &amp; <b>Two</b></li>  ")
+    QTest::newRow("html_is_taken_as_it_is") << html << QByteArray("<li>One &amp; <b>Two</b></li>  ")
                                             << gText("<ol><li>One &amp; <b>Two</b></li>  </ol>");
-    QTest::newRow("a list of its own is not wrapped again")
+    QTest::newRow("a_list_of_its_own_is_not_wrapped_again")
         << html << QByteArray("<ol><li>One</li></ol>") << gText("<ol><li>One</li></ol>");
-    QTest::newRow("the end of a CDATA section is only text")
+    QTest::newRow("the_end_of_a_cdata_section_is_only_text")
         << html << QByteArray("<li>a[b[0]]>c ]]> ]]]]>></li>")
         << gText("<ol><li>a[b[0]]>c ]]> ]]]]>></li></ol>");
-    QTest::newRow("letters of every script come through")
+    QTest::newRow("letters_of_every_script_come_through")
         << markdown << QByteArray("- Gr\xC3\xBC\xC3\x9F\x65 \xF0\x9F\x9A\x80\n")
         << QString::fromUtf8("<ol><li>Gr\xC3\xBC\xC3\x9F\x65 \xF0\x9F\x9A\x80</li></ol>");
-    QTest::newRow("a byte order mark and line ends of other systems are nothing")
+    QTest::newRow("a_byte_order_mark_and_line_ends_of_other_systems_are_nothing")
         << html << QByteArray("\xEF\xBB\xBF<li>One</li>\r\n<li>Two</li>")
         << gText("<ol><li>One</li>\n<li>Two</li></ol>");
 }
 
-void tst_PublishInput::NotesBecomeWhatTheVersionPageShows()
+void tst_PublishInput::notes_become_what_the_version_page_shows()
 {
     QFETCH(QString, file);
     QFETCH(QByteArray, content);

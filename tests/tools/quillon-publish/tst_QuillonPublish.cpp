@@ -37,31 +37,31 @@ private slots:
         m_desk->Write(gText("notes.md"), "- Exports resume\n- Fewer stalls\n");
     }
 
-    void PublishesAPackageThatPatchesRebuildAndManifestsDescribe();
-    void ClientsOfTheNewVersionAreOfferedNothing();
-    void AReleaseWithoutPreviousInstallersHasNoPatch();
-    void AutoNotifyIsSetOnRequestOnly();
-    void TheSlashAtTheEndOfTheBaseUrlIsNotDoubled();
-    void TheNextReleaseReplacesEveryOlderOffer();
-    void TheSameReleaseCanBePublishedAgainWithOtherNotes();
+    void publishes_a_package_that_patches_rebuild_and_manifests_describe();
+    void clients_of_the_new_version_are_offered_nothing();
+    void a_release_without_previous_installers_has_no_patch();
+    void auto_notify_is_set_on_request_only();
+    void the_slash_at_the_end_of_the_base_url_is_not_doubled();
+    void the_next_release_replaces_every_older_offer();
+    void the_same_release_can_be_published_again_with_other_notes();
 
-    void APackageOfTheSizeOfAnotherIsWarnedAbout();
-    void APatchThatSavesNothingIsWarnedAbout();
+    void a_package_of_the_size_of_another_is_warned_about();
+    void a_patch_that_saves_nothing_is_warned_about();
 
-    void PatchesAreNamedAfterBothVersions_data();
-    void PatchesAreNamedAfterBothVersions();
+    void patches_are_named_after_both_versions_data();
+    void patches_are_named_after_both_versions();
 
-    void PackagesArriveBeforeTheManifestsThatNameThem();
-    void PublishedFilesAreReadableForTheWebServer();
+    void packages_arrive_before_the_manifests_that_name_them();
+    void published_files_are_readable_for_the_web_server();
 
-    void FailuresOfThePatchProgramsPublishNothing_data();
-    void FailuresOfThePatchProgramsPublishNothing();
-    void AFailureAtTheLastFilePutsEverythingBack();
-    void AFailedFirstReleaseLeavesNoSite();
-    void AnotherPackageOfTheSameNameIsRefused();
+    void failures_of_the_patch_programs_publish_nothing_data();
+    void failures_of_the_patch_programs_publish_nothing();
+    void a_failure_at_the_last_file_puts_everything_back();
+    void a_failed_first_release_leaves_no_site();
+    void another_package_of_the_same_name_is_refused();
 
-    void TellsTheSecondsAndRefusesASecondRunWhileAPatchIsMade();
-    void WhatAKilledRunLeftIsRemoved();
+    void tells_the_seconds_and_refuses_a_second_run_while_a_patch_is_made();
+    void what_a_killed_run_left_is_removed();
 
 private:
     /// Publishes with @p changes to the command line; false and a report unless it works.
@@ -97,7 +97,7 @@ bool tst_QuillonPublish::PublishEarlier(QMap<QString, QString> changes, const QS
     return Publish(changes, previous);
 }
 
-void tst_QuillonPublish::PublishesAPackageThatPatchesRebuildAndManifestsDescribe()
+void tst_QuillonPublish::publishes_a_package_that_patches_rebuild_and_manifests_describe()
 {
     const QStringList previous{Installer("9.1.0.0"), Installer("9.2.0.0")};
     const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(m_desk->Arguments({}, previous));
@@ -135,7 +135,7 @@ void tst_QuillonPublish::PublishesAPackageThatPatchesRebuildAndManifestsDescribe
     QCOMPARE(m_desk->MissingPackages(), QStringList());
 }
 
-void tst_QuillonPublish::ClientsOfTheNewVersionAreOfferedNothing()
+void tst_QuillonPublish::clients_of_the_new_version_are_offered_nothing()
 {
     QVERIFY(Publish());
     const QByteArray document = ReleaseDesk::Read(m_desk->Site() + gText("/manifests/9.3.0.0.xml"));
@@ -143,7 +143,7 @@ void tst_QuillonPublish::ClientsOfTheNewVersionAreOfferedNothing()
     QVERIFY(!m_desk->Manifest(gText("manifests/9.3.0.0.xml"))->HasExeUrl());
 }
 
-void tst_QuillonPublish::AReleaseWithoutPreviousInstallersHasNoPatch()
+void tst_QuillonPublish::a_release_without_previous_installers_has_no_patch()
 {
     QVERIFY(Publish());
     QCOMPARE(Entries("packages"), QStringList{gText("corvina-9.3.0.0.exe")});
@@ -151,7 +151,7 @@ void tst_QuillonPublish::AReleaseWithoutPreviousInstallersHasNoPatch()
     QVERIFY(m_desk->Manifest(gText(mainManifest))->HasExeUrl());
 }
 
-void tst_QuillonPublish::AutoNotifyIsSetOnRequestOnly()
+void tst_QuillonPublish::auto_notify_is_set_on_request_only()
 {
     const QString manifest = gText("manifests/9.2.0.0.xml");
     const QStringList arguments = m_desk->Arguments(m_desk->QuickPatches(), {Installer("9.2.0.0")});
@@ -161,14 +161,14 @@ void tst_QuillonPublish::AutoNotifyIsSetOnRequestOnly()
     QVERIFY(m_desk->Manifest(manifest)->AutoNotify());
 }
 
-void tst_QuillonPublish::TheSlashAtTheEndOfTheBaseUrlIsNotDoubled()
+void tst_QuillonPublish::the_slash_at_the_end_of_the_base_url_is_not_doubled()
 {
     QVERIFY(Publish({{gText("base-url"), gText("http://127.0.0.1:8080/")}}));
     QCOMPARE(m_desk->Manifest(gText(mainManifest))->ExeUrl(),
              gText("http://127.0.0.1:8080/packages/corvina-9.3.0.0.exe"));
 }
 
-void tst_QuillonPublish::TheNextReleaseReplacesEveryOlderOffer()
+void tst_QuillonPublish::the_next_release_replaces_every_older_offer()
 {
     const QMap<QString, QString> changes = m_desk->QuickPatches();
     QVERIFY(PublishEarlier(changes, {Installer("9.1.0.0")}));
@@ -188,7 +188,7 @@ void tst_QuillonPublish::TheNextReleaseReplacesEveryOlderOffer()
     QCOMPARE(m_desk->MissingPackages(), QStringList());
 }
 
-void tst_QuillonPublish::TheSameReleaseCanBePublishedAgainWithOtherNotes()
+void tst_QuillonPublish::the_same_release_can_be_published_again_with_other_notes()
 {
     QVERIFY(Publish());
     m_desk->Write(gText("notes.md"), "- Something else\n");
@@ -197,7 +197,7 @@ void tst_QuillonPublish::TheSameReleaseCanBePublishedAgainWithOtherNotes()
              gText("<ol><li>Something else</li></ol>"));
 }
 
-void tst_QuillonPublish::APackageOfTheSizeOfAnotherIsWarnedAbout()
+void tst_QuillonPublish::a_package_of_the_size_of_another_is_warned_about()
 {
     const QString twin = m_desk->Path(gText("twin-9.2.0.0.exe"));
     QVERIFY(QFile::copy(Installer("9.2.0.0"), twin));
@@ -212,7 +212,7 @@ void tst_QuillonPublish::APackageOfTheSizeOfAnotherIsWarnedAbout()
         QString());
 }
 
-void tst_QuillonPublish::APatchThatSavesNothingIsWarnedAbout()
+void tst_QuillonPublish::a_patch_that_saves_nothing_is_warned_about()
 {
     const ReleaseDesk::Outcome outcome =
         ReleaseDesk::Run(m_desk->Arguments(m_desk->QuickPatches(), {Installer("9.2.0.0")}));
@@ -222,21 +222,21 @@ void tst_QuillonPublish::APatchThatSavesNothingIsWarnedAbout()
     QVERIFY(outcome.out.contains(gText("saves 0.0 %")));
 }
 
-void tst_QuillonPublish::PatchesAreNamedAfterBothVersions_data()
+void tst_QuillonPublish::patches_are_named_after_both_versions_data()
 {
     QTest::addColumn<QString>("installer");
     QTest::addColumn<QString>("patch");
-    QTest::newRow("the version in the name is replaced")
+    QTest::newRow("the_version_in_the_name_is_replaced")
         << gText("corvina-9.3.0.0.exe") << gText("corvina-9.2.0.0-to-9.3.0.0.patch");
-    QTest::newRow("what stands behind the version stays")
+    QTest::newRow("what_stands_behind_the_version_stays")
         << gText("corvina-9.3.0.0-x64.exe") << gText("corvina-9.2.0.0-to-9.3.0.0-x64.patch");
-    QTest::newRow("a name without the version gets both")
+    QTest::newRow("a_name_without_the_version_gets_both")
         << gText("CorvinaSetup.exe") << gText("CorvinaSetup-9.2.0.0-to-9.3.0.0.patch");
-    QTest::newRow("a name without a suffix loses nothing")
+    QTest::newRow("a_name_without_a_suffix_loses_nothing")
         << gText("corvina-9.3.0.0") << gText("corvina-9.2.0.0-to-9.3.0.0.patch");
 }
 
-void tst_QuillonPublish::PatchesAreNamedAfterBothVersions()
+void tst_QuillonPublish::patches_are_named_after_both_versions()
 {
     QFETCH(QString, installer);
     QFETCH(QString, patch);
@@ -253,7 +253,7 @@ void tst_QuillonPublish::PatchesAreNamedAfterBothVersions()
                 .endsWith(gText("/packages/") + patch));
 }
 
-void tst_QuillonPublish::PackagesArriveBeforeTheManifestsThatNameThem()
+void tst_QuillonPublish::packages_arrive_before_the_manifests_that_name_them()
 {
     QVERIFY(PublishEarlier());
     const QString site = m_desk->Site();
@@ -272,7 +272,7 @@ void tst_QuillonPublish::PackagesArriveBeforeTheManifestsThatNameThem()
                           site + gText("/manifests/9.3.0.0.xml"), site + gText("/manifest.xml")}));
 }
 
-void tst_QuillonPublish::PublishedFilesAreReadableForTheWebServer()
+void tst_QuillonPublish::published_files_are_readable_for_the_web_server()
 {
     const QString secret = m_desk->Path(gText("corvina-9.3.0.0.exe"));
     QVERIFY(QFile::copy(Installer("9.3.0.0"), secret));
@@ -286,30 +286,30 @@ void tst_QuillonPublish::PublishedFilesAreReadableForTheWebServer()
     }
 }
 
-void tst_QuillonPublish::FailuresOfThePatchProgramsPublishNothing_data()
+void tst_QuillonPublish::failures_of_the_patch_programs_publish_nothing_data()
 {
     QTest::addColumn<QString>("option");
     QTest::addColumn<QByteArray>("script");
     QTest::addColumn<QString>("says");
     const QString bsdiff = gText("bsdiff");
     const QString bspatch = gText("bspatch");
-    QTest::newRow("bsdiff fails after half a patch")
+    QTest::newRow("bsdiff_fails_after_half_a_patch")
         << bsdiff << QByteArray("echo half > \"$3\"; echo no memory >&2; exit 3\n")
         << gText("exit code 3: no memory");
-    QTest::newRow("bsdiff crashes") << bsdiff << QByteArray("kill -9 $$\n") << gText("it crashed");
-    QTest::newRow("bsdiff writes nothing") << bsdiff << QByteArray("exit 0\n") << gText("no patch");
-    QTest::newRow("bsdiff is not there") << bsdiff << QByteArray() << gText("cannot start");
-    QTest::newRow("the patch program fails")
+    QTest::newRow("bsdiff_crashes") << bsdiff << QByteArray("kill -9 $$\n") << gText("it crashed");
+    QTest::newRow("bsdiff_writes_nothing") << bsdiff << QByteArray("exit 0\n") << gText("no patch");
+    QTest::newRow("bsdiff_is_not_there") << bsdiff << QByteArray() << gText("cannot start");
+    QTest::newRow("the_patch_program_fails")
         << bspatch << QByteArray("echo Corrupt patch >&2; exit 1\n") << gText("Corrupt patch");
-    QTest::newRow("the patch program gives another file")
+    QTest::newRow("the_patch_program_gives_another_file")
         << bspatch << QByteArray("cp \"$1\" \"$2\"\n") << gText("does not give the installer");
-    QTest::newRow("the patch program gives no file")
+    QTest::newRow("the_patch_program_gives_no_file")
         << bspatch << QByteArray("exit 0\n") << gText("does not give the installer");
-    QTest::newRow("the patch program is not there")
+    QTest::newRow("the_patch_program_is_not_there")
         << bspatch << QByteArray() << gText("cannot start");
 }
 
-void tst_QuillonPublish::FailuresOfThePatchProgramsPublishNothing()
+void tst_QuillonPublish::failures_of_the_patch_programs_publish_nothing()
 {
     QFETCH(QString, option);
     QFETCH(QByteArray, script);
@@ -329,7 +329,7 @@ void tst_QuillonPublish::FailuresOfThePatchProgramsPublishNothing()
     QCOMPARE(m_desk->Files(), before);
 }
 
-void tst_QuillonPublish::AFailureAtTheLastFilePutsEverythingBack()
+void tst_QuillonPublish::a_failure_at_the_last_file_puts_everything_back()
 {
     QVERIFY(PublishEarlier());
     QVERIFY(QFile::remove(m_desk->Site() + gText("/manifest.xml")));
@@ -343,7 +343,7 @@ void tst_QuillonPublish::AFailureAtTheLastFilePutsEverythingBack()
     QCOMPARE(m_desk->Files(), before);
 }
 
-void tst_QuillonPublish::AFailedFirstReleaseLeavesNoSite()
+void tst_QuillonPublish::a_failed_first_release_leaves_no_site()
 {
     const QStringList arguments = m_desk->Arguments(
         {{gText("bsdiff"), m_desk->Path(gText("nothing"))}}, {Installer("9.2.0.0")});
@@ -352,7 +352,7 @@ void tst_QuillonPublish::AFailedFirstReleaseLeavesNoSite()
     QCOMPARE(m_desk->Files(), before);
 }
 
-void tst_QuillonPublish::AnotherPackageOfTheSameNameIsRefused()
+void tst_QuillonPublish::another_package_of_the_same_name_is_refused()
 {
     QVERIFY(Publish());
     QFile published(Package("corvina-9.3.0.0.exe"));
@@ -368,7 +368,7 @@ void tst_QuillonPublish::AnotherPackageOfTheSameNameIsRefused()
     QCOMPARE(m_desk->Files(), before);
 }
 
-void tst_QuillonPublish::TellsTheSecondsAndRefusesASecondRunWhileAPatchIsMade()
+void tst_QuillonPublish::tells_the_seconds_and_refuses_a_second_run_while_a_patch_is_made()
 {
     const QString go = m_desk->Path(gText("go"));
     const QString slow =
@@ -389,7 +389,7 @@ void tst_QuillonPublish::TellsTheSecondsAndRefusesASecondRunWhileAPatchIsMade()
     QVERIFY(QFileInfo::exists(Package(patchName)));
 }
 
-void tst_QuillonPublish::WhatAKilledRunLeftIsRemoved()
+void tst_QuillonPublish::what_a_killed_run_left_is_removed()
 {
     const QString started = m_desk->Path(gText("started"));
     const QString go = m_desk->Path(gText("go"));

@@ -16,9 +16,9 @@ class tst_HostileCheck : public QObject
     Q_OBJECT
 
 private slots:
-    void AnAnswer_data();
-    void AnAnswer();
-    void ACertificateOfAnUnknownAuthority();
+    void an_answer_data();
+    void an_answer();
+    void a_certificate_of_an_unknown_authority();
 
 private:
     static void Listen(const QString &address)
@@ -61,7 +61,7 @@ FaultScript gScript(const FaultAnswer &answer)
 }
 } // namespace
 
-void tst_HostileCheck::AnAnswer_data()
+void tst_HostileCheck::an_answer_data()
 {
     QTest::addColumn<FaultAnswer>("answer");
     QTest::addColumn<QString>("page");
@@ -91,7 +91,7 @@ void tst_HostileCheck::AnAnswer_data()
          latest);
     ends("a manifest cut in the middle", honest.CutAfter(60), failed);
     // The interactive check takes one look at what has arrived; the silent one waits for all of it.
-    QTest::newRow("a manifest whose second half comes late")
+    QTest::newRow("a_manifest_whose_second_half_comes_late")
         << honest.PauseAfter(60, 50) << "hint" << latest << true;
     ends("half a manifest that claims to be whole", FaultAnswer::Text(gManifest().left(60)),
          latest);
@@ -111,7 +111,7 @@ void tst_HostileCheck::AnAnswer_data()
     offers("very many header fields", honest.HeaderFlood(30000));
 }
 
-void tst_HostileCheck::AnAnswer()
+void tst_HostileCheck::an_answer()
 {
     QFETCH(FaultAnswer, answer);
     QFETCH(QString, page);
@@ -137,7 +137,7 @@ void tst_HostileCheck::AnAnswer()
     QVERIFY(!QFile::exists(rig.Target()));
 }
 
-void tst_HostileCheck::ACertificateOfAnUnknownAuthority()
+void tst_HostileCheck::a_certificate_of_an_unknown_authority()
 {
     const TestCertificates certificates;
     FaultServer server(certificates);

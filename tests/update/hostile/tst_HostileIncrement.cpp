@@ -16,10 +16,10 @@ class tst_HostileIncrement : public QObject
 
 private slots:
     void initTestCase();
-    void APackage_data();
-    void APackage();
-    void AnAddress_data();
-    void AnAddress();
+    void a_package_data();
+    void a_package();
+    void an_address_data();
+    void an_address();
 
 private:
     enum class Outcome { Patched, FullPackage, Told };
@@ -80,7 +80,7 @@ tst_HostileIncrement::Spoil tst_HostileIncrement::Ranges(const FaultAnswer &answ
     };
 }
 
-void tst_HostileIncrement::APackage_data()
+void tst_HostileIncrement::a_package_data()
 {
     QTest::addColumn<Spoil>("spoil");
     QTest::addColumn<int>("outcome");
@@ -94,35 +94,35 @@ void tst_HostileIncrement::APackage_data()
         BsdiffWriter::Number(1000000000) + BsdiffWriter::Number(0) + BsdiffWriter::Number(0);
 
     row(
-        "in order", [](FaultScript &) {}, Outcome::Patched);
-    row("cut once in every range", Ranges(honest.CutAfter(100), honest), Outcome::Patched);
-    row("reset once in every range", Ranges(honest.ResetAfter(100), honest), Outcome::Patched);
-    row("stalled once in every range", Ranges(honest.StallAfter(100), honest), Outcome::Patched);
-    row("cut again and again but going on", Ranges(honest.CutAfter(300), honest.CutAfter(300)),
+        "in_order", [](FaultScript &) {}, Outcome::Patched);
+    row("cut_once_in_every_range", Ranges(honest.CutAfter(100), honest), Outcome::Patched);
+    row("reset_once_in_every_range", Ranges(honest.ResetAfter(100), honest), Outcome::Patched);
+    row("stalled_once_in_every_range", Ranges(honest.StallAfter(100), honest), Outcome::Patched);
+    row("cut_again_and_again_but_going_on", Ranges(honest.CutAfter(300), honest.CutAfter(300)),
         Outcome::Patched);
-    row("never answered", Ranges(FaultAnswer::Closed(), FaultAnswer::Closed()), Outcome::Told);
-    row("not found", Ranges(FaultAnswer::Status(404), FaultAnswer::Status(404)), Outcome::Told);
-    row("the whole file for every range", Ranges(honest.OverlookRange(), honest.OverlookRange()),
+    row("never_answered", Ranges(FaultAnswer::Closed(), FaultAnswer::Closed()), Outcome::Told);
+    row("not_found", Ranges(FaultAnswer::Status(404), FaultAnswer::Status(404)), Outcome::Told);
+    row("the_whole_file_for_every_range", Ranges(honest.OverlookRange(), honest.OverlookRange()),
         Outcome::Told);
     row("compressed", Ranges(honest.Gzip(), honest.Gzip()), Outcome::Told);
-    row("of no bytes", Another(""), Outcome::Told);
-    row("of one byte", Another("B"), Outcome::FullPackage);
-    row("half a patch", Another(m_patch.left(m_patch.size() / 2)), Outcome::FullPackage);
-    row("a page in its place", Another(page), Outcome::FullPackage);
+    row("of_no_bytes", Another(""), Outcome::Told);
+    row("of_one_byte", Another("B"), Outcome::FullPackage);
+    row("half_a_patch", Another(m_patch.left(m_patch.size() / 2)), Outcome::FullPackage);
+    row("a_page_in_its_place", Another(page), Outcome::FullPackage);
     QByteArray other = m_old;
     for (int at = 100; at < other.size(); at += 50)
         other[at] = static_cast<char>(other.at(at) + 1);
-    row("for another installer", Another(PatchProgram::MakePatch(other, m_new)),
+    row("for_another_installer", Another(PatchProgram::MakePatch(other, m_new)),
         Outcome::FullPackage);
-    row("that makes another installer", Another(PatchProgram::MakePatch(m_old, "another")),
+    row("that_makes_another_installer", Another(PatchProgram::MakePatch(m_old, "another")),
         Outcome::FullPackage);
-    row("that names a new file larger than any disk",
+    row("that_names_a_new_file_larger_than_any_disk",
         Another(BsdiffWriter::Build(blocks, Q_INT64_C(1) << 60)), Outcome::FullPackage);
-    row("whose sizes are below zero", Another(BsdiffWriter::Build(blocks, -1)),
+    row("whose_sizes_are_below_zero", Another(BsdiffWriter::Build(blocks, -1)),
         Outcome::FullPackage);
 }
 
-void tst_HostileIncrement::APackage()
+void tst_HostileIncrement::a_package()
 {
     QFETCH(Spoil, spoil);
     QFETCH(int, outcome);
@@ -149,16 +149,16 @@ void tst_HostileIncrement::APackage()
     QVERIFY(gReadFile(world.KeptInstaller()) == m_new);
 }
 
-void tst_HostileIncrement::AnAddress_data()
+void tst_HostileIncrement::an_address_data()
 {
     QTest::addColumn<QString>("address");
-    QTest::newRow("that names the kept installer") << "/Corvina9";
-    QTest::newRow("of a folder") << "/increase/";
-    QTest::newRow("of the folder above") << "/increase/..";
-    QTest::newRow("of a file of this machine") << "file:///etc/passwd";
+    QTest::newRow("that_names_the_kept_installer") << "/Corvina9";
+    QTest::newRow("of_a_folder") << "/increase/";
+    QTest::newRow("of_the_folder_above") << "/increase/..";
+    QTest::newRow("of_a_file_of_this_machine") << "file:///etc/passwd";
 }
 
-void tst_HostileIncrement::AnAddress()
+void tst_HostileIncrement::an_address()
 {
     QFETCH(QString, address);
     const PatchProgram program;

@@ -8,10 +8,10 @@ class tst_HostilePace : public QObject
     Q_OBJECT
 
 private slots:
-    void AnOddPace_data();
-    void AnOddPace() { Check(); }
-    void AMixedFile_data();
-    void AMixedFile() { Check(); }
+    void an_odd_pace_data();
+    void an_odd_pace() { Check(); }
+    void a_mixed_file_data();
+    void a_mixed_file() { Check(); }
 
 private:
     static void AddRows(const QList<HostileRow> &rows)
@@ -34,57 +34,57 @@ constexpr auto installed = HostileWorld::End::Installed;
 constexpr auto told = HostileWorld::End::Told;
 } // namespace
 
-void tst_HostilePace::AnOddPace_data()
+void tst_HostilePace::an_odd_pace_data()
 {
     const FaultAnswer stalls = gHonest().StallAfter(7000);
     AddRows({
-        {"the second range stalls once", gAtFirst(2, stalls), installed},
-        {"the last range stalls once", gAtFirst(5, stalls), installed},
-        {"all ranges stall once", gAllRangesAtFirst(stalls), installed},
-        {"the second range stalls behind its head once", gAtFirst(2, gHonest().StallAfter(0)),
+        {"the_second_range_stalls_once", gAtFirst(2, stalls), installed},
+        {"the_last_range_stalls_once", gAtFirst(5, stalls), installed},
+        {"all_ranges_stall_once", gAllRangesAtFirst(stalls), installed},
+        {"the_second_range_stalls_behind_its_head_once", gAtFirst(2, gHonest().StallAfter(0)),
          installed},
-        {"the second range stalls again and again but goes on", gAlways(2, stalls), installed},
-        {"the second range is silent twice", gAtFirst(2, FaultAnswer::Silence(), 2), installed},
-        {"the second range is silent for good", gAlways(2, FaultAnswer::Silence()), told,
+        {"the_second_range_stalls_again_and_again_but_goes_on", gAlways(2, stalls), installed},
+        {"the_second_range_is_silent_twice", gAtFirst(2, FaultAnswer::Silence(), 2), installed},
+        {"the_second_range_is_silent_for_good", gAlways(2, FaultAnswer::Silence()), told,
          "stall, range 2"},
-        {"all ranges are silent for good", gAllRanges(FaultAnswer::Silence()), told,
+        {"all_ranges_are_silent_for_good", gAllRanges(FaultAnswer::Silence()), told,
          "stall, range"},
-        {"the first range stalls and is silent from then on",
+        {"the_first_range_stalls_and_is_silent_from_then_on",
          [stalls](FaultScript &script) {
              HostileWorld::Range(script, 1).Answer(stalls).Then(FaultAnswer::Silence());
          },
          told, "stall, range 1"},
-        {"a late first byte", gAlways(4, gHonest().FirstByteAfter(60)), installed},
-        {"a pause within a range", gAlways(4, gHonest().PauseAfter(5000, 60)), installed},
-        {"a few bytes at a time", gAllRanges(gHonest().Pieces(400, 5)), installed},
-        {"a few bytes at a time, and no length", gAllRanges(gHonest().Pieces(400, 5).NoLength()),
+        {"a_late_first_byte", gAlways(4, gHonest().FirstByteAfter(60)), installed},
+        {"a_pause_within_a_range", gAlways(4, gHonest().PauseAfter(5000, 60)), installed},
+        {"a_few_bytes_at_a_time", gAllRanges(gHonest().Pieces(400, 5)), installed},
+        {"a_few_bytes_at_a_time_and_no_length", gAllRanges(gHonest().Pieces(400, 5).NoLength()),
          installed},
-        {"one byte at a time up to where it is cut, then the rest",
+        {"one_byte_at_a_time_up_to_where_it_is_cut_then_the_rest",
          gAtFirst(2, gHonest().Pieces(1, 20).CutAfter(20)), installed},
     });
 }
 
-void tst_HostilePace::AMixedFile_data()
+void tst_HostilePace::a_mixed_file_data()
 {
     static const QByteArray sameSize = QByteArray(HostileWorld::Package()).replace(0, 5, "OTHER");
     static const QByteArray larger = HostileWorld::Package() + QByteArray(5000, 'l');
     static const QByteArray smaller = HostileWorld::Package().chopped(5000);
     AddRows({
-        {"a larger file from the third range on", gAlways(3, FaultAnswer::File(larger)), told,
+        {"a_larger_file_from_the_third_range_on", gAlways(3, FaultAnswer::File(larger)), told,
          "belongs to another package"},
-        {"a larger file for the last range", gAlways(5, FaultAnswer::File(larger)), told},
-        {"a smaller file for the last range", gAlways(5, FaultAnswer::File(smaller)), told,
+        {"a_larger_file_for_the_last_range", gAlways(5, FaultAnswer::File(larger)), told},
+        {"a_smaller_file_for_the_last_range", gAlways(5, FaultAnswer::File(smaller)), told,
          "belongs to another package"},
-        {"a larger file for every range", gAllRanges(FaultAnswer::File(larger)), told,
+        {"a_larger_file_for_every_range", gAllRanges(FaultAnswer::File(larger)), told,
          "belongs to another package"},
-        {"another file of the same size, by its entity tag",
+        {"another_file_of_the_same_size_by_its_entity_tag",
          [](FaultScript &script) {
              script.When("GET", "/files/setup.exe").Answer(gHonest().Header("ETag", "\"old\""));
              HostileWorld::Range(script, 1).Answer(
                  FaultAnswer::File(sameSize).Header("ETag", "\"new\""));
          },
          told, "replaced on the server", true},
-        {"another file of the same size behind a cut, by its date",
+        {"another_file_of_the_same_size_behind_a_cut_by_its_date",
          [](FaultScript &script) {
              const QByteArray before = "Mon, 02 Mar 2026 10:00:00 GMT";
              script.When("GET", "/files/setup.exe")

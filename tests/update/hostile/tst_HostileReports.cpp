@@ -12,9 +12,9 @@ class tst_HostileReports : public QObject
     Q_OBJECT
 
 private slots:
-    void AnEndpoint_data();
-    void AnEndpoint();
-    void AnEndpointOfAnUnknownAuthority();
+    void an_endpoint_data();
+    void an_endpoint();
+    void an_endpoint_of_an_unknown_authority();
 
 private:
     /// A download that fails, which is reported.
@@ -32,7 +32,7 @@ void tst_HostileReports::FailADownload(HostileWorld &world)
     QCOMPARE(world.Rig().HintText(), QStringLiteral("Failed to download the update."));
 }
 
-void tst_HostileReports::AnEndpointOfAnUnknownAuthority()
+void tst_HostileReports::an_endpoint_of_an_unknown_authority()
 {
     const TestCertificates unknown;
     FaultServer endpoint(unknown);
@@ -43,23 +43,23 @@ void tst_HostileReports::AnEndpointOfAnUnknownAuthority()
     QVERIFY(endpoint.Requests().isEmpty());
 }
 
-void tst_HostileReports::AnEndpoint_data()
+void tst_HostileReports::an_endpoint_data()
 {
     QTest::addColumn<FaultAnswer>("answer");
     QTest::addColumn<int>("limitMs");
     const FaultAnswer honest = FaultAnswer::Text("ok", "text/plain");
-    QTest::newRow("closed before it answers") << FaultAnswer::Closed() << 2000;
-    QTest::newRow("reset before it answers") << FaultAnswer::WithReset() << 2000;
-    QTest::newRow("something that is not HTTP") << FaultAnswer::Raw("-ERR\r\n\r\n") << 2000;
-    QTest::newRow("a failing server") << FaultAnswer::Status(500) << 2000;
-    QTest::newRow("a redirect to itself") << FaultAnswer::Redirect("/tallow/visit/?data=") << 2000;
-    QTest::newRow("cut within the answer") << honest.CutAfter(1) << 2000;
-    QTest::newRow("a flood of header fields") << honest.WithStatus(500).HeaderFlood(100000) << 3000;
-    QTest::newRow("a body without an end") << honest.NoLength().Endless().Pieces(4096, 5) << 6000;
-    QTest::newRow("one byte at a time") << honest.Pieces(1, 3000) << 6000;
+    QTest::newRow("closed_before_it_answers") << FaultAnswer::Closed() << 2000;
+    QTest::newRow("reset_before_it_answers") << FaultAnswer::WithReset() << 2000;
+    QTest::newRow("something_that_is_not_http") << FaultAnswer::Raw("-ERR\r\n\r\n") << 2000;
+    QTest::newRow("a_failing_server") << FaultAnswer::Status(500) << 2000;
+    QTest::newRow("a_redirect_to_itself") << FaultAnswer::Redirect("/tallow/visit/?data=") << 2000;
+    QTest::newRow("cut_within_the_answer") << honest.CutAfter(1) << 2000;
+    QTest::newRow("a_flood_of_header_fields") << honest.WithStatus(500).HeaderFlood(100000) << 3000;
+    QTest::newRow("a_body_without_an_end") << honest.NoLength().Endless().Pieces(4096, 5) << 6000;
+    QTest::newRow("one_byte_at_a_time") << honest.Pieces(1, 3000) << 6000;
 }
 
-void tst_HostileReports::AnEndpoint()
+void tst_HostileReports::an_endpoint()
 {
     QFETCH(FaultAnswer, answer);
     QFETCH(int, limitMs);

@@ -13,25 +13,25 @@ class tst_HostileSilentCheck : public QObject
     Q_OBJECT
 
 private slots:
-    void ItEndsInTime_data();
-    void ItEndsInTime();
-    void ElementsNestedAHundredThousandDeep();
+    void it_ends_in_time_data();
+    void it_ends_in_time();
+    void elements_nested_a_hundred_thousand_deep();
 };
 
-void tst_HostileSilentCheck::ItEndsInTime_data()
+void tst_HostileSilentCheck::it_ends_in_time_data()
 {
     QTest::addColumn<FaultAnswer>("answer");
     QTest::addColumn<QString>("scheme");
     const FaultAnswer honest =
         FaultAnswer::Text(UpdateRig::Manifest("http://u.example/setup.exe").toUtf8());
-    QTest::newRow("with a body without an end")
+    QTest::newRow("with_a_body_without_an_end")
         << honest.NoLength().Endless().Pieces(4096, 5) << "http:";
-    QTest::newRow("with one byte at a time") << honest.Pieces(1, 1000) << "http:";
+    QTest::newRow("with_one_byte_at_a_time") << honest.Pieces(1, 1000) << "http:";
     // It waits for the end of a request, and the client for a greeting.
-    QTest::newRow("with a server that does not encrypt") << honest << "https:";
+    QTest::newRow("with_a_server_that_does_not_encrypt") << honest << "https:";
 }
 
-void tst_HostileSilentCheck::ItEndsInTime()
+void tst_HostileSilentCheck::it_ends_in_time()
 {
     QFETCH(FaultAnswer, answer);
     QFETCH(QString, scheme);
@@ -49,7 +49,7 @@ void tst_HostileSilentCheck::ItEndsInTime()
     QVERIFY2(timer.elapsed() < 5500, qPrintable(QString::number(timer.elapsed())));
 }
 
-void tst_HostileSilentCheck::ElementsNestedAHundredThousandDeep()
+void tst_HostileSilentCheck::elements_nested_a_hundred_thousand_deep()
 {
     constexpr int depth = 100000;
     FaultServer server;

@@ -10,13 +10,13 @@ class tst_HostileSize : public QObject
     Q_OBJECT
 
 private slots:
-    void AnAnswer_data();
-    void AnAnswer();
-    void AnAddress_data();
-    void AnAddress();
-    void NobodyListens();
-    void ACertificateOfAnUnknownAuthority();
-    void AnEncryptedDownloadThatIsCutGoesOn();
+    void an_answer_data();
+    void an_answer();
+    void an_address_data();
+    void an_address();
+    void nobody_listens();
+    void a_certificate_of_an_unknown_authority();
+    void an_encrypted_download_that_is_cut_goes_on();
 };
 
 namespace
@@ -42,64 +42,64 @@ HostileRow::Spoil gRedirects(const QByteArray &first, const QByteArray &second)
 }
 } // namespace
 
-void tst_HostileSize::AnAnswer_data()
+void tst_HostileSize::an_answer_data()
 {
     QTest::addColumn<HostileRow>("row");
     const QList<HostileRow> rows{
-        {"closed before it answers", gHead(FaultAnswer::Closed()), told, "cut"},
-        {"reset before it answers", gHead(FaultAnswer::WithReset()), told},
-        {"never answered", gHead(FaultAnswer::Silence()), told},
-        {"a head one byte at a time",
+        {"closed_before_it_answers", gHead(FaultAnswer::Closed()), told, "cut"},
+        {"reset_before_it_answers", gHead(FaultAnswer::WithReset()), told},
+        {"never_answered", gHead(FaultAnswer::Silence()), told},
+        {"a_head_one_byte_at_a_time",
          gHead(FaultAnswer::Text("", "text/plain").Pieces(1, 100).BodyToHead().StallAfter(0)),
          told},
-        {"something that is not HTTP", gHead(FaultAnswer::Raw("\1\2\3\r\n\r\n")), told},
-        {"not found", gHead(FaultAnswer::Status(404)), told, "HTTP status 404"},
-        {"a failing server", gHead(FaultAnswer::Status(500)), told, "HTTP status 500"},
-        {"no length", gHead(gHonest().NoLength()), told, "no length is given"},
-        {"a length of zero", gLength("0"), told, "no length is given"},
-        {"a length below zero", gLength("-5"), told},
-        {"a length beyond 64 bits", gLength("99999999999999999999"), told},
-        {"a length of words", gLength("many"), told, "no length is given"},
-        {"two lengths", gHead(gHonest().Length("100003").Length("5")), installed},
-        {"a length larger than any disk", gLength("9223372036854775807"), told},
-        {"a length larger than the package", gLength("150000"), told},
-        {"a length smaller than the package", gLength("50000"), told},
-        {"a length of one byte", gLength("1"), told},
-        {"a body where none belongs", gHead(gHonest().BodyToHead()), installed},
-        {"a late answer", gHead(gHonest().FirstByteAfter(60)), installed},
-        {"very many header fields", gHead(gHonest().HeaderFlood(10000)), installed},
-        {"one redirect where two belong", gHead(FaultAnswer::Redirect("/three")), told},
-        {"two redirects", gRedirects("/two", "/three"), installed},
-        {"a redirect to itself", gHead(FaultAnswer::Redirect("/files/setup.exe")), told},
-        {"a redirect to nowhere", gHead(FaultAnswer::Redirect("")), told},
-        {"a redirect to a file of this machine", gHead(FaultAnswer::Redirect("file:///etc/passwd")),
+        {"something_that_is_not_http", gHead(FaultAnswer::Raw("\1\2\3\r\n\r\n")), told},
+        {"not_found", gHead(FaultAnswer::Status(404)), told, "HTTP status 404"},
+        {"a_failing_server", gHead(FaultAnswer::Status(500)), told, "HTTP status 500"},
+        {"no_length", gHead(gHonest().NoLength()), told, "no length is given"},
+        {"a_length_of_zero", gLength("0"), told, "no length is given"},
+        {"a_length_below_zero", gLength("-5"), told},
+        {"a_length_beyond_64_bits", gLength("99999999999999999999"), told},
+        {"a_length_of_words", gLength("many"), told, "no length is given"},
+        {"two_lengths", gHead(gHonest().Length("100003").Length("5")), installed},
+        {"a_length_larger_than_any_disk", gLength("9223372036854775807"), told},
+        {"a_length_larger_than_the_package", gLength("150000"), told},
+        {"a_length_smaller_than_the_package", gLength("50000"), told},
+        {"a_length_of_one_byte", gLength("1"), told},
+        {"a_body_where_none_belongs", gHead(gHonest().BodyToHead()), installed},
+        {"a_late_answer", gHead(gHonest().FirstByteAfter(60)), installed},
+        {"very_many_header_fields", gHead(gHonest().HeaderFlood(10000)), installed},
+        {"one_redirect_where_two_belong", gHead(FaultAnswer::Redirect("/three")), told},
+        {"two_redirects", gRedirects("/two", "/three"), installed},
+        {"a_redirect_to_itself", gHead(FaultAnswer::Redirect("/files/setup.exe")), told},
+        {"a_redirect_to_nowhere", gHead(FaultAnswer::Redirect("")), told},
+        {"a_redirect_to_a_file_of_this_machine", gHead(FaultAnswer::Redirect("file:///etc/passwd")),
          told},
-        {"a second redirect to a file of this machine", gRedirects("/two", "file:///etc/passwd"),
+        {"a_second_redirect_to_a_file_of_this_machine", gRedirects("/two", "file:///etc/passwd"),
          told},
     };
     for (const HostileRow &row : rows)
         QTest::newRow(row.sentence) << row;
 }
 
-void tst_HostileSize::AnAnswer()
+void tst_HostileSize::an_answer()
 {
     QFETCH(HostileRow, row);
     HostileWorld world;
     gCheckHostileDownload(row, world);
 }
 
-void tst_HostileSize::AnAddress_data()
+void tst_HostileSize::an_address_data()
 {
     QTest::addColumn<QString>("address");
-    QTest::newRow("of a folder") << "/files/";
-    QTest::newRow("of the folder above") << "/files/..";
-    QTest::newRow("of a file of this machine") << "file:///etc/passwd";
-    QTest::newRow("of its own bytes") << "data:application/octet-stream;base64,AAAA";
-    QTest::newRow("that is none") << "::::";
-    QTest::newRow("of a host that cannot be") << "http://no-such-host.invalid/setup.exe";
+    QTest::newRow("of_a_folder") << "/files/";
+    QTest::newRow("of_the_folder_above") << "/files/..";
+    QTest::newRow("of_a_file_of_this_machine") << "file:///etc/passwd";
+    QTest::newRow("of_its_own_bytes") << "data:application/octet-stream;base64,AAAA";
+    QTest::newRow("that_is_none") << "::::";
+    QTest::newRow("of_a_host_that_cannot_be") << "http://no-such-host.invalid/setup.exe";
 }
 
-void tst_HostileSize::AnAddress()
+void tst_HostileSize::an_address()
 {
     QFETCH(QString, address);
     HostileWorld world;
@@ -116,7 +116,7 @@ void tst_HostileSize::AnAddress()
     QCOMPARE(world.Damage(), QString());
 }
 
-void tst_HostileSize::NobodyListens()
+void tst_HostileSize::nobody_listens()
 {
     QTcpServer closed;
     QVERIFY(closed.listen(QHostAddress::LocalHost));
@@ -130,7 +130,7 @@ void tst_HostileSize::NobodyListens()
     QCOMPARE(world.Damage(), QString());
 }
 
-void tst_HostileSize::ACertificateOfAnUnknownAuthority()
+void tst_HostileSize::a_certificate_of_an_unknown_authority()
 {
     const TestCertificates certificates;
     HostileWorld world(certificates);
@@ -142,7 +142,7 @@ void tst_HostileSize::ACertificateOfAnUnknownAuthority()
     QCOMPARE(world.Damage(), QString());
 }
 
-void tst_HostileSize::AnEncryptedDownloadThatIsCutGoesOn()
+void tst_HostileSize::an_encrypted_download_that_is_cut_goes_on()
 {
     const TestCertificates certificates;
     certificates.TrustAuthority();
