@@ -35,14 +35,16 @@ class OptionReader
 public:
     explicit OptionReader(const QStringList &arguments)
     {
-        for (const QString &name : valueOptions)
+        for (const QString &name : valueOptions) {
             m_parser.addOption(QCommandLineOption(name, QString(), QStringLiteral("value")));
+        }
         m_parser.addOption(QCommandLineOption(QStringLiteral("help")));
-        if (!m_parser.parse(arguments))
+        if (!m_parser.parse(arguments)) {
             m_error = m_parser.errorText();
-        else if (!m_parser.positionalArguments().isEmpty())
+        } else if (!m_parser.positionalArguments().isEmpty()) {
             m_error = QStringLiteral("unknown argument '%1'")
                           .arg(m_parser.positionalArguments().constFirst());
+        }
     }
 
     bool IsSet(const char *name) const { return m_parser.isSet(QLatin1String(name)); }
@@ -50,49 +52,57 @@ public:
 
     void Read(const char *name, QString *text) const
     {
-        if (IsSet(name))
+        if (IsSet(name)) {
             *text = m_parser.value(QLatin1String(name));
+        }
     }
 
     /// @param words the option's values in the order of the enumeration
     template<typename Enum>
     void Read(const char *name, const QStringList &words, Enum *choice)
     {
-        if (!IsSet(name))
+        if (!IsSet(name)) {
             return;
+        }
         const int index = words.indexOf(m_parser.value(QLatin1String(name)));
-        if (index < 0)
+        if (index < 0) {
             Fail(name, words.join(QLatin1Char('|')));
-        else
+        } else {
             *choice = static_cast<Enum>(index);
+        }
     }
 
     void ReadBytes(const char *name, qint64 *bytes)
     {
-        if (!IsSet(name))
+        if (!IsSet(name)) {
             return;
+        }
         bool ok = false;
         *bytes = m_parser.value(QLatin1String(name)).toLongLong(&ok);
-        if (!ok || *bytes < 0)
+        if (!ok || *bytes < 0) {
             Fail(name, QStringLiteral("a number of bytes"));
+        }
     }
 
     void ReadSeconds(const char *name, int *milliseconds)
     {
-        if (!IsSet(name))
+        if (!IsSet(name)) {
             return;
+        }
         bool ok = false;
         const double seconds = m_parser.value(QLatin1String(name)).toDouble(&ok);
-        if (!ok || !(seconds >= 0 && seconds <= longestWaitSeconds))
+        if (!ok || !(seconds >= 0 && seconds <= longestWaitSeconds)) {
             Fail(name, QStringLiteral("a number of seconds"));
-        else
+        } else {
             *milliseconds = static_cast<int>(seconds * millisecondsPerSecond);
+        }
     }
 
     void Fail(const QString &error)
     {
-        if (m_error.isEmpty())
+        if (m_error.isEmpty()) {
             m_error = error;
+        }
     }
 
 private:
@@ -130,8 +140,9 @@ void ReadQueryValues(OptionReader *reader, DemoOptions *options)
     const int given =
         int(reader->IsSet("pid")) + int(reader->IsSet("version")) + int(reader->IsSet("email"));
     options->hasQueryValues = given == 3;
-    if (given != 0 && given != 3)
+    if (given != 0 && given != 3) {
         reader->Fail(QStringLiteral("--pid, --version and --email go together"));
+    }
 }
 } // namespace
 

@@ -29,16 +29,18 @@ void RemoveUnreadable(const QString &lock)
     qint64 owner = 0;
     QString host;
     QString application;
-    if (!QLockFile(lock).getLockInfo(&owner, &host, &application))
+    if (!QLockFile(lock).getLockInfo(&owner, &host, &application)) {
         QFile::remove(lock);
+    }
 }
 
 QString DirectoryOr(const QString &chosen, QStandardPaths::StandardLocation location)
 {
     const QString directory =
         chosen.isEmpty() ? QStandardPaths::writableLocation(location) : chosen;
-    if (!QDir().mkpath(directory))
+    if (!QDir().mkpath(directory)) {
         qWarning("cannot create the folder %s", qUtf8Printable(directory));
+    }
     return directory;
 }
 } // namespace
@@ -80,8 +82,9 @@ void DemoRun::ConfigureModule() const
 void DemoRun::Start()
 {
     m_window.show();
-    if (m_options.timeout > 0)
+    if (m_options.timeout > 0) {
         QTimer::singleShot(m_options.timeout, this, &DemoRun::_TimedOut);
+    }
     switch (m_options.check) {
     case DemoOptions::Check::None:
         break;
@@ -127,19 +130,22 @@ void DemoRun::SignalArrived(const QString &name, bool ends)
     // A host makes room for the running installer in any case. Its other signals only close the
     // dialog, unless the dialog was all that this run is about.
     const bool installStarted = name == QLatin1String("InstallStarted");
-    if (ends && (installStarted || m_options.check == DemoOptions::Check::Interactive))
+    if (ends && (installStarted || m_options.check == DemoOptions::Check::Interactive)) {
         m_exit.SignalArrived(installStarted);
+    }
 }
 
 void DemoRun::_CheckInteractively()
 {
     CreateDialog();
-    if (m_options.hasQueryValues)
+    if (m_options.hasQueryValues) {
         m_dialog->LiveUpdate(m_options.pid, m_options.version, m_options.email);
-    else
+    } else {
         m_dialog->LiveUpdate();
-    if (m_script != nullptr)
+    }
+    if (m_script != nullptr) {
         m_script->InspectNow();
+    }
 }
 
 void DemoRun::_CheckSilently()

@@ -26,10 +26,12 @@ QString PageName(DialogWatcher::Page page)
 
 QString PictureName(DialogWatcher::Page page, const QString &text)
 {
-    if (text.startsWith(QLatin1String("Checking")))
+    if (text.startsWith(QLatin1String("Checking"))) {
         return QStringLiteral("progress-checking");
-    if (text.startsWith(QLatin1String("Downloading")))
+    }
+    if (text.startsWith(QLatin1String("Downloading"))) {
         return QStringLiteral("progress-downloading");
+    }
     return PageName(page);
 }
 
@@ -84,15 +86,18 @@ void DialogScript::_PageChanged(DialogWatcher::Page page, const QString &text, c
 {
     Flush();
     QJsonObject values{{QStringLiteral("name"), PageName(page)}, {QStringLiteral("text"), text}};
-    if (page == DialogWatcher::Page::Version)
+    if (page == DialogWatcher::Page::Version) {
         values.insert(QStringLiteral("html"), html);
+    }
     m_writer.Write(QStringLiteral("page"), values);
     m_screenshots.Take(m_watcher->Dialog(), PictureName(page, text));
 
-    if (page == DialogWatcher::Page::Version)
+    if (page == DialogWatcher::Page::Version) {
         AnswerVersionPage();
-    if (page == DialogWatcher::Page::Hint && m_options.onHint == DemoOptions::OnHint::Close)
+    }
+    if (page == DialogWatcher::Page::Hint && m_options.onHint == DemoOptions::OnHint::Close) {
         PressSoon(m_watcher->PageButton(page, 0));
+    }
 }
 
 void DialogScript::AnswerVersionPage()
@@ -123,14 +128,16 @@ void DialogScript::_ProgressChanged(int value, int maximum, const QString &text)
             m_screenshots.Take(m_watcher->Dialog(), QStringLiteral("progress-halfway"));
         });
     }
-    if (m_closed)
+    if (m_closed) {
         return;
+    }
     const auto reached = [value](qint64 bytes) { return bytes >= 0 && value >= bytes; };
     m_closed = reached(m_options.closeAtBytes) || reached(m_options.titleBarCloseAtBytes);
-    if (reached(m_options.closeAtBytes))
+    if (reached(m_options.closeAtBytes)) {
         PressSoon(m_watcher->PageButton(DialogWatcher::Page::Progress, 0));
-    else if (reached(m_options.titleBarCloseAtBytes))
+    } else if (reached(m_options.titleBarCloseAtBytes)) {
         PressSoon(m_watcher->TitleBarCloseButton());
+    }
 }
 
 void DialogScript::_PromptShown(QWidget *box)
@@ -145,8 +152,9 @@ void DialogScript::_PromptShown(QWidget *box)
     m_screenshots.Take(box, QStringLiteral("prompt"));
 
     auto *yes = box->findChild<QAbstractButton *>(QStringLiteral("CvMessageBox_YesBtn"));
-    if (yes != nullptr)
+    if (yes != nullptr) {
         connect(yes, &QAbstractButton::clicked, this, &DialogScript::InstallAgreed);
+    }
     switch (m_options.onPrompt) {
     case DemoOptions::OnPrompt::Yes:
         PressSoon(yes);

@@ -41,16 +41,19 @@ DialogWatcher::DialogWatcher(QWidget *dialog, QObject *parent)
     , m_bar(dialog->findChild<QProgressBar *>(QStringLiteral("UpdateProgressBar")))
 {
     QCoreApplication::instance()->installEventFilter(this);
-    if (m_pages != nullptr)
+    if (m_pages != nullptr) {
         connect(m_pages, &QStackedWidget::currentChanged, this, &DialogWatcher::InspectSoon);
-    if (m_bar != nullptr)
+    }
+    if (m_bar != nullptr) {
         connect(m_bar, &QProgressBar::valueChanged, this, &DialogWatcher::_ValueChanged);
+    }
 }
 
 bool DialogWatcher::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched->isWidgetType())
+    if (watched->isWidgetType()) {
         WatchWidget(static_cast<QWidget *>(watched), event);
+    }
     return QObject::eventFilter(watched, event);
 }
 
@@ -61,20 +64,23 @@ void DialogWatcher::WatchWidget(QWidget *widget, QEvent *event)
         QTimer::singleShot(0, this, &DialogWatcher::_PromptReady);
     }
     // A changed text shows itself by a paint event; labels have no signal for it.
-    if (event->type() == QEvent::Paint && m_dialog != nullptr && widget->window() == m_dialog)
+    if (event->type() == QEvent::Paint && m_dialog != nullptr && widget->window() == m_dialog) {
         InspectSoon();
+    }
 }
 
 void DialogWatcher::_PromptReady()
 {
-    if (m_prompt != nullptr)
+    if (m_prompt != nullptr) {
         emit PromptShown(m_prompt);
+    }
 }
 
 void DialogWatcher::InspectSoon()
 {
-    if (m_inspectPending)
+    if (m_inspectPending) {
         return;
+    }
     m_inspectPending = true;
     QTimer::singleShot(0, this, &DialogWatcher::Inspect);
 }
@@ -82,16 +88,19 @@ void DialogWatcher::InspectSoon()
 void DialogWatcher::Inspect()
 {
     m_inspectPending = false;
-    if (m_dialog == nullptr || m_pages == nullptr || !m_dialog->isVisible())
+    if (m_dialog == nullptr || m_pages == nullptr || !m_dialog->isVisible()) {
         return;
+    }
     const QWidget *current = m_pages->currentWidget();
     for (const PageClass &entry : pageClasses) {
-        if (current == nullptr || !current->inherits(entry.name))
+        if (current == nullptr || !current->inherits(entry.name)) {
             continue;
+        }
         const QString text = PageText(entry.page);
         const QString shown = QLatin1String(entry.name) + WithoutCounter(text);
-        if (shown == m_shown)
+        if (shown == m_shown) {
             return;
+        }
         m_shown = shown;
         const bool isHtml = entry.page == Page::Version;
         emit PageChanged(entry.page,
@@ -103,15 +112,17 @@ void DialogWatcher::Inspect()
 void DialogWatcher::_ValueChanged(int value)
 {
     // Without a maximum the bar only tells that something is going on.
-    if (m_bar->maximum() > 0)
+    if (m_bar->maximum() > 0) {
         emit ProgressChanged(value, m_bar->maximum(), PageText(Page::Progress));
+    }
 }
 
 QWidget *DialogWatcher::PageWidget(Page page) const
 {
     for (int i = 0; m_pages != nullptr && i < m_pages->count(); ++i) {
-        if (m_pages->widget(i)->inherits(pageClasses.at(static_cast<size_t>(page)).name))
+        if (m_pages->widget(i)->inherits(pageClasses.at(static_cast<size_t>(page)).name)) {
             return m_pages->widget(i);
+        }
     }
     return nullptr;
 }
@@ -119,8 +130,9 @@ QWidget *DialogWatcher::PageWidget(Page page) const
 QString DialogWatcher::PageText(Page page) const
 {
     const QWidget *widget = PageWidget(page);
-    if (widget == nullptr)
+    if (widget == nullptr) {
         return {};
+    }
     QString name;
     switch (page) {
     case Page::Progress:
@@ -139,8 +151,9 @@ QString DialogWatcher::PageText(Page page) const
 QWidget *DialogWatcher::PageButton(Page page, int index) const
 {
     const QWidget *widget = PageWidget(page);
-    if (widget == nullptr)
+    if (widget == nullptr) {
         return nullptr;
+    }
     QList<QAbstractButton *> buttons =
         widget->findChildren<QAbstractButton *>(QStringLiteral("CvCommonLib_Normal_Btn"));
     std::sort(buttons.begin(), buttons.end(),

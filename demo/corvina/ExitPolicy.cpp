@@ -16,8 +16,9 @@ ExitPolicy::ExitPolicy(int lingerMilliseconds, QObject *parent)
 
 void ExitPolicy::SignalArrived(bool installStarted)
 {
-    if (installStarted)
+    if (installStarted) {
         m_awaitsInstall = false;
+    }
     m_burst.start(m_awaitsInstall ? installMilliseconds : burstMilliseconds);
 }
 

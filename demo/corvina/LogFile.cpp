@@ -48,8 +48,9 @@ void WriteLine(QtMsgType type, const QMessageLogContext &context, const QString 
 bool gLogToFile(const QString &path)
 {
     auto file = std::make_unique<QFile>(path);
-    if (!file->open(QIODevice::WriteOnly | QIODevice::Append))
+    if (!file->open(QIODevice::WriteOnly | QIODevice::Append)) {
         return false;
+    }
     g_file = file.release();
     g_mutex = new QMutex;
     qInstallMessageHandler(WriteLine);

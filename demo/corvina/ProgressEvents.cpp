@@ -21,14 +21,16 @@ void ProgressEvents::Add(int value, int maximum, const QString &text)
     m_heldBack = QJsonObject{{QStringLiteral("value"), value},
                              {QStringLiteral("maximum"), maximum},
                              {QStringLiteral("text"), text}};
-    if (!m_pause.isActive())
+    if (!m_pause.isActive()) {
         Flush();
+    }
 }
 
 void ProgressEvents::Flush()
 {
-    if (m_heldBack.isEmpty())
+    if (m_heldBack.isEmpty()) {
         return;
+    }
     m_writer.Write(QStringLiteral("progress"), m_heldBack);
     m_heldBack = {};
     m_pause.start();

@@ -33,14 +33,16 @@ QPixmap OnDesktop(const QPixmap &window)
 Screenshots::Screenshots(const QString &directory)
     : m_directory(directory)
 {
-    if (!m_directory.isEmpty() && !QDir().mkpath(m_directory))
+    if (!m_directory.isEmpty() && !QDir().mkpath(m_directory)) {
         qWarning("cannot create the folder %s", qUtf8Printable(m_directory));
+    }
 }
 
 void Screenshots::Take(QWidget *window, const QString &name)
 {
-    if (m_directory.isEmpty())
+    if (m_directory.isEmpty()) {
         return;
+    }
     // A text set a moment ago still waits for its layout, and with it for its scroll bar.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     const QPixmap picture = OnDesktop(window->grab());
@@ -50,6 +52,7 @@ void Screenshots::Take(QWidget *window, const QString &name)
                              .arg(++m_count, 2, 10, QLatin1Char('0'))
                              .arg(name)
                              .arg(ratio > 1 ? QStringLiteral("@%1x").arg(ratio) : QString());
-    if (!picture.save(file))
+    if (!picture.save(file)) {
         qWarning("cannot save %s", qUtf8Printable(file));
+    }
 }

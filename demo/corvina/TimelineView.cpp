@@ -83,9 +83,11 @@ void TimelineView::paintEvent(QPaintEvent *)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.fillRect(rect(), QColor(0x0f, 0x13, 0x18));
     DrawRuler(painter, width());
-    for (int track = 0; track < static_cast<int>(tracks.size()); ++track)
+    for (int track = 0; track < static_cast<int>(tracks.size()); ++track) {
         DrawTrack(painter, track, width());
-    for (const Clip &clip : clips)
+    }
+    for (const Clip &clip : clips) {
         DrawClip(painter, clip);
+    }
     painter.fillRect(XOf(playheadSecond), 0, 2, height(), QColor(0x61, 0xde, 0xd0));
 }

@@ -17,8 +17,9 @@ constexpr int usageErrorStatus = 2;
 QStringList Arguments(int argc, char *argv[])
 {
     QStringList arguments;
-    for (int i = 0; i < argc; ++i)
+    for (int i = 0; i < argc; ++i) {
         arguments << QString::fromLocal8Bit(argv[i]);
+    }
     return arguments;
 }
 

@@ -17,8 +17,9 @@ QByteArray RecordIn(const httplib::Request &request)
 {
     const QByteArray target = QByteArray::fromStdString(request.target);
     const int start = target.indexOf("data=");
-    if (start < 0)
+    if (start < 0) {
         return {};
+    }
     const int first = start + int(sizeof("data=")) - 1;
     const int end = target.indexOf('&', first);
     return QByteArray::fromPercentEncoding(target.mid(first, end < 0 ? -1 : end - first));

@@ -12,8 +12,9 @@ constexpr std::chrono::milliseconds credit{20};
 
 std::size_t ChunkSizeFor(std::uint64_t bytesPerSecond)
 {
-    if (bytesPerSecond == 0)
+    if (bytesPerSecond == 0) {
         return largestChunk;
+    }
     const std::uint64_t smooth = bytesPerSecond / chunksPerSecond;
     return static_cast<std::size_t>(std::clamp<std::uint64_t>(smooth, 1, largestChunk));
 }
@@ -28,8 +29,9 @@ RateLimiter::RateLimiter(std::uint64_t bytesPerSecond)
 
 void RateLimiter::Pay(std::size_t bytes)
 {
-    if (m_bytesPerSecond == 0)
+    if (m_bytesPerSecond == 0) {
         return;
+    }
     const std::chrono::duration<double> price(static_cast<double>(bytes) /
                                               static_cast<double>(m_bytesPerSecond));
     std::unique_lock<std::mutex> lock(m_mutex);

@@ -36,20 +36,23 @@ ServeOptions ServeOptions::Parse(const std::vector<std::string> &arguments)
             options.directory = argument;
         }
     }
-    if (options.error.empty())
+    if (options.error.empty()) {
         options.Check();
+    }
     return options;
 }
 
 void ServeOptions::Set(const std::string &name, const std::string &value)
 {
     if (name == "--port" || name == "--rate" || name == "--tls-port") {
-        if (!SetNumber(name, value))
+        if (!SetNumber(name, value)) {
             error = name + " needs a number in its range";
+        }
     } else if (name == "--cert" || name == "--key") {
         (name == "--cert" ? certificate : key) = value;
-        if (value.empty())
+        if (value.empty()) {
             error = name + " needs a file";
+        }
     } else {
         error = "unknown option '" + name + "'";
     }
@@ -58,14 +61,16 @@ void ServeOptions::Set(const std::string &name, const std::string &value)
 bool ServeOptions::SetNumber(const std::string &name, const std::string &text)
 {
     std::uint64_t number = 0;
-    if (!ReadNumber(text, number))
+    if (!ReadNumber(text, number)) {
         return false;
+    }
     if (name == "--rate") {
         rate = number;
         return number > 0;
     }
-    if (number > maxPort)
+    if (number > maxPort) {
         return false;
+    }
     (name == "--port" ? port : tlsPort) = static_cast<int>(number);
     return true;
 }
@@ -75,10 +80,11 @@ void ServeOptions::Check()
 {
     std::error_code ignored;
     const bool wantsTls = tlsPort >= 0;
-    if (directory.empty())
+    if (directory.empty()) {
         error = "no folder given";
-    else if (!std::filesystem::is_directory(directory, ignored))
+    } else if (!std::filesystem::is_directory(directory, ignored)) {
         error = "no such folder: " + directory.string();
-    else if (wantsTls != !certificate.empty() || wantsTls != !key.empty())
+    } else if (wantsTls != !certificate.empty() || wantsTls != !key.empty()) {
         error = "--tls-port, --cert and --key go together";
+    }
 }

@@ -43,8 +43,9 @@ bool StartsWith(const std::string &text, const std::string &prefix)
 /// The one range that was asked for; nothing for several ranges or one that the file does not have.
 std::optional<ByteRange> WantedRange(const httplib::Request &request, std::uint64_t size)
 {
-    if (request.ranges.size() != 1)
+    if (request.ranges.size() != 1) {
         return std::nullopt;
+    }
     return ByteRange::Resolve(request.ranges.front(), size);
 }
 
@@ -96,8 +97,9 @@ fs::path UpdateHandlers::ManifestFor(const std::string &version) const
 {
     if (IsPlainVersion(version)) {
         const fs::path own = m_directory / "manifests" / (version + ".xml");
-        if (IsFile(own))
+        if (IsFile(own)) {
             return own;
+        }
     }
     return m_directory / "manifest.xml";
 }
@@ -125,10 +127,11 @@ void UpdateHandlers::AnswerPackage(const httplib::Request &request,
         range = wanted.value_or(ByteRange{0, 0});
     }
     TakeOverRanges(request);
-    if (range.length > 0)
+    if (range.length > 0) {
         Stream(path, range.first, range.length, response);
-    else if (response.status != 416)
+    } else if (response.status != 416) {
         response.set_header("Content-Type", packageType);
+    }
 }
 
 /// The file behind @p relative; empty when there is none or it lies, by ".." or a link, elsewhere.
@@ -136,13 +139,15 @@ fs::path UpdateHandlers::PackagePath(const std::string &relative) const
 {
     const fs::path asked(relative);
     if (relative.find('\0') != std::string::npos || asked.is_absolute() ||
-        std::find(asked.begin(), asked.end(), "..") != asked.end())
+        std::find(asked.begin(), asked.end(), "..") != asked.end()) {
         return {};
+    }
     std::error_code error;
     const fs::path root = fs::canonical(m_directory / "packages", error);
     const fs::path path = error ? fs::path() : fs::canonical(root / asked, error);
-    if (error || !IsFile(path) || !StartsWith(path.string(), root.string() + '/'))
+    if (error || !IsFile(path) || !StartsWith(path.string(), root.string() + '/')) {
         return {};
+    }
     return path;
 }
 
@@ -155,8 +160,9 @@ void UpdateHandlers::Stream(const fs::path &path, std::uint64_t first, std::uint
         length, packageType, [this, file](std::size_t, std::size_t left, httplib::DataSink &sink) {
             std::vector<char> chunk(std::min(left, m_limiter.ChunkSize()));
             // A file that became shorter meanwhile ends the connection: the length was promised.
-            if (!file->read(chunk.data(), static_cast<std::streamsize>(chunk.size())))
+            if (!file->read(chunk.data(), static_cast<std::streamsize>(chunk.size()))) {
                 return false;
+            }
             m_limiter.Pay(chunk.size());
             return sink.write(chunk.data(), chunk.size());
         });

@@ -34,8 +34,9 @@ void Configure(httplib::Server &server)
 /// The port that the server listens on; -1 when it is taken.
 int Bind(httplib::Server &server, int port)
 {
-    if (port == 0)
+    if (port == 0) {
         return server.bind_to_any_port(address);
+    }
     return server.bind_to_port(address, port) ? port : -1;
 }
 
@@ -64,8 +65,9 @@ public:
         }
         m_thread = std::thread([&server] { server.listen_after_bind(); });
         // The library ignores a stop that comes before its loop runs.
-        while (!server.is_running())
+        while (!server.is_running()) {
             std::this_thread::yield();
+        }
     }
     ~Listener()
     {
@@ -106,8 +108,9 @@ int Serve(UpdateHandlers &handlers, const ServeOptions &options)
     Configure(server);
     handlers.Register(server);
     const Listener listener(server, options.port);
-    if (listener.Port() < 0)
+    if (listener.Port() < 0) {
         return 1;
+    }
     if (options.tlsPort < 0) {
         PrintTemplate("http", listener.Port());
         return WaitForEnd();
@@ -122,8 +125,9 @@ int Serve(UpdateHandlers &handlers, const ServeOptions &options)
     Configure(tlsServer);
     handlers.Register(tlsServer);
     const Listener tlsListener(tlsServer, options.tlsPort);
-    if (tlsListener.Port() < 0)
+    if (tlsListener.Port() < 0) {
         return 1;
+    }
     PrintTemplate("http", listener.Port());
     PrintTemplate("https", tlsListener.Port());
     return WaitForEnd();

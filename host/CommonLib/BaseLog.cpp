@@ -20,8 +20,9 @@ const QLoggingCategory &CategoryOf(const char *file)
 
     const std::lock_guard<std::mutex> lock(*mutex);
     const auto [entry, isNew] = categories->try_emplace(std::string("corvina.") + file);
-    if (isNew)
+    if (isNew) {
         entry->second = std::make_unique<QLoggingCategory>(entry->first.c_str());
+    }
     return *entry->second;
 }
 
@@ -31,8 +32,9 @@ void BlankControlCharacters(QString *message)
     for (QChar &character : *message) {
         const QChar::Category category = character.category();
         if (category == QChar::Other_Control || category == QChar::Separator_Line ||
-            category == QChar::Separator_Paragraph)
+            category == QChar::Separator_Paragraph) {
             character = QLatin1Char(' ');
+        }
     }
 }
 } // namespace
@@ -44,8 +46,9 @@ BaseLog::~BaseLog() = default;
 void BaseLog::Log(const char *file, const char *function, int line, const char *format, ...)
 {
     const QLoggingCategory &category = CategoryOf(file);
-    if (!category.isInfoEnabled())
+    if (!category.isInfoEnabled()) {
         return;
+    }
 
     va_list arguments;
     va_start(arguments, format);

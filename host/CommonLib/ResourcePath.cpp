@@ -6,8 +6,9 @@
 QString gGetResourcePathWithPixelRatio(QString path)
 {
     const QScreen *screen = QGuiApplication::primaryScreen();
-    if (screen == nullptr || screen->devicePixelRatio() < 2)
+    if (screen == nullptr || screen->devicePixelRatio() < 2) {
         return path;
+    }
 
     const int dot = path.lastIndexOf(QLatin1Char('.'));
     // A dot before the last slash belongs to a folder's name.

@@ -59,8 +59,9 @@ void ShadowDialog::RenderShadow()
     const double ratio = devicePixelRatioF();
     const QSize pixels(static_cast<int>(std::ceil(width() * ratio)),
                        static_cast<int>(std::ceil(height() * ratio)));
-    if (m_shadow.size() == pixels && qFuzzyCompare(m_shadow.devicePixelRatioF(), ratio))
+    if (m_shadow.size() == pixels && qFuzzyCompare(m_shadow.devicePixelRatioF(), ratio)) {
         return;
+    }
 
     const auto columns =
         BlurredSpan(pixels.width(), border * ratio, (width() - border) * ratio, blur * ratio);
@@ -71,7 +72,8 @@ void ShadowDialog::RenderShadow()
     for (int y = 0; y < pixels.height(); ++y) {
         auto *pixel = reinterpret_cast<QRgb *>(m_shadow.scanLine(y));
         const double rowAlpha = 255 * darkness * rows[static_cast<size_t>(y)];
-        for (const double column : columns)
+        for (const double column : columns) {
             *pixel++ = qRgba(0, 0, 0, static_cast<int>(rowAlpha * column));
+        }
     }
 }

@@ -103,18 +103,24 @@ QLayout *CvMessageBox::CreateButtonRow(Qt::AlignmentFlag alignment, int buttons)
     auto *row = new QHBoxLayout;
     row->setContentsMargins(sideMargin, 0, sideMargin, 12);
     row->setSpacing(sideMargin);
-    if (alignment != Qt::AlignLeft)
+    if (alignment != Qt::AlignLeft) {
         row->addStretch();
-    if ((buttons & Yes) != 0)
+    }
+    if ((buttons & Yes) != 0) {
         AddButton(row, QStringLiteral("CvMessageBox_YesBtn"), tr("Yes"), true);
-    if ((buttons & Ok) != 0)
+    }
+    if ((buttons & Ok) != 0) {
         AddButton(row, QStringLiteral("CvMessageBox_OkBtn"), tr("OK"), true);
-    if ((buttons & No) != 0)
+    }
+    if ((buttons & No) != 0) {
         AddButton(row, QStringLiteral("CvMessageBox_NoBtn"), tr("No"), false);
-    if ((buttons & Cancel) != 0)
+    }
+    if ((buttons & Cancel) != 0) {
         AddButton(row, QStringLiteral("CvMessageBox_CancelBtn"), tr("Cancel"), false);
-    if (alignment != Qt::AlignRight)
+    }
+    if (alignment != Qt::AlignRight) {
         row->addStretch();
+    }
     return row;
 }
 
@@ -141,14 +147,16 @@ void CvMessageBox::showEvent(QShowEvent *event)
 void CvMessageBox::mousePressEvent(QMouseEvent *event)
 {
     const QRect title(m_title->mapTo(this, QPoint(0, 0)), m_title->size());
-    if (event->button() == Qt::LeftButton && title.contains(event->pos()))
+    if (event->button() == Qt::LeftButton && title.contains(event->pos())) {
         m_grip = event->pos();
+    }
 }
 
 void CvMessageBox::mouseMoveEvent(QMouseEvent *event)
 {
-    if (!m_grip.isNull())
+    if (!m_grip.isNull()) {
         move(event->globalPos() - m_grip);
+    }
 }
 
 void CvMessageBox::mouseReleaseEvent(QMouseEvent *)

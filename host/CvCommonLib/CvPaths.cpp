@@ -15,8 +15,9 @@ QString &CorvinaDirectory()
 
 bool IsPathWriteable(const QString &path)
 {
-    if (path.isEmpty())
+    if (path.isEmpty()) {
         return false;
+    }
     QTemporaryFile probe(QDir(path).filePath(QStringLiteral("CvWriteProbe_XXXXXX")));
     // Some systems open a temporary file without a name; asking for the name puts it into the
     // directory.

@@ -7,8 +7,9 @@ bool CustomizationStore::Load(const QString &path)
 {
     m_values.clear();
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         return false;
+    }
     const std::optional<Values> values = Parse(&file);
     m_values = values.value_or(Values());
     return values.has_value();
@@ -17,18 +18,21 @@ bool CustomizationStore::Load(const QString &path)
 std::optional<QString> CustomizationStore::Value(const QString &key, const QString &language) const
 {
     auto value = m_values.constFind({key, language});
-    if (value == m_values.constEnd())
+    if (value == m_values.constEnd()) {
         value = m_values.constFind({key, QString()});
-    if (value == m_values.constEnd())
+    }
+    if (value == m_values.constEnd()) {
         return std::nullopt;
+    }
     return *value;
 }
 
 std::optional<CustomizationStore::Values> CustomizationStore::Parse(QIODevice *file)
 {
     QXmlStreamReader xml(file);
-    if (!xml.readNextStartElement() || xml.name() != QLatin1String("Customization"))
+    if (!xml.readNextStartElement() || xml.name() != QLatin1String("Customization")) {
         return std::nullopt;
+    }
 
     Values values;
     while (xml.readNextStartElement()) {
@@ -41,9 +45,11 @@ std::optional<CustomizationStore::Values> CustomizationStore::Parse(QIODevice *f
         values.insert({key, language}, xml.readElementText().trimmed());
     }
     // What follows the root element is part of the file too: a second root is damage.
-    while (!xml.atEnd())
+    while (!xml.atEnd()) {
         xml.readNext();
-    if (xml.hasError())
+    }
+    if (xml.hasError()) {
         return std::nullopt;
+    }
     return values;
 }

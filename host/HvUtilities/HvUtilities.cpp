@@ -21,11 +21,13 @@ int LoadCustomizeXMLFileW(const char16_t *path)
 int ReadCustomizeInfoW(const char16_t *key, const char16_t *language, char16_t *buffer,
                        int bufferUnits, int, int)
 {
-    if (buffer == nullptr || bufferUnits <= 0)
+    if (buffer == nullptr || bufferUnits <= 0) {
         return 0;
+    }
     const auto value = Store().Value(QString::fromUtf16(key), QString::fromUtf16(language));
-    if (!value)
+    if (!value) {
         return 0;
+    }
 
     const int units = std::min(value->size(), bufferUnits - 1);
     std::copy_n(reinterpret_cast<const char16_t *>(value->utf16()), units, buffer);

@@ -39,10 +39,12 @@ void BspatchProgram::Apply(const std::filesystem::path &oldPath,
                            const std::filesystem::path &newPath,
                            const std::filesystem::path &patchPath)
 {
-    if (IsSameFile(newPath, oldPath))
+    if (IsSameFile(newPath, oldPath)) {
         throw PatchError(newPath, "is both the old and the new file");
-    if (IsSameFile(newPath, patchPath))
+    }
+    if (IsSameFile(newPath, patchPath)) {
         throw PatchError(newPath, "is both the patch and the new file");
+    }
 
     InputFile patch(patchPath);
     OldFile oldFile(oldPath);

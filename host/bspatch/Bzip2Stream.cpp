@@ -18,8 +18,9 @@ Bzip2Stream::Bzip2Stream(InputFile &patch, std::string name, std::int64_t begin,
     , m_end(end)
     , m_packed(packedSize)
 {
-    if (BZ2_bzDecompressInit(&m_stream, 0, 0) != BZ_OK)
+    if (BZ2_bzDecompressInit(&m_stream, 0, 0) != BZ_OK) {
         FailForMemory();
+    }
 }
 
 Bzip2Stream::~Bzip2Stream()
@@ -29,15 +30,17 @@ Bzip2Stream::~Bzip2Stream()
 
 void Bzip2Stream::Read(unsigned char *buffer, std::size_t size)
 {
-    if (Unpack(buffer, size) != size)
+    if (Unpack(buffer, size) != size) {
         Fail("ends too early");
+    }
 }
 
 void Bzip2Stream::ExpectEnd()
 {
     unsigned char excess = 0;
-    if (Unpack(&excess, 1) != 0)
+    if (Unpack(&excess, 1) != 0) {
         Fail("is too long");
+    }
 }
 
 std::size_t Bzip2Stream::Unpack(unsigned char *buffer, std::size_t size)
@@ -49,22 +52,26 @@ std::size_t Bzip2Stream::Unpack(unsigned char *buffer, std::size_t size)
         const unsigned int room = m_stream.avail_out;
         const bool starved = m_stream.avail_in == 0;
         const int result = BZ2_bzDecompress(&m_stream);
-        if (result == BZ_MEM_ERROR)
+        if (result == BZ_MEM_ERROR) {
             FailForMemory();
-        if (result != BZ_OK && result != BZ_STREAM_END)
+        }
+        if (result != BZ_OK && result != BZ_STREAM_END) {
             Fail("is not valid bzip2 data");
+        }
         m_ended = result == BZ_STREAM_END;
         // Without input there may still be output from what was taken in before, but not for ever.
-        if (!m_ended && starved && m_stream.avail_out == room)
+        if (!m_ended && starved && m_stream.avail_out == room) {
             Fail("is cut off");
+        }
     }
     return size - m_stream.avail_out;
 }
 
 void Bzip2Stream::Refill()
 {
-    if (m_stream.avail_in > 0)
+    if (m_stream.avail_in > 0) {
         return;
+    }
     const auto size = static_cast<unsigned int>(std::min(packedSize, m_end - m_position));
     m_patch.ReadAt(m_position, reinterpret_cast<unsigned char *>(m_packed.data()), size);
     m_position += size;

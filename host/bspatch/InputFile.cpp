@@ -11,15 +11,17 @@ InputFile::InputFile(const std::filesystem::path &path)
     // Asked before the file is opened, because opening a pipe waits for a writer.
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(path, error);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
         throw PatchError(path, "is not a regular file");
+    }
 
     errno = 0;
     m_stream.open(path, std::ios::binary);
     m_stream.seekg(0, std::ios::end);
     m_size = static_cast<std::int64_t>(m_stream.tellg());
-    if (!m_stream || m_size < 0)
+    if (!m_stream || m_size < 0) {
         throw PatchError::FromSystem(path, "cannot be opened", errno);
+    }
 }
 
 void InputFile::ReadAt(std::int64_t offset, unsigned char *buffer, std::size_t size)
@@ -27,8 +29,10 @@ void InputFile::ReadAt(std::int64_t offset, unsigned char *buffer, std::size_t s
     errno = 0;
     m_stream.seekg(offset);
     m_stream.read(reinterpret_cast<char *>(buffer), static_cast<std::streamsize>(size));
-    if (m_stream.eof())
+    if (m_stream.eof()) {
         throw PatchError(m_path, "has become shorter");
-    if (!m_stream)
+    }
+    if (!m_stream) {
         throw PatchError::FromSystem(m_path, "cannot be read", errno);
+    }
 }

@@ -26,15 +26,17 @@ NewFile::NewFile(const std::filesystem::path &path)
     const std::filesystem::file_status status = std::filesystem::status(path, error);
     // A rename would put the new file in the place of a device, too.
     if (!path.has_filename() ||
-        (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)))
+        (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))) {
         throw PatchError(path, "is not a regular file");
+    }
     Create();
 }
 
 NewFile::~NewFile()
 {
-    if (m_file != nullptr)
+    if (m_file != nullptr) {
         static_cast<void>(std::fclose(m_file));
+    }
     if (!m_temporaryPath.empty()) {
         std::error_code ignored;
         std::filesystem::remove(m_temporaryPath, ignored);
@@ -47,28 +49,33 @@ void NewFile::Create()
         std::filesystem::path temporaryPath = m_path;
         temporaryPath.replace_filename(RandomName());
         m_file = gCreateFile(temporaryPath);
-        if (m_file != nullptr)
+        if (m_file != nullptr) {
             m_temporaryPath = std::move(temporaryPath);
-        else if (errno != EEXIST)
+        } else if (errno != EEXIST) {
             throw PatchError::FromSystem(m_path, "cannot be created", errno);
+        }
     }
 }
 
 void NewFile::Write(const unsigned char *bytes, std::size_t size)
 {
-    if (std::fwrite(bytes, 1, size, m_file) != size)
+    if (std::fwrite(bytes, 1, size, m_file) != size) {
         throw PatchError::FromSystem(m_path, "cannot be written", errno);
+    }
 }
 
 void NewFile::Commit()
 {
-    if (!gFlushToDisk(m_file))
+    if (!gFlushToDisk(m_file)) {
         throw PatchError::FromSystem(m_path, "cannot be written", errno);
-    if (std::fclose(std::exchange(m_file, nullptr)) != 0)
+    }
+    if (std::fclose(std::exchange(m_file, nullptr)) != 0) {
         throw PatchError::FromSystem(m_path, "cannot be written", errno);
+    }
     std::error_code error;
     std::filesystem::rename(m_temporaryPath, m_path, error);
-    if (error)
+    if (error) {
         throw PatchError(m_path, "cannot be put in place: " + error.message());
+    }
     m_temporaryPath.clear();
 }

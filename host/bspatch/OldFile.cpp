@@ -22,16 +22,18 @@ void OldFile::AddTo(std::int64_t position, unsigned char *bytes, std::size_t siz
         const std::int64_t partEnd = std::min(m_blockEnd, end);
         const unsigned char *old = m_block.data() + (current - m_blockBegin);
         unsigned char *target = bytes + (current - position);
-        for (std::int64_t index = 0; index < partEnd - current; ++index)
+        for (std::int64_t index = 0; index < partEnd - current; ++index) {
             target[index] = static_cast<unsigned char>(target[index] + old[index]);
+        }
         current = partEnd;
     }
 }
 
 void OldFile::LoadBlockAt(std::int64_t position)
 {
-    if (position >= m_blockBegin && position < m_blockEnd)
+    if (position >= m_blockBegin && position < m_blockEnd) {
         return;
+    }
     const std::int64_t begin = position - position % blockSize;
     const std::int64_t length = std::min(blockSize, m_file.Size() - begin);
     m_file.ReadAt(begin, m_block.data(), static_cast<std::size_t>(length));

@@ -10,7 +10,8 @@ PatchError::PatchError(const std::filesystem::path &file, const std::string &rea
 PatchError PatchError::FromSystem(const std::filesystem::path &file, const std::string &reason,
                                   int code)
 {
-    if (code == 0)
+    if (code == 0) {
         return {file, reason};
+    }
     return {file, reason + ": " + std::generic_category().message(code)};
 }

@@ -50,8 +50,9 @@ Patcher::Step Patcher::NextStep(std::int64_t sizeLeft)
     step.copied = gPatchNumber(bytes.data() + patchNumberSize);
     step.skipped = gPatchNumber(bytes.data() + 2 * patchNumberSize);
     if (step.added < 0 || step.copied < 0 || step.added > sizeLeft ||
-        step.copied > sizeLeft - step.added)
+        step.copied > sizeLeft - step.added) {
         FailAtStep();
+    }
     return step;
 }
 
@@ -61,8 +62,9 @@ void Patcher::MoveInOldFile(std::int64_t distance)
     using Limits = std::numeric_limits<std::int64_t>;
     const bool possible = distance > 0 ? m_oldPosition <= Limits::max() - distance
                                        : m_oldPosition >= Limits::min() - distance;
-    if (!possible)
+    if (!possible) {
         FailAtStep();
+    }
     m_oldPosition += distance;
 }
 

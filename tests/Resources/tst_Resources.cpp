@@ -259,8 +259,9 @@ void tst_Resources::every_image_that_a_sheet_names_is_there()
     const QRegularExpression url(QStringLiteral("url\\(([^)]*)\\)"));
     auto match = url.globalMatch(QString::fromUtf8(BytesOf(sheet)));
     int count = 0;
-    for (; match.hasNext(); ++count)
+    for (; match.hasNext(); ++count) {
         QVERIFY(QFile::exists(match.next().captured(1)));
+    }
     QCOMPARE(count, 4);
 }
 
@@ -279,8 +280,9 @@ void tst_Resources::title_bar_and_labels_take_their_look_from_the_sheet()
     ProgressDisplay progressPage(&panel);
     VersionDisplay versionPage(&panel);
     for (QWidget *page : {static_cast<QWidget *>(&hintPage), static_cast<QWidget *>(&progressPage),
-                          static_cast<QWidget *>(&versionPage)})
+                          static_cast<QWidget *>(&versionPage)}) {
         page->move(0, 40);
+    }
     panel.show();
 
     const QImage bar = panel.PictureOf(titleBar);

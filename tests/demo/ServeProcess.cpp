@@ -16,8 +16,9 @@ ServeProcess::ServeProcess(const QString &directory, const QStringList &options)
 ServeProcess::~ServeProcess()
 {
     m_process.terminate();
-    if (!m_process.waitForFinished(patience))
+    if (!m_process.waitForFinished(patience)) {
         m_process.kill();
+    }
 }
 
 QUrl ServeProcess::Url(const QString &path) const

@@ -18,8 +18,9 @@ QList<QJsonObject> Events(QProcess &process)
 {
     QList<QJsonObject> events;
     const QList<QByteArray> lines = process.readAllStandardOutput().trimmed().split('\n');
-    for (const QByteArray &line : lines)
+    for (const QByteArray &line : lines) {
         events << QJsonDocument::fromJson(line).object();
+    }
     return events;
 }
 

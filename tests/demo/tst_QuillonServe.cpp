@@ -90,8 +90,9 @@ QNetworkReply *tst_QuillonServe::Send(const QByteArray &verb, const QUrl &url,
     QNetworkRequest request(url);
     // An idle connection would hold up the end of the service.
     request.setRawHeader("Connection", "close");
-    if (!range.isEmpty())
+    if (!range.isEmpty()) {
         request.setRawHeader("Range", range);
+    }
     return m_network.sendCustomRequest(request, verb);
 }
 
@@ -100,8 +101,9 @@ std::unique_ptr<QNetworkReply> tst_QuillonServe::Ask(const QByteArray &verb, con
 {
     std::unique_ptr<QNetworkReply> reply(Send(verb, url, range));
     QSignalSpy finished(reply.get(), &QNetworkReply::finished);
-    if (!reply->isFinished())
+    if (!reply->isFinished()) {
         finished.wait(patience);
+    }
     return reply;
 }
 
@@ -330,8 +332,9 @@ void tst_QuillonServe::idle_connections_keep_nobody_waiting()
         QTRY_VERIFY_WITH_TIMEOUT(socket.bytesAvailable() > 0, patience);
     }
     QCOMPARE(Status(Ask("GET", server.Url(QStringLiteral("/packages/setup.run")))), 200);
-    for (const auto &socket : idle)
+    for (const auto &socket : idle) {
         QCOMPARE(socket->state(), QAbstractSocket::ConnectedState);
+    }
 }
 
 void tst_QuillonServe::the_access_log_has_no_queries()

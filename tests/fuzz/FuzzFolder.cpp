@@ -25,8 +25,9 @@ void FuzzFolder::Write(const char *name, const QByteArray &bytes) const
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
         file.write(bytes) != bytes.size() || !file.flush() ||
         !file.setFileTime(QDateTime::fromSecsSinceEpoch(++version),
-                          QFileDevice::FileModificationTime))
+                          QFileDevice::FileModificationTime)) {
         qFatal("The file %s cannot be written.", name);
+    }
 }
 
 void FuzzFolder::Write(const char *name, const std::uint8_t *data, std::size_t size) const

@@ -8,8 +8,9 @@ namespace
 {
 void gKeepQuiet(QtMsgType type, const QMessageLogContext & /*context*/, const QString & /*message*/)
 {
-    if (type == QtFatalMsg)
+    if (type == QtFatalMsg) {
         std::abort();
+    }
 }
 } // namespace
 

@@ -30,8 +30,9 @@ QByteArray gTakePiece(QByteArray &bytes)
 
 QByteArray gPatch(QByteArray input, bool packedHere)
 {
-    if (!packedHere)
+    if (!packedHere) {
         return input;
+    }
     BsdiffWriter::Blocks blocks;
     blocks.control = gTakePiece(input);
     blocks.diff = gTakePiece(input);
@@ -51,8 +52,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::filesystem::path path(folder.Path().toStdString());
     try {
         InputFile patch(path / "patch");
-        if (PatchHeader::Read(patch).newSize <= mostNewBytes)
+        if (PatchHeader::Read(patch).newSize <= mostNewBytes) {
             BspatchProgram::Apply(path / "old", path / "new", path / "patch");
+        }
     } catch (const PatchError &) {
         // The right answer to most inputs.
     }

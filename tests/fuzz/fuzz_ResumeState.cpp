@@ -11,7 +11,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     folder.Write("CvBreakResumeDownLoad.ini", data, size);
     const ResumeState state(folder.Path());
     const qint64 total = state.PackageSize();
-    for (const QString &boot : {state.BootId(), QStringLiteral("another boot")})
+    for (const QString &boot : {state.BootId(), QStringLiteral("another boot")}) {
         gIsUsable(gResumePoint(state, total, boot));
+    }
     return 0;
 }

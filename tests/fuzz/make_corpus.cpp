@@ -22,8 +22,9 @@ public:
     void Add(const char *name, const QByteArray &bytes) const
     {
         QFile file(m_folder.filePath(QLatin1String(name)));
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
             qFatal("The seed %s cannot be written.", name);
+        }
     }
 
 private:
@@ -144,8 +145,9 @@ int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
     const QString folder = QCoreApplication::arguments().value(1);
-    if (folder.isEmpty())
+    if (folder.isEmpty()) {
         return 2;
+    }
     gWriteManifests(folder);
     gWritePrograms(folder);
     gWriteStates(folder);

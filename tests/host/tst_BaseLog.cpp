@@ -34,8 +34,9 @@ void Collect(QtMsgType type, const QMessageLogContext &context, const QString &m
 void CollectAndLogOnce(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     Collect(type, context, message);
-    if (message == QLatin1String("outer"))
+    if (message == QLatin1String("outer")) {
         GetGlobalLogInstance()->Log("BaseLogTest", "Handler", 1, "inner");
+    }
 }
 } // namespace
 
@@ -158,12 +159,14 @@ void tst_BaseLog::lines_of_several_threads_arrive_whole()
     for (int thread = 0; thread < threads; ++thread) {
         writers.emplace_back([thread]() {
             const std::string file = "Thread" + std::to_string(thread);
-            for (int i = 0; i < linesEach; ++i)
+            for (int i = 0; i < linesEach; ++i) {
                 GetGlobalLogInstance()->Log(file.c_str(), "F", i, "%d of %d", i, thread);
+            }
         });
     }
-    for (std::thread &writer : writers)
+    for (std::thread &writer : writers) {
         writer.join();
+    }
 
     QCOMPARE(gLines.size(), threads * linesEach);
     for (const Line &line : qAsConst(gLines)) {

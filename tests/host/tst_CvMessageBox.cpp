@@ -37,8 +37,9 @@ Answer Click(const char *button)
 /// Ends the modal loop after a failed check, so that no test waits forever.
 void CloseIfOpen(QWidget *box)
 {
-    if (box && box->isVisible())
+    if (box && box->isVisible()) {
         box->close();
+    }
 }
 
 /// Where @p widget lies in @p window.
@@ -101,8 +102,9 @@ void tst_CvMessageBox::the_buttons_are_those_asked_for()
                            nullptr);
     QStringList found;
     const auto children = box.findChildren<QPushButton *>();
-    for (const QPushButton *button : children)
+    for (const QPushButton *button : children) {
         found.append(button->text());
+    }
     QCOMPARE(found, texts);
 }
 
@@ -244,8 +246,9 @@ void tst_CvMessageBox::the_buttons_stand_where_the_alignment_puts_them()
     const int right = box.width() - 1 - Place(cancel, box).right();
     QVERIFY(Place(yes, box).right() < Place(cancel, box).left());
     QVERIFY(qAbs(left - right) <= 1 ? leftOverRight == 0 : (left > right) == (leftOverRight > 0));
-    if (leftOverRight != 0)
+    if (leftOverRight != 0) {
         QVERIFY(qAbs(left - right) > 100);
+    }
 }
 
 void tst_CvMessageBox::the_text_is_shown_without_markup()
@@ -280,8 +283,9 @@ void tst_CvMessageBox::the_content_lies_inside_the_shadow()
     const int border = gGetSystemBorder();
     const QRect inside = box.rect().adjusted(border, border, -border, -border);
     const auto children = box.findChildren<QWidget *>();
-    for (const QWidget *child : children)
+    for (const QWidget *child : children) {
         QVERIFY2(inside.contains(Place(child, box)), qPrintable(child->objectName()));
+    }
 }
 
 void tst_CvMessageBox::the_box_has_the_look_of_the_dialog()

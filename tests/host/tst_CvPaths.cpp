@@ -29,8 +29,9 @@ void tst_CvPaths::what_is_not_a_writeable_folder_is_told_so_data()
     QTest::newRow("a_folder_that_does_not_exist") << "/no/such/folder";
     QTest::newRow("a_file") << QCoreApplication::applicationFilePath();
     QTest::newRow("no_path_at_all") << QString();
-    if (QDir(QStringLiteral("/proc/self")).exists())
+    if (QDir(QStringLiteral("/proc/self")).exists()) {
         QTest::newRow("a_folder_in_which_even_the_administrator_creates_nothing") << "/proc/self";
+    }
 }
 
 void tst_CvPaths::what_is_not_a_writeable_folder_is_told_so()

@@ -55,8 +55,9 @@ private:
 int tst_HvUtilities::Load(const QByteArray &content)
 {
     QFile file(m_folder.filePath(QString::fromUtf8("Customization-\u00fc.xml")));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
         return -1;
+    }
     file.close();
     return m_load(file.fileName().toStdU16String().c_str());
 }

@@ -39,8 +39,9 @@ void tst_MachineIdentity::the_adapter_address_is_of_an_adapter_and_not_of_the_lo
     const QList<QNetworkInterface> adapters = QNetworkInterface::allInterfaces();
     for (const QNetworkInterface &adapter : adapters) {
         const QByteArray address = adapter.hardwareAddress().toLatin1().replace(':', "").toUpper();
-        if (address.size() >= 12 && !adapter.flags().testFlag(QNetworkInterface::IsLoopBack))
+        if (address.size() >= 12 && !adapter.flags().testFlag(QNetworkInterface::IsLoopBack)) {
             addresses.append(address.left(12));
+        }
     }
     const QByteArray address = AdapterAddressHex();
     QCOMPARE(address.isEmpty(), addresses.isEmpty());
@@ -76,8 +77,9 @@ void tst_MachineIdentity::a_new_guid_has_its_form()
 void tst_MachineIdentity::every_new_guid_is_another()
 {
     QSet<QString> guids;
-    for (int count = 0; count < 100; ++count)
+    for (int count = 0; count < 100; ++count) {
         guids.insert(NewGuidString());
+    }
     QCOMPARE(guids.size(), 100);
 }
 

@@ -67,8 +67,9 @@ void tst_ProcessLock::a_killed_process_holds_nothing()
     const QTemporaryDir folder;
     QProcess holder;
     holder.start("flock", {folder.filePath("lock"), "sh", "-c", "echo held; exec sleep 600"});
-    if (!holder.waitForStarted())
+    if (!holder.waitForStarted()) {
         QSKIP("there is no program that holds a lock");
+    }
     QVERIFY(holder.waitForReadyRead());
     ProcessLock lock;
     QCOMPARE(Try(lock, folder), ProcessLock::Outcome::HeldByAnother);
@@ -78,8 +79,9 @@ void tst_ProcessLock::a_killed_process_holds_nothing()
     QVERIFY(children.waitForFinished());
     const QList<QByteArray> sleepers = children.readAll().split('\n');
     for (const QByteArray &sleeper : sleepers) {
-        if (!sleeper.isEmpty())
+        if (!sleeper.isEmpty()) {
             QProcess::execute("kill", {"-9", QString::fromLatin1(sleeper)});
+        }
     }
     holder.kill();
     QVERIFY(holder.waitForFinished());

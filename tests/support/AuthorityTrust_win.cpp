@@ -22,8 +22,9 @@ void gTrustAuthority(const QSslCertificate &authority)
         CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER, L"ROOT");
     if (CertAddCertificateContextToStore(store, certificate, CERT_STORE_ADD_REPLACE_EXISTING,
                                          nullptr) == FALSE ||
-        CertCloseStore(store, 0) == FALSE)
+        CertCloseStore(store, 0) == FALSE) {
         qFatal("The test cannot write to the store of certificates.");
+    }
     // What the first look at the stores finds is what the process trusts, and only now are they its
     // own.
     CERT_CHAIN_PARA parameters{};
@@ -31,8 +32,9 @@ void gTrustAuthority(const QSslCertificate &authority)
     const CERT_CHAIN_CONTEXT *chain = nullptr;
     if (CertGetCertificateChain(nullptr, certificate, nullptr, nullptr, &parameters, 0, nullptr,
                                 &chain) == FALSE ||
-        chain->TrustStatus.dwErrorStatus != CERT_TRUST_NO_ERROR)
+        chain->TrustStatus.dwErrorStatus != CERT_TRUST_NO_ERROR) {
         qFatal("The system does not trust the test's authority.");
+    }
     CertFreeCertificateChain(chain);
     CertFreeCertificateContext(certificate);
 }

@@ -38,8 +38,9 @@ QByteArray BsdiffWriter::Packed(const QByteArray &block)
     const int result =
         BZ2_bzBuffToBuffCompress(packed.data(), &size, const_cast<char *>(block.constData()),
                                  static_cast<unsigned int>(block.size()), hundredKilobytes, 0, 0);
-    if (result != BZ_OK)
+    if (result != BZ_OK) {
         return {};
+    }
     packed.truncate(static_cast<int>(size));
     return packed;
 }

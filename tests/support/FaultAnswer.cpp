@@ -13,8 +13,9 @@ constexpr int statusOutOfReach = 416;
 std::optional<QPair<qint64, qint64>> gRange(const HttpRequest &request, qint64 size)
 {
     const QByteArray range = request.headers.value("range");
-    if (!range.startsWith("bytes="))
+    if (!range.startsWith("bytes=")) {
         return std::nullopt;
+    }
     const QList<QByteArray> ends = range.mid(6).split('-');
     const QByteArray last = ends.value(1);
     return QPair<qint64, qint64>(ends.value(0).toLongLong(),
@@ -26,8 +27,9 @@ quint32 gCrc32(const QByteArray &bytes)
     quint32 crc = 0xffffffffU;
     for (const char byte : bytes) {
         crc ^= static_cast<unsigned char>(byte);
-        for (int bit = 0; bit < 8; ++bit)
+        for (int bit = 0; bit < 8; ++bit) {
             crc = (crc >> 1) ^ ((crc & 1U) != 0 ? 0xedb88320U : 0U);
+        }
     }
     return ~crc;
 }
@@ -268,33 +270,42 @@ FaultAnswer::Content FaultAnswer::ContentFor(const HttpRequest &request) const
                            ? m_file.mid(static_cast<int>(first), static_cast<int>(last - first + 1))
                            : QByteArray();
     }
-    if (m_status != noStatus)
+    if (m_status != noStatus) {
         content.status = m_status;
-    if (m_contentRange.has_value())
+    }
+    if (m_contentRange.has_value()) {
         content.contentRange = *m_contentRange;
-    if (m_gzip)
+    }
+    if (m_gzip) {
         content.body = gGzipped(content.body);
+    }
     return content;
 }
 
 QByteArray FaultAnswer::Head(const Content &content) const
 {
     QByteArray head = "HTTP/1.1 " + QByteArray::number(content.status) + " Scripted\r\n";
-    if (!m_type.isEmpty())
+    if (!m_type.isEmpty()) {
         head += "Content-Type: " + m_type + "\r\n";
-    if (!content.contentRange.isEmpty())
+    }
+    if (!content.contentRange.isEmpty()) {
         head += "Content-Range: " + content.contentRange + "\r\n";
-    for (const auto &header : m_headers)
+    }
+    for (const auto &header : m_headers) {
         head += header.first + ": " + header.second + "\r\n";
-    for (int number = 0; head.size() < m_headerFlood; ++number)
+    }
+    for (int number = 0; head.size() < m_headerFlood; ++number) {
         head += "X-Flood-" + QByteArray::number(number) + ": " + QByteArray(1000, 'x') + "\r\n";
-    if (!m_length)
+    }
+    if (!m_length) {
         return head + "Connection: close\r\n\r\n";
+    }
     const QList<QByteArray> lengths =
         m_lengths.isEmpty() ? QList<QByteArray>{QByteArray::number(content.body.size())}
                             : m_lengths;
-    for (const QByteArray &length : lengths)
+    for (const QByteArray &length : lengths) {
         head += "Content-Length: " + length + "\r\n";
+    }
     return head + "\r\n";
 }
 
@@ -315,26 +326,30 @@ void FaultAnswer::AppendBody(QList<FaultStep> &steps, const QByteArray &body) co
     } else {
         send(sent);
     }
-    if (m_endless)
+    if (m_endless) {
         send(QByteArray(16384, 'e'), true);
+    }
 }
 
 QList<FaultStep> FaultAnswer::StepsFor(const HttpRequest &request) const
 {
     QList<FaultStep> steps;
-    if (m_firstByteMs > 0)
+    if (m_firstByteMs > 0) {
         steps.append(FaultStep::Pause(m_firstByteMs));
+    }
     if (!m_raw.isEmpty()) {
         steps.append(FaultStep::Send(m_raw));
     } else if (!m_end.has_value() || m_endAfter >= 0) {
         const Content content = ContentFor(request);
         steps.append(FaultStep::Send(Head(content)));
-        if (request.method != "HEAD" || m_bodyToHead)
+        if (request.method != "HEAD" || m_bodyToHead) {
             AppendBody(steps, m_body.value_or(content.body) + QByteArray(m_surplus, 's'));
+        }
     }
-    if (m_end.has_value())
+    if (m_end.has_value()) {
         steps.append(FaultStep::Of(*m_end));
-    else if (!m_length)
+    } else if (!m_length) {
         steps.append(FaultStep::Of(FaultStep::Kind::Close));
+    }
     return steps;
 }

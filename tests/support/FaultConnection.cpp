@@ -31,11 +31,13 @@ FaultConnection::FaultConnection(QTcpSocket *socket, FaultServer &server)
 
 void FaultConnection::ReadRequest()
 {
-    if (m_busy)
+    if (m_busy) {
         return;
+    }
     const auto request = HttpRequest::TakeFrom(m_input);
-    if (!request.has_value())
+    if (!request.has_value()) {
         return;
+    }
     m_busy = true;
     m_steps = m_server.Receive(*request).StepsFor(*request);
     Play();
@@ -43,8 +45,9 @@ void FaultConnection::ReadRequest()
 
 void FaultConnection::Play()
 {
-    if (m_socket->state() != QAbstractSocket::ConnectedState)
+    if (m_socket->state() != QAbstractSocket::ConnectedState) {
         return;
+    }
     if (m_steps.isEmpty()) {
         m_busy = false;
         ReadRequest();
@@ -78,12 +81,14 @@ void FaultConnection::SendPiece(FaultStep &step)
     m_sent += piece.size();
     if (m_sent >= step.bytes.size()) {
         m_sent = 0;
-        if (!step.forEver)
+        if (!step.forEver) {
             m_steps.removeFirst();
+        }
     }
     m_waitsForRoom = m_socket->bytesToWrite() >= mostUnsentBytes;
-    if (!m_waitsForRoom)
+    if (!m_waitsForRoom) {
         PlayAfter(pauseMs);
+    }
 }
 
 void FaultConnection::PlayAfter(int ms)

@@ -16,8 +16,9 @@ FaultRule &FaultRule::WithoutRange()
 
 FaultRule &FaultRule::Answer(int times, const FaultAnswer &answer)
 {
-    for (int time = 0; time < times; ++time)
+    for (int time = 0; time < times; ++time) {
         Then(answer);
+    }
     return *this;
 }
 
@@ -29,18 +30,21 @@ FaultRule &FaultRule::Then(const FaultAnswer &answer)
 
 bool FaultRule::Fits(const HttpRequest &request) const
 {
-    if (request.method != m_method || request.Path() != m_path)
+    if (request.method != m_method || request.Path() != m_path) {
         return false;
+    }
     const QByteArray range = request.headers.value("range");
-    if (range.isEmpty())
+    if (range.isEmpty()) {
         return !m_withRange;
+    }
     const qint64 start = range.mid(6, range.indexOf('-') - 6).toLongLong();
     return !m_withoutRange && start >= m_first && start <= m_last;
 }
 
 FaultAnswer FaultRule::Next()
 {
-    if (m_answers.isEmpty())
+    if (m_answers.isEmpty()) {
         return FaultAnswer::Status(404);
+    }
     return m_answers.size() > 1 ? m_answers.takeFirst() : m_answers.first();
 }

@@ -30,8 +30,9 @@ FaultServer::FaultServer(std::unique_ptr<QTcpServer> listener, const QString &sc
     QMetaObject::invokeMethod(
         m_listener,
         [this] {
-            if (!m_listener->listen(QHostAddress::LocalHost))
+            if (!m_listener->listen(QHostAddress::LocalHost)) {
                 qFatal("The fault server found no free port.");
+            }
             m_port = m_listener->serverPort();
         },
         Qt::BlockingQueuedConnection);
@@ -64,8 +65,9 @@ QList<HttpRequest> FaultServer::Requests(const QByteArray &method) const
     const QMutexLocker lock(&m_mutex);
     QList<HttpRequest> requests;
     for (const HttpRequest &request : m_requests) {
-        if (method.isEmpty() || request.method == method)
+        if (method.isEmpty() || request.method == method) {
             requests.append(request);
+        }
     }
     return requests;
 }

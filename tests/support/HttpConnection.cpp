@@ -19,16 +19,19 @@ HttpConnection::HttpConnection(QTcpSocket *socket, HttpServer &server)
 
 void HttpConnection::ReadRequest()
 {
-    if (m_busy)
+    if (m_busy) {
         return;
+    }
     const auto received = HttpRequest::TakeFrom(m_input);
-    if (!received.has_value())
+    if (!received.has_value()) {
         return;
+    }
     const HttpRequest &request = *received;
     m_busy = true;
     m_answer = m_server.Receive(request);
-    if (m_answer.fault == HttpAnswer::Fault::Silence)
+    if (m_answer.fault == HttpAnswer::Fault::Silence) {
         return;
+    }
     if (m_answer.fault == HttpAnswer::Fault::CloseAtOnce) {
         m_socket->disconnectFromHost();
         return;
@@ -58,12 +61,14 @@ void HttpConnection::StartAnswer(const HttpRequest &request)
                                          QByteArray::number(last) + '/' + QByteArray::number(size)
                                    : "bytes */" + QByteArray::number(size);
         m_unsent = m_unsent.mid(static_cast<int>(first), static_cast<int>(last - first + 1));
-        if (!satisfiable)
+        if (!satisfiable) {
             m_unsent.clear();
+        }
     }
     m_socket->write(Head(status, m_unsent.size(), contentRange));
-    if (request.method == "HEAD")
+    if (request.method == "HEAD") {
         m_unsent.clear();
+    }
     switch (m_answer.fault) {
     case HttpAnswer::Fault::CloseAfter:
     case HttpAnswer::Fault::ResetAfter:
@@ -82,14 +87,18 @@ void HttpConnection::StartAnswer(const HttpRequest &request)
 QByteArray HttpConnection::Head(int status, qint64 length, const QByteArray &contentRange) const
 {
     QByteArray head = "HTTP/1.1 " + QByteArray::number(status) + " Scripted\r\n";
-    if (!m_answer.contentType.isEmpty())
+    if (!m_answer.contentType.isEmpty()) {
         head += "Content-Type: " + m_answer.contentType + "\r\n";
-    if (!contentRange.isEmpty())
+    }
+    if (!contentRange.isEmpty()) {
         head += "Content-Range: " + contentRange + "\r\n";
-    for (const auto &header : m_answer.headers)
+    }
+    for (const auto &header : m_answer.headers) {
         head += header.first + ": " + header.second + "\r\n";
-    if (!m_answer.announceLength)
+    }
+    if (!m_answer.announceLength) {
         return head + "Connection: close\r\n\r\n";
+    }
     const qint64 announced = m_answer.announcedLength < 0 ? length : m_answer.announcedLength;
     return head + "Content-Length: " + QByteArray::number(announced) + "\r\n\r\n";
 }
@@ -99,10 +108,11 @@ void HttpConnection::SendBody()
     const int count = m_answer.chunkSize > 0 ? m_answer.chunkSize : m_unsent.size();
     m_socket->write(m_unsent.left(count));
     m_unsent.remove(0, count);
-    if (m_unsent.isEmpty())
+    if (m_unsent.isEmpty()) {
         EndAnswer();
-    else
+    } else {
         QTimer::singleShot(m_answer.chunkPauseMs, this, [this] { SendBody(); });
+    }
 }
 
 void HttpConnection::EndAnswer()

@@ -23,8 +23,9 @@ HttpServer::HttpServer(std::unique_ptr<Listener> listener)
         m_listener,
         [this] {
             m_port = m_listener->Open();
-            if (m_port == 0)
+            if (m_port == 0) {
                 qFatal("The test server found no free port.");
+            }
         },
         Qt::BlockingQueuedConnection);
 }
@@ -56,8 +57,9 @@ QList<HttpRequest> HttpServer::Requests(const QByteArray &method) const
     const QMutexLocker lock(&m_mutex);
     QList<HttpRequest> requests;
     for (const HttpRequest &request : m_requests) {
-        if (method.isEmpty() || request.method == method)
+        if (method.isEmpty() || request.method == method) {
             requests.append(request);
+        }
     }
     return requests;
 }
@@ -74,8 +76,9 @@ HttpAnswer HttpServer::Receive(const HttpRequest &request)
     m_requests.append(request);
     const QByteArray path = request.Path();
     const auto ofMethod = m_answers.constFind(request.method + path);
-    if (ofMethod != m_answers.constEnd())
+    if (ofMethod != m_answers.constEnd()) {
         return *ofMethod;
+    }
     return m_answers.value(path, HttpAnswer::Status(404));
 }
 

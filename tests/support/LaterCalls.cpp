@@ -7,10 +7,11 @@ LaterCalls::Function LaterCalls::Seam()
     return [this](std::chrono::milliseconds delay, QObject *context,
                   const std::function<void()> &action) {
         m_seconds.append(static_cast<int>(delay.count() / 1000));
-        if (m_atOnce)
+        if (m_atOnce) {
             QTimer::singleShot(0, context, action);
-        else
+        } else {
             m_waiting.append({context, action});
+        }
     };
 }
 
@@ -19,7 +20,8 @@ void LaterCalls::Run()
     const QList<Call> calls = m_waiting;
     m_waiting.clear();
     for (const Call &call : calls) {
-        if (call.context != nullptr)
+        if (call.context != nullptr) {
             call.action();
+        }
     }
 }

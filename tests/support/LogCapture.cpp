@@ -29,8 +29,9 @@ int LogCapture::Count(const QString &file, const QString &function, const QStrin
         const bool says =
             line.message == message || line.message.endsWith(QLatin1Char(' ') + message);
         if (line.type == QtInfoMsg && line.category == QStringLiteral("corvina.") + file &&
-            ofFunction && says)
+            ofFunction && says) {
             ++count;
+        }
     }
     return count;
 }
@@ -39,8 +40,9 @@ int LogCapture::CountContaining(const QString &text) const
 {
     const QMutexLocker lock(&m_mutex);
     int count = 0;
-    for (const Line &line : m_lines)
+    for (const Line &line : m_lines) {
         count += line.message.contains(text) ? 1 : 0;
+    }
     return count;
 }
 
@@ -50,8 +52,9 @@ QStringList LogCapture::Messages(const QString &file, const QString &function) c
     QStringList messages;
     for (const Line &line : m_lines) {
         if (line.category == QStringLiteral("corvina.") + file &&
-            (function.isEmpty() || line.function == function))
+            (function.isEmpty() || line.function == function)) {
             messages.append(line.message);
+        }
     }
     return messages;
 }

@@ -13,8 +13,9 @@ namespace
 void gWrite(const QString &path, const QByteArray &bytes)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
         qFatal("%s cannot be written.", qUtf8Printable(path));
+    }
 }
 } // namespace
 
@@ -22,8 +23,9 @@ PatchProgram::PatchProgram()
 {
     QFile::remove(Path());
     const QString program = QStandardPaths::findExecutable(QStringLiteral("bspatch"));
-    if (!QFile::copy(program, Path()))
+    if (!QFile::copy(program, Path())) {
         qFatal("The program bspatch is needed beside the test.");
+    }
 }
 
 PatchProgram::PatchProgram(const QByteArray &orders)
@@ -51,8 +53,9 @@ QByteArray PatchProgram::MakePatch(const QByteArray &oldBytes, const QByteArray 
                             folder.filePath(QStringLiteral("patch"))};
     gWrite(paths.at(0), oldBytes);
     gWrite(paths.at(1), newBytes);
-    if (QProcess::execute(QStringLiteral("bsdiff"), paths) != 0)
+    if (QProcess::execute(QStringLiteral("bsdiff"), paths) != 0) {
         qFatal("The program bsdiff made no patch.");
+    }
     QFile patch(paths.at(2));
     return patch.open(QIODevice::ReadOnly) ? patch.readAll() : QByteArray();
 }

@@ -5,7 +5,8 @@
 QByteArray StandIn::Bytes(const QByteArray &orders, const QByteArray &padding)
 {
     QFile program(QStringLiteral(STAND_IN));
-    if (!program.open(QIODevice::ReadOnly))
+    if (!program.open(QIODevice::ReadOnly)) {
         qFatal("%s cannot be read.", STAND_IN);
+    }
     return program.readAll() + padding + "\n--stand-in--\n" + orders + '\n';
 }

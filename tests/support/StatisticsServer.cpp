@@ -23,9 +23,10 @@ QList<int> StatisticsServer::Results() const
 {
     QList<int> results;
     const QList<HttpRequest> requests = m_server.Requests();
-    for (const HttpRequest &request : requests)
+    for (const HttpRequest &request : requests) {
         results.append(
             gRecord(request).value(QLatin1String("label"))[QLatin1String("result")].toInt());
+    }
     return results;
 }
 

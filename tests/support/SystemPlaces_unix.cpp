@@ -22,8 +22,9 @@ QString gSettings(SystemPlaces::Owner owner, const QString &place)
 
 SystemPlaces::SystemPlaces(const QString &folder)
 {
-    for (const char *variable : {documents, userSettings, machineSettings})
+    for (const char *variable : {documents, userSettings, machineSettings}) {
         m_former.insert(variable, qgetenv(variable));
+    }
     PutDocuments(folder + QStringLiteral("/data"));
     qputenv(userSettings, QFile::encodeName(folder + QStringLiteral("/settings/user")));
     qputenv(machineSettings, QFile::encodeName(folder + QStringLiteral("/settings/machine")));
@@ -32,10 +33,11 @@ SystemPlaces::SystemPlaces(const QString &folder)
 SystemPlaces::~SystemPlaces()
 {
     for (auto former = m_former.cbegin(); former != m_former.cend(); ++former) {
-        if (former.value().isNull())
+        if (former.value().isNull()) {
             qunsetenv(former.key().constData());
-        else
+        } else {
             qputenv(former.key().constData(), former.value());
+        }
     }
 }
 
@@ -54,8 +56,9 @@ void SystemPlaces::PutSign(Owner owner, const QString &place, const QString &sig
     QSettings settings(gSettings(owner, place), QSettings::IniFormat);
     settings.setValue(QStringLiteral("ClientSign"), sign);
     settings.sync();
-    if (settings.status() != QSettings::NoError)
+    if (settings.status() != QSettings::NoError) {
         qFatal("The test cannot write its settings.");
+    }
 }
 
 void SystemPlaces::BlockSignsOf(const QString &company)
@@ -63,6 +66,7 @@ void SystemPlaces::BlockSignsOf(const QString &company)
     // A file where a folder is needed.
     const QString folder = qEnvironmentVariable(machineSettings);
     QFile file(folder + QLatin1Char('/') + company);
-    if (!QDir().mkpath(folder) || !file.open(QIODevice::WriteOnly))
+    if (!QDir().mkpath(folder) || !file.open(QIODevice::WriteOnly)) {
         qFatal("The test cannot write its settings.");
+    }
 }

@@ -22,8 +22,9 @@ HKEY gCreate(HKEY root, const std::wstring &path, DWORD options = REG_OPTION_NON
 {
     HKEY key = nullptr;
     if (RegCreateKeyExW(root, path.c_str(), 0, nullptr, options, KEY_ALL_ACCESS, nullptr, &key,
-                        nullptr) != ERROR_SUCCESS)
+                        nullptr) != ERROR_SUCCESS) {
         qFatal("The test cannot write to the registry.");
+    }
     return key;
 }
 
@@ -81,8 +82,9 @@ void SystemPlaces::PutSign(Owner owner, const QString &place, const QString &sig
 {
     const std::wstring text = sign.toStdWString();
     if (RegSetKeyValueW(gRoot(owner), gSoftware(place).c_str(), L"ClientSign", REG_SZ, text.c_str(),
-                        static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))) != ERROR_SUCCESS)
+                        static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))) != ERROR_SUCCESS) {
         qFatal("The test cannot write to the registry.");
+    }
 }
 
 void SystemPlaces::BlockSignsOf(const QString &company)

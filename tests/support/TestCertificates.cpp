@@ -18,8 +18,9 @@ TestCertificates::TestCertificates()
 {
     static int made = 0;
     m_folder = QStringLiteral(TEST_CERTIFICATES "/%1/").arg(made++ % 8 + 1);
-    if (!QFile::exists(ServerFile()))
+    if (!QFile::exists(ServerFile())) {
         qFatal("There are no more test certificates.");
+    }
 }
 
 QSslCertificate TestCertificates::Server() const

@@ -22,8 +22,9 @@ quint16 TlsListener::OpenBehind(quint16 frontPort)
     // The program in front accepts as long as this connection lasts.
     auto *front = new QTcpSocket(this);
     front->connectToHost(QHostAddress::LocalHost, frontPort);
-    if (plainPort == 0 || !front->waitForConnected())
+    if (plainPort == 0 || !front->waitForConnected()) {
         return 0;
+    }
     QDataStream stream(front);
     stream << plainPort << m_certificate.toPem() << m_key.toPem();
     quint16 port = 0;

@@ -31,9 +31,10 @@ private:
     }
     void Send(QTcpSocket &socket, const QByteArray &range = QByteArray())
     {
-        if (socket.state() == QAbstractSocket::UnconnectedState)
+        if (socket.state() == QAbstractSocket::UnconnectedState) {
             socket.connectToHost("127.0.0.1",
                                  static_cast<quint16>(QUrl(m_server.Address("/")).port()));
+        }
         socket.write("GET /f HTTP/1.1\r\n" +
                      (range.isEmpty() ? range : "Range: bytes=" + range + "\r\n") + "\r\n");
     }
@@ -128,8 +129,9 @@ void tst_FaultServer::a_stalled_answer_stays_open()
 
 void tst_FaultServer::an_endless_body_ends_with_the_client()
 {
-    if (!gTellsOfEarlyResets())
+    if (!gTellsOfEarlyResets()) {
         QSKIP("This system does not always tell a server that its client is gone.");
+    }
     Serve(FaultAnswer::File(QByteArray(65536, 'x')).NoLength().Endless());
     QTcpSocket socket;
     Send(socket);
@@ -173,8 +175,9 @@ void tst_FaultServer::answers_come_one_after_the_other()
         .Then(FaultAnswer::Status(202))
         .Then(FaultAnswer::Status(203));
     m_server.Play(script);
-    for (const char *status : {"201", "201", "202", "203", "203"})
+    for (const char *status : {"201", "201", "202", "203", "203"}) {
         QCOMPARE(Status(), QByteArray(status));
+    }
 }
 
 void tst_FaultServer::one_connection_carries_several_requests()

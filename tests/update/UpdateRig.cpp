@@ -85,8 +85,9 @@ QString UpdateRig::Manifest(const QString &exeUrl, const QString &moreElements)
 void UpdateRig::StartFullDownload(const HttpAnswer &answer)
 {
     m_server.Serve("/files/setup.exe", answer);
-    if (!m_manager)
+    if (!m_manager) {
         Build();
+    }
     Offer(QStringLiteral("/files/setup.exe"));
     m_manager->UpdateNow();
 }
@@ -167,8 +168,9 @@ void UpdateRig::AnswerBox(QWidget *box)
 {
     m_boxTexts = QStringList{box->windowTitle()};
     const QList<QLabel *> labels = box->findChildren<QLabel *>();
-    for (const QLabel *label : labels)
+    for (const QLabel *label : labels) {
         m_boxTexts.append(label->text());
+    }
     switch (m_answer) {
     case Answer::Yes:
         BoxAnswerer::Press(QStringLiteral("CvMessageBox_YesBtn"))(box);
@@ -208,8 +210,9 @@ QStringList gRangeHeaders(const HttpServer &server)
 {
     QStringList ranges;
     const QList<HttpRequest> requests = server.Requests("GET");
-    for (const HttpRequest &request : requests)
+    for (const HttpRequest &request : requests) {
         ranges.append(QString::fromLatin1(request.headers.value("range", "-")));
+    }
     ranges.sort();
     return ranges;
 }

@@ -167,8 +167,9 @@ void tst_ClientIdentity::a_stored_sign_is_returned_as_it_is()
     int signs = 0;
     for (const QString &sign : {SystemPlaces::Sign(Owner::User, firstPlace),
                                 SystemPlaces::Sign(Owner::Machine, firstPlace),
-                                SystemPlaces::Sign(Owner::Machine, secondPlace)})
+                                SystemPlaces::Sign(Owner::Machine, secondPlace)}) {
         signs += sign.isEmpty() ? 0 : 1;
+    }
     QCOMPARE(signs, 1);
 }
 

@@ -193,13 +193,16 @@ void tst_DownloadMgr::every_chunk_is_on_disk_before_it_is_told()
     connect(m_downloader.get(), &DownloadMgr::DownloadProgress, this, [&](qint64 bytes, qint64) {
         received += bytes;
         const QMap<QString, QString> state = m_rig->State();
-        if (state.value("DownLoad_Tasks/Start_Byte2") != QString::number(200000 + received))
+        if (state.value("DownLoad_Tasks/Start_Byte2") != QString::number(200000 + received)) {
             mistakes += "position " + state.value("DownLoad_Tasks/Start_Byte2");
-        if (state.value("AlreadyDownload_size/AlreadyDownload_size") != QString::number(received))
+        }
+        if (state.value("AlreadyDownload_size/AlreadyDownload_size") != QString::number(received)) {
             mistakes += "total " + state.value("AlreadyDownload_size/AlreadyDownload_size");
+        }
         if (gReadFile(m_rig->Target()).mid(200000, int(received)) !=
-            m_package.mid(200000, int(received)))
+            m_package.mid(200000, int(received))) {
             mistakes += "bytes";
+        }
     });
     Start(2, 200000, 399999);
     QTRY_COMPARE(received, qint64(200000));
@@ -303,8 +306,9 @@ void tst_DownloadMgr::a_remote_close_is_silent_and_leaves_the_range_unfinished()
 {
     QFETCH(int, fault);
     QFETCH(int, bytes);
-    if (bytes == 0 && !gTellsOfEarlyResets())
+    if (bytes == 0 && !gTellsOfEarlyResets()) {
         QSKIP("This system does not tell of a reset before the first byte.");
+    }
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault(fault), bytes));
     Start(2, 200000, 399999);
     QTRY_COMPARE(m_later.Seconds().size(), 1);

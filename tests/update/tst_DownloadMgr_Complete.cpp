@@ -178,8 +178,9 @@ void tst_DownloadMgr_Complete::five_downloaders_ask_once()
     answer.chunkPauseMs = 2;
     Serve("/setup.exe", answer);
     std::vector<std::unique_ptr<DownloadMgr>> downloaders;
-    for (int number = 1; number <= 5; ++number)
+    for (int number = 1; number <= 5; ++number) {
         downloaders.push_back(Start(number, (number - 1) * 10000, number * 10000 - 1));
+    }
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QTRY_COMPARE(m_rig->Server().Requests().size(), 5);
     downloaders.clear();

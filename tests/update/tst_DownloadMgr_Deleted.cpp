@@ -82,8 +82,9 @@ void tst_DownloadMgr_Deleted::in_a_slot_for_a_page()
     QFETCH(int, status);
     int pages = 0;
     connect(m_manager, &LiveUpdateMgr::SetCurrentWidget, this, [&] {
-        if (++pages == at)
+        if (++pages == at) {
             m_rig->Destroy();
+        }
     });
     HttpAnswer check = HttpAnswer::Status(status);
     check.body = status == 200
@@ -92,10 +93,12 @@ void tst_DownloadMgr_Deleted::in_a_slot_for_a_page()
     m_rig->Server().Serve("/check", check);
     m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(m_package));
     m_manager->LiveUpdate();
-    if (m_manager)
+    if (m_manager) {
         QTRY_VERIFY(m_manager.isNull() || pages == 2);
-    if (m_manager)
+    }
+    if (m_manager) {
         m_manager->UpdateNow();
+    }
     Deleted();
     Settle();
 }
@@ -162,8 +165,9 @@ void tst_DownloadMgr_Deleted::within_a_chunk()
 {
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
     const QList<DownloadMgr *> downloaders = m_manager->findChildren<DownloadMgr *>();
-    for (DownloadMgr *downloader : downloaders)
+    for (DownloadMgr *downloader : downloaders) {
         connect(downloader, &DownloadMgr::DownloadProgress, this, [this] { m_rig->Destroy(); });
+    }
     Deleted();
     Settle();
 }
@@ -174,8 +178,9 @@ void tst_DownloadMgr_Deleted::within_the_progress_of_a_redirect()
     m_rig->Server().Serve("/moved", HttpAnswer::Body(m_package));
     m_rig->StartFullDownload(HttpAnswer::Redirect("/moved"));
     const QList<DownloadMgr *> downloaders = m_manager->findChildren<DownloadMgr *>();
-    for (DownloadMgr *downloader : downloaders)
+    for (DownloadMgr *downloader : downloaders) {
         connect(downloader, &DownloadMgr::DownloadProgress, this, [this] { m_rig->Destroy(); });
+    }
     Deleted();
     Settle();
 }
@@ -195,10 +200,12 @@ void tst_DownloadMgr_Deleted::when_the_download_fails_data()
 void tst_DownloadMgr_Deleted::when_the_download_fails()
 {
     QFETCH(int, how);
-    if (how == 3 && !gRemovesOpenFiles())
+    if (how == 3 && !gRemovesOpenFiles()) {
         QSKIP("On this system a file that is open does not vanish.");
-    if (how == 5 && !gTellsOfEarlyResets())
+    }
+    if (how == 5 && !gTellsOfEarlyResets()) {
         QSKIP("This system does not tell of a reset before the first byte.");
+    }
     HttpAnswer whole = HttpAnswer::Body(m_package);
     whole.ranges = false;
     HttpAnswer slow = HttpAnswer::Body(m_package);
@@ -217,15 +224,18 @@ void tst_DownloadMgr_Deleted::when_the_download_fails()
     };
     m_manager = &m_rig->Build();
     connect(m_manager, &LiveUpdateMgr::SetCurrentWidget, this, [this](QWidget *page) {
-        if (page == &m_rig->Hint())
+        if (page == &m_rig->Hint()) {
             m_rig->Destroy();
+        }
     });
-    if (how == 2)
+    if (how == 2) {
         QVERIFY(QDir().mkpath(m_rig->Target() + "/in the way"));
+    }
     m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(m_package), "HEAD");
     m_rig->StartFullDownload(answers.at(how));
-    if (how == 3)
+    if (how == 3) {
         QVERIFY(QFile::remove(m_rig->Target()));
+    }
     Deleted();
     Settle();
 }
@@ -259,8 +269,9 @@ void tst_DownloadMgr_Deleted::while_a_range_waits_to_be_asked_for_again()
     m_rig->Seams().callLater = [&late](std::chrono::milliseconds, QObject *context,
                                        const std::function<void()> &action) {
         late = [guard = QPointer<QObject>(context), action] {
-            if (guard)
+            if (guard) {
                 action();
+            }
         };
     };
     m_manager = &m_rig->Build();

@@ -52,8 +52,9 @@ private:
         const QList<HttpRequest> requests = m_rig->Server().Requests("GET");
         for (const HttpRequest &request : requests) {
             const QByteArray range = request.headers.value("range", "-");
-            if (ranges.isEmpty() || ranges.last() != range || range == "-")
+            if (ranges.isEmpty() || ranges.last() != range || range == "-") {
                 ranges.append(range);
+            }
         }
         return ranges;
     }
@@ -207,8 +208,9 @@ void tst_DownloadMgr_Retry::a_stopped_range_is_not_asked_for_again()
     m_downloader->Stop();
     QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
     m_later.Run();
-    for (const QNetworkReply *reply : m_downloader->findChildren<QNetworkReply *>())
+    for (const QNetworkReply *reply : m_downloader->findChildren<QNetworkReply *>()) {
         QVERIFY(reply->error() != QNetworkReply::NoError);
+    }
     QCOMPARE(Asked(), QList<QByteArray>{"bytes=10000-19999"});
     QCOMPARE(Errors(), 0);
 }
@@ -319,10 +321,12 @@ void tst_DownloadMgr_Retry::an_answer_is_refused_before_a_byte_is_written()
     HttpAnswer answer = HttpAnswer::Body(m_package.left(size));
     answer.status = status;
     answer.ranges = false;
-    if (!contentRange.isEmpty())
+    if (!contentRange.isEmpty()) {
         answer.headers.append({"Content-Range", contentRange});
-    if (!encoding.isEmpty())
+    }
+    if (!encoding.isEmpty()) {
         answer.headers.append({"Content-Encoding", encoding});
+    }
     Serve(answer);
     Start(2, 10000, 19999);
     QTRY_COMPARE(Errors(), 1);

@@ -31,16 +31,18 @@ void tst_DownloadPlan::the_ranges_are()
     QFETCH(qint64, total);
     QFETCH(QString, expected);
     QStringList ranges;
-    for (const ByteRange &range : gSplitIntoRanges(total))
+    for (const ByteRange &range : gSplitIntoRanges(total)) {
         ranges.append(QStringLiteral("%1-%2").arg(range.start).arg(range.end));
+    }
     QCOMPARE(ranges.join(' '), expected);
 }
 
 void tst_DownloadPlan::the_ranges_follow_each_other_without_gap_data()
 {
     QTest::addColumn<qint64>("total");
-    for (qint64 total : {qint64(6), qint64(9), qint64(65537), qint64(2147483647)})
+    for (qint64 total : {qint64(6), qint64(9), qint64(65537), qint64(2147483647)}) {
         QTest::addRow("%lld_bytes", static_cast<long long>(total)) << total;
+    }
 }
 
 void tst_DownloadPlan::the_ranges_follow_each_other_without_gap()

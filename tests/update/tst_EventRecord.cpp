@@ -99,13 +99,16 @@ void tst_EventRecord::numbers_are_integers_and_texts_are_texts()
 {
     const QJsonObject record = gParsed(gRecord());
     const QJsonObject label = record.value("label").toObject();
-    for (const char *key : {"ostime", "dvalue"})
+    for (const char *key : {"ostime", "dvalue"}) {
         QVERIFY2(record.value(QLatin1String(key)).isDouble(), key);
+    }
     QVERIFY(label.value("result").isDouble());
-    for (const char *key : {"tid", "uid", "pagepath", "category", "act", "modver"})
+    for (const char *key : {"tid", "uid", "pagepath", "category", "act", "modver"}) {
         QVERIFY2(record.value(QLatin1String(key)).isString(), key);
-    for (const char *key : {"pid", "oldver", "newver", "type"})
+    }
+    for (const char *key : {"pid", "oldver", "newver", "type"}) {
         QVERIFY2(label.value(QLatin1String(key)).isString(), key);
+    }
     QCOMPARE(record.size(), 9);
     QCOMPARE(label.size(), 5);
 }
@@ -131,8 +134,9 @@ void tst_EventRecord::the_time_is_an_integer_of32_bits()
 void tst_EventRecord::every_event_code_is_sent_as_it_is_data()
 {
     QTest::addColumn<int>("code");
-    for (const int code : {1, -1, -2, -3, -4, -6})
+    for (const int code : {1, -1, -2, -3, -4, -6}) {
         QTest::addRow("%d", code) << code;
+    }
 }
 
 void tst_EventRecord::every_event_code_is_sent_as_it_is()

@@ -106,12 +106,14 @@ void tst_KeptInstaller::cleanup()
 
 QStringList tst_KeptInstaller::PutInOrder(int count) const
 {
-    for (int number = 0; number < count; ++number)
+    for (int number = 0; number < count; ++number) {
         Put(QString("installer %1.exe").arg(number), "to be filled");
+    }
     QStringList paths;
     const QFileInfoList files = QDir(Folder()).entryInfoList(QDir::Files, QDir::Unsorted);
-    for (const QFileInfo &file : files)
+    for (const QFileInfo &file : files) {
         paths.append(file.absoluteFilePath());
+    }
     return paths;
 }
 
@@ -149,8 +151,9 @@ void tst_KeptInstaller::there_is_none_data()
 void tst_KeptInstaller::there_is_none()
 {
     QFETCH(QString, name);
-    if (!name.isEmpty())
+    if (!name.isEmpty()) {
         QVERIFY(!Put(name, gInstaller()).isEmpty());
+    }
     QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(gInstaller())).isEmpty());
     QCOMPARE(Log(), QStringList());
     QVERIFY(gFindKeptInstaller(m_rig->Path("missing"), version, gMd5(gInstaller())).isEmpty());
@@ -203,8 +206,9 @@ void tst_KeptInstaller::nothing_behind_the_match_is_looked_at()
 void tst_KeptInstaller::every_file_of_the_version_with_another_md5_is_reported()
 {
     quint64 seed = 0;
-    for (const QString &path : PutInOrder(3))
+    for (const QString &path : PutInOrder(3)) {
         QVERIFY(gWriteFile(path, gInstaller(++seed)));
+    }
     QVERIFY(gFindKeptInstaller(Folder(), version, gMd5("other")).isEmpty());
     QCOMPARE(Log().count(failedLine), 3);
     const QList<int> expected{-4, -4, -4};
@@ -289,8 +293,9 @@ static bool gLinkUnreadableFile(const QString &folder)
 
 void tst_KeptInstaller::a_file_that_cannot_be_opened_has_no_version()
 {
-    if (!gLinkUnreadableFile(Folder()))
+    if (!gLinkUnreadableFile(Folder())) {
         QSKIP("This system has no file that the superuser cannot read.");
+    }
     QVERIFY(gFindKeptInstaller(Folder(), version, gMd5("")).isEmpty());
     QCOMPARE(Log(), QStringList{gVersionLine("")});
     QVERIFY(Reports().isEmpty());
@@ -298,8 +303,9 @@ void tst_KeptInstaller::a_file_that_cannot_be_opened_has_no_version()
 
 void tst_KeptInstaller::a_file_that_cannot_be_opened_has_an_empty_md5_that_is_reported()
 {
-    if (!gLinkUnreadableFile(Folder()))
+    if (!gLinkUnreadableFile(Folder())) {
         QSKIP("This system has no file that the superuser cannot read.");
+    }
     // An empty version of the host is that of a file without one.
     QVERIFY(gFindKeptInstaller(Folder(), "", gMd5("")).isEmpty());
     const QStringList expected{gVersionLine("", ""), gMd5Line("", gMd5("")), failedLine};

@@ -220,8 +220,9 @@ void tst_LiveUpdateMgr_Check::a_failed_check_says_so()
 {
     QFETCH(int, status);
     QFETCH(int, fault);
-    if (fault != int(HttpAnswer::Fault::None) && !gTellsOfEarlyResets())
+    if (fault != int(HttpAnswer::Fault::None) && !gTellsOfEarlyResets()) {
         QSKIP("This system does not tell of a reset before the first byte.");
+    }
     if (status == 0) {
         QTcpServer closed;
         QVERIFY(closed.listen(QHostAddress::LocalHost));

@@ -56,8 +56,9 @@ private:
     {
         QByteArrayList paths;
         const QList<HttpRequest> requests = m_rig->Server().Requests("HEAD");
-        for (const HttpRequest &request : requests)
+        for (const HttpRequest &request : requests) {
             paths.append(request.Path());
+        }
         return paths;
     }
     QStringList Log() const { return m_log->Messages("LiveUpdateMgr", "LiveUpdateMgr::UpdateNow"); }
@@ -249,10 +250,11 @@ void tst_LiveUpdateMgr_Select::without_a_shared_folder_the_full_package_is_taken
 void tst_LiveUpdateMgr_Select::without_a_shared_folder_the_full_package_is_taken_silently()
 {
     QFETCH(bool, documents);
-    if (documents)
+    if (documents) {
         QVERIFY(gWriteFile(Folder(), "a file where a folder is needed"));
-    else
+    } else {
         m_rig->BlockWorkingFolder();
+    }
     Offer(gMd5(gInstaller()));
     m_rig->Manager().UpdateNow();
     QCOMPARE(Planned(), QByteArrayList{fullPath});

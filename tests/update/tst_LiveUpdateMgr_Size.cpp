@@ -147,8 +147,9 @@ void tst_LiveUpdateMgr_Size::behind_two_redirects_the_last_address_is_downloaded
                                "bytes=600000-799999", "bytes=800000-"};
     QCOMPARE(gRangeHeaders(server), expected);
     const QList<HttpRequest> requests = server.Requests("GET");
-    for (const HttpRequest &request : requests)
+    for (const HttpRequest &request : requests) {
         QCOMPARE(request.target, QByteArray("/last/other.exe"));
+    }
     QVERIFY2(gReadFile(m_rig->Installer()) == package, "named after the manifest's address");
 }
 

@@ -74,8 +74,9 @@ void tst_PackageFile::a_file_that_is_missing_is_not_made()
 
 void tst_PackageFile::a_file_that_has_vanished_is_not_written_to()
 {
-    if (!gRemovesOpenFiles())
+    if (!gRemovesOpenFiles()) {
         QSKIP("On this system a file that is open does not vanish.");
+    }
     QVERIFY(m_file.Open(0));
     QVERIFY(QFile::remove(Path("package")));
     QVERIFY(!m_file.Open(0));

@@ -103,8 +103,9 @@ void tst_RangeAnswer::every_verdict_has_words()
 {
     for (RangeVerdict verdict :
          {RangeVerdict::Accepted, RangeVerdict::Compressed, RangeVerdict::OtherOffset,
-          RangeVerdict::OtherPackage, RangeVerdict::OtherLength})
+          RangeVerdict::OtherPackage, RangeVerdict::OtherLength}) {
         QVERIFY(qstrlen(gVerdictText(verdict)) > 0);
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_RangeAnswer)

@@ -25,8 +25,9 @@ private:
     QList<qint64> Starts(const ResumePoint &point) const
     {
         QList<qint64> starts;
-        for (const ByteRange &range : point.ranges)
+        for (const ByteRange &range : point.ranges) {
             starts.append(range.start);
+        }
         return starts;
     }
     /// A plan of "boot one" of which 50 bytes of each range were written and 30 flushed.

@@ -218,8 +218,9 @@ void tst_UpdateEventReport::
     any_other_status_is_a_failure_that_is_retried_once_then_the_queue_moves_on_data()
 {
     QTest::addColumn<int>("status");
-    for (const int status : {201, 204, 206, 302, 404, 500})
+    for (const int status : {201, 204, 206, 302, 404, 500}) {
         QTest::addRow("%d", status) << status;
+    }
 }
 
 void tst_UpdateEventReport::
@@ -253,8 +254,9 @@ void tst_UpdateEventReport::a_redirect_is_not_followed()
     gSettleReports();
     const QList<HttpRequest> requests = m_statistics->Server().Requests();
     QCOMPARE(requests.size(), 2);
-    for (const HttpRequest &request : requests)
+    for (const HttpRequest &request : requests) {
         QCOMPARE(request.Path(), QByteArray("/tallow/visit/"));
+    }
 }
 
 int tst_UpdateEventReport::RequestsOfOneGet()
@@ -262,8 +264,9 @@ int tst_UpdateEventReport::RequestsOfOneGet()
     QNetworkAccessManager manager;
     const QSignalSpy finished(&manager, &QNetworkAccessManager::finished);
     manager.get(QNetworkRequest(m_statistics->Server().Url("/tallow/visit/")));
-    if (!QTest::qWaitFor([&finished] { return finished.count() == 1; }))
+    if (!QTest::qWaitFor([&finished] { return finished.count() == 1; })) {
         return 0;
+    }
     const int count = m_statistics->Server().Requests().size();
     m_statistics->Server().ForgetRequests();
     return count;
@@ -289,8 +292,9 @@ void tst_UpdateEventReport::a_closed_connection_is_retried_once_then_the_queue_m
     gSettleReports();
     QList<int> expected;
     for (const int result : {-2, -2, -3, -3}) {
-        for (int sent = 0; sent < sentPerAttempt; ++sent)
+        for (int sent = 0; sent < sentPerAttempt; ++sent) {
             expected.append(result);
+        }
     }
     QCOMPARE(Results(), expected);
 }
@@ -372,8 +376,9 @@ void tst_UpdateEventReport::many_events_are_sent_one_after_the_other_in_their_or
                               Event::DownloadError,         Event::PatchMd5Mismatch,
                               Event::OldVersionMd5Mismatch, Event::InstallStartFailed};
     QList<int> expected;
-    for (const Event event : events)
+    for (const Event event : events) {
         Raise(event);
+    }
     for (const Event event : events) {
         expected.append(event);
         UpdateEventReport::GetInstance()->WaitForReports();

@@ -21,8 +21,9 @@ static QString gNotesText(const VersionInfo &info)
 {
     QStringList texts;
     const QList<ReleaseNote> notes = info.ReleaseNotes();
-    for (const ReleaseNote &note : notes)
+    for (const ReleaseNote &note : notes) {
         texts.append(note.version + '=' + note.notes);
+    }
     return texts.join('|');
 }
 

@@ -47,8 +47,9 @@ void tst_VersionPageHtml::the_document_is_data()
 static QList<ReleaseNote> gNotes(const QStringList &texts)
 {
     QList<ReleaseNote> notes;
-    for (int index = 0; index < texts.size(); index += 2)
+    for (int index = 0; index < texts.size(); index += 2) {
         notes.append({texts.at(index), texts.at(index + 1)});
+    }
     return notes;
 }
 

@@ -39,12 +39,15 @@ QString PatchFolder::Refuses(const QByteArray &patch) const
     } catch (const PatchError &error) {
         message = QString::fromUtf8(error.what());
     }
-    if (!message.startsWith(PatchPath() + QLatin1String(": is ")) || message.contains('\n'))
+    if (!message.startsWith(PatchPath() + QLatin1String(": is ")) || message.contains('\n')) {
         return QStringLiteral("it says: ") + message;
-    if (Read(NewPath()) != earlier)
+    }
+    if (Read(NewPath()) != earlier) {
         return QStringLiteral("the earlier new file is changed");
+    }
     if (Names() !=
-        QStringList({QStringLiteral("new"), QStringLiteral("old"), QStringLiteral("patch")}))
+        QStringList({QStringLiteral("new"), QStringLiteral("old"), QStringLiteral("patch")})) {
         return QStringLiteral("left behind: ") + Names().join(' ');
+    }
     return {};
 }

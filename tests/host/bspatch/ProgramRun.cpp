@@ -17,8 +17,9 @@ ProgramRun ProgramRun::Of(const QString &program, const QStringList &arguments,
     process.setWorkingDirectory(folder);
     process.start(program, arguments);
     ProgramRun run;
-    if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit)
+    if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit) {
         run.exitCode = process.exitCode();
+    }
     run.output = process.readAllStandardOutput().replace("\r\n", "\n");
     run.errors = process.readAllStandardError().replace("\r\n", "\n");
     return run;
@@ -28,8 +29,9 @@ QString ProgramRun::Complaint(const QString &program, const QStringList &argumen
                               const QString &folder)
 {
     const ProgramRun run = Of(program, arguments, folder);
-    if (run.exitCode == 0 && run.errors.isEmpty() && run.output.isEmpty())
+    if (run.exitCode == 0 && run.errors.isEmpty() && run.output.isEmpty()) {
         return {};
+    }
     return QStringLiteral("%1 ended with %2: %3")
         .arg(program)
         .arg(run.exitCode)

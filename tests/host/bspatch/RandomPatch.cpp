@@ -10,8 +10,9 @@ namespace
 QByteArray SparseDiff(int size, QRandomGenerator *random)
 {
     QByteArray diff(size, '\0');
-    for (int index = 0; index < size; index += random->bounded(1, 5000))
+    for (int index = 0; index < size; index += random->bounded(1, 5000)) {
         diff[index] = static_cast<char>(random->bounded(256));
+    }
     return diff;
 }
 } // namespace
@@ -38,8 +39,9 @@ QByteArray RandomPatch::Sum(const QByteArray &old, qint64 position, const QByteA
     QByteArray sum = diff;
     for (int index = 0; index < sum.size(); ++index) {
         const qint64 from = position + index;
-        if (from >= 0 && from < old.size())
+        if (from >= 0 && from < old.size()) {
             sum[index] = static_cast<char>(sum.at(index) + old.at(static_cast<int>(from)));
+        }
     }
     return sum;
 }

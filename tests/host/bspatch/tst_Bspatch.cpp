@@ -73,8 +73,9 @@ void tst_Bspatch::an_empty_file_is_a_file()
     // The distribution's tool refuses to make such patches.
     PatchFolder folder;
     BsdiffWriter writer;
-    if (!newContent.isEmpty())
+    if (!newContent.isEmpty()) {
         writer.AddStep(QByteArray(), newContent, 0);
+    }
     PatchFolder::Write(folder.OldPath(), oldContent);
     PatchFolder::Write(folder.PatchPath(), writer.Build());
     QCOMPARE(ProgramRun::ComplaintOfBspatch(folder), QString());
@@ -230,8 +231,9 @@ void tst_Bspatch::a_failure_says_why_in_one_line_data()
     row("new_is_under_a_file", "old", "old/new", "patch",
         IsWindows() ? "old/new: cannot be created: No such file or directory"
                     : "old/new: cannot be created: Not a directory");
-    if (!IsWindows())
+    if (!IsWindows()) {
         row("new_is_a_device", "old", "/dev/null", "patch", "/dev/null: is not a regular file");
+    }
     row("new_has_no_name", "old", "", "patch", ": is not a regular file");
     row("new_is_the_old_one", "old", "old", "patch", "old: is both the old and the new file");
     row("new_is_the_old_one_by_another_name", "old", "link", "patch",

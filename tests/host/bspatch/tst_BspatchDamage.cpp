@@ -101,12 +101,14 @@ void tst_BspatchDamage::initTestCase()
     m_patch = m_writer.Build();
 
     m_newContent = old.left(9000) + Bytes(300);
-    for (const char byte : old.mid(9500, 200))
+    for (const char byte : old.mid(9500, 200)) {
         m_newContent += static_cast<char>(byte + 1);
+    }
     m_newContent += Bytes(12000);
     const QByteArray diff = Bytes(7000);
-    for (int index = 0; index < diff.size(); ++index)
+    for (int index = 0; index < diff.size(); ++index) {
         m_newContent += static_cast<char>(diff[index] + old[5700 + index]);
+    }
     m_newContent += Bytes(10) + old.mid(12720, 100);
 }
 
@@ -119,10 +121,12 @@ void tst_BspatchDamage::the_patch_in_order_is_applied()
 void tst_BspatchDamage::a_patch_that_is_cut_off_is_refused()
 {
     QVERIFY(m_patch.size() > 15000);
-    for (int size = 0; size < m_patch.size(); size += size < 2 * headerSize ? 1 : 64)
+    for (int size = 0; size < m_patch.size(); size += size < 2 * headerSize ? 1 : 64) {
         QVERIFY2(m_folder.Refuses(m_patch.left(size)).isEmpty(), qPrintable(QString::number(size)));
-    for (int missing = 1; missing < 64; ++missing)
+    }
+    for (int missing = 1; missing < 64; ++missing) {
         QCOMPARE(m_folder.Refuses(m_patch.chopped(missing)), QString());
+    }
 }
 
 void tst_BspatchDamage::an_impossible_number_in_the_header_is_refused_data()
@@ -162,8 +166,9 @@ void tst_BspatchDamage::a_size_in_the_header_that_is_off_is_refused_data()
     QTest::addColumn<int>("difference");
 
     for (const Field &field : headerFields) {
-        for (const int difference : {-100, -1, 1, 100})
+        for (const int difference : {-100, -1, 1, 100}) {
             QTest::addRow("%s_by_%d", field.name, difference) << field.index << difference;
+        }
     }
 }
 
@@ -265,8 +270,9 @@ void tst_BspatchDamage::blocks_in_a_wrong_place_are_refused_data()
 {
     QTest::addColumn<QByteArray>("order");
 
-    for (const char *order : {"dce", "ced", "edc", "dec", "ecd", "ccc", "cdd"})
+    for (const char *order : {"dce", "ced", "edc", "dec", "ecd", "ccc", "cdd"}) {
         QTest::newRow(order) << QByteArray(order);
+    }
 }
 
 void tst_BspatchDamage::blocks_in_a_wrong_place_are_refused()
@@ -275,8 +281,9 @@ void tst_BspatchDamage::blocks_in_a_wrong_place_are_refused()
 
     const BsdiffWriter::Blocks packed = PackedBlocks(m_writer);
     QByteArray body;
-    for (const char block : order)
+    for (const char block : order) {
         body += block == 'c' ? packed.control : block == 'd' ? packed.diff : packed.extra;
+    }
     QCOMPARE(m_folder.Refuses(m_patch.left(headerSize) + body), QString());
 }
 
@@ -327,8 +334,9 @@ void tst_BspatchDamage::numbers_that_only_add_up_are_refused()
 
     // The blocks hold just what the steps take, so nothing else is wrong with the patch.
     QByteArray control;
-    for (const int number : numbers)
+    for (const int number : numbers) {
         control += BsdiffWriter::Number(number);
+    }
     const BsdiffWriter::Blocks blocks{control, Bytes(diffSize), Bytes(extraSize)};
     QCOMPARE(m_folder.Refuses(BsdiffWriter::Build(blocks, 20)), QString());
 }
@@ -379,8 +387,9 @@ void tst_BspatchDamage::a_flipped_bit_never_makes_another_file()
         damaged[bit / 8] = static_cast<char>(damaged[bit / 8] ^ (1 << bit % 8));
         ++flips;
         const QString problem = m_folder.Refuses(damaged);
-        if (problem.isEmpty())
+        if (problem.isEmpty()) {
             continue;
+        }
         QVERIFY2(problem == QLatin1String("the patch was applied"), qPrintable(problem));
         QVERIFY2(PatchFolder::Read(m_folder.NewPath()) == right,
                  QByteArray::number(bit).constData());

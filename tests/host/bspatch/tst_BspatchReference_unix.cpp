@@ -28,10 +28,13 @@ QString DifferenceToReference(const PatchFolder &folder)
     const QString reference = folder.Path(QStringLiteral("reference"));
     QString complaint = ProgramRun::Complaint(QStringLiteral(REFERENCE_BSPATCH),
                                               {folder.OldPath(), reference, folder.PatchPath()});
-    if (complaint.isEmpty())
+    if (complaint.isEmpty()) {
         complaint = ProgramRun::ComplaintOfBspatch(folder);
-    if (complaint.isEmpty() && PatchFolder::Read(folder.NewPath()) != PatchFolder::Read(reference))
+    }
+    if (complaint.isEmpty() &&
+        PatchFolder::Read(folder.NewPath()) != PatchFolder::Read(reference)) {
         return QStringLiteral("the new files differ");
+    }
     return complaint;
 }
 } // namespace

@@ -37,8 +37,9 @@ void gWrite(const std::string &path, const std::string &bytes)
         std::exit(100);
     }
     static_cast<void>(std::remove(path.c_str()));
-    if (std::rename(part.c_str(), path.c_str()) != 0)
+    if (std::rename(part.c_str(), path.c_str()) != 0) {
         std::exit(101);
+    }
 }
 
 Words gSplit(const std::string &text, char separator)
@@ -56,8 +57,9 @@ Words gSplit(const std::string &text, char separator)
 void gPutArgumentsIn(Words &words, const Words &arguments)
 {
     for (std::string &word : words) {
-        if (word.size() == 2 && word[0] == '$')
+        if (word.size() == 2 && word[0] == '$') {
             word = arguments.at(static_cast<std::size_t>(word[1] - '1'));
+        }
     }
 }
 
@@ -70,8 +72,9 @@ void gFollow(const Words &words, const Words &arguments)
         gWrite(words.at(2), gRead(words.at(1)));
     } else if (order == "arguments") {
         std::string lines = std::to_string(arguments.size()) + '\n';
-        for (const std::string &argument : arguments)
+        for (const std::string &argument : arguments) {
             lines += argument + '\n';
+        }
         gWrite(words.at(1), lines);
     } else if (order == "pid") {
         gWrite(words.at(1), std::to_string(getpid()));
@@ -94,8 +97,9 @@ int main(int argc, char *argv[])
     // In two pieces, so that the program's own code does not hold it.
     const std::string mark = std::string("\n--stand-in") + "--\n";
     const std::size_t start = self.rfind(mark);
-    if (start == std::string::npos)
+    if (start == std::string::npos) {
         return 103;
+    }
     const Words arguments(argv + 1, argv + argc);
     for (const std::string &line : gSplit(self.substr(start + mark.size()), '\n')) {
         if (!line.empty()) {

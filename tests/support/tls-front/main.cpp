@@ -59,13 +59,15 @@ void gAnswer(QTcpSocket *asker)
     QByteArray key;
     stream.startTransaction();
     stream >> port >> certificate >> key;
-    if (!stream.commitTransaction())
+    if (!stream.commitTransaction()) {
         return;
+    }
     auto *listener = new TlsListener(QSslCertificate(certificate), QSslKey(key, QSsl::Rsa));
     listener->setParent(asker);
     QObject::connect(listener, &QTcpServer::newConnection, listener, [listener, port] {
-        while (QTcpSocket *client = listener->nextPendingConnection())
+        while (QTcpSocket *client = listener->nextPendingConnection()) {
             gServe(client, port);
+        }
     });
     stream << listener->Open();
 }
@@ -87,13 +89,16 @@ int main(int argc, char *argv[])
     const QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &application, [] {
         char byte = 0;
-        if (read(STDIN_FILENO, &byte, 1) <= 0)
+        if (read(STDIN_FILENO, &byte, 1) <= 0) {
             QCoreApplication::quit();
+        }
     });
-    if (!tests.listen(QHostAddress::LocalHost))
+    if (!tests.listen(QHostAddress::LocalHost)) {
         return 1;
+    }
     std::printf("%d\n", tests.serverPort());
-    if (std::fflush(stdout) != 0)
+    if (std::fflush(stdout) != 0) {
         return 1;
+    }
     return QCoreApplication::exec();
 }

@@ -16,13 +16,15 @@ void gCheckHostileDownload(const HostileRow &row, HostileWorld &world)
     world.Server().Play(script);
     world.Offer();
     world.PressUpdateNow();
-    if (!QTest::qWaitFor([&world] { return world.Ended() != End::None; }, limitMs))
+    if (!QTest::qWaitFor([&world] { return world.Ended() != End::None; }, limitMs)) {
         QFAIL(world.Story().constData());
+    }
     // What comes after the end must not do damage either.
     QTest::qWait(50);
     // Bytes of another version may be in the target; they must not be there when it is complete.
-    if (!row.otherVersion)
+    if (!row.otherVersion) {
         QCOMPARE(world.Damage(), QString());
+    }
     QVERIFY2(world.Ended() == row.end, world.Story().constData());
     QVERIFY2(QByteArray(row.logged).isEmpty() || world.Log().CountContaining(row.logged) > 0,
              world.Story().constData());

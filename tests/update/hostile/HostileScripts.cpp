@@ -28,8 +28,9 @@ HostileRow::Spoil gAllRanges(const FaultAnswer &answer)
 HostileRow::Spoil gAllRangesAtFirst(const FaultAnswer &answer)
 {
     return [answer](FaultScript &script) {
-        for (int number = 1; number <= 5; ++number)
+        for (int number = 1; number <= 5; ++number) {
             HostileWorld::Range(script, number).Answer(answer).Then(gHonest());
+        }
     };
 }
 

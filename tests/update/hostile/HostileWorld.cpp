@@ -92,8 +92,9 @@ void HostileWorld::PressUpdateNow()
 
 HostileWorld::End HostileWorld::Ended() const
 {
-    if (m_rig.Boxes() > m_boxes)
+    if (m_rig.Boxes() > m_boxes) {
         return End::Installed;
+    }
     return m_rig.Pages().contains(QStringLiteral("hint")) ? End::Told : End::None;
 }
 
@@ -103,19 +104,22 @@ QByteArray HostileWorld::Story() const
     story += m_log.Messages(QStringLiteral("LiveUpdateMgr"));
     story += m_log.Messages(QStringLiteral("UpdateCommon"));
     const QList<HttpRequest> requests = m_server.Requests();
-    for (const HttpRequest &request : requests)
+    for (const HttpRequest &request : requests) {
         story += QString::fromLatin1(request.method + ' ' + request.target + ' ' +
                                      request.headers.value("range"));
+    }
     return story.join(QLatin1Char('\n')).toUtf8();
 }
 
 QString HostileWorld::Damage() const
 {
     QStringList damage = StrangeFiles() + WrongState();
-    if (QFile::exists(m_rig.Target()))
+    if (QFile::exists(m_rig.Target())) {
         damage += WrongTarget();
-    if (QFile::exists(m_rig.Installer()) && gReadFile(m_rig.Installer()) != Package())
+    }
+    if (QFile::exists(m_rig.Installer()) && gReadFile(m_rig.Installer()) != Package()) {
         damage += QStringLiteral("a wrong installer is in place");
+    }
     return damage.join(QStringLiteral("; "));
 }
 
@@ -137,14 +141,16 @@ QStringList HostileWorld::StrangeFiles() const
     while (files.hasNext()) {
         const QString path = files.next();
         const QString name = QDir(root).relativeFilePath(path);
-        if (files.fileName() == QLatin1String("neighbour"))
+        if (files.fileName() == QLatin1String("neighbour")) {
             neighbours += gReadFile(path) == neighbour ? 1 : 0;
-        else if (!known.contains(name) && !name.startsWith(QLatin1String("settings/")) &&
-                 !name.endsWith(QLatin1String(".lock")))
+        } else if (!known.contains(name) && !name.startsWith(QLatin1String("settings/")) &&
+                   !name.endsWith(QLatin1String(".lock"))) {
             strange += QStringLiteral("a strange file ") + name;
+        }
     }
-    if (neighbours != 3)
+    if (neighbours != 3) {
         strange += QStringLiteral("a neighbour was touched");
+    }
     return strange;
 }
 
@@ -154,12 +160,14 @@ QStringList HostileWorld::WrongTarget() const
     const QByteArray bytes = gReadFile(m_rig.Target());
     // A size larger than any disk cannot be allocated; the file then grows with what arrives.
     const bool isAllocated = PlannedSize() <= std::numeric_limits<qint32>::max();
-    if (isAllocated && bytes.size() != PlannedSize())
+    if (isAllocated && bytes.size() != PlannedSize()) {
         return {QStringLiteral("the target has %1 bytes").arg(bytes.size())};
+    }
     for (int at = 0; at < bytes.size(); ++at) {
         const bool isRight = at < Package().size() && bytes.at(at) == Package().at(at);
-        if (!isRight && bytes.at(at) != '\0')
+        if (!isRight && bytes.at(at) != '\0') {
             return {QStringLiteral("the target differs at byte %1").arg(at)};
+        }
     }
     return {};
 }
@@ -173,25 +181,29 @@ qint64 HostileWorld::PlannedSize() const
 QStringList HostileWorld::WrongState() const
 {
     const QMap<QString, QString> state = m_rig.State();
-    if (!QFile::exists(m_rig.Target()) || PlannedSize() != packageSize)
+    if (!QFile::exists(m_rig.Target()) || PlannedSize() != packageSize) {
         return {};
+    }
     const QByteArray bytes = gReadFile(m_rig.Target());
     qint64 claimed = 0;
     for (int number = 1; number <= 5; ++number) {
         const qint64 next =
             state.value(QStringLiteral("DownLoad_Tasks/Start_Byte%1").arg(number)).toLongLong();
         const int length = static_cast<int>(next - First(number));
-        if (length < 0 || next > Last(number) + 1)
+        if (length < 0 || next > Last(number) + 1) {
             return {QStringLiteral("range %1 claims byte %2").arg(number).arg(next)};
+        }
         const int first = static_cast<int>(First(number));
-        if (bytes.mid(first, length) != Package().mid(first, length))
+        if (bytes.mid(first, length) != Package().mid(first, length)) {
             return {QStringLiteral("range %1 claims bytes that are not there").arg(number)};
+        }
         claimed += length;
     }
     const qint64 total =
         state.value(QStringLiteral("AlreadyDownload_size/AlreadyDownload_size")).toLongLong();
-    if (total != claimed)
+    if (total != claimed) {
         return {
             QStringLiteral("%1 bytes are claimed, and %2 in the ranges").arg(total).arg(claimed)};
+    }
     return {};
 }

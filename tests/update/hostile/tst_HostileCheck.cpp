@@ -125,8 +125,9 @@ void tst_HostileCheck::an_answer()
     rig.Build();
     rig.Manager().LiveUpdate("1", "2", "ann@u.example");
     QTRY_COMPARE(rig.Pages().last(), page);
-    if (page == "hint")
+    if (page == "hint") {
         QTRY_COMPARE(rig.HintText(), text);
+    }
     QTest::qWait(50);
     QCOMPARE(rig.Pages().last(), page);
     QVERIFY(text != failed || log.CountContaining("check failed") > 0);

@@ -72,11 +72,12 @@ tst_HostileIncrement::Spoil tst_HostileIncrement::Ranges(const FaultAnswer &answ
                                                          const FaultAnswer &then) const
 {
     return [answer, then, size = m_patch.size()](FaultScript &script) {
-        for (int number = 0; number < 5; ++number)
+        for (int number = 0; number < 5; ++number) {
             script.When("GET", "/increase.patch")
                 .From(number * (size / 5), number == 4 ? size - 1 : (number + 1) * (size / 5) - 1)
                 .Answer(answer)
                 .Then(then);
+        }
     };
 }
 
@@ -110,8 +111,9 @@ void tst_HostileIncrement::a_package_data()
     row("half_a_patch", Another(m_patch.left(m_patch.size() / 2)), Outcome::FullPackage);
     row("a_page_in_its_place", Another(page), Outcome::FullPackage);
     QByteArray other = m_old;
-    for (int at = 100; at < other.size(); at += 50)
+    for (int at = 100; at < other.size(); at += 50) {
         other[at] = static_cast<char>(other.at(at) + 1);
+    }
     row("for_another_installer", Another(PatchProgram::MakePatch(other, m_new)),
         Outcome::FullPackage);
     row("that_makes_another_installer", Another(PatchProgram::MakePatch(m_old, "another")),
@@ -137,8 +139,9 @@ void tst_HostileIncrement::a_package()
     const bool patched = Outcome(outcome) == Outcome::Patched;
     QVERIFY(gReadFile(world.KeptInstaller()) == (patched ? m_new : m_old));
     QCOMPARE(QFile::exists(world.Rig().Installer()), Outcome(outcome) == Outcome::FullPackage);
-    if (patched)
+    if (patched) {
         return;
+    }
 
     // The server is mended: what was left behind must not stand in the way.
     QFile::remove(world.Rig().Installer());

@@ -19,8 +19,9 @@ private:
     static void AddRows(const QList<HostileRow> &rows)
     {
         QTest::addColumn<HostileRow>("row");
-        for (const HostileRow &row : rows)
+        for (const HostileRow &row : rows) {
             QTest::newRow(row.sentence) << row;
+        }
     }
     static void Check()
     {

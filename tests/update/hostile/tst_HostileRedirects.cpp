@@ -78,8 +78,9 @@ void tst_HostileRedirects::a_redirect_data()
         {"cut_for_good_elsewhere", gElsewhere(gHonest().CutAfter(30000)), told},
         {"stalled_for_good_elsewhere", gElsewhere(gHonest().StallAfter(30000)), told},
     };
-    for (const HostileRow &row : rows)
+    for (const HostileRow &row : rows) {
         QTest::newRow(row.sentence) << row;
+    }
 }
 
 void tst_HostileRedirects::a_redirect()

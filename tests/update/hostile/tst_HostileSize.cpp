@@ -77,8 +77,9 @@ void tst_HostileSize::an_answer_data()
         {"a_second_redirect_to_a_file_of_this_machine", gRedirects("/two", "file:///etc/passwd"),
          told},
     };
-    for (const HostileRow &row : rows)
+    for (const HostileRow &row : rows) {
         QTest::newRow(row.sentence) << row;
+    }
 }
 
 void tst_HostileSize::an_answer()
@@ -149,11 +150,12 @@ void tst_HostileSize::an_encrypted_download_that_is_cut_goes_on()
     HostileWorld world(certificates);
     gCheckHostileDownload({"",
                            [](Script &script) {
-                               for (int number = 1; number <= 5; ++number)
+                               for (int number = 1; number <= 5; ++number) {
                                    HostileWorld::Range(script, number)
                                        .Answer(gHonest().CutAfter(4000))
                                        .Then(gHonest().ResetAfter(4000))
                                        .Then(gHonest());
+                               }
                            },
                            installed},
                           world);
