@@ -16,7 +16,7 @@ QString InstallLanguage()
         .toString();
 }
 
-QString StatisticsHost()
+QString gStatisticsHost()
 {
     using namespace ProductSettings;
     QSettings settings(QuillonInit::GetConfigFileDir() + QLatin1String(fileName),

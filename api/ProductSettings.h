@@ -32,7 +32,7 @@ QString InstallLanguage();
 /// The host, with an optional ":port", that the statistics records are sent to, from the settings
 /// file in the configuration directory; or else the one that the module was built with, whose own
 /// default cannot be resolved.
-QString StatisticsHost();
+QString gStatisticsHost();
 
 /// The product identifier of the customised build for @p language; empty when there is none.
 QString ProductId(QString language);

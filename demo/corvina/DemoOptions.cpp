@@ -115,7 +115,7 @@ private:
     QString m_error;
 };
 
-void ReadAnswers(OptionReader *reader, DemoOptions *options)
+void gReadAnswers(OptionReader *reader, DemoOptions *options)
 {
     const QString closeWord = QStringLiteral("close");
     const QString waitWord = QStringLiteral("wait");
@@ -132,7 +132,7 @@ void ReadAnswers(OptionReader *reader, DemoOptions *options)
     reader->ReadBytes("titlebar-close-at-bytes", &options->titleBarCloseAtBytes);
 }
 
-void ReadQueryValues(OptionReader *reader, DemoOptions *options)
+void gReadQueryValues(OptionReader *reader, DemoOptions *options)
 {
     reader->Read("pid", &options->pid);
     reader->Read("version", &options->version);
@@ -186,8 +186,8 @@ DemoOptions DemoOptions::Parse(const QStringList &arguments)
     reader.Read("product-version", &options.productVersion);
     reader.Read("config-dir", &options.configDir);
     reader.Read("data-dir", &options.dataDir);
-    ReadQueryValues(&reader, &options);
-    ReadAnswers(&reader, &options);
+    gReadQueryValues(&reader, &options);
+    gReadAnswers(&reader, &options);
     reader.Read("screenshots", &options.screenshotDir);
     reader.Read("log", &options.logFile);
     reader.Read("ca", &options.caFile);

@@ -24,7 +24,7 @@ constexpr int timedOutStatus = 3;
 
 /// A process that is killed between creating and filling the lock of its settings leaves it empty.
 /// Qt takes such a lock for held, and waits for it for 30 s before the settings are written.
-void RemoveUnreadable(const QString &lock)
+void gRemoveUnreadable(const QString &lock)
 {
     qint64 owner = 0;
     QString host;
@@ -34,7 +34,7 @@ void RemoveUnreadable(const QString &lock)
     }
 }
 
-QString DirectoryOr(const QString &chosen, QStandardPaths::StandardLocation location)
+QString gDirectoryOr(const QString &chosen, QStandardPaths::StandardLocation location)
 {
     const QString directory =
         chosen.isEmpty() ? QStandardPaths::writableLocation(location) : chosen;
@@ -65,12 +65,12 @@ DemoRun::~DemoRun()
 
 void DemoRun::ConfigureModule() const
 {
-    CvSetCorvinaDirectory(DirectoryOr(m_options.dataDir, QStandardPaths::AppDataLocation));
-    const QString configDir = DirectoryOr(m_options.configDir, QStandardPaths::AppConfigLocation);
+    CvSetCorvinaDirectory(gDirectoryOr(m_options.dataDir, QStandardPaths::AppDataLocation));
+    const QString configDir = gDirectoryOr(m_options.configDir, QStandardPaths::AppConfigLocation);
     if (!m_options.statisticsHost.isEmpty()) {
         const QString settings = configDir + QStringLiteral("/Corvina.ini");
-        RemoveUnreadable(settings + QStringLiteral(".lock"));
-        RemoveUnreadable(settings + QStringLiteral(".lock.rmlock"));
+        gRemoveUnreadable(settings + QStringLiteral(".lock"));
+        gRemoveUnreadable(settings + QStringLiteral(".lock.rmlock"));
         QSettings(settings, QSettings::IniFormat)
             .setValue(QStringLiteral("Quillon/StatisticsHost"), m_options.statisticsHost);
     }

@@ -11,7 +11,7 @@
 
 namespace
 {
-QString PageName(DialogWatcher::Page page)
+QString gPageName(DialogWatcher::Page page)
 {
     switch (page) {
     case DialogWatcher::Page::Progress:
@@ -24,7 +24,7 @@ QString PageName(DialogWatcher::Page page)
     Q_UNREACHABLE();
 }
 
-QString PictureName(DialogWatcher::Page page, const QString &text)
+QString gPictureName(DialogWatcher::Page page, const QString &text)
 {
     if (text.startsWith(QLatin1String("Checking"))) {
         return QStringLiteral("progress-checking");
@@ -32,10 +32,10 @@ QString PictureName(DialogWatcher::Page page, const QString &text)
     if (text.startsWith(QLatin1String("Downloading"))) {
         return QStringLiteral("progress-downloading");
     }
-    return PageName(page);
+    return gPageName(page);
 }
 
-QString AnswerName(DemoOptions::OnPrompt answer)
+QString gAnswerName(DemoOptions::OnPrompt answer)
 {
     switch (answer) {
     case DemoOptions::OnPrompt::Yes:
@@ -48,14 +48,14 @@ QString AnswerName(DemoOptions::OnPrompt answer)
     Q_UNREACHABLE();
 }
 
-QString LabelText(const QWidget *box, const QString &name)
+QString gLabelText(const QWidget *box, const QString &name)
 {
     const auto *label = box->findChild<QLabel *>(name);
     return label == nullptr ? QString() : label->text();
 }
 
 /// A push button is clicked; the title bar's button is no push button and wants the mouse.
-void Press(QWidget *button)
+void gPress(QWidget *button)
 {
     if (auto *pushButton = qobject_cast<QAbstractButton *>(button)) {
         pushButton->click();
@@ -85,12 +85,12 @@ DialogScript::DialogScript(const DemoOptions &options, const EventWriter &writer
 void DialogScript::_PageChanged(DialogWatcher::Page page, const QString &text, const QString &html)
 {
     Flush();
-    QJsonObject values{{QStringLiteral("name"), PageName(page)}, {QStringLiteral("text"), text}};
+    QJsonObject values{{QStringLiteral("name"), gPageName(page)}, {QStringLiteral("text"), text}};
     if (page == DialogWatcher::Page::Version) {
         values.insert(QStringLiteral("html"), html);
     }
     m_writer.Write(QStringLiteral("page"), values);
-    m_screenshots.Take(m_watcher->Dialog(), PictureName(page, text));
+    m_screenshots.Take(m_watcher->Dialog(), gPictureName(page, text));
 
     if (page == DialogWatcher::Page::Version) {
         AnswerVersionPage();
@@ -143,12 +143,12 @@ void DialogScript::_ProgressChanged(int value, int maximum, const QString &text)
 void DialogScript::_PromptShown(QWidget *box)
 {
     Flush();
-    const QString text = LabelText(box, QStringLiteral("CvMessageBox_TextLabel"));
+    const QString text = gLabelText(box, QStringLiteral("CvMessageBox_TextLabel"));
     m_writer.Write(
         QStringLiteral("prompt"),
-        {{QStringLiteral("title"), LabelText(box, QStringLiteral("CvMessageBox_TitleLabel"))},
+        {{QStringLiteral("title"), gLabelText(box, QStringLiteral("CvMessageBox_TitleLabel"))},
          {QStringLiteral("text"), text},
-         {QStringLiteral("answer"), AnswerName(m_options.onPrompt)}});
+         {QStringLiteral("answer"), gAnswerName(m_options.onPrompt)}});
     m_screenshots.Take(box, QStringLiteral("prompt"));
 
     auto *yes = box->findChild<QAbstractButton *>(QStringLiteral("CvMessageBox_YesBtn"));
@@ -175,5 +175,5 @@ void DialogScript::PressSoon(QWidget *button)
         qWarning("the button to press is not there");
         return;
     }
-    QTimer::singleShot(0, button, [button] { Press(button); });
+    QTimer::singleShot(0, button, [button] { gPress(button); });
 }

@@ -27,7 +27,7 @@ constexpr std::array<PageClass, 3> pageClasses{{
 }};
 
 /// The text without the numbers of a download's counter, which change with every chunk.
-QString WithoutCounter(const QString &text)
+QString gWithoutCounter(const QString &text)
 {
     const int counter = text.indexOf(QLatin1String("..("));
     return counter < 0 ? text : text.left(counter);
@@ -97,7 +97,7 @@ void DialogWatcher::Inspect()
             continue;
         }
         const QString text = PageText(entry.page);
-        const QString shown = QLatin1String(entry.name) + WithoutCounter(text);
+        const QString shown = QLatin1String(entry.name) + gWithoutCounter(text);
         if (shown == m_shown) {
             return;
         }

@@ -13,7 +13,7 @@ namespace
 QFile *g_file = nullptr;
 QMutex *g_mutex = nullptr;
 
-QString TypeName(QtMsgType type)
+QString gTypeName(QtMsgType type)
 {
     switch (type) {
     case QtDebugMsg:
@@ -30,11 +30,11 @@ QString TypeName(QtMsgType type)
     Q_UNREACHABLE();
 }
 
-void WriteLine(QtMsgType type, const QMessageLogContext &context, const QString &message)
+void gWriteLine(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     const QStringList parts{
         QDateTime::currentDateTime().toString(Qt::ISODateWithMs),
-        TypeName(type),
+        gTypeName(type),
         QString::fromUtf8(context.category),
         QString::fromUtf8(context.function != nullptr ? context.function : "-"),
         message,
@@ -53,6 +53,6 @@ bool gLogToFile(const QString &path)
     }
     g_file = file.release();
     g_mutex = new QMutex;
-    qInstallMessageHandler(WriteLine);
+    qInstallMessageHandler(gWriteLine);
     return true;
 }

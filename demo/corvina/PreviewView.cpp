@@ -8,14 +8,14 @@ namespace
 constexpr int controlsHeight = 44;
 
 /// The largest 16:9 picture within @p area.
-QRect PictureIn(const QRect &area)
+QRect gPictureIn(const QRect &area)
 {
     QRect picture(QPoint(0, 0), QSize(16, 9).scaled(area.size(), Qt::KeepAspectRatio));
     picture.moveCenter(area.center());
     return picture;
 }
 
-void DrawLandscape(QPainter &painter, const QRect &picture)
+void gDrawLandscape(QPainter &painter, const QRect &picture)
 {
     QLinearGradient sky(picture.topLeft(), picture.bottomLeft());
     sky.setColorAt(0, QColor(0x1d, 0x3a, 0x57));
@@ -42,7 +42,7 @@ void DrawLandscape(QPainter &painter, const QRect &picture)
     painter.setClipping(false);
 }
 
-void DrawControls(QPainter &painter, const QRect &row)
+void gDrawControls(QPainter &painter, const QRect &row)
 {
     painter.setPen(QColor(0x8d, 0x9a, 0xa7));
     painter.drawText(row.adjusted(14, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft,
@@ -70,7 +70,7 @@ void PreviewView::paintEvent(QPaintEvent *)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.fillRect(rect(), QColor(0x0f, 0x13, 0x18));
     const QRect controls(0, height() - controlsHeight, width(), controlsHeight);
-    DrawLandscape(painter, PictureIn(rect().adjusted(12, 12, -12, -controlsHeight)));
+    gDrawLandscape(painter, gPictureIn(rect().adjusted(12, 12, -12, -controlsHeight)));
     painter.fillRect(controls, QColor(0x1c, 0x23, 0x2a));
-    DrawControls(painter, controls);
+    gDrawControls(painter, controls);
 }

@@ -12,7 +12,7 @@ namespace
 {
 constexpr int desktopMargin = 40;
 
-QPixmap OnDesktop(const QPixmap &window)
+QPixmap gOnDesktop(const QPixmap &window)
 {
     const qreal ratio = window.devicePixelRatio();
     const QSizeF size =
@@ -45,7 +45,7 @@ void Screenshots::Take(QWidget *window, const QString &name)
     }
     // A text set a moment ago still waits for its layout, and with it for its scroll bar.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-    const QPixmap picture = OnDesktop(window->grab());
+    const QPixmap picture = gOnDesktop(window->grab());
     const int ratio = qRound(picture.devicePixelRatio());
     const QString file = QStringLiteral("%1/%2-%3%4.png")
                              .arg(m_directory)

@@ -31,25 +31,25 @@ constexpr std::array<Clip, 7> clips{{
     {2, 42, 24, "ambience.wav", 0xff2f7d66},
 }};
 
-int XOf(int second)
+int gXOf(int second)
 {
     return headWidth + second * pixelsPerSecond;
 }
 
-void DrawRuler(QPainter &painter, int width)
+void gDrawRuler(QPainter &painter, int width)
 {
     painter.fillRect(0, 0, width, rulerHeight, QColor(0x1c, 0x23, 0x2a));
     painter.setPen(QColor(0x6d, 0x86, 0x98));
-    for (int second = 0; XOf(second) < width; second += 10) {
-        painter.drawLine(XOf(second), rulerHeight - 8, XOf(second), rulerHeight - 1);
-        painter.drawText(XOf(second) + 4, rulerHeight - 9,
+    for (int second = 0; gXOf(second) < width; second += 10) {
+        painter.drawLine(gXOf(second), rulerHeight - 8, gXOf(second), rulerHeight - 1);
+        painter.drawText(gXOf(second) + 4, rulerHeight - 9,
                          QStringLiteral("00:%1:%2")
                              .arg(second / 60, 2, 10, QLatin1Char('0'))
                              .arg(second % 60, 2, 10, QLatin1Char('0')));
     }
 }
 
-void DrawTrack(QPainter &painter, int index, int width)
+void gDrawTrack(QPainter &painter, int index, int width)
 {
     const int y = rulerHeight + index * trackHeight;
     painter.fillRect(0, y, width, trackHeight - 1, QColor(0x17, 0x1d, 0x23));
@@ -59,9 +59,9 @@ void DrawTrack(QPainter &painter, int index, int width)
                      QLatin1String(tracks.at(static_cast<size_t>(index))));
 }
 
-void DrawClip(QPainter &painter, const Clip &clip)
+void gDrawClip(QPainter &painter, const Clip &clip)
 {
-    const QRectF box(XOf(clip.start) + 1, rulerHeight + clip.track * trackHeight + 4,
+    const QRectF box(gXOf(clip.start) + 1, rulerHeight + clip.track * trackHeight + 4,
                      clip.seconds * pixelsPerSecond - 2, trackHeight - 9);
     painter.setPen(Qt::NoPen);
     painter.setBrush(QColor::fromRgb(clip.color));
@@ -82,12 +82,12 @@ void TimelineView::paintEvent(QPaintEvent *)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.fillRect(rect(), QColor(0x0f, 0x13, 0x18));
-    DrawRuler(painter, width());
+    gDrawRuler(painter, width());
     for (int track = 0; track < static_cast<int>(tracks.size()); ++track) {
-        DrawTrack(painter, track, width());
+        gDrawTrack(painter, track, width());
     }
     for (const Clip &clip : clips) {
-        DrawClip(painter, clip);
+        gDrawClip(painter, clip);
     }
-    painter.fillRect(XOf(playheadSecond), 0, 2, height(), QColor(0x61, 0xde, 0xd0));
+    painter.fillRect(gXOf(playheadSecond), 0, 2, height(), QColor(0x61, 0xde, 0xd0));
 }

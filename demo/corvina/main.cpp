@@ -14,7 +14,7 @@ namespace
 {
 constexpr int usageErrorStatus = 2;
 
-QStringList Arguments(int argc, char *argv[])
+QStringList gArguments(int argc, char *argv[])
 {
     QStringList arguments;
     for (int i = 0; i < argc; ++i) {
@@ -23,13 +23,13 @@ QStringList Arguments(int argc, char *argv[])
     return arguments;
 }
 
-int Finish(const EventWriter &writer, int status)
+int gFinish(const EventWriter &writer, int status)
 {
     writer.Write(QStringLiteral("exit"), {{QStringLiteral("code"), status}});
     return status;
 }
 
-int Run(int argc, char *argv[], const DemoOptions &options, const EventWriter &writer)
+int gRun(int argc, char *argv[], const DemoOptions &options, const EventWriter &writer)
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
@@ -45,7 +45,7 @@ int main(int argc, char *argv[])
 {
     const EventWriter writer;
     // Before there is an application object: a mistyped option needs no display.
-    const DemoOptions options = DemoOptions::Parse(Arguments(argc, argv));
+    const DemoOptions options = DemoOptions::Parse(gArguments(argc, argv));
     if (options.helpWanted) {
         std::cout << DemoOptions::Usage();
         return 0;
@@ -53,15 +53,15 @@ int main(int argc, char *argv[])
     if (!options.error.isEmpty()) {
         std::cerr << "corvina-demo: " << qUtf8Printable(options.error) << '\n'
                   << DemoOptions::Usage();
-        return Finish(writer, usageErrorStatus);
+        return gFinish(writer, usageErrorStatus);
     }
     if (!options.logFile.isEmpty() && !gLogToFile(options.logFile)) {
         std::cerr << "corvina-demo: cannot write " << qUtf8Printable(options.logFile) << '\n';
-        return Finish(writer, usageErrorStatus);
+        return gFinish(writer, usageErrorStatus);
     }
     if (!options.caFile.isEmpty() && !gTrust(options.caFile)) {
         std::cerr << "corvina-demo: no certificate in " << qUtf8Printable(options.caFile) << '\n';
-        return Finish(writer, usageErrorStatus);
+        return gFinish(writer, usageErrorStatus);
     }
-    return Finish(writer, Run(argc, argv, options, writer));
+    return gFinish(writer, gRun(argc, argv, options, writer));
 }

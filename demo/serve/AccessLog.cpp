@@ -9,7 +9,7 @@
 namespace
 {
 /// Control characters of a request must not make up log lines of their own.
-std::string Printable(std::string text)
+std::string gPrintable(std::string text)
 {
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
@@ -21,6 +21,6 @@ void gLogAccess(const httplib::Request &request, const httplib::Response &respon
 {
     const std::string range = request.has_header("Range") ? request.get_header_value("Range") : "-";
     // In one piece: the lines of several threads must not mix.
-    std::cerr << Printable(request.method + ' ' + request.path + ' ' + range) + ' ' +
+    std::cerr << gPrintable(request.method + ' ' + request.path + ' ' + range) + ' ' +
                      std::to_string(response.status) + '\n';
 }

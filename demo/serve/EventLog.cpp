@@ -13,7 +13,7 @@
 namespace
 {
 /// What stands behind "data=", decoded. The library's own decoding takes a plus for a blank.
-QByteArray RecordIn(const httplib::Request &request)
+QByteArray gRecordIn(const httplib::Request &request)
 {
     const QByteArray target = QByteArray::fromStdString(request.target);
     const int start = target.indexOf("data=");
@@ -30,7 +30,7 @@ void gLogEvent(const httplib::Request &request)
 {
     static std::mutex output;
 
-    const QByteArray record = RecordIn(request);
+    const QByteArray record = gRecordIn(request);
     const QJsonDocument document = QJsonDocument::fromJson(record);
     const QJsonObject line{
         {QStringLiteral("data"), document.isObject() ? QJsonValue(document.object())

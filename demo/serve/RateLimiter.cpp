@@ -10,7 +10,7 @@ constexpr std::uint64_t chunksPerSecond = 100;
 // What a connection may catch up on after the scheduler woke it late; more would show as bursts.
 constexpr std::chrono::milliseconds credit{20};
 
-std::size_t ChunkSizeFor(std::uint64_t bytesPerSecond)
+std::size_t gChunkSizeFor(std::uint64_t bytesPerSecond)
 {
     if (bytesPerSecond == 0) {
         return largestChunk;
@@ -22,7 +22,7 @@ std::size_t ChunkSizeFor(std::uint64_t bytesPerSecond)
 
 RateLimiter::RateLimiter(std::uint64_t bytesPerSecond)
     : m_bytesPerSecond(bytesPerSecond)
-    , m_chunkSize(ChunkSizeFor(bytesPerSecond))
+    , m_chunkSize(gChunkSizeFor(bytesPerSecond))
     , m_paidUntil(Clock::now())
 {
 }

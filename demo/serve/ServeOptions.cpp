@@ -6,7 +6,7 @@ namespace
 {
 constexpr std::uint64_t maxPort = 65535;
 
-bool ReadNumber(const std::string &text, std::uint64_t &number)
+bool gReadNumber(const std::string &text, std::uint64_t &number)
 {
     const char *end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, number);
@@ -61,7 +61,7 @@ void ServeOptions::Set(const std::string &name, const std::string &value)
 bool ServeOptions::SetNumber(const std::string &name, const std::string &text)
 {
     std::uint64_t number = 0;
-    if (!ReadNumber(text, number)) {
+    if (!gReadNumber(text, number)) {
         return false;
     }
     if (name == "--rate") {

@@ -21,7 +21,7 @@ constexpr char packageType[] = "application/octet-stream";
 constexpr std::size_t redirectPrefixLength = sizeof("/redirect") - 1;
 
 /// A version becomes a file name, so only what versions are made of may pass.
-bool IsPlainVersion(const std::string &version)
+bool gIsPlainVersion(const std::string &version)
 {
     const bool plain = std::all_of(version.begin(), version.end(), [](unsigned char c) {
         return std::isalnum(c) != 0 || c == '.' || c == '-' || c == '_';
@@ -29,19 +29,19 @@ bool IsPlainVersion(const std::string &version)
     return plain && !version.empty() && version.find("..") == std::string::npos;
 }
 
-bool IsFile(const fs::path &path)
+bool gIsFile(const fs::path &path)
 {
     std::error_code ignored;
     return fs::is_regular_file(path, ignored);
 }
 
-bool StartsWith(const std::string &text, const std::string &prefix)
+bool gStartsWith(const std::string &text, const std::string &prefix)
 {
     return text.compare(0, prefix.size(), prefix) == 0;
 }
 
 /// The one range that was asked for; nothing for several ranges or one that the file does not have.
-std::optional<ByteRange> WantedRange(const httplib::Request &request, std::uint64_t size)
+std::optional<ByteRange> gWantedRange(const httplib::Request &request, std::uint64_t size)
 {
     if (request.ranges.size() != 1) {
         return std::nullopt;
@@ -52,7 +52,7 @@ std::optional<ByteRange> WantedRange(const httplib::Request &request, std::uint6
 /// The library would cut the answer by the same ranges a second time, beyond the end of the file
 /// and with a Content-Range that lacks its last byte. Its handlers get the request as const, the
 /// object itself is not.
-void TakeOverRanges(const httplib::Request &request)
+void gTakeOverRanges(const httplib::Request &request)
 {
     const_cast<httplib::Request &>(request).ranges.clear();
 }
@@ -81,10 +81,10 @@ void UpdateHandlers::Register(httplib::Server &server)
 void UpdateHandlers::AnswerUpdate(const httplib::Request &request,
                                   httplib::Response &response) const
 {
-    TakeOverRanges(request);
+    gTakeOverRanges(request);
     const fs::path path = ManifestFor(request.get_param_value("version"));
     std::ifstream file(path, std::ios::binary);
-    if (!IsFile(path) || !file) {
+    if (!gIsFile(path) || !file) {
         response.status = 404;
         return;
     }
@@ -95,9 +95,9 @@ void UpdateHandlers::AnswerUpdate(const httplib::Request &request,
 
 fs::path UpdateHandlers::ManifestFor(const std::string &version) const
 {
-    if (IsPlainVersion(version)) {
+    if (gIsPlainVersion(version)) {
         const fs::path own = m_directory / "manifests" / (version + ".xml");
-        if (IsFile(own)) {
+        if (gIsFile(own)) {
             return own;
         }
     }
@@ -111,7 +111,7 @@ void UpdateHandlers::AnswerPackage(const httplib::Request &request,
     const fs::path path = PackagePath(request.matches[1].str());
     const std::uint64_t size = path.empty() ? 0 : fs::file_size(path, error);
     if (path.empty() || error) {
-        TakeOverRanges(request);
+        gTakeOverRanges(request);
         response.status = 404;
         return;
     }
@@ -120,13 +120,13 @@ void UpdateHandlers::AnswerPackage(const httplib::Request &request,
     ByteRange range{0, size};
     // A range counts for GET only; HEAD tells about the whole file.
     if (!request.ranges.empty() && request.method == "GET") {
-        const std::optional<ByteRange> wanted = WantedRange(request, size);
+        const std::optional<ByteRange> wanted = gWantedRange(request, size);
         response.status = wanted ? 206 : 416;
         response.set_header("Content-Range", wanted ? wanted->ContentRange(size)
                                                     : "bytes */" + std::to_string(size));
         range = wanted.value_or(ByteRange{0, 0});
     }
-    TakeOverRanges(request);
+    gTakeOverRanges(request);
     if (range.length > 0) {
         Stream(path, range.first, range.length, response);
     } else if (response.status != 416) {
@@ -145,7 +145,7 @@ fs::path UpdateHandlers::PackagePath(const std::string &relative) const
     std::error_code error;
     const fs::path root = fs::canonical(m_directory / "packages", error);
     const fs::path path = error ? fs::path() : fs::canonical(root / asked, error);
-    if (error || !IsFile(path) || !StartsWith(path.string(), root.string() + '/')) {
+    if (error || !gIsFile(path) || !gStartsWith(path.string(), root.string() + '/')) {
         return {};
     }
     return path;
@@ -170,13 +170,13 @@ void UpdateHandlers::Stream(const fs::path &path, std::uint64_t first, std::uint
 
 void UpdateHandlers::AnswerRedirect(const httplib::Request &request, httplib::Response &response)
 {
-    TakeOverRanges(request);
+    gTakeOverRanges(request);
     // The address as it was sent, still encoded. Only into this service's own paths: what follows
     // the prefix could otherwise name another host.
     const std::string rest =
         request.target.substr(std::min(redirectPrefixLength, request.target.size()));
-    const bool ours = StartsWith(request.target, "/redirect/") &&
-                      (StartsWith(rest, "/redirect/") || StartsWith(rest, "/packages/"));
+    const bool ours = gStartsWith(request.target, "/redirect/") &&
+                      (gStartsWith(rest, "/redirect/") || gStartsWith(rest, "/packages/"));
     if (!ours) {
         response.status = 404;
         return;
@@ -186,7 +186,7 @@ void UpdateHandlers::AnswerRedirect(const httplib::Request &request, httplib::Re
 
 void UpdateHandlers::AnswerEvent(const httplib::Request &request, httplib::Response &response)
 {
-    TakeOverRanges(request);
+    gTakeOverRanges(request);
     gLogEvent(request);
     response.set_content("ok\n", "text/plain");
 }

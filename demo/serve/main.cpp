@@ -21,7 +21,7 @@ constexpr std::size_t requestsPerConnection = 100000;
 constexpr time_t keepAliveSeconds = 2;
 constexpr time_t writeTimeoutSeconds = 30;
 
-void Configure(httplib::Server &server)
+void gConfigure(httplib::Server &server)
 {
     server.new_task_queue = [] { return new httplib::ThreadPool(workerThreads); };
     server.set_tcp_nodelay(true);
@@ -32,7 +32,7 @@ void Configure(httplib::Server &server)
 }
 
 /// The port that the server listens on; -1 when it is taken.
-int Bind(httplib::Server &server, int port)
+int gBind(httplib::Server &server, int port)
 {
     if (port == 0) {
         return server.bind_to_any_port(address);
@@ -40,7 +40,7 @@ int Bind(httplib::Server &server, int port)
     return server.bind_to_port(address, port) ? port : -1;
 }
 
-sigset_t EndSignals()
+sigset_t gEndSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
@@ -57,7 +57,7 @@ class Listener
 public:
     Listener(httplib::Server &server, int port)
         : m_server(server)
-        , m_port(Bind(server, port))
+        , m_port(gBind(server, port))
     {
         if (m_port < 0) {
             std::cerr << "quillon-serve: cannot listen on port " << port << '\n';
@@ -88,32 +88,32 @@ private:
     std::thread m_thread;
 };
 
-void PrintTemplate(const char *scheme, int port)
+void gPrintTemplate(const char *scheme, int port)
 {
     std::cout << scheme << "://" << address << ':' << port
               << "/update?pid=&version=&email=" << std::endl;
 }
 
-int WaitForEnd()
+int gWaitForEnd()
 {
-    const sigset_t signals = EndSignals();
+    const sigset_t signals = gEndSignals();
     int received = 0;
     sigwait(&signals, &received);
     return 0;
 }
 
-int Serve(UpdateHandlers &handlers, const ServeOptions &options)
+int gServe(UpdateHandlers &handlers, const ServeOptions &options)
 {
     httplib::Server server;
-    Configure(server);
+    gConfigure(server);
     handlers.Register(server);
     const Listener listener(server, options.port);
     if (listener.Port() < 0) {
         return 1;
     }
     if (options.tlsPort < 0) {
-        PrintTemplate("http", listener.Port());
-        return WaitForEnd();
+        gPrintTemplate("http", listener.Port());
+        return gWaitForEnd();
     }
 
     httplib::SSLServer tlsServer(options.certificate.c_str(), options.key.c_str());
@@ -122,15 +122,15 @@ int Serve(UpdateHandlers &handlers, const ServeOptions &options)
                   << " with the key " << options.key << '\n';
         return 1;
     }
-    Configure(tlsServer);
+    gConfigure(tlsServer);
     handlers.Register(tlsServer);
     const Listener tlsListener(tlsServer, options.tlsPort);
     if (tlsListener.Port() < 0) {
         return 1;
     }
-    PrintTemplate("http", listener.Port());
-    PrintTemplate("https", tlsListener.Port());
-    return WaitForEnd();
+    gPrintTemplate("http", listener.Port());
+    gPrintTemplate("https", tlsListener.Port());
+    return gWaitForEnd();
 }
 } // namespace
 
@@ -142,10 +142,10 @@ int main(int argc, char *argv[])
         return 2;
     }
     // Blocked before any thread starts, so that only the wait receives them.
-    const sigset_t signals = EndSignals();
+    const sigset_t signals = gEndSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
     RateLimiter limiter(options.rate);
     UpdateHandlers handlers(options.directory, limiter);
-    return Serve(handlers, options);
+    return gServe(handlers, options);
 }

@@ -13,7 +13,7 @@ namespace
 {
 /// The category of @p file. Categories live as long as the process: lines may still come from
 /// destructors of static objects and from threads that outlast main().
-const QLoggingCategory &CategoryOf(const char *file)
+const QLoggingCategory &gCategoryOf(const char *file)
 {
     static auto *const mutex = new std::mutex;
     static auto *const categories = new std::map<std::string, std::unique_ptr<QLoggingCategory>>;
@@ -27,7 +27,7 @@ const QLoggingCategory &CategoryOf(const char *file)
 }
 
 /// Messages quote what servers sent. A line break among it could pass for a line of our own.
-void BlankControlCharacters(QString *message)
+void gBlankControlCharacters(QString *message)
 {
     for (QChar &character : *message) {
         const QChar::Category category = character.category();
@@ -45,7 +45,7 @@ BaseLog::~BaseLog() = default;
 // NOLINTNEXTLINE(cert-dcl50-cpp)
 void BaseLog::Log(const char *file, const char *function, int line, const char *format, ...)
 {
-    const QLoggingCategory &category = CategoryOf(file);
+    const QLoggingCategory &category = gCategoryOf(file);
     if (!category.isInfoEnabled()) {
         return;
     }
@@ -54,7 +54,7 @@ void BaseLog::Log(const char *file, const char *function, int line, const char *
     va_start(arguments, format);
     QString message = QString::vasprintf(format, arguments);
     va_end(arguments);
-    BlankControlCharacters(&message);
+    gBlankControlCharacters(&message);
     QMessageLogger(file, line, function, category.categoryName())
         .info("%s", qUtf8Printable(message));
 }

@@ -16,7 +16,7 @@ constexpr double darkness = 0.75;
 
 /// The opacity, 0 to 1, of each of @p pixels along one axis of a blurred box from @p begin to @p
 /// end.
-std::vector<double> BlurredSpan(int pixels, double begin, double end, double sigma)
+std::vector<double> gBlurredSpan(int pixels, double begin, double end, double sigma)
 {
     std::vector<double> opacity(static_cast<size_t>(pixels));
     const double scale = 1 / (sigma * std::sqrt(2.0));
@@ -64,9 +64,9 @@ void ShadowDialog::RenderShadow()
     }
 
     const auto columns =
-        BlurredSpan(pixels.width(), border * ratio, (width() - border) * ratio, blur * ratio);
-    const auto rows = BlurredSpan(pixels.height(), (border + drop) * ratio,
-                                  (height() - border + drop) * ratio, blur * ratio);
+        gBlurredSpan(pixels.width(), border * ratio, (width() - border) * ratio, blur * ratio);
+    const auto rows = gBlurredSpan(pixels.height(), (border + drop) * ratio,
+                                   (height() - border + drop) * ratio, blur * ratio);
     m_shadow = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
     m_shadow.setDevicePixelRatio(ratio);
     for (int y = 0; y < pixels.height(); ++y) {

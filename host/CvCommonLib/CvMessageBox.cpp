@@ -12,7 +12,7 @@
 
 namespace
 {
-QString InformationIcon()
+QString gInformationIcon()
 {
     return QStringLiteral("MessageBox_Icon_Information");
 }
@@ -53,7 +53,7 @@ CvMessageBox::CvMessageBox(const QString &title, const QString &text, Qt::Alignm
     m_text->setObjectName(QStringLiteral("CvMessageBox_TextLabel"));
     m_text->setTextFormat(Qt::PlainText);
     m_text->setWordWrap(true);
-    SetIconObjectName(InformationIcon());
+    SetIconObjectName(gInformationIcon());
     LayOut(CreateButtonRow(alignment, buttons));
 }
 
@@ -62,7 +62,7 @@ CvMessageBox::~CvMessageBox() = default;
 void CvMessageBox::SetIconObjectName(QString name)
 {
     m_icon->setObjectName(name);
-    m_icon->setAccessibleName(name == InformationIcon() ? tr("Information") : tr("Question"));
+    m_icon->setAccessibleName(name == gInformationIcon() ? tr("Information") : tr("Question"));
     m_icon->update();
 }
 

@@ -6,7 +6,7 @@
 
 namespace
 {
-QString &CorvinaDirectory()
+QString &gCorvinaDirectory()
 {
     static QString directory;
     return directory;
@@ -26,11 +26,11 @@ bool IsPathWriteable(const QString &path)
 
 QString CvGetCorvinaDirectory()
 {
-    const QString directory = CorvinaDirectory();
+    const QString directory = gCorvinaDirectory();
     return directory.isEmpty() ? QCoreApplication::applicationDirPath() : directory;
 }
 
 void CvSetCorvinaDirectory(const QString &directory)
 {
-    CorvinaDirectory() = directory.isEmpty() ? QString() : QDir::cleanPath(directory);
+    gCorvinaDirectory() = directory.isEmpty() ? QString() : QDir::cleanPath(directory);
 }

@@ -9,7 +9,7 @@ namespace
 constexpr int side = 36;
 const QColor accent(0x61, 0xDE, 0xD0);
 
-QPainterPath QuestionMark()
+QPainterPath gQuestionMark()
 {
     QPainterPath path;
     path.arcMoveTo(13.25, 9.5, 9.5, 9.5, 180);
@@ -18,7 +18,7 @@ QPainterPath QuestionMark()
     return path;
 }
 
-QPainterPath InformationMark()
+QPainterPath gInformationMark()
 {
     QPainterPath path(QPointF(18, 16.5));
     path.lineTo(18, 26);
@@ -42,7 +42,7 @@ void MessageIcon::paintEvent(QPaintEvent *)
     painter.setPen(QPen(accent, 2));
     painter.drawEllipse(QRectF(2, 2, side - 4, side - 4));
     painter.setPen(QPen(accent, 2.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter.drawPath(asks ? QuestionMark() : InformationMark());
+    painter.drawPath(asks ? gQuestionMark() : gInformationMark());
     painter.setPen(Qt::NoPen);
     painter.setBrush(accent);
     painter.drawEllipse(asks ? QPointF(18, 26.6) : QPointF(18, 11), 1.9, 1.9);

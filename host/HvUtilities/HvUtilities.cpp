@@ -6,7 +6,7 @@
 
 namespace
 {
-CustomizationStore &Store()
+CustomizationStore &gStore()
 {
     static CustomizationStore store;
     return store;
@@ -15,7 +15,7 @@ CustomizationStore &Store()
 
 int LoadCustomizeXMLFileW(const char16_t *path)
 {
-    return Store().Load(QString::fromUtf16(path)) ? 1 : 0;
+    return gStore().Load(QString::fromUtf16(path)) ? 1 : 0;
 }
 
 int ReadCustomizeInfoW(const char16_t *key, const char16_t *language, char16_t *buffer,
@@ -24,7 +24,7 @@ int ReadCustomizeInfoW(const char16_t *key, const char16_t *language, char16_t *
     if (buffer == nullptr || bufferUnits <= 0) {
         return 0;
     }
-    const auto value = Store().Value(QString::fromUtf16(key), QString::fromUtf16(language));
+    const auto value = gStore().Value(QString::fromUtf16(key), QString::fromUtf16(language));
     if (!value) {
         return 0;
     }

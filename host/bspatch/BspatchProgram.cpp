@@ -12,7 +12,7 @@
 
 namespace
 {
-bool IsSameFile(const std::filesystem::path &one, const std::filesystem::path &other)
+bool gIsSameFile(const std::filesystem::path &one, const std::filesystem::path &other)
 {
     // A file that does not exist yet is an error here, and the same as no other file.
     std::error_code error;
@@ -39,10 +39,10 @@ void BspatchProgram::Apply(const std::filesystem::path &oldPath,
                            const std::filesystem::path &newPath,
                            const std::filesystem::path &patchPath)
 {
-    if (IsSameFile(newPath, oldPath)) {
+    if (gIsSameFile(newPath, oldPath)) {
         throw PatchError(newPath, "is both the old and the new file");
     }
-    if (IsSameFile(newPath, patchPath)) {
+    if (gIsSameFile(newPath, patchPath)) {
         throw PatchError(newPath, "is both the patch and the new file");
     }
 

@@ -12,7 +12,7 @@
 namespace
 {
 /// A name of its own and not a longer form of the new file's, which may be as long as a name can be.
-std::filesystem::path RandomName()
+std::filesystem::path gRandomName()
 {
     std::random_device random;
     return "bspatch-" + std::to_string(random()) + "-" + std::to_string(random()) + ".tmp";
@@ -47,7 +47,7 @@ void NewFile::Create()
 {
     while (m_file == nullptr) {
         std::filesystem::path temporaryPath = m_path;
-        temporaryPath.replace_filename(RandomName());
+        temporaryPath.replace_filename(gRandomName());
         m_file = gCreateFile(temporaryPath);
         if (m_file != nullptr) {
             m_temporaryPath = std::move(temporaryPath);

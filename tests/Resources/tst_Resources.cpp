@@ -22,23 +22,23 @@ const QString normalSheet = folder + QStringLiteral("Quillon.qss");
 const QString denseSheet = folder + QStringLiteral("Quillon_2x.qss");
 const QColor panelColour("#1C232A");
 
-QByteArray BytesOf(const QString &path)
+QByteArray gBytesOf(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-QString ImageOf(const char *state, const char *suffix = "")
+QString gImageOf(const char *state, const char *suffix = "")
 {
     return folder +
            QStringLiteral("close_%1%2.png").arg(QLatin1String(state), QLatin1String(suffix));
 }
 
 /// The sheet's rules as "selector|property|property", the commented one included.
-QStringList RulesOf(const QString &sheet)
+QStringList gRulesOf(const QString &sheet)
 {
     QStringList rules;
-    const QString text = QString::fromUtf8(BytesOf(sheet)).remove(QChar(QChar::ByteOrderMark));
+    const QString text = QString::fromUtf8(gBytesOf(sheet)).remove(QChar(QChar::ByteOrderMark));
     const auto blocks = text.split(QStringLiteral("\r\r"));
     for (const QString &block : blocks) {
         QString rule = block.trimmed();
@@ -119,7 +119,7 @@ void tst_Resources::every_file_is_embedded_as_it_is_for_all_locales()
         const QResource resource(folder + name, QLocale(QLocale::German));
         QVERIFY(resource.isValid());
         QCOMPARE(resource.compressionAlgorithm(), QResource::NoCompression);
-        QCOMPARE(BytesOf(folder + name), BytesOf(QStringLiteral(RESOURCES_SOURCE "/") + name));
+        QCOMPARE(gBytesOf(folder + name), gBytesOf(QStringLiteral(RESOURCES_SOURCE "/") + name));
     }
 }
 
@@ -143,7 +143,7 @@ void tst_Resources::images_have_their_size_and_eight_bits_per_channel_with_alpha
 void tst_Resources::images_have_their_size_and_eight_bits_per_channel_with_alpha()
 {
     QFETCH(quint32, side);
-    const QByteArray png = BytesOf(folder + QString::fromLatin1(QTest::currentDataTag()));
+    const QByteArray png = gBytesOf(folder + QString::fromLatin1(QTest::currentDataTag()));
     QCOMPARE(png.mid(1, 3), QByteArray("PNG"));
     QCOMPARE(png.mid(12, 4), QByteArray("IHDR"));
     QCOMPARE(qFromBigEndian<quint32>(png.constData() + 16), side);
@@ -195,7 +195,7 @@ void tst_Resources::a_sheet_has_a_byte_order_mark_single_carriage_returns_and_ta
 void tst_Resources::a_sheet_has_a_byte_order_mark_single_carriage_returns_and_tabs()
 {
     QFETCH(QString, sheet);
-    const QByteArray bytes = BytesOf(sheet);
+    const QByteArray bytes = gBytesOf(sheet);
     QVERIFY(bytes.startsWith("\xef\xbb\xbf"));
     QCOMPARE(bytes.count('\n'), 0);
     QVERIFY(bytes.count('\r') > 100);
@@ -238,14 +238,14 @@ void tst_Resources::the_sheet_has_these_rules_in_this_order()
         "QScrollBar::sub-line:vertical|height: 0px",
         "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical|background: transparent",
     };
-    QCOMPARE(RulesOf(normalSheet), wanted);
+    QCOMPARE(gRulesOf(normalSheet), wanted);
 }
 
 void tst_Resources::the_dense_sheet_differs_in_the_close_button_only()
 {
-    QByteArray wanted = BytesOf(normalSheet);
+    QByteArray wanted = gBytesOf(normalSheet);
     wanted.replace("background-image:", "border-image:").replace(".png)", "_2x.png)");
-    QCOMPARE(BytesOf(denseSheet), wanted);
+    QCOMPARE(gBytesOf(denseSheet), wanted);
 }
 
 void tst_Resources::every_image_that_a_sheet_names_is_there_data()
@@ -257,7 +257,7 @@ void tst_Resources::every_image_that_a_sheet_names_is_there()
 {
     QFETCH(QString, sheet);
     const QRegularExpression url(QStringLiteral("url\\(([^)]*)\\)"));
-    auto match = url.globalMatch(QString::fromUtf8(BytesOf(sheet)));
+    auto match = url.globalMatch(QString::fromUtf8(gBytesOf(sheet)));
     int count = 0;
     for (; match.hasNext(); ++count) {
         QVERIFY(QFile::exists(match.next().captured(1)));
@@ -347,9 +347,9 @@ void tst_Resources::each_state_of_the_close_button_shows_its_image_data()
     QTest::addColumn<QString>("image");
     QTest::addColumn<bool>("enabled");
     QTest::addColumn<bool>("underMouse");
-    QTest::newRow("normal") << ImageOf("up") << true << false;
-    QTest::newRow("mouse over") << ImageOf("hover") << true << true;
-    QTest::newRow("disabled") << ImageOf("dis") << false << false;
+    QTest::newRow("normal") << gImageOf("up") << true << false;
+    QTest::newRow("mouse_over") << gImageOf("hover") << true << true;
+    QTest::newRow("disabled") << gImageOf("dis") << false << false;
 }
 
 void tst_Resources::each_state_of_the_close_button_shows_its_image()
@@ -383,7 +383,7 @@ void tst_Resources::the_dense_image_fills_the_whole_close_button()
     // The plate under the cross reaches the button's edges; unscaled and centred it would end
     // before them.
     const QImage picture = panel.PictureOf(button);
-    const QColor plate = QImage(ImageOf("hover", "_2x")).pixelColor(17, 1);
+    const QColor plate = QImage(gImageOf("hover", "_2x")).pixelColor(17, 1);
     QCOMPARE(picture.pixelColor(12, 0), plate);
     QCOMPARE(picture.pixelColor(0, 12), plate);
     QCOMPARE(picture.pixelColor(23, 12), plate);

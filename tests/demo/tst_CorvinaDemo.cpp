@@ -14,7 +14,7 @@ namespace
 constexpr int patience = 30000;
 
 /// The JSON events that a run printed, one a line.
-QList<QJsonObject> Events(QProcess &process)
+QList<QJsonObject> gEvents(QProcess &process)
 {
     QList<QJsonObject> events;
     const QList<QByteArray> lines = process.readAllStandardOutput().trimmed().split('\n');
@@ -24,15 +24,15 @@ QList<QJsonObject> Events(QProcess &process)
     return events;
 }
 
-QString Name(const QJsonObject &event)
+QString gName(const QJsonObject &event)
 {
     return event.value(QStringLiteral("event")).toString();
 }
 
-QString PageName(const QJsonObject &event)
+QString gPageName(const QJsonObject &event)
 {
-    return Name(event) == QLatin1String("page") ? event.value(QStringLiteral("name")).toString()
-                                                : QString();
+    return gName(event) == QLatin1String("page") ? event.value(QStringLiteral("name")).toString()
+                                                 : QString();
 }
 } // namespace
 
@@ -96,9 +96,9 @@ void tst_CorvinaDemo::wrong_usage_needs_no_display()
     Run(process, QStringList{"--timeout", "10"} + arguments, QStringLiteral("none"));
     QCOMPARE(process.exitCode(), 2);
     QVERIFY(process.readAllStandardError().startsWith("corvina-demo: "));
-    const QList<QJsonObject> events = Events(process);
+    const QList<QJsonObject> events = gEvents(process);
     QCOMPARE(events.size(), 1);
-    QCOMPARE(Name(events.constFirst()), QStringLiteral("exit"));
+    QCOMPARE(gName(events.constFirst()), QStringLiteral("exit"));
     QCOMPARE(events.constFirst().value(QStringLiteral("code")).toInt(), 2);
 }
 
@@ -124,11 +124,11 @@ void tst_CorvinaDemo::tells_the_outcome_of_a_silent_check()
     QProcess process;
     Run(process, {"--update-url", server.Template().trimmed(), "--check", "silent"});
     QCOMPARE(process.exitCode(), 0);
-    const QList<QJsonObject> events = Events(process);
+    const QList<QJsonObject> events = gEvents(process);
     QCOMPARE(events.size(), 2);
-    QCOMPARE(Name(events.at(0)), QStringLiteral("silent"));
+    QCOMPARE(gName(events.at(0)), QStringLiteral("silent"));
     QCOMPARE(events.at(0).value(QStringLiteral("needUpdate")).toBool(!needUpdate), needUpdate);
-    QCOMPARE(Name(events.at(1)), QStringLiteral("exit"));
+    QCOMPARE(gName(events.at(1)), QStringLiteral("exit"));
     QCOMPARE(events.at(1).value(QStringLiteral("code")).toInt(-1), 0);
 }
 
@@ -139,9 +139,9 @@ void tst_CorvinaDemo::ends_with_its_time_out_while_it_waits()
     Run(process, {"--update-url", "http://127.0.0.1:9/update?pid=&version=&email=", "--check",
                   "interactive", "--timeout", "1"});
     QCOMPARE(process.exitCode(), 3);
-    const QList<QJsonObject> events = Events(process);
-    QCOMPARE(PageName(events.constFirst()), QStringLiteral("progress"));
-    QCOMPARE(PageName(events.at(events.size() - 2)), QStringLiteral("hint"));
+    const QList<QJsonObject> events = gEvents(process);
+    QCOMPARE(gPageName(events.constFirst()), QStringLiteral("progress"));
+    QCOMPARE(gPageName(events.at(events.size() - 2)), QStringLiteral("hint"));
     QCOMPARE(events.constLast().value(QStringLiteral("code")).toInt(), 3);
 }
 

@@ -24,16 +24,16 @@ struct Line {
 QMutex gMutex;
 QVector<Line> gLines;
 
-void Collect(QtMsgType type, const QMessageLogContext &context, const QString &message)
+void gCollect(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     const QMutexLocker lock(&gMutex);
     gLines.append({type, QString::fromUtf8(context.category), QString::fromUtf8(context.file),
                    QString::fromUtf8(context.function), context.line, message});
 }
 
-void CollectAndLogOnce(QtMsgType type, const QMessageLogContext &context, const QString &message)
+void gCollectAndLogOnce(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
-    Collect(type, context, message);
+    gCollect(type, context, message);
     if (message == QLatin1String("outer")) {
         GetGlobalLogInstance()->Log("BaseLogTest", "Handler", 1, "inner");
     }
@@ -63,7 +63,7 @@ private slots:
 void tst_BaseLog::init()
 {
     gLines.clear();
-    qInstallMessageHandler(&Collect);
+    qInstallMessageHandler(&gCollect);
 }
 
 void tst_BaseLog::cleanup()
@@ -178,7 +178,7 @@ void tst_BaseLog::lines_of_several_threads_arrive_whole()
 
 void tst_BaseLog::a_message_handler_that_logs_does_not_lock_up()
 {
-    qInstallMessageHandler(&CollectAndLogOnce);
+    qInstallMessageHandler(&gCollectAndLogOnce);
     GetGlobalLogInstance()->Log("BaseLogTest", "F", 1, "outer");
 
     // Qt hands a line that a handler writes to its own default handler.

@@ -16,17 +16,17 @@ namespace
 constexpr int question = CvMessageBox::Yes | CvMessageBox::Cancel;
 constexpr QSize usualSize(560, 186);
 
-QString TextOf(const QWidget &box, const char *label)
+QString gTextOf(const QWidget &box, const char *label)
 {
     return box.findChild<QLabel *>(QString::fromLatin1(label))->text();
 }
 
-Answer Press(int key)
+Answer gPress(int key)
 {
     return [key](QWidget *box) { QTest::keyClick(box->focusWidget(), Qt::Key(key)); };
 }
 
-Answer Click(const char *button)
+Answer gClick(const char *button)
 {
     return [button](QWidget *box) {
         QTest::mouseClick(box->findChild<QPushButton *>(QString::fromLatin1(button)),
@@ -35,7 +35,7 @@ Answer Click(const char *button)
 }
 
 /// Ends the modal loop after a failed check, so that no test waits forever.
-void CloseIfOpen(QWidget *box)
+void gCloseIfOpen(QWidget *box)
 {
     if (box && box->isVisible()) {
         box->close();
@@ -43,12 +43,12 @@ void CloseIfOpen(QWidget *box)
 }
 
 /// Where @p widget lies in @p window.
-QRect Place(const QWidget *widget, const QWidget &window)
+QRect gPlace(const QWidget *widget, const QWidget &window)
 {
     return {widget->mapTo(&window, QPoint(0, 0)), widget->size()};
 }
 
-void SendMouse(QWidget *target, QEvent::Type type, const QPoint &at, const QPoint &global)
+void gSendMouse(QWidget *target, QEvent::Type type, const QPoint &at, const QPoint &global)
 {
     const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
     QMouseEvent event(type, at, global, button, Qt::LeftButton, Qt::NoModifier);
@@ -115,18 +115,18 @@ void tst_CvMessageBox::only_yes_and_ok_are_affirmative_data()
     QTest::addColumn<int>("result");
     const int yesNo = CvMessageBox::Yes | CvMessageBox::No;
     const int okCancel = CvMessageBox::Ok | CvMessageBox::Cancel;
-    QTest::newRow("return_answers_yes") << question << Press(Qt::Key_Return) << 1;
-    QTest::newRow("enter_answers_yes") << question << Press(Qt::Key_Enter) << 1;
-    QTest::newRow("return_answers_ok") << okCancel << Press(Qt::Key_Return) << 1;
-    QTest::newRow("escape_cancels") << question << Press(Qt::Key_Escape) << 0;
+    QTest::newRow("return_answers_yes") << question << gPress(Qt::Key_Return) << 1;
+    QTest::newRow("enter_answers_yes") << question << gPress(Qt::Key_Enter) << 1;
+    QTest::newRow("return_answers_ok") << okCancel << gPress(Qt::Key_Return) << 1;
+    QTest::newRow("escape_cancels") << question << gPress(Qt::Key_Escape) << 0;
     QTest::newRow("tab_and_return_cancel") << question << Answer([](QWidget *box) {
         QTest::keyClick(box->focusWidget(), Qt::Key_Tab);
         QTest::keyClick(box->focusWidget(), Qt::Key_Return);
     }) << 0;
-    QTest::newRow("a_click_on_yes") << question << Click("CvMessageBox_YesBtn") << 1;
-    QTest::newRow("a_click_on_ok") << okCancel << Click("CvMessageBox_OkBtn") << 1;
-    QTest::newRow("a_click_on_no") << yesNo << Click("CvMessageBox_NoBtn") << 0;
-    QTest::newRow("a_click_on_cancel") << question << Click("CvMessageBox_CancelBtn") << 0;
+    QTest::newRow("a_click_on_yes") << question << gClick("CvMessageBox_YesBtn") << 1;
+    QTest::newRow("a_click_on_ok") << okCancel << gClick("CvMessageBox_OkBtn") << 1;
+    QTest::newRow("a_click_on_no") << yesNo << gClick("CvMessageBox_NoBtn") << 0;
+    QTest::newRow("a_click_on_cancel") << question << gClick("CvMessageBox_CancelBtn") << 0;
     QTest::newRow("closing_the_box") << question << Answer([](QWidget *box) { box->close(); }) << 0;
 }
 
@@ -139,7 +139,7 @@ void tst_CvMessageBox::only_yes_and_ok_are_affirmative()
                      nullptr);
     box.resize(usualSize);
     QTimer::singleShot(0, &box, [&]() {
-        const auto closing = qScopeGuard([&box]() { CloseIfOpen(&box); });
+        const auto closing = qScopeGuard([&box]() { gCloseIfOpen(&box); });
         QVERIFY(QTest::qWaitForWindowActive(&box));
         answer(&box);
     });
@@ -150,9 +150,9 @@ void tst_CvMessageBox::information_ok_tells_the_button_from_closing_data()
 {
     QTest::addColumn<Answer>("answer");
     QTest::addColumn<int>("result");
-    QTest::newRow("return_is_ok") << Press(Qt::Key_Return) << int(CvMessageBox::Ok);
-    QTest::newRow("a_click_is_ok") << Click("CvMessageBox_OkBtn") << int(CvMessageBox::Ok);
-    QTest::newRow("escape_is_cancel") << Press(Qt::Key_Escape) << int(CvMessageBox::Cancel);
+    QTest::newRow("return_is_ok") << gPress(Qt::Key_Return) << int(CvMessageBox::Ok);
+    QTest::newRow("a_click_is_ok") << gClick("CvMessageBox_OkBtn") << int(CvMessageBox::Ok);
+    QTest::newRow("escape_is_cancel") << gPress(Qt::Key_Escape) << int(CvMessageBox::Cancel);
     QTest::newRow("closing_is_cancel")
         << Answer([](QWidget *box) { box->close(); }) << int(CvMessageBox::Cancel);
 }
@@ -165,11 +165,11 @@ void tst_CvMessageBox::information_ok_tells_the_button_from_closing()
     QTimer::singleShot(0, &parent, [&]() {
         QWidget *box = QApplication::activeModalWidget();
         QVERIFY(box);
-        const auto closing = qScopeGuard([box = QPointer<QWidget>(box)]() { CloseIfOpen(box); });
+        const auto closing = qScopeGuard([box = QPointer<QWidget>(box)]() { gCloseIfOpen(box); });
         QCOMPARE(box->parentWidget(), &parent);
         QCOMPARE(box->size(), usualSize);
-        QCOMPARE(TextOf(*box, "CvMessageBox_TitleLabel"), QStringLiteral("Title"));
-        QCOMPARE(TextOf(*box, "CvMessageBox_TextLabel"), QStringLiteral("Text"));
+        QCOMPARE(gTextOf(*box, "CvMessageBox_TitleLabel"), QStringLiteral("Title"));
+        QCOMPARE(gTextOf(*box, "CvMessageBox_TextLabel"), QStringLiteral("Text"));
         QVERIFY(box->findChild<QLabel *>(QStringLiteral("MessageBox_Icon_Information")));
         QVERIFY(QTest::qWaitForWindowActive(box));
         answer(box);
@@ -205,8 +205,8 @@ void tst_CvMessageBox::a_prompt_of_the_update_fits_the_usual_size()
     QVERIFY(text->height() >= text->heightForWidth(text->width()));
     const auto *yes = box.findChild<QPushButton *>(QStringLiteral("CvMessageBox_YesBtn"));
     const auto *title = box.findChild<QLabel *>(QStringLiteral("CvMessageBox_TitleLabel"));
-    QVERIFY(Place(text, box).bottom() < Place(yes, box).top());
-    QVERIFY(Place(text, box).top() > Place(title, box).bottom());
+    QVERIFY(gPlace(text, box).bottom() < gPlace(yes, box).top());
+    QVERIFY(gPlace(text, box).top() > gPlace(title, box).bottom());
 }
 
 void tst_CvMessageBox::a_longer_text_makes_the_box_grow()
@@ -242,9 +242,9 @@ void tst_CvMessageBox::the_buttons_stand_where_the_alignment_puts_them()
 
     const auto *yes = box.findChild<QPushButton *>(QStringLiteral("CvMessageBox_YesBtn"));
     const auto *cancel = box.findChild<QPushButton *>(QStringLiteral("CvMessageBox_CancelBtn"));
-    const int left = Place(yes, box).left();
-    const int right = box.width() - 1 - Place(cancel, box).right();
-    QVERIFY(Place(yes, box).right() < Place(cancel, box).left());
+    const int left = gPlace(yes, box).left();
+    const int right = box.width() - 1 - gPlace(cancel, box).right();
+    QVERIFY(gPlace(yes, box).right() < gPlace(cancel, box).left());
     QVERIFY(qAbs(left - right) <= 1 ? leftOverRight == 0 : (left > right) == (leftOverRight > 0));
     if (leftOverRight != 0) {
         QVERIFY(qAbs(left - right) > 100);
@@ -284,7 +284,7 @@ void tst_CvMessageBox::the_content_lies_inside_the_shadow()
     const QRect inside = box.rect().adjusted(border, border, -border, -border);
     const auto children = box.findChildren<QWidget *>();
     for (const QWidget *child : children) {
-        QVERIFY2(inside.contains(Place(child, box)), qPrintable(child->objectName()));
+        QVERIFY2(inside.contains(gPlace(child, box)), qPrintable(child->objectName()));
     }
 }
 
@@ -324,13 +324,13 @@ void tst_CvMessageBox::the_box_is_dragged_by_its_title_only()
     box.move(100, 100);
     box.show();
     const QPoint start = box.pos();
-    const QPoint grip = Place(box.findChild<QLabel *>(label), box).center();
+    const QPoint grip = gPlace(box.findChild<QLabel *>(label), box).center();
 
-    SendMouse(&box, QEvent::MouseButtonPress, grip, start + grip);
-    SendMouse(&box, QEvent::MouseMove, grip, start + grip + QPoint(30, -20));
+    gSendMouse(&box, QEvent::MouseButtonPress, grip, start + grip);
+    gSendMouse(&box, QEvent::MouseMove, grip, start + grip + QPoint(30, -20));
     QCOMPARE(box.pos(), start + moved);
-    SendMouse(&box, QEvent::MouseButtonRelease, grip, start + grip + moved);
-    SendMouse(&box, QEvent::MouseMove, grip, start + grip + QPoint(99, 99));
+    gSendMouse(&box, QEvent::MouseButtonRelease, grip, start + grip + moved);
+    gSendMouse(&box, QEvent::MouseMove, grip, start + grip + QPoint(99, 99));
     QCOMPARE(box.pos(), start + moved);
 }
 

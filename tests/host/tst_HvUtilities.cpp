@@ -12,7 +12,7 @@ namespace
 using Buffer = std::array<char16_t, 16>;
 constexpr char16_t mark = u'#';
 
-Buffer MarkedBuffer()
+Buffer gMarkedBuffer()
 {
     Buffer buffer{};
     buffer.fill(mark);
@@ -71,7 +71,7 @@ int tst_HvUtilities::Read(const QString &key, const QString &language, Buffer *b
 
 QString tst_HvUtilities::Value(const QString &key, const QString &language) const
 {
-    Buffer buffer = MarkedBuffer();
+    Buffer buffer = gMarkedBuffer();
     return Read(key, language, &buffer) ? QString::fromUtf16(buffer.data()) : QString();
 }
 
@@ -151,9 +151,9 @@ void tst_HvUtilities::what_is_not_in_the_store_leaves_the_buffer_alone()
 {
     QFETCH(QString, key);
     QFETCH(QString, language);
-    Buffer buffer = MarkedBuffer();
+    Buffer buffer = gMarkedBuffer();
     QCOMPARE(Read(key, language, &buffer), 0);
-    QCOMPARE(buffer, MarkedBuffer());
+    QCOMPARE(buffer, gMarkedBuffer());
 }
 
 void tst_HvUtilities::a_value_is_cut_to_the_buffer_data()
@@ -172,10 +172,10 @@ void tst_HvUtilities::a_value_is_cut_to_the_buffer()
     QFETCH(QString, key);
     QFETCH(int, units);
     QFETCH(QString, value);
-    Buffer buffer = MarkedBuffer();
+    Buffer buffer = gMarkedBuffer();
     QVERIFY(Read(key, QStringLiteral("ENG"), &buffer, units) != 0);
 
-    Buffer wanted = MarkedBuffer();
+    Buffer wanted = gMarkedBuffer();
     const std::u16string written = value.toStdU16String();
     std::copy_n(written.c_str(), written.size() + 1, wanted.begin());
     QCOMPARE(buffer, wanted);
@@ -183,10 +183,10 @@ void tst_HvUtilities::a_value_is_cut_to_the_buffer()
 
 void tst_HvUtilities::no_buffer_gives_zero()
 {
-    Buffer buffer = MarkedBuffer();
+    Buffer buffer = gMarkedBuffer();
     QCOMPARE(Read(QStringLiteral("PID"), QStringLiteral("ENG"), &buffer, 0), 0);
     QCOMPARE(Read(QStringLiteral("PID"), QStringLiteral("ENG"), &buffer, -1), 0);
-    QCOMPARE(buffer, MarkedBuffer());
+    QCOMPARE(buffer, gMarkedBuffer());
     QCOMPARE(m_read(u"PID", u"ENG", nullptr, 16, 0, 0), 0);
 }
 

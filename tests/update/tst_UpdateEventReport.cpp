@@ -441,7 +441,7 @@ void tst_UpdateEventReport::the_host_is()
     const QTemporaryDir folder;
     QVERIFY(gWriteFile(folder.filePath("Corvina.ini"), settings));
     QuillonInit::SetConfigFileDir(folder.path());
-    QTEST(StatisticsHost(), "host");
+    QTEST(gStatisticsHost(), "host");
     QuillonInit::SetConfigFileDir(m_rig->ConfigFolder());
 }
 

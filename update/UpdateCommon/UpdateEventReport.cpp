@@ -70,7 +70,7 @@ void UpdateEventReport::StartReport(EventType type, bool firstAttempt)
 {
     {
         const QMutexLocker locker(&m_mutex);
-        m_host = StatisticsHost();
+        m_host = gStatisticsHost();
     }
     m_future = QtConcurrent::run(this, &UpdateEventReport::Report, type, firstAttempt);
     m_synchronizer.addFuture(m_future);

@@ -7,7 +7,7 @@
 namespace
 {
 /// Zeros with a few other bytes among them, as the differences of like files are.
-QByteArray SparseDiff(int size, QRandomGenerator *random)
+QByteArray gSparseDiff(int size, QRandomGenerator *random)
 {
     QByteArray diff(size, '\0');
     for (int index = 0; index < size; index += random->bounded(1, 5000)) {
@@ -23,7 +23,7 @@ RandomPatch RandomPatch::Make(const QByteArray &old, int newSize, int longestSte
     RandomPatch patch;
     int position = 0;
     while (patch.newContent.size() < newSize) {
-        const QByteArray diff = SparseDiff(random.bounded(longestStep), &random);
+        const QByteArray diff = gSparseDiff(random.bounded(longestStep), &random);
         const QByteArray extra =
             gTestBytes(random.bounded(longestStep / 20 + 1), random.generate());
         patch.newContent += Sum(old, position, diff) + extra;

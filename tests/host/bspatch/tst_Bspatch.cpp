@@ -13,7 +13,7 @@
 
 namespace
 {
-bool IsWindows()
+bool gIsWindows()
 {
     return QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows;
 }
@@ -165,7 +165,7 @@ void tst_Bspatch::names_are_taken_as_they_are_data()
     QTest::newRow("with_letters_of_other_alphabets") << QString::fromUtf8("n\u00fc \u4f60\u597d");
     QTest::newRow("like_an_option") << QStringLiteral("--help");
     // Windows limits the whole path, of which the temporary folder takes its part.
-    QTest::newRow("as_long_as_can_be") << QString(IsWindows() ? 150 : 255, QLatin1Char('n'));
+    QTest::newRow("as_long_as_can_be") << QString(gIsWindows() ? 150 : 255, QLatin1Char('n'));
     QTest::newRow("with_a_folder") << QStringLiteral("folder/../new");
     QTest::newRow("the_name_that_the_module_asks_for") << QStringLiteral("old.patch");
 }
@@ -229,9 +229,9 @@ void tst_Bspatch::a_failure_says_why_in_one_line_data()
     row("new_is_in_no_folder", "old", "none/new", "patch",
         "none/new: cannot be created: No such file or directory");
     row("new_is_under_a_file", "old", "old/new", "patch",
-        IsWindows() ? "old/new: cannot be created: No such file or directory"
-                    : "old/new: cannot be created: Not a directory");
-    if (!IsWindows()) {
+        gIsWindows() ? "old/new: cannot be created: No such file or directory"
+                     : "old/new: cannot be created: Not a directory");
+    if (!gIsWindows()) {
         row("new_is_a_device", "old", "/dev/null", "patch", "/dev/null: is not a regular file");
     }
     row("new_has_no_name", "old", "", "patch", ": is not a regular file");

@@ -26,24 +26,24 @@ constexpr std::array<Field, 3> headerFields{
     {{"control size", 0}, {"diff size", 1}, {"new size", 2}}};
 constexpr std::array<Field, 3> stepFields{{{"added", 0}, {"copied", 1}, {"skipped", 2}}};
 
-QByteArray Bytes(qint64 size)
+QByteArray gBytes(qint64 size)
 {
     return gTestBytes(size, static_cast<quint64>(size));
 }
 
-BsdiffWriter::Blocks PackedBlocks(const BsdiffWriter &writer)
+BsdiffWriter::Blocks gPackedBlocks(const BsdiffWriter &writer)
 {
     const BsdiffWriter::Blocks &unpacked = writer.Unpacked();
     return {BsdiffWriter::Packed(unpacked.control), BsdiffWriter::Packed(unpacked.diff),
             BsdiffWriter::Packed(unpacked.extra)};
 }
 
-QByteArray WithHeaderField(QByteArray patch, int index, const QByteArray &number)
+QByteArray gWithHeaderField(QByteArray patch, int index, const QByteArray &number)
 {
     return patch.replace(numberSize * (1 + index), numberSize, number);
 }
 
-QByteArray WithStepField(const BsdiffWriter &writer, int step, int index, const QByteArray &number)
+QByteArray gWithStepField(const BsdiffWriter &writer, int step, int index, const QByteArray &number)
 {
     BsdiffWriter::Blocks blocks = writer.Unpacked();
     blocks.control.replace(step * stepSize + index * numberSize, numberSize, number);
@@ -92,24 +92,24 @@ private:
 
 void tst_BspatchDamage::initTestCase()
 {
-    const QByteArray old = Bytes(30000);
+    const QByteArray old = gBytes(30000);
     PatchFolder::Write(m_folder.OldPath(), old);
-    m_writer.AddStep(QByteArray(9000, '\0'), Bytes(300), 500);
-    m_writer.AddStep(QByteArray(200, '\1'), Bytes(12000), -4000);
-    m_writer.AddStep(Bytes(7000), Bytes(10), 20);
+    m_writer.AddStep(QByteArray(9000, '\0'), gBytes(300), 500);
+    m_writer.AddStep(QByteArray(200, '\1'), gBytes(12000), -4000);
+    m_writer.AddStep(gBytes(7000), gBytes(10), 20);
     m_writer.AddStep(QByteArray(100, '\0'), QByteArray(), 0);
     m_patch = m_writer.Build();
 
-    m_newContent = old.left(9000) + Bytes(300);
+    m_newContent = old.left(9000) + gBytes(300);
     for (const char byte : old.mid(9500, 200)) {
         m_newContent += static_cast<char>(byte + 1);
     }
-    m_newContent += Bytes(12000);
-    const QByteArray diff = Bytes(7000);
+    m_newContent += gBytes(12000);
+    const QByteArray diff = gBytes(7000);
     for (int index = 0; index < diff.size(); ++index) {
         m_newContent += static_cast<char>(diff[index] + old[5700 + index]);
     }
-    m_newContent += Bytes(10) + old.mid(12720, 100);
+    m_newContent += gBytes(10) + old.mid(12720, 100);
 }
 
 void tst_BspatchDamage::the_patch_in_order_is_applied()
@@ -157,7 +157,7 @@ void tst_BspatchDamage::an_impossible_number_in_the_header_is_refused()
     QFETCH(int, index);
     QFETCH(QByteArray, number);
 
-    QCOMPARE(m_folder.Refuses(WithHeaderField(m_patch, index, number)), QString());
+    QCOMPARE(m_folder.Refuses(gWithHeaderField(m_patch, index, number)), QString());
 }
 
 void tst_BspatchDamage::a_size_in_the_header_that_is_off_is_refused_data()
@@ -177,12 +177,12 @@ void tst_BspatchDamage::a_size_in_the_header_that_is_off_is_refused()
     QFETCH(int, index);
     QFETCH(int, difference);
 
-    const BsdiffWriter::Blocks packed = PackedBlocks(m_writer);
+    const BsdiffWriter::Blocks packed = gPackedBlocks(m_writer);
     const std::array<qint64, 3> right{packed.control.size(), packed.diff.size(),
                                       m_writer.NewSize()};
     const QByteArray number =
         BsdiffWriter::Number(right.at(static_cast<size_t>(index)) + difference);
-    QCOMPARE(m_folder.Refuses(WithHeaderField(m_patch, index, number)), QString());
+    QCOMPARE(m_folder.Refuses(gWithHeaderField(m_patch, index, number)), QString());
 }
 
 void tst_BspatchDamage::an_impossible_step_is_refused_data()
@@ -221,7 +221,7 @@ void tst_BspatchDamage::an_impossible_step_is_refused()
     QFETCH(int, index);
     QFETCH(QByteArray, number);
 
-    QCOMPARE(m_folder.Refuses(WithStepField(m_writer, step, index, number)), QString());
+    QCOMPARE(m_folder.Refuses(gWithStepField(m_writer, step, index, number)), QString());
 }
 
 void tst_BspatchDamage::a_position_beyond_its_type_is_refused_data()
@@ -279,7 +279,7 @@ void tst_BspatchDamage::blocks_in_a_wrong_place_are_refused()
 {
     QFETCH(QByteArray, order);
 
-    const BsdiffWriter::Blocks packed = PackedBlocks(m_writer);
+    const BsdiffWriter::Blocks packed = gPackedBlocks(m_writer);
     QByteArray body;
     for (const char block : order) {
         body += block == 'c' ? packed.control : block == 'd' ? packed.diff : packed.extra;
@@ -337,7 +337,7 @@ void tst_BspatchDamage::numbers_that_only_add_up_are_refused()
     for (const int number : numbers) {
         control += BsdiffWriter::Number(number);
     }
-    const BsdiffWriter::Blocks blocks{control, Bytes(diffSize), Bytes(extraSize)};
+    const BsdiffWriter::Blocks blocks{control, gBytes(diffSize), gBytes(extraSize)};
     QCOMPARE(m_folder.Refuses(BsdiffWriter::Build(blocks, 20)), QString());
 }
 
@@ -367,8 +367,8 @@ void tst_BspatchDamage::a_flipped_bit_never_makes_another_file_data()
     QTest::addColumn<int>("stride");
 
     BsdiffWriter small;
-    small.AddStep(QByteArray(700, '\0') + Bytes(60), Bytes(50), 20);
-    small.AddStep(Bytes(30), QByteArray(90, 'x'), 0);
+    small.AddStep(QByteArray(700, '\0') + gBytes(60), gBytes(50), 20);
+    small.AddStep(gBytes(30), QByteArray(90, 'x'), 0);
     QTest::newRow("of_a_small_patch_mostly_code_tables") << small.Build() << 3;
     QTest::newRow("of_a_larger_patch_mostly_data") << m_patch << 509;
 }
@@ -412,7 +412,7 @@ void tst_BspatchDamage::rubbish_behind_the_compressed_data_is_no_damage()
 {
     QFETCH(int, block);
 
-    BsdiffWriter::Blocks packed = PackedBlocks(m_writer);
+    BsdiffWriter::Blocks packed = gPackedBlocks(m_writer);
     std::array<QByteArray *, 3> blocks{&packed.control, &packed.diff, &packed.extra};
     *blocks.at(static_cast<size_t>(block)) += "rubbish";
     QCOMPARE(m_folder.Refuses(BsdiffWriter::Assemble(packed, m_writer.NewSize())),

@@ -9,7 +9,7 @@
 namespace
 {
 /// A file with single bytes changed, some bytes inserted and some left out, every so often.
-QByteArray Edited(const QByteArray &content, int edits, quint32 seed)
+QByteArray gEdited(const QByteArray &content, int edits, quint32 seed)
 {
     QRandomGenerator random(seed);
     QByteArray edited;
@@ -23,7 +23,7 @@ QByteArray Edited(const QByteArray &content, int edits, quint32 seed)
 }
 
 /// Applies the folder's patch with both programs. Empty when the new files are the same.
-QString DifferenceToReference(const PatchFolder &folder)
+QString gDifferenceToReference(const PatchFolder &folder)
 {
     const QString reference = folder.Path(QStringLiteral("reference"));
     QString complaint = ProgramRun::Complaint(QStringLiteral(REFERENCE_BSPATCH),
@@ -65,7 +65,7 @@ void tst_BspatchReference_unix::the_new_file_is_what_the_reference_makes_data()
     QTest::newRow("nothing_in_common") << some << gTestBytes(90000, 2);
     QTest::newRow("zeros") << QByteArray(300000, '\0') << QByteArray(200001, '\0');
     const QByteArray large = gTestBytes(4 << 20);
-    QTest::newRow("random_edits") << large << Edited(large, 500, 1);
+    QTest::newRow("random_edits") << large << gEdited(large, 500, 1);
 }
 
 void tst_BspatchReference_unix::the_new_file_is_what_the_reference_makes()
@@ -80,7 +80,7 @@ void tst_BspatchReference_unix::the_new_file_is_what_the_reference_makes()
     QCOMPARE(ProgramRun::Complaint(QStringLiteral(BSDIFF),
                                    {folder.OldPath(), wanted, folder.PatchPath()}),
              QString());
-    QCOMPARE(DifferenceToReference(folder), QString());
+    QCOMPARE(gDifferenceToReference(folder), QString());
     QVERIFY(PatchFolder::Read(folder.NewPath()) == newContent);
 }
 
@@ -97,7 +97,7 @@ void tst_BspatchReference_unix::the_installers_of_two_versions_are_patched()
     QCOMPARE(ProgramRun::Complaint(QStringLiteral(BSDIFF),
                                    {folder.OldPath(), wanted, folder.PatchPath()}),
              QString());
-    QCOMPARE(DifferenceToReference(folder), QString());
+    QCOMPARE(gDifferenceToReference(folder), QString());
     QVERIFY(QFileInfo(wanted).size() > 4 << 20);
     QVERIFY(PatchFolder::Read(folder.NewPath()) == PatchFolder::Read(wanted));
 }
@@ -129,7 +129,7 @@ void tst_BspatchReference_unix::steps_go_where_those_of_the_reference_go()
     const RandomPatch patch = RandomPatch::Make(old, newSize, longestStep, 0);
     PatchFolder::Write(folder.OldPath(), old);
     PatchFolder::Write(folder.PatchPath(), patch.writer.Build());
-    QCOMPARE(DifferenceToReference(folder), QString());
+    QCOMPARE(gDifferenceToReference(folder), QString());
     QVERIFY(PatchFolder::Read(folder.NewPath()) == patch.newContent);
 }
 
