@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Renders every SVG of the folder svg/ beside this script at its own size and at twice that ("_2x").
 # Needs rsvg-convert (Debian package librsvg2-bin).
 set -eu

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "api/SettingsLock.h"
 
 #include "platform/LeftoverLock.h"

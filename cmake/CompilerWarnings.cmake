@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What the compiler has to say about our own code, as a target to link. Every warning is an error.
 add_library(QuillonWarnings INTERFACE)
 if(MSVC)

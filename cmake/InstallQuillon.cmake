@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # The module as a CMake package: find_package(Quillon) gives Quillon::Quillon. The open host libraries come
 # with it; a host that has its own puts them in their place when it links.
 include(CMakePackageConfigHelpers)

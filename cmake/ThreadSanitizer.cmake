@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # A library in front of Qt that tells the thread sanitizer how Qt orders threads, for all that follows.
 add_library(TsanQt SHARED "${PROJECT_SOURCE_DIR}/tests/sanitizers/TsanQt.cpp")
 set_target_properties(TsanQt PROPERTIES AUTOMOC OFF CXX_VISIBILITY_PRESET default)

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Static analysis of sources that have been built, as many at a time as there are cores.
 #
 #   tidy.sh DATABASE FILE...   analyses each FILE as the folder DATABASE says that it is compiled; ends with all

@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Two whole updates on this machine: publishes a release, serves it, and runs the demo host against it,
 # which downloads the full package; then publishes the next one, which arrives as a patch.
 #
@@ -33,7 +34,7 @@ while [ $# -gt 0 ]; do
             [ $# -ge 2 ] || { echo "demo: $1 needs a folder" >&2; exit 2; }
             [ "$1" = --build ] && build=$(realpath -m "$2") || screenshots=$(realpath -m "$2")
             shift ;;
-        *) sed -n '2,11s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
+        *) sed -n '3,12s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
     esac
     shift
 done

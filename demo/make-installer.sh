@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Builds a stand-in for the product's installer: a self-extracting archive with a payload that is the same
 # for the same version, and a setup step that verifies it.
 #

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "platform/DetachedProcess.h"
 
 #include "api/Log.h"

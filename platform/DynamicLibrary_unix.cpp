@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "platform/DynamicLibrary.h"
 
 #include <QFile>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "platform/FileVersion.h"
 
 #include "platform/PeVersionResource.h"

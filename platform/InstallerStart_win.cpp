@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "platform/InstallerStart_win.h"
 
 #include <QDir>

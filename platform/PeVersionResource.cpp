@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "platform/PeVersionResource.h"
 
 #include <QByteArray>

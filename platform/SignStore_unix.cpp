@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "platform/SignStore.h"
 
 #include "api/SettingsLock.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "ui/TitleBar.h"
 
 #include "ui/ImageButton.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "ui/URMessageBox.h"
 
 #include "CvMessageBox.h"

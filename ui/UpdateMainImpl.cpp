@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "ui/UpdateMainImpl.h"
 
 #include "api/QuillonInit.h"

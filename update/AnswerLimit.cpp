@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/AnswerLimit.h"
 
 #include "api/Log.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/BackgroundFlush.h"
 
 #include <QCoreApplication>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/ClientIdentity.h"
 
 #include "platform/MachineIdentity.h"

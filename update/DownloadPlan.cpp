@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/DownloadPlan.h"
 
 std::array<ByteRange, ResumeState::rangeCount> gSplitIntoRanges(qint64 total)

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/DownloadTarget.h"
 
 #include "api/Log.h"

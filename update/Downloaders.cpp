@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/Downloaders.h"
 
 #include "update/UpdateCommon/DownloadMgr.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/FlushSchedule.h"
 
 #include "api/Log.h"

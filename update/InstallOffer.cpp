@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/InstallOffer.h"
 
 #include "ui/URMessageBox.h"

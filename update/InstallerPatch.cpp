@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/InstallerPatch.h"
 
 #include "api/FileDigest.h"

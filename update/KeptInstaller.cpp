@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/KeptInstaller.h"
 
 #include "api/FileDigest.h"

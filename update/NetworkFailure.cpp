@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/NetworkFailure.h"
 
 #include "api/Log.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/PackageFile.h"
 
 void PackageFile::SetPath(const QString &path)

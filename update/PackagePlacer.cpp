@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/PackagePlacer.h"
 
 #include "api/Log.h"

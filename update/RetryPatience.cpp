@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/RetryPatience.h"
 
 void RetryPatience::ByteReceived()

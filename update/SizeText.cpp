@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/SizeText.h"
 
 #include <QLatin1String>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/StateFormat.h"
 
 #include <QByteArray>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What a Windows developer unpacks and uses: beside the module the host replacements, the demo host, the
 # tools, and the libraries that they need at run time.
 set(sdk "${QUILLON_WINDOWS_SDK}")

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # What the Windows build is linked with, in one folder: Qt, cross-built from the distribution's source
 # package, and the libraries and the program that the patch and release tools need. It lies outside of the
 # checkout, is made once, and serves every checkout of this user.
@@ -220,7 +221,7 @@ build)
     say "complete: $sdk"
     ;;
 *)
-    sed -n '2,7s/^# \{0,1\}//p' "$0" >&2
+    sed -n '3,8s/^# \{0,1\}//p' "$0" >&2
     exit 2
     ;;
 esac

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Runs a Windows program with a Wine of the build's own: another prefix than the user's, no menu entries, no
 # messages but the program's.
 #

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "demo/corvina/DemoRun.h"
 
 #include "api/QuillonInit.h"

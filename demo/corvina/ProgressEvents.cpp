@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "demo/corvina/ProgressEvents.h"
 
 #include "demo/corvina/EventWriter.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "demo/corvina/TimelineView.h"
 
 #include <QPainter>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // corvina-demo: a small host application that offers updates, by hand or by script.
 
 #include "demo/corvina/DemoOptions.h"

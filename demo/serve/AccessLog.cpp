@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "demo/serve/AccessLog.h"
 
 #include <httplib.h>

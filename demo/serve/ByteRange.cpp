@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "demo/serve/ByteRange.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "demo/serve/UpdateHandlers.h"
 
 #include "demo/serve/ByteRange.h"

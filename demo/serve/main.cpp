@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // quillon-serve: the update service for one machine, for demonstrations and tests.
 
 #include "demo/serve/AccessLog.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "BaseLog.h"
 
 #include <QLoggingCategory>

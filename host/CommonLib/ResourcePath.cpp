@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "ResourcePath.h"
 
 #include <QGuiApplication>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "HvUtilities.h"
 
 #include "CustomizationStore.h"

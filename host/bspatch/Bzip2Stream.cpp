@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "host/bspatch/Bzip2Stream.h"
 
 #include "host/bspatch/InputFile.h"

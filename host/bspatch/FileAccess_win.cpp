@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "host/bspatch/FileAccess.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "host/bspatch/InputFile.h"
 
 #include "host/bspatch/PatchError.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "host/bspatch/NewFile.h"
 
 #include "host/bspatch/FileAccess.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "host/bspatch/PatchError.h"
 
 #include <system_error>

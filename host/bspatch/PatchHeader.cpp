@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "host/bspatch/PatchHeader.h"
 
 #include "host/bspatch/InputFile.h"

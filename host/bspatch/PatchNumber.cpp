@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "host/bspatch/PatchNumber.h"
 
 std::int64_t gPatchNumber(const unsigned char *bytes)

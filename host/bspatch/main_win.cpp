@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // bspatch.exe OLDFILE NEWFILE PATCHFILE: makes NEWFILE of OLDFILE and a patch in the BSDIFF40 format.
 
 #include "host/bspatch/BspatchProgram.h"

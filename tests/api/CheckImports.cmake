@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Checks which DLLs the module is linked with.
 #   cmake -DLIBRARY=<file> -DOBJDUMP=<program> -P CheckImports.cmake
 # One that neither the host nor Windows has, such as a compiler's own library, would keep the host from

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Compares what a library exports with a checked-in list.
 #   cmake -DLIBRARY=<file> -DLIST=<file> -DNM=<program> -P CompareExports.cmake
 #   cmake -DLIBRARY=<file> -DLIST=<file> -DOBJDUMP=<program> -DCXXFILT=<program> -P CompareExports.cmake

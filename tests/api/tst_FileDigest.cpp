@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "api/FileDigest.h"
 
 #include "tests/support/TestBytes.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "api/ProductSettings.h"
 
 #include "api/QuillonInit.h"

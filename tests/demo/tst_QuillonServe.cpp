@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/demo/ServeProcess.h"
 #include "tests/support/TestBytes.h"
 

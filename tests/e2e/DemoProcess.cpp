@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/e2e/DemoProcess.h"
 
 #include <QDeadlineTimer>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/e2e/ServerTestMain.h"
 #include "tests/e2e/UpdateScene.h"
 

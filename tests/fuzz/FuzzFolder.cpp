@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/fuzz/FuzzFolder.h"
 
 #include <QDateTime>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the module logs about damaged input is not what a fuzz run is to show.
 
 #include <QtGlobal>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The patch program. The first byte chooses: a patch as it comes, which is mostly refused early, or
 // blocks that are packed here, so that what is inside of them is reached.
 

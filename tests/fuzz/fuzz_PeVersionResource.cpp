@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The version resource of a file that somebody put into the folder of the kept installers.
 
 #include "platform/PeVersionResource.h"

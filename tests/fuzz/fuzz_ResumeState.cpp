@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The resume-state file, which anybody may have written, and the plan that is read out of it, in the boot that
 // the file names and in another.
 

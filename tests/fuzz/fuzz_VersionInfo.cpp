@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The manifest: whatever a service answers to a check, up to the page of the release notes.
 
 #include "tests/fuzz/FuzzTarget.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writes the seeds of the fuzz targets into the folder named, one folder for each target.
 
 #include "tests/support/BsdiffWriter.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Runs a fuzz target once on every file of the folders named: in builds without a fuzzer this keeps the
 // seeds, and inputs that once did harm, under test.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "CvMessageBox.h"
 
 #include "tests/support/FakeTranslator.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "host/HvUtilities/HvUtilities.h"
 
 #include <QLibrary>

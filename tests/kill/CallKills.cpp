@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/kill/CallKills.h"
 
 #include "tests/support/TestBytes.h"

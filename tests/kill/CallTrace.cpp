@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/kill/CallTrace.h"
 
 #include <QFile>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/kill/DiskState.h"
 
 #include "tests/support/IniText.h"

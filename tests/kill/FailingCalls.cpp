@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/kill/FailingCalls.h"
 
 #include "tests/support/TestBytes.h"

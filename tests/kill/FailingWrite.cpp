@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Preloaded into a host: makes its writes to one file fail from the outside, without a change to the
 // host. What the environment says:
 //

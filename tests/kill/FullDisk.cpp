@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/kill/FullDisk.h"
 
 #include "tests/kill/KillScene.h"

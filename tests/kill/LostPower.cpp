@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/kill/LostPower.h"
 
 #include "tests/kill/DiskState.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/kill/PowerLoss.h"
 
 #include "tests/support/TestBytes.h"

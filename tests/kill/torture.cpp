@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // torture: kills and hinders downloads, and cuts them off by losses of power.
 
 #include "tests/kill/CallKills.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/kill/CallKills.h"
 #include "tests/kill/FailingCalls.h"
 #include "tests/kill/FullDisk.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # A host's way to the module: install, find_package, link, run. Starts from nothing each time, so that no
 # file of an earlier run stands in for one that is missing now.
 file(REMOVE_RECURSE "${WORK}")

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What tst_DetachedProcess starts in the place of an installer. It says something to its output and its
 // errors, waits for a file "gate" in the current folder when there is one named "wait", and then puts a
 // file "output" there, complete, with the number of its arguments.

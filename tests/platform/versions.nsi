@@ -1,3 +1,4 @@
+; SPDX-License-Identifier: MIT
 ; Small installers whose version resources differ. One of them a run:
 ;
 ;   makensis -DTARGET=amd64-unicode -DCASE=english -DOUTPUT=FILE versions.nsi

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Linked in front of Qt into everything that the thread sanitizer's preset builds.
 //
 // Qt itself is not built with the sanitizer, which therefore does not see that a queued call happens

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/FakeTranslator.h"
 
 void FakeTranslator::Add(const QString &context, const QString &source, const QString &translation)

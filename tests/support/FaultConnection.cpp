@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/FaultConnection.h"
 
 #include "tests/support/FaultServer.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/FaultRule.h"
 
 FaultRule &FaultRule::From(qint64 first, qint64 last)

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/HttpConnection.h"
 
 #include "tests/support/HttpServer.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/HttpServer.h"
 
 #include "tests/support/HttpConnection.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/MetaMethods.h"
 
 QByteArrayList gOwnMethods(const QMetaObject &metaObject, QMetaMethod::MethodType type)

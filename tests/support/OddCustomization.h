@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 /// A customisation store that writes down how it is called and behaves oddly on request. It is

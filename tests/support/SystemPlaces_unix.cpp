@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/SystemPlaces.h"
 
 #include "tests/support/IniText.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 /// What systems do differently and a test has to know. One that needs what a system does not do skips itself.

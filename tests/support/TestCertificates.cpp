@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/TestCertificates.h"
 
 #include "tests/support/AuthorityTrust.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/TlsListener.h"
 
 #include <QDataStream>

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # make-certificates.sh FOLDER: a certificate authority of its own (ca.pem) and a certificate that it issued for
 # 127.0.0.1 (server.pem, server.key).
 set -eu

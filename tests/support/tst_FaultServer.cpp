@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/FaultServer.h"
 #include "tests/support/SystemTraits.h"
 #include "tests/support/TestBytes.h"

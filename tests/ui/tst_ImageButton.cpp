@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "ui/ImageButton.h"
 
 #include "tests/support/MetaMethods.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "ui/URBaseWidget.h"
 
 #include "tests/support/FakeTranslator.h"

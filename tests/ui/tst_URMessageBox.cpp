@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "ui/URMessageBox.h"
 
 #include "tests/support/BoxAnswerer.h"

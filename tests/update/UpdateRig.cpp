@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/update/UpdateRig.h"
 
 #include "api/QuillonInit.h"

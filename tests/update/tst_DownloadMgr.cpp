@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/FakeTranslator.h"
 #include "tests/support/LaterCalls.h"
 #include "tests/support/LogCapture.h"

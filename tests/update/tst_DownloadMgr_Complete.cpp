@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
 #include "update/UpdateCommon/DownloadState.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/DownloadPlan.h"
 
 #include <QtTest>

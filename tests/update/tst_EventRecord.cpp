@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/EventRecord.h"
 
 #include <QJsonDocument>

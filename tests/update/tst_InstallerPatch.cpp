@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/LogCapture.h"
 #include "tests/support/PatchProgram.h"
 #include "tests/support/RunningProcess.h"

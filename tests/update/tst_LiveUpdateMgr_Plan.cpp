@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/FakeTranslator.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestBytes.h"

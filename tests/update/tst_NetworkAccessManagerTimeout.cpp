@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
 
 #include "tests/support/FaultServer.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/UpdateCommon/NetworkCheck.h"
 
 #include "tests/support/MetaMethods.h"

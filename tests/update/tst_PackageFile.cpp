@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/PackageFile.h"
 
 #include "tests/support/SystemTraits.h"

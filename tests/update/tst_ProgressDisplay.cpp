@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/UpdateCommon/ProgressDisplay.h"
 
 #include "CvButton.h"

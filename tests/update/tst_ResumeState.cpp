@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/ResumeState.h"
 
 #include "tests/support/IniText.h"

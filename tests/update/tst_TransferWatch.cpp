@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/TransferWatch.h"
 
 #include "tests/support/LaterCalls.h"

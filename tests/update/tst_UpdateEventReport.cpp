@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "api/QuillonInit.h"
 #include "tests/support/MetaMethods.h"
 #include "tests/support/StatisticsServer.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/UpdateCommon/VersionDisplay.h"
 
 #include "CvButton.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/UpdateCommon/VersionInfo.h"
 
 #include "tests/support/LogCapture.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/VersionPageHtml.h"
 
 #include "tests/support/FakeTranslator.h"

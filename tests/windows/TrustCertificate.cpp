@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Puts the certificate in a PEM file into the machine's store of trusted authorities.
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+; SPDX-License-Identifier: MIT
 ; A stand-in for the product's installer: copies a payload into the user's programs and writes down which
 ; version did. Silent, for one user, no elevation.
 ;

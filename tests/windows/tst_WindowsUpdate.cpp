@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/e2e/UpdateScene.h"
 #include "tests/support/StatisticsServer.h"
 #include "tests/windows/WindowsMachine.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/quillon-publish/FileChanges.h"
 
 #include "tools/quillon-publish/Console.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/quillon-publish/ManifestWriter.h"
 
 #include "tools/quillon-publish/PublishError.h"

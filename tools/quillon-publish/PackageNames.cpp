@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/quillon-publish/PackageNames.h"
 
 #include <QRegularExpression>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/quillon-publish/ProgramRun.h"
 
 #include "tools/quillon-publish/Console.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/quillon-publish/Site.h"
 
 #include "api/FileDigest.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // quillon-publish: puts a release into the folder that an update service serves.
 
 #include "tools/quillon-publish/Console.h"

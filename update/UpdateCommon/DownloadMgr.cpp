@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "update/UpdateCommon/DownloadMgr.h"
 
 #include "api/Log.h"

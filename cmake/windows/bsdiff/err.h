@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 /* What bsdiff needs of <err.h>, where the system has none. */
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/host/bspatch/PatchFolder.h"
 
 #include "host/bspatch/BspatchProgram.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/host/bspatch/RandomPatch.h"
 
 #include "tests/support/TestBytes.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "host/bspatch/BspatchProgram.h"
 #include "host/bspatch/PatchError.h"
 #include "tests/host/bspatch/PatchFolder.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/host/bspatch/PatchFolder.h"
 #include "tests/host/bspatch/ProgramRun.h"
 #include "tests/support/BsdiffWriter.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A program that does what is written at its own end: an installer or a patch program for tests, on every
 // system. See tests/support/StandIn.h.
 

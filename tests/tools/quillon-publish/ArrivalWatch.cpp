@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/tools/quillon-publish/ArrivalWatch.h"
 
 #include <QByteArray>

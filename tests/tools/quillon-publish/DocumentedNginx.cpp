@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/tools/quillon-publish/DocumentedNginx.h"
 
 #include <QFile>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "api/FileDigest.h"
 #include "tests/tools/quillon-publish/ArrivalWatch.h"
 #include "tests/tools/quillon-publish/ReleaseDesk.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/update/hostile/HostileRow.h"
 
 #include <QtTest>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/update/hostile/HostileScripts.h"
 
 const FaultAnswer &gHonest()

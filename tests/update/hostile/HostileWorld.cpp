@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/update/hostile/HostileWorld.h"
 
 #include "tests/support/TestBytes.h"

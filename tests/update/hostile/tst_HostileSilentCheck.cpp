@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "api/UpdateInit.h"
 #include "tests/support/FaultServer.h"
 #include "tests/update/UpdateRig.h"

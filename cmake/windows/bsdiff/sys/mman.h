@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 /* What bsdiff needs of <sys/mman.h>, where the system has none: a whole file in memory, read only. */
 #pragma once
 
