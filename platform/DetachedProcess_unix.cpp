@@ -5,7 +5,7 @@
 #include <QFile>
 #include <QProcess>
 
-bool gStartDetached(const QString &path)
+bool gStartDetached(const QString &path, QString *failure)
 {
     // A downloaded file is not executable. Where the bit cannot be set, the start below says no.
     QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner |
@@ -16,5 +16,11 @@ bool gStartDetached(const QString &path)
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
-    return process.startDetached();
+    if (process.startDetached()) {
+        return true;
+    }
+    if (failure != nullptr) {
+        *failure = QStringLiteral("launch failure, ") + process.errorString();
+    }
+    return false;
 }

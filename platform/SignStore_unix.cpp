@@ -2,7 +2,7 @@
 
 #include "platform/SignStore.h"
 
-#include "api/SettingsLock.h"
+#include "platform/SettingsLock.h"
 
 #include <QFile>
 #include <QSettings>

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "update/ResumeState.h"
+#include "update/plan/ResumeState.h"
 
 #include <QPointer>
 

@@ -5,28 +5,28 @@
 #include "api/Log.h"
 #include "api/ProductSettings.h"
 #include "api/QuillonInit.h"
-#include "api/SettingsLock.h"
 #include "api/UpdateInit.h"
 #include "platform/ProcessLock.h"
+#include "platform/SettingsLock.h"
 #include "platform/StableStorage.h"
-#include "update/AnswerLimit.h"
-#include "update/CheckUrl.h"
-#include "update/FlushSchedule.h"
-#include "update/KeptInstaller.h"
-#include "update/NetworkFailure.h"
-#include "update/PackageFolder.h"
-#include "update/PackageSizeProbe.h"
-#include "update/RangeReply.h"
-#include "update/SizeText.h"
+#include "update/base/AnswerLimit.h"
+#include "update/base/DownloadState.h"
+#include "update/base/NetworkFailure.h"
+#include "update/base/SizeText.h"
+#include "update/check/CheckUrl.h"
+#include "update/check/VersionPageHtml.h"
+#include "update/plan/FlushSchedule.h"
+#include "update/plan/KeptInstaller.h"
+#include "update/plan/PackageFolder.h"
+#include "update/plan/PackageSizeProbe.h"
+#include "update/transfer/RangeReply.h"
 #include "update/UpdateCommon/DownloadMgr.h"
-#include "update/UpdateCommon/DownloadState.h"
 #include "update/UpdateCommon/HintDisplay.h"
 #include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
 #include "update/UpdateCommon/ProgressDisplay.h"
 #include "update/UpdateCommon/UpdateEventReport.h"
 #include "update/UpdateCommon/VersionDisplay.h"
 #include "update/UpdateCommon/VersionInfo.h"
-#include "update/VersionPageHtml.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -42,7 +42,7 @@ constexpr char logFile[] = "LiveUpdateMgr";
 } // namespace
 
 LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version, HintDisplay *hint,
-                             QObject *parent, DownloadSeams seams)
+                             QObject *parent, DownloadSystem seams)
     : QObject(parent)
     , m_seams(std::move(seams))
     , m_updateUrl(UpdateInit::GetUpdateUrl())

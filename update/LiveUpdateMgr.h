@@ -2,11 +2,11 @@
 
 #pragma once
 
+#include "update/base/DownloadSystem.h"
 #include "update/Downloaders.h"
-#include "update/DownloadSeams.h"
-#include "update/DownloadTarget.h"
-#include "update/ResumePoint.h"
-#include "update/ResumeState.h"
+#include "update/plan/DownloadTarget.h"
+#include "update/plan/ResumePoint.h"
+#include "update/plan/ResumeState.h"
 
 #include <QNetworkRequest>
 #include <QObject>
@@ -47,7 +47,7 @@ class LiveUpdateMgr : public QObject
 
 public:
     LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version, HintDisplay *hint,
-                  QObject *parent, DownloadSeams seams = {});
+                  QObject *parent, DownloadSystem seams = {});
     ~LiveUpdateMgr() override;
 
     void LiveUpdate(QString pid, QString version, QString email);
@@ -112,7 +112,7 @@ private:
     /// Whether this object outlives the call that it guards.
     using Alive = QPointer<LiveUpdateMgr>;
 
-    DownloadSeams m_seams;
+    DownloadSystem m_seams;
     int m_interactive = 1;
     QString m_updateUrl;
     QSettings m_productSettings;

@@ -5,7 +5,7 @@
 
 #include "tests/fuzz/FuzzFolder.h"
 #include "tests/fuzz/FuzzTarget.h"
-#include "update/ResumePoint.h"
+#include "update/plan/ResumePoint.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {

@@ -3,8 +3,8 @@
 // The manifest: whatever a service answers to a check, up to the page of the release notes.
 
 #include "tests/fuzz/FuzzTarget.h"
+#include "update/check/VersionPageHtml.h"
 #include "update/UpdateCommon/VersionInfo.h"
-#include "update/VersionPageHtml.h"
 
 #include <QString>
 

@@ -5,7 +5,7 @@
 #include "tests/kill/DiskState.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestBytes.h"
-#include "update/UpdateCommon/DownloadState.h"
+#include "update/base/DownloadState.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -82,7 +82,7 @@ void LostPower::Begin()
     m_moments.clear();
     m_flushed.reset();
     m_isBootTold = true;
-    DownloadSeams &seams = m_rig->Seams();
+    DownloadSystem &seams = m_rig->Seams();
     seams.bootIdentity = [this] {
         return m_isBootTold ? QStringLiteral("boot %1").arg(m_boot) : QString();
     };

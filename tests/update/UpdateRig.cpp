@@ -5,7 +5,7 @@
 #include "api/QuillonInit.h"
 #include "api/UpdateInit.h"
 #include "tests/support/IniText.h"
-#include "update/UpdateCommon/DownloadState.h"
+#include "update/base/DownloadState.h"
 #include "update/UpdateCommon/UpdateEventReport.h"
 #include "update/UpdateCommon/VersionInfo.h"
 

@@ -54,7 +54,7 @@ public:
     /// signals and its page changes.
     LiveUpdateMgr &Build();
     /// What every manager that is built from now on takes from the system.
-    DownloadSeams &Seams() { return m_seams; }
+    DownloadSystem &Seams() { return m_seams; }
     LiveUpdateMgr &Manager() { return *m_manager; }
     /// Ends the manager with all of its downloaders.
     void Destroy() { m_manager.reset(); }
@@ -106,7 +106,7 @@ private:
 
     QTemporaryDir m_folder;
     SystemPlaces m_places;
-    DownloadSeams m_seams;
+    DownloadSystem m_seams;
     HttpServer m_server;
     Answer m_answer = Answer::Cancel;
     QStringList m_boxTexts;

@@ -5,8 +5,8 @@
 #include "tests/support/MetaMethods.h"
 #include "tests/support/SystemTraits.h"
 #include "tests/update/UpdateRig.h"
+#include "update/check/VersionPageHtml.h"
 #include "update/UpdateCommon/VersionInfo.h"
-#include "update/VersionPageHtml.h"
 
 #include <QElapsedTimer>
 #include <QNetworkAccessManager>

@@ -2,7 +2,7 @@
 
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
-#include "update/UpdateCommon/DownloadState.h"
+#include "update/base/DownloadState.h"
 
 #include <QNetworkAccessManager>
 #include <QtTest>

@@ -4,7 +4,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
-#include "update/UpdateCommon/DownloadState.h"
+#include "update/base/DownloadState.h"
 #include "update/UpdateCommon/VersionInfo.h"
 
 #include <QDir>

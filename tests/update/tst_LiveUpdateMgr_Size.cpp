@@ -82,7 +82,7 @@ void tst_LiveUpdateMgr_Size::without_a_size_the_hint_page_says_so()
 
 void tst_LiveUpdateMgr_Size::a_server_that_never_answers_is_not_waited_for_for_ever()
 {
-    QCOMPARE(DownloadSeams().sizeLimit, std::chrono::milliseconds(30000));
+    QCOMPARE(DownloadSystem().sizeLimit, std::chrono::milliseconds(30000));
     const LogCapture log;
     m_rig->Seams().sizeLimit = std::chrono::milliseconds(100);
     m_rig->Build();

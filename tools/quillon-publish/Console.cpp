@@ -2,7 +2,7 @@
 
 #include "tools/quillon-publish/Console.h"
 
-#include "update/SizeText.h"
+#include "update/base/SizeText.h"
 
 #include <iostream>
 

@@ -5,13 +5,13 @@
 #include "api/Log.h"
 #include "api/QuillonInit.h"
 #include "platform/ProcessLock.h"
-#include "update/InstallerPatch.h"
-#include "update/InstallOffer.h"
-#include "update/NetworkFailure.h"
-#include "update/PackagePlacer.h"
-#include "update/RangeReply.h"
-#include "update/TransferWatch.h"
-#include "update/UpdateCommon/DownloadState.h"
+#include "update/base/DownloadState.h"
+#include "update/base/NetworkFailure.h"
+#include "update/install/InstallerPatch.h"
+#include "update/install/InstallOffer.h"
+#include "update/install/PackagePlacer.h"
+#include "update/transfer/RangeReply.h"
+#include "update/transfer/TransferWatch.h"
 
 #include <QEvent>
 #include <QFile>
@@ -34,7 +34,7 @@ constexpr qint64 readBufferSize = qint64{1024} * 1024;
 constexpr int mostRedirects = 10;
 } // namespace
 
-DownloadMgr::DownloadMgr(QObject *parent, DownloadSeams seams)
+DownloadMgr::DownloadMgr(QObject *parent, DownloadSystem seams)
     : QObject(parent)
     , m_seams(std::move(seams))
     , m_store(QuillonInit::GetConfigFileDir())
@@ -232,12 +232,12 @@ void DownloadMgr::Receive(const char *function)
         return;
     }
     switch (m_check.Check(m_reply, function)) {
-    case AnswerCheck::Outcome::Ignore:
+    case AnswerFilter::Outcome::Ignore:
         break;
-    case AnswerCheck::Outcome::Refuse:
+    case AnswerFilter::Outcome::Refuse:
         GiveUp(downloadFailed);
         break;
-    case AnswerCheck::Outcome::Write:
+    case AnswerFilter::Outcome::Write:
         if (m_store.Open(function)) {
             WriteChunk(function);
         } else {

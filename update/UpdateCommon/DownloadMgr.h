@@ -2,9 +2,9 @@
 
 #pragma once
 
-#include "update/AnswerCheck.h"
-#include "update/DownloadSeams.h"
-#include "update/RangeStore.h"
+#include "update/base/DownloadSystem.h"
+#include "update/transfer/AnswerFilter.h"
+#include "update/transfer/RangeStore.h"
 
 #include <QNetworkReply>
 #include <QObject>
@@ -43,7 +43,7 @@ class DownloadMgr : public QObject
     Q_OBJECT
 
 public:
-    explicit DownloadMgr(QObject *parent, DownloadSeams seams = {});
+    explicit DownloadMgr(QObject *parent, DownloadSystem seams = {});
     ~DownloadMgr() override;
 
     /// Starts to fetch a range.
@@ -139,9 +139,9 @@ private:
     void CompleteIncreasePackage();
     void OfferInstall(const QString &installer);
 
-    DownloadSeams m_seams;
+    DownloadSystem m_seams;
     RangeStore m_store;
-    AnswerCheck m_check;
+    AnswerFilter m_check;
     QNetworkAccessManager *m_manager;
     QPointer<QNetworkReply> m_reply;
     TransferWatch *m_watch;

@@ -3,8 +3,8 @@
 #include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
 
 #include "api/Log.h"
-#include "update/AnswerLimit.h"
-#include "update/NetworkFailure.h"
+#include "update/base/AnswerLimit.h"
+#include "update/base/NetworkFailure.h"
 
 #include <QEventLoop>
 #include <QNetworkAccessManager>

@@ -3,7 +3,7 @@
 #include "update/UpdateCommon/UpdateEventReport.h"
 
 #include "api/ProductSettings.h"
-#include "update/ClientIdentity.h"
+#include "update/report/ClientIdentity.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

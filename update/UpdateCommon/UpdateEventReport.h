@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "update/EventRecord.h"
+#include "update/report/EventRecord.h"
 
 #include <QFuture>
 #include <QFutureSynchronizer>

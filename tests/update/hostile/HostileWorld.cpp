@@ -38,7 +38,7 @@ void HostileWorld::Prepare()
     m_server.Play(Honest());
 }
 
-void HostileWorld::ShortenWaits(DownloadSeams &seams)
+void HostileWorld::ShortenWaits(DownloadSystem &seams)
 {
     static constexpr int timesFaster = 500;
 

@@ -1,0 +1,256 @@
+// SPDX-License-Identifier: MIT
+
+#include "tests/support/LogCapture.h"
+#include "tests/support/PatchProgram.h"
+#include "tests/support/RunningProcess.h"
+#include "tests/support/StatisticsServer.h"
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/base/DownloadState.h"
+#include "update/install/InstallerPatch.h"
+
+#include <QCryptographicHash>
+#include <QtTest>
+
+using namespace std::chrono_literals;
+
+/// Rebuilding an installer with the patch program beside the application.
+class tst_InstallerPatch : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void a_real_patch_replaces_the_kept_installer_under_its_name();
+    void the_result_is_the_base_of_the_next_patch();
+    void a_real_patch_for_another_file_fails();
+    void the_downloader_points_at_the_new_installer();
+
+    void a_missing_program_fails_without_a_trace();
+    void the_arguments_are_old_new_and_patch();
+    void the_exit_code_is_not_asked();
+    void an_upper_case_md5_never_matches();
+    void a_wrong_result_is_reported_twice_and_left_on_disk();
+    void a_program_that_makes_nothing_is_a_wrong_result();
+    void a_crash_is_reported_once_though_the_result_is_right();
+    void a_program_that_takes_too_long_is_ended();
+    void a_program_that_cannot_be_started_is_reported();
+
+private:
+    QString Kept() const { return m_rig->WorkingFolder() + "/Corvina 9.exe"; }
+    QString New() const { return Kept() + ".patch"; }
+    QString Patch() const { return m_rig->WorkingFolder() + "/increase.patch"; }
+    bool Apply(const QString &md5, std::chrono::milliseconds limit = 90s) const
+    {
+        DownloadSystem seams;
+        seams.patchLimit = limit;
+        return gPatchKeptInstaller(Kept(), Patch(), md5, seams);
+    }
+    /// Checks what every failure leaves behind.
+    void VerifyUntouched() const
+    {
+        QVERIFY(gReadFile(Kept()) == m_old);
+        QVERIFY(QFile::exists(Patch()));
+        QVERIFY(gDownloadState().installerReady.isEmpty());
+    }
+    QStringList Log() const { return m_log->Messages("UpdateCommon"); }
+    QList<int> Reports()
+    {
+        gSettleReports();
+        return m_statistics->Results();
+    }
+
+    TestCertificates m_certificates;
+    const QByteArray m_old = gTestBytes(40000, 1);
+    const QByteArray m_new = gTestBytes(20000, 1) + "changed" + gTestBytes(25000, 2);
+    std::unique_ptr<UpdateRig> m_rig;
+    std::unique_ptr<StatisticsServer> m_statistics;
+    std::unique_ptr<LogCapture> m_log;
+};
+
+static QString gMd5(const QByteArray &bytes)
+{
+    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
+}
+
+/// What a stand-in does that takes the patch for the result.
+static const QByteArray copyPatch = "copy\t$3\t$2";
+static const QString startLine = "Start Patch IncreasePackage";
+static const QString endLine = "End Patch IncreasePackage";
+static const QString mismatchLine = "Match PatchPackage md5 Failed";
+static const QString failedLine = "DispatchPackageFailed!!!";
+
+void tst_InstallerPatch::initTestCase()
+{
+    m_certificates.TrustAuthority();
+}
+
+void tst_InstallerPatch::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_statistics = std::make_unique<StatisticsServer>(m_certificates);
+    m_rig->SendReportsTo(*m_statistics);
+    QVERIFY(gWriteFile(Kept(), m_old));
+    // What the stand-ins below take for the result.
+    QVERIFY(gWriteFile(Patch(), m_new));
+    QFile::remove(PatchProgram::Path());
+    m_log = std::make_unique<LogCapture>();
+}
+
+void tst_InstallerPatch::cleanup()
+{
+    m_log.reset();
+    m_rig.reset();
+    m_statistics.reset();
+}
+
+void tst_InstallerPatch::a_real_patch_replaces_the_kept_installer_under_its_name()
+{
+    const PatchProgram program;
+    QVERIFY(gWriteFile(Patch(), PatchProgram::MakePatch(m_old, m_new)));
+    QVERIFY(Apply(gMd5(m_new)));
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QVERIFY(!QFile::exists(New()));
+    const QStringList expected{startLine, endLine};
+    QCOMPARE(Log(), expected);
+    QCOMPARE(m_log->Count("UpdateCommon", "DownloadMgr::PatchIncreasePackage", endLine), 1);
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_InstallerPatch::the_result_is_the_base_of_the_next_patch()
+{
+    const PatchProgram program;
+    const QByteArray next = m_new.mid(5000) + gTestBytes(3000, 3);
+    QVERIFY(gWriteFile(Patch(), PatchProgram::MakePatch(m_old, m_new)));
+    QVERIFY(Apply(gMd5(m_new)));
+    QVERIFY(gWriteFile(Patch(), PatchProgram::MakePatch(m_new, next)));
+    QVERIFY(Apply(gMd5(next)));
+    QVERIFY(gReadFile(Kept()) == next);
+}
+
+void tst_InstallerPatch::a_real_patch_for_another_file_fails()
+{
+    const PatchProgram program;
+    const QByteArray other = gTestBytes(40000, 7);
+    QVERIFY(gWriteFile(Patch(), PatchProgram::MakePatch(m_old, m_new)));
+    QVERIFY(gWriteFile(Kept(), other));
+    QVERIFY(!Apply(gMd5(m_new)));
+    QVERIFY(gReadFile(Kept()) == other);
+    const QList<int> expected{-2, -3};
+    QCOMPARE(Reports(), expected);
+}
+
+void tst_InstallerPatch::the_downloader_points_at_the_new_installer()
+{
+    const PatchProgram program(copyPatch);
+    m_rig->Server().Serve("/increase.patch", HttpAnswer::Body(m_new));
+    DownloadMgr downloader(nullptr);
+    downloader.ResumeDownload(Patch(), m_rig->Server().Url("/increase.patch"), m_rig->Installer(),
+                              0, 9, 1, true, gMd5(m_new), Kept());
+    downloader.Stop();
+    QVERIFY(downloader.PatchIncreasePackage());
+    QCOMPARE(gDownloadState().installerReady, Kept());
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QVERIFY(!QFile::exists(m_rig->Installer()));
+}
+
+void tst_InstallerPatch::a_missing_program_fails_without_a_trace()
+{
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    QVERIFY(!QFile::exists(New()));
+    QCOMPARE(Log(), QStringList());
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_InstallerPatch::the_arguments_are_old_new_and_patch()
+{
+    const QString told = m_rig->Path("arguments");
+    const PatchProgram program("arguments\t" + told.toUtf8() + '\n' + copyPatch);
+    QVERIFY(Apply(gMd5(m_new)));
+    const QStringList expected{"3", Kept(), New(), Patch(), ""};
+    QCOMPARE(QString::fromUtf8(gReadFile(told)).split('\n'), expected);
+}
+
+void tst_InstallerPatch::the_exit_code_is_not_asked()
+{
+    const PatchProgram program(copyPatch + "\nexit\t3");
+    QVERIFY(Apply(gMd5(m_new)));
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_InstallerPatch::an_upper_case_md5_never_matches()
+{
+    const PatchProgram program(copyPatch);
+    QVERIFY(!Apply(gMd5(m_new).toUpper()));
+    VerifyUntouched();
+    const QStringList expected{startLine, mismatchLine, failedLine};
+    QCOMPARE(Log(), expected);
+}
+
+void tst_InstallerPatch::a_wrong_result_is_reported_twice_and_left_on_disk()
+{
+    const PatchProgram program("write\t$2\twrong");
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    QCOMPARE(gReadFile(New()), QByteArray("wrong"));
+    QVERIFY(gReadFile(Patch()) == m_new);
+    const QStringList lines{startLine, mismatchLine, failedLine};
+    QCOMPARE(Log(), lines);
+    const QList<int> reports{-2, -3};
+    QCOMPARE(Reports(), reports);
+}
+
+void tst_InstallerPatch::a_program_that_makes_nothing_is_a_wrong_result()
+{
+    const PatchProgram program("exit\t0");
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    const QStringList lines{startLine, mismatchLine, failedLine};
+    QCOMPARE(Log(), lines);
+    const QList<int> reports{-2, -3};
+    QCOMPARE(Reports(), reports);
+}
+
+void tst_InstallerPatch::a_crash_is_reported_once_though_the_result_is_right()
+{
+    const PatchProgram program(copyPatch + "\ncrash");
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    QVERIFY2(gReadFile(New()) == m_new, "what the program made is left");
+    const QStringList lines{startLine, failedLine};
+    QCOMPARE(Log(), lines);
+    QCOMPARE(Reports(), QList<int>{-3});
+}
+
+void tst_InstallerPatch::a_program_that_takes_too_long_is_ended()
+{
+    const QString told = m_rig->Path("pid");
+    const PatchProgram program(copyPatch + "\npid\t" + told.toUtf8() + "\nsleep\t1000");
+    QVERIFY(!Apply(gMd5(m_new), 2s));
+    VerifyUntouched();
+    const QStringList lines{startLine, failedLine};
+    QCOMPARE(Log(), lines);
+    QCOMPARE(Reports(), QList<int>{-3});
+    const int pid = gReadFile(told).toInt();
+    QVERIFY(pid > 0);
+    QVERIFY(!gIsRunning(pid));
+}
+
+void tst_InstallerPatch::a_program_that_cannot_be_started_is_reported()
+{
+    const PatchProgram program(copyPatch);
+    QVERIFY(gWriteFile(PatchProgram::Path(), "no program of any system"));
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    const QStringList lines{startLine, failedLine};
+    QCOMPARE(Log(), lines);
+    QCOMPARE(Reports(), QList<int>{-3});
+}
+
+QTEST_MAIN(tst_InstallerPatch)
+#include "tst_InstallerPatch.moc"

@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/plan/FlushSchedule.h"
+
+#include "tests/support/LogCapture.h"
+#include "update/base/BackgroundFlush.h"
+
+#include <QMutex>
+#include <QSemaphore>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QThreadPool>
+#include <QtTest>
+
+#include <atomic>
+
+using namespace std::chrono_literals;
+
+/// When data goes to stable storage, and what is recorded of it.
+class tst_FlushSchedule : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void enough_bytes_are_flushed_and_recorded();
+    void enough_time_is_enough();
+    void what_arrives_during_the_flush_is_not_recorded();
+    void the_callers_thread_does_not_wait();
+    void a_flush_that_tells_nothing_is_not_recorded();
+    void a_flush_that_fails_makes_the_state_doubtful();
+    void a_flush_of_the_download_before_is_not_recorded();
+    void it_may_be_deleted_during_a_flush();
+
+private:
+    void Build();
+    int Flushed(int number = 1) const { return m_state->FlushedByte(number); }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<ResumeState> m_state;
+    DownloadSystem m_seams;
+    /// One for each flush that may go on.
+    QSemaphore m_mayFlush;
+    std::atomic<int> m_flushes{0};
+    std::atomic<FlushResult> m_result{FlushResult::Flushed};
+    std::unique_ptr<FlushSchedule> m_schedule;
+};
+
+void tst_FlushSchedule::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    m_state = std::make_unique<ResumeState>(m_folder->path());
+    m_flushes = 0;
+    m_result = FlushResult::Flushed;
+    while (m_mayFlush.tryAcquire()) {
+    }
+    m_seams = DownloadSystem();
+    m_seams.flushBytes = 100;
+    m_seams.bootIdentity = [] { return QStringLiteral("this boot"); };
+    m_seams.flush = [this](const QString &) {
+        ++m_flushes;
+        m_mayFlush.acquire();
+        return m_result.load();
+    };
+    Build();
+}
+
+void tst_FlushSchedule::cleanup()
+{
+    m_mayFlush.release(100);
+    m_schedule.reset();
+    gFlushPool()->waitForDone();
+}
+
+void tst_FlushSchedule::Build()
+{
+    m_schedule = std::make_unique<FlushSchedule>(m_state.get(), m_seams, nullptr);
+    m_schedule->Begin(m_folder->filePath("target"));
+}
+
+void tst_FlushSchedule::enough_bytes_are_flushed_and_recorded()
+{
+    m_mayFlush.release(100);
+    m_state->SetStartByte(1, 99);
+    m_schedule->Written(99);
+    QCOMPARE(m_flushes.load(), 0);
+    m_state->SetStartByte(1, 100);
+    m_state->SetStartByte(4, 7);
+    m_schedule->Written(1);
+    QTRY_COMPARE(Flushed(), 100);
+    QCOMPARE(Flushed(4), 7);
+    QCOMPARE(m_state->BootId(), QStringLiteral("this boot"));
+    QCOMPARE(m_flushes.load(), 1);
+}
+
+void tst_FlushSchedule::enough_time_is_enough()
+{
+    m_mayFlush.release(100);
+    m_seams.flushTime = 20ms;
+    Build();
+    m_state->SetStartByte(1, 1);
+    m_schedule->Written(1);
+    QTRY_COMPARE(Flushed(), 1);
+}
+
+void tst_FlushSchedule::what_arrives_during_the_flush_is_not_recorded()
+{
+    m_state->SetStartByte(1, 100);
+    m_schedule->Written(100);
+    QTRY_COMPARE(m_flushes.load(), 1);
+    m_state->SetStartByte(1, 350);
+    m_schedule->Written(250);
+    QCOMPARE(m_flushes.load(), 1);
+    QCOMPARE(Flushed(), 0);
+    m_mayFlush.release();
+    QTRY_COMPARE(Flushed(), 100);
+    QTRY_COMPARE(m_flushes.load(), 2);
+    m_mayFlush.release();
+    QTRY_COMPARE(Flushed(), 350);
+}
+
+void tst_FlushSchedule::the_callers_thread_does_not_wait()
+{
+    std::atomic<QThread *> thread{nullptr};
+    m_seams.flush = [&thread](const QString &) {
+        thread = QThread::currentThread();
+        return FlushResult::Flushed;
+    };
+    Build();
+    m_state->SetStartByte(1, 100);
+    m_schedule->Written(100);
+    QTRY_COMPARE(Flushed(), 100);
+    QVERIFY(thread.load() != QThread::currentThread());
+}
+
+void tst_FlushSchedule::a_flush_that_tells_nothing_is_not_recorded()
+{
+    m_result = FlushResult::Unknown;
+    const QSignalSpy failed(m_schedule.get(), &FlushSchedule::Failed);
+    m_state->SetStartByte(1, 100);
+    m_schedule->Written(100);
+    m_schedule->Written(100);
+    m_mayFlush.release(100);
+    QTRY_COMPARE(m_flushes.load(), 2);
+    QCOMPARE(Flushed(), 0);
+    QVERIFY(!m_state->KnowsBoot());
+    QCOMPARE(failed.count(), 0);
+}
+
+void tst_FlushSchedule::a_flush_that_fails_makes_the_state_doubtful()
+{
+    const LogCapture log;
+    m_state->SetBootId("this boot");
+    m_state->SetFlushedByte(1, 30);
+    m_result = FlushResult::Failed;
+    QSignalSpy failed(m_schedule.get(), &FlushSchedule::Failed);
+    m_state->SetStartByte(1, 100);
+    m_schedule->Written(100);
+    m_mayFlush.release();
+    QTRY_COMPARE(failed.count(), 1);
+    QCOMPARE(Flushed(), 30);
+    QVERIFY(m_state->KnowsBoot());
+    QCOMPARE(m_state->BootId(), QString());
+    QCOMPARE(log.CountContaining("disk failure"), 1);
+    m_schedule->Written(1000);
+    QCOMPARE(m_flushes.load(), 1);
+}
+
+void tst_FlushSchedule::a_flush_of_the_download_before_is_not_recorded()
+{
+    m_state->SetStartByte(1, 100);
+    m_schedule->Written(100);
+    QTRY_COMPARE(m_flushes.load(), 1);
+    m_state->SetStartByte(1, 0);
+    m_schedule->Begin(m_folder->filePath("other target"));
+    m_state->SetStartByte(1, 40);
+    m_schedule->Written(100);
+    QTRY_COMPARE(m_flushes.load(), 2);
+    m_mayFlush.release(2);
+    QTRY_COMPARE(Flushed(), 40);
+}
+
+void tst_FlushSchedule::it_may_be_deleted_during_a_flush()
+{
+    m_schedule->Written(100);
+    QTRY_COMPARE(m_flushes.load(), 1);
+    m_schedule.reset();
+    m_state.reset();
+    m_mayFlush.release();
+    QVERIFY(gFlushPool()->waitForDone(10000));
+    QCoreApplication::processEvents();
+}
+
+QTEST_GUILESS_MAIN(tst_FlushSchedule)
+#include "tst_FlushSchedule.moc"

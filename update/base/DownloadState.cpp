@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/base/DownloadState.h"
+
+DownloadState &gDownloadState()
+{
+    static DownloadState state;
+    return state;
+}
+
+DownloadState::Left DownloadState::CountEndedRange(qint64 packageSize)
+{
+    if (!downloadStarted) {
+        // Another range has completed the package already; one whose bytes were all there may end
+        // late.
+        return Left::Others;
+    }
+    finishedSegments += 1;
+    const bool allEnded = finishedSegments == activeSegments;
+    const bool isComplete = packageSize > 0 && alreadyDownloaded == packageSize;
+    if (allEnded || isComplete) {
+        finishedSegments = 0;
+        downloadStarted = false;
+        return isComplete ? Left::Nothing : Left::Bytes;
+    }
+    return Left::Others;
+}

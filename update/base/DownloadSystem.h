@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "platform/BootIdentity.h"
+#include "platform/StableStorage.h"
+#include "update/base/BackgroundFlush.h"
+
+#include <QtGlobal>
+
+#include <chrono>
+#include <functional>
+
+class QObject;
+
+/// Calls @p action once @p delay has passed, on the thread of @p context and while that lives.
+void gCallLater(std::chrono::milliseconds delay, QObject *context,
+                const std::function<void()> &action);
+
+/// What a download takes from the system around it, and its limits. The defaults are the real ones;
+/// tests put in their own.
+struct DownloadSystem {
+    /// How long a size query may stay without an answer.
+    std::chrono::milliseconds sizeLimit{30000};
+    /// How long a range may stay without a byte.
+    std::chrono::milliseconds stallLimit{30000};
+    /// How long the patch program may take.
+    std::chrono::milliseconds patchLimit{90000};
+    /// At the latest after so many bytes, and after so much time, data goes to stable storage.
+    qint64 flushBytes = qint64{64} * 1024 * 1024;
+    std::chrono::milliseconds flushTime{5000};
+
+    std::function<void(std::chrono::milliseconds, QObject *, const std::function<void()> &)>
+        callLater = gCallLater;
+    std::function<QString()> bootIdentity = gBootIdentity;
+    FlushFunction flush = gFlushToDisk;
+};

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/install/InstallOffer.h"
+
+#include "ui/URMessageBox.h"
+#include "update/install/InstallerLaunch.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+
+namespace
+{
+/// The texts are those of the downloader: translations of hosts know them by its name.
+QString gText(const char *text)
+{
+    return QCoreApplication::translate("DownloadMgr", text);
+}
+
+constexpr char title[] = QT_TRANSLATE_NOOP("DownloadMgr", "Information");
+constexpr char downloadedText[] = QT_TRANSLATE_NOOP(
+    "DownloadMgr",
+    "Download completed. However, the program is running. Please click Yes to terminate the "
+    "program and install the new version. Click Cancel to install it next time.");
+constexpr char keptText[] = QT_TRANSLATE_NOOP(
+    "DownloadMgr",
+    "A new version has been found in your device. However, the program is running. Please click "
+    "Yes to terminate the program and install the new version. Click Cancel to install it next "
+    "time.");
+} // namespace
+
+InstallOffer::InstallOffer(QObject *parent)
+    : QObject(parent)
+    , m_messageBox(new URMessageBox(URMessageBox::Question, this))
+{
+    connect(m_messageBox, &URMessageBox::Yes, this, &InstallOffer::_Yes);
+    connect(m_messageBox, &URMessageBox::Cancel, this, &InstallOffer::_Cancel);
+}
+
+void InstallOffer::OfferDownloaded(const QString &installer)
+{
+    m_installer = installer;
+    const QPointer<InstallOffer> alive(this);
+    emit BeginInstall();
+    if (alive != nullptr) {
+        m_messageBox->ShowMessage(gText(title), gText(downloadedText));
+    }
+}
+
+void InstallOffer::OfferKept(const QString &installer)
+{
+    m_installer = installer;
+    m_messageBox->ShowMessage(gText(title), gText(keptText));
+}
+
+void InstallOffer::Install()
+{
+    if (m_installRequested) {
+        Start(m_installer);
+    }
+}
+
+void InstallOffer::_Yes()
+{
+    m_installRequested = true;
+    const QString installer = m_installer;
+    const QPointer<InstallOffer> alive(this);
+    emit Close();
+    // The user's answer holds even if the host has deleted the dialog in its slot for Close.
+    if (gLaunchInstaller(installer) && alive != nullptr) {
+        emit InstallStarted();
+    }
+}
+
+void InstallOffer::_Cancel()
+{
+    m_installRequested = false;
+    const QPointer<InstallOffer> alive(this);
+    emit CancelInstall();
+    if (alive != nullptr) {
+        emit Close();
+    }
+}
+
+void InstallOffer::Start(const QString &installer)
+{
+    if (gLaunchInstaller(installer)) {
+        emit InstallStarted();
+    }
+}

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/plan/FlushSchedule.h"
+
+#include "api/Log.h"
+
+FlushSchedule::FlushSchedule(ResumeState *state, const DownloadSystem &seams, QObject *parent)
+    : QObject(parent)
+    , m_state(state)
+    , m_seams(seams)
+{
+    m_timer.setSingleShot(true);
+    m_timer.setInterval(m_seams.flushTime);
+    connect(&m_timer, &QTimer::timeout, this, &FlushSchedule::Flush);
+}
+
+void FlushSchedule::Begin(const QString &path)
+{
+    End();
+    m_path = path;
+}
+
+void FlushSchedule::Written(qint64 bytes)
+{
+    m_unflushed += bytes;
+    if (m_unflushed >= m_seams.flushBytes) {
+        Flush();
+    } else if (!m_timer.isActive()) {
+        m_timer.start();
+    }
+}
+
+void FlushSchedule::End()
+{
+    ++m_download;
+    m_path.clear();
+    m_timer.stop();
+    m_unflushed = 0;
+    m_isFlushing = false;
+}
+
+void FlushSchedule::Flush()
+{
+    if (m_isFlushing || m_unflushed == 0 || m_path.isEmpty()) {
+        return;
+    }
+    // What arrives from here on may or may not be flushed as well: only what is there now counts.
+    Bytes bytes{};
+    int number = 1;
+    for (qint64 &byte : bytes) {
+        byte = m_state->StartByte(number++);
+    }
+    m_timer.stop();
+    m_unflushed = 0;
+    m_isFlushing = true;
+    const auto done = [this, bytes, download = m_download](FlushResult result) {
+        if (download != m_download) {
+            return;
+        }
+        m_isFlushing = false;
+        switch (result) {
+        case FlushResult::Flushed:
+            Record(bytes);
+            break;
+        case FlushResult::Unknown:
+            break;
+        case FlushResult::Failed:
+            MarkAsDoubtful();
+            emit Failed();
+            return;
+        }
+        if (m_unflushed > 0) {
+            Written(0);
+        }
+    };
+    gFlushInBackground(m_path, m_seams.flush, this, done);
+}
+
+void FlushSchedule::Record(const Bytes &bytes)
+{
+    m_state->SetBootId(m_seams.bootIdentity());
+    int number = 1;
+    for (const qint64 byte : bytes) {
+        m_state->SetFlushedByte(number++, byte);
+    }
+    m_state->Sync();
+}
+
+void FlushSchedule::MarkAsDoubtful()
+{
+    QUILLON_LOG("LiveUpdateMgr", "FlushSchedule::Flush",
+                "disk failure, the data cannot be put on stable storage, file path = %s",
+                m_path.toStdString().c_str());
+    m_state->SetBootId(QString());
+    m_state->Sync();
+    End();
+}

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "update/plan/DownloadPlan.h"
+#include "update/plan/ResumeState.h"
+
+#include <QString>
+
+#include <array>
+
+/// Where an interrupted download goes on.
+struct ResumePoint {
+    std::array<ByteRange, ResumeState::rangeCount> ranges{};
+    qint64 alreadyDownloaded = 0;
+    /// The machine may have lost data that it had not put on stable storage, so the ranges go back to
+    /// what it had.
+    bool isTakenBack = false;
+};
+
+/// Reads @p state, which belongs to a package of @p total bytes.
+///
+/// Within the boot that wrote the data, a range goes on at its next byte. After another start of the
+/// machine, it goes on at the byte up to which its data were flushed. A state that says nothing of
+/// any boot was not written by this module, and is taken at its word.
+/// @param boot the identity of this boot; empty counts as another one
+ResumePoint gResumePoint(const ResumeState &state, qint64 total, const QString &boot);
+
+/// Whether every range of @p point lies where a plan can have put it. Nothing can be resumed
+/// otherwise: a server would refuse such a range every time.
+bool gIsUsable(const ResumePoint &point);
+
+/// The beginning of a package of @p total bytes.
+ResumePoint gFreshStart(qint64 total);
+
+/// Writes into @p state, all at once, that a package of @p total bytes goes on at @p point, and that
+/// what lies before that is on stable storage.
+/// @return false when it cannot be written, which the log says. An older plan is removed then, if this one
+/// starts anew: it would be taken for the plan of the new, empty file.
+bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot);

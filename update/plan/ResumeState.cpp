@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/plan/ResumeState.h"
+
+#include "platform/SettingsLock.h"
+#include "update/plan/StateFormat.h"
+
+namespace
+{
+const QString &gPackageSizeKey()
+{
+    static const QString key = QStringLiteral("FullPackage_size/FullPackage_size");
+    return key;
+}
+
+const QString &gAlreadyDownloadedKey()
+{
+    static const QString key = QStringLiteral("AlreadyDownload_size/AlreadyDownload_size");
+    return key;
+}
+
+QString gStartByteKey(int rangeNumber)
+{
+    return QStringLiteral("DownLoad_Tasks/Start_Byte%1").arg(rangeNumber);
+}
+
+QString gEndByteKey(int rangeNumber)
+{
+    return QStringLiteral("DownLoad_Tasks/End_Byte%1").arg(rangeNumber);
+}
+
+const QString &gBootIdKey()
+{
+    static const QString key = QStringLiteral("Flushed/Boot_Id");
+    return key;
+}
+
+QString gFlushedByteKey(int rangeNumber)
+{
+    return QStringLiteral("Flushed/Flushed_Byte%1").arg(rangeNumber);
+}
+} // namespace
+
+ResumeState::ResumeState(const QString &configDirectory)
+    : m_settings(gWithoutStaleLock(configDirectory + QStringLiteral("/CvBreakResumeDownLoad.ini")),
+                 gStateFormat())
+{
+}
+
+qint32 ResumeState::PackageSize() const
+{
+    return m_settings.value(gPackageSizeKey()).toInt();
+}
+
+void ResumeState::SetPackageSize(qint64 bytes)
+{
+    m_settings.setValue(gPackageSizeKey(), QString::number(bytes));
+}
+
+qint32 ResumeState::AlreadyDownloaded() const
+{
+    return m_settings.value(gAlreadyDownloadedKey()).toInt();
+}
+
+void ResumeState::SetAlreadyDownloaded(qint64 bytes)
+{
+    m_settings.setValue(gAlreadyDownloadedKey(), QString::number(bytes));
+}
+
+qint32 ResumeState::StartByte(int rangeNumber) const
+{
+    return m_settings.value(gStartByteKey(rangeNumber)).toInt();
+}
+
+void ResumeState::SetStartByte(int rangeNumber, qint64 byte)
+{
+    m_settings.setValue(gStartByteKey(rangeNumber), byte);
+}
+
+qint32 ResumeState::EndByte(int rangeNumber) const
+{
+    return m_settings.value(gEndByteKey(rangeNumber)).toInt();
+}
+
+void ResumeState::SetEndByte(int rangeNumber, qint64 byte)
+{
+    m_settings.setValue(gEndByteKey(rangeNumber), byte);
+}
+
+bool ResumeState::KnowsBoot() const
+{
+    return m_settings.contains(gBootIdKey());
+}
+
+QString ResumeState::BootId() const
+{
+    return m_settings.value(gBootIdKey()).toString();
+}
+
+void ResumeState::SetBootId(const QString &boot)
+{
+    m_settings.setValue(gBootIdKey(), boot);
+}
+
+qint32 ResumeState::FlushedByte(int rangeNumber) const
+{
+    return m_settings.value(gFlushedByteKey(rangeNumber)).toInt();
+}
+
+void ResumeState::SetFlushedByte(int rangeNumber, qint64 byte)
+{
+    m_settings.setValue(gFlushedByteKey(rangeNumber), byte);
+}
+
+bool ResumeState::Sync()
+{
+    m_settings.sync();
+    if (m_settings.status() == QSettings::NoError) {
+        return true;
+    }
+    // An object that has failed once says so for ever. Another one on the same file shares what is
+    // not on disk yet, and knows whether that can be written now.
+    QSettings again(m_settings.fileName(), gStateFormat());
+    again.sync();
+    return again.status() == QSettings::NoError;
+}

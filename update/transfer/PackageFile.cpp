@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/transfer/PackageFile.h"
+
+void PackageFile::SetPath(const QString &path)
+{
+    m_file.close();
+    m_file.setFileName(path);
+}
+
+bool PackageFile::Open(qint64 position)
+{
+    if (m_file.isOpen()) {
+        if (m_file.exists()) {
+            return true;
+        }
+        // Some systems would go on to take bytes for a file that has no name any more.
+        m_file.close();
+    }
+    // Unbuffered: the bytes are with the system before the state that claims them is written.
+    if (m_file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly | QIODevice::Unbuffered) &&
+        m_file.seek(position)) {
+        return true;
+    }
+    m_failure = m_file.errorString();
+    m_file.close();
+    return false;
+}
+
+qint64 PackageFile::Write(const QByteArray &bytes)
+{
+    qint64 written = 0;
+    while (written < bytes.size()) {
+        // A disk that fills up takes a part first; only the next attempt says why.
+        const qint64 count = m_file.write(bytes.constData() + written, bytes.size() - written);
+        if (count <= 0) {
+            m_failure = m_file.errorString();
+            break;
+        }
+        written += count;
+    }
+    return written;
+}
+
+bool PackageFile::MoveTo(const QString &path)
+{
+    m_file.close();
+    if (QFile::exists(path) && !QFile::remove(path)) {
+        m_failure = QStringLiteral("the file there cannot be removed");
+        return false;
+    }
+    if (!m_file.rename(path)) {
+        m_failure = m_file.errorString();
+        return false;
+    }
+    return true;
+}

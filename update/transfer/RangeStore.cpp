@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/transfer/RangeStore.h"
+
+#include "api/Log.h"
+#include "update/base/DownloadState.h"
+
+#include <algorithm>
+
+namespace
+{
+constexpr char logFile[] = "UpdateCommon";
+} // namespace
+
+RangeStore::RangeStore(const QString &configDirectory)
+    : m_state(configDirectory)
+    , m_packageSize(m_state.PackageSize())
+{
+}
+
+void RangeStore::Begin(const QString &targetPath, int rangeNumber, qint64 startByte, qint64 endByte)
+{
+    m_file.SetPath(targetPath);
+    m_rangeNumber = rangeNumber;
+    m_nextByte = startByte;
+    m_endByte = endByte;
+    m_isWhole = false;
+}
+
+void RangeStore::BeginWhole()
+{
+    m_file.Close();
+    m_nextByte = 0;
+    m_isWhole = true;
+}
+
+bool RangeStore::Open(const char *function)
+{
+    if (m_file.Open(m_nextByte)) {
+        return true;
+    }
+    QUILLON_LOG(logFile, function, "file open error!!! file path = %s",
+                m_file.Path().toStdString().c_str());
+    QUILLON_LOG(logFile, function, "disk failure, %s", m_file.Failure().toStdString().c_str());
+    return false;
+}
+
+qint64 RangeStore::Write(const QByteArray &bytes, const char *function)
+{
+    const qint64 room = std::max<qint64>(0, PastLastByte() - m_nextByte);
+    const QByteArray inside = bytes.size() > room ? bytes.left(static_cast<int>(room)) : bytes;
+    const qint64 written = m_file.Write(inside);
+    m_nextByte += written;
+    if (written != inside.size()) {
+        QUILLON_LOG(logFile, function, "disk failure, file write error!!! file path = %s, %s",
+                    m_file.Path().toStdString().c_str(), m_file.Failure().toStdString().c_str());
+    } else if (inside.size() != bytes.size()) {
+        QUILLON_LOG(logFile, function, "%s sent more than was asked for, that is left out",
+                    m_isWhole ? "the server of the whole package" : "the server of a range");
+    }
+    return written;
+}
+
+void RangeStore::Save(qint64 alreadyDownloaded)
+{
+    if (!m_isWhole) {
+        m_state.SetAlreadyDownloaded(alreadyDownloaded);
+        m_state.SetStartByte(m_rangeNumber, m_nextByte);
+    }
+    const bool failed = !m_state.Sync();
+    if (failed && !m_saveFailed) {
+        QUILLON_LOG(logFile, "DownloadMgr::SaveResumeState",
+                    "disk failure, the resume state cannot be written, file path = %s",
+                    m_state.Path().toStdString().c_str());
+    }
+    m_saveFailed = failed;
+}
+
+qint64 RangeStore::PastLastByte() const
+{
+    const bool isOpenEnded = m_isWhole || m_rangeNumber >= ResumeState::rangeCount;
+    return isOpenEnded && m_packageSize > 0 ? m_packageSize : m_endByte + 1;
+}
+
+RangeQuestion RangeStore::Rest() const
+{
+    return {m_nextByte, PastLastByte() - m_nextByte, std::max(0, m_packageSize)};
+}
+
+bool RangeStore::IsSameVersion(const QByteArray &validator)
+{
+    QByteArray &known = gDownloadState().validator;
+    if (known.isEmpty() && !validator.isEmpty()) {
+        known = validator;
+    }
+    return validator.isEmpty() || known == validator;
+}
+
+void RangeStore::Discard()
+{
+    m_state.SetPackageSize(0);
+    m_state.Sync();
+}
+
+void RangeStore::MarkAsDoubtful()
+{
+    m_state.SetBootId(QString());
+    m_state.Sync();
+}
+
+bool RangeStore::MoveTo(const QString &path, const char *function)
+{
+    const QString from = m_file.Path();
+    if (m_file.MoveTo(path)) {
+        return true;
+    }
+    QUILLON_LOG(logFile, function, "disk failure, %s cannot be moved to %s, %s",
+                from.toStdString().c_str(), path.toStdString().c_str(),
+                m_file.Failure().toStdString().c_str());
+    return false;
+}

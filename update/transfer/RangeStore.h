@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "update/plan/ResumeState.h"
+#include "update/transfer/PackageFile.h"
+#include "update/transfer/RangeAnswer.h"
+
+#include <QByteArray>
+#include <QString>
+
+/// One range of a package on this machine: its place in the target file, how far it has come, and
+/// the resume state that says so.
+///
+/// Thread: GUI thread. Errors: logged here, under the function that is named.
+class RangeStore
+{
+public:
+    explicit RangeStore(const QString &configDirectory);
+
+    void Begin(const QString &targetPath, int rangeNumber, qint64 startByte, qint64 endByte);
+    /// From now on the whole package is written, from its first byte. That says nothing about the
+    /// range, so it is not recorded.
+    void BeginWhole();
+
+    bool Open(const char *function);
+    void Close() { m_file.Close(); }
+
+    /// Writes @p bytes and advances. Nothing is ever written behind the range, or behind the package.
+    /// @return how many bytes of @p bytes were written.
+    qint64 Write(const QByteArray &bytes, const char *function);
+    /// Puts on disk how far the range has come, and @p alreadyDownloaded bytes of the package.
+    void Save(qint64 alreadyDownloaded);
+
+    qint64 NextByte() const { return m_nextByte; }
+    QString TargetPath() const { return m_file.Path(); }
+    int RangeNumber() const { return m_rangeNumber; }
+    /// Size of the package as the plan has it.
+    qint32 PackageSize() const { return m_packageSize; }
+    /// The byte behind the last one that may be written. The last range takes what the package has.
+    qint64 PastLastByte() const;
+    bool HasAllBytes() const { return m_nextByte >= PastLastByte(); }
+    /// What is asked for when the rest of the range is.
+    RangeQuestion Rest() const;
+
+    /// Whether @p validator names the version that this plan's bytes come from; the first one that is
+    /// told does.
+    bool IsSameVersion(const QByteArray &validator);
+    /// What is there is of no use any more: the next plan starts anew.
+    void Discard();
+    /// What was written may not be on disk: the next plan goes back to what was flushed.
+    void MarkAsDoubtful();
+
+    /// Moves the complete package to @p path.
+    bool MoveTo(const QString &path, const char *function);
+
+private:
+    PackageFile m_file;
+    ResumeState m_state;
+    qint32 m_packageSize;
+    int m_rangeNumber = 0;
+    qint64 m_nextByte = 0;
+    qint64 m_endByte = 0;
+    bool m_isWhole = false;
+    bool m_saveFailed = false;
+};

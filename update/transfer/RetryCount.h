@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <chrono>
+#include <optional>
+
+/// How often a range is asked for again, and when. A byte that arrives makes it patient again.
+class RetryCount
+{
+public:
+    static constexpr int mostCuts = 5;
+    static constexpr int mostStalls = 3;
+
+    void ByteReceived();
+
+    /// The connection was cut. @return how long to wait before asking again: 1, 2, 4, 8 and 16 s;
+    /// nothing when that was tried already.
+    std::optional<std::chrono::milliseconds> Cut();
+
+    /// Nothing arrived for the time of the watchdog. @return whether to ask again.
+    bool Stalled();
+
+    /// A connection was cut and no byte has arrived since.
+    bool IsAskingAgain() const { return m_cuts > 0; }
+
+private:
+    int m_cuts = 0;
+    int m_stalls = 0;
+};
