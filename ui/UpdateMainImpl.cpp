@@ -5,9 +5,12 @@
 #include "api/QuillonInit.h"
 #include "ResourcePath.h"
 #include "ui/TitleBar.h"
+#include "update/base/DownloadState.h"
+#include "update/base/DownloadSystem.h"
 #include "update/LiveUpdateMgr.h"
 #include "update/UpdateCommon/HintDisplay.h"
 #include "update/UpdateCommon/ProgressDisplay.h"
+#include "update/UpdateCommon/UpdateEventReport.h"
 #include "update/UpdateCommon/VersionDisplay.h"
 
 #include <QKeyEvent>
@@ -29,10 +32,11 @@ UpdateMainImpl::UpdateMainImpl(QWidget *parent)
     m_pages->addWidget(m_versionPage);
     m_pages->addWidget(m_hintPage);
 
-    // The manager asks for the progress page while it is constructed, before anyone listens. That
-    // is deliberate: the page is shown anyway, and the dialog keeps its first size until a real
-    // switch.
-    m_manager = new LiveUpdateMgr(m_progressPage, m_versionPage, m_hintPage, this);
+    // The manager emits SetCurrentWidget for the progress page while it is constructed, before the
+    // signal is connected: the page is shown anyway, and the dialog keeps its first size until a page
+    // is really switched.
+    m_manager = new LiveUpdateMgr(m_progressPage, m_versionPage, m_hintPage,
+                                  {gRealSystem(), gDownloadState(), gProcessReports()}, this);
     connect(m_manager, &LiveUpdateMgr::Close, this, &UpdateMainImpl::Close);
     connect(m_manager, &LiveUpdateMgr::RemindMeLater, this, &UpdateMainImpl::RemindMeLater);
     connect(m_manager, &LiveUpdateMgr::BeginInstall, this, &UpdateMainImpl::BeginInstall);

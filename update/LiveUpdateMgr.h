@@ -2,44 +2,36 @@
 
 #pragma once
 
-#include "update/base/DownloadSystem.h"
-#include "update/Downloaders.h"
-#include "update/plan/DownloadTarget.h"
-#include "update/plan/ResumePoint.h"
+#include "update/base/UpdateContext.h"
 #include "update/plan/ResumeState.h"
 
-#include <QNetworkRequest>
 #include <QObject>
 #include <QPointer>
 #include <QSettings>
 #include <QString>
 #include <QUrl>
 
-#include <memory>
-
 class DownloadMgr;
-class FlushSchedule;
 class HintDisplay;
-class ProcessLock;
+class PackageDownload;
 class ProgressDisplay;
-class QNetworkAccessManager;
 class QNetworkReply;
+class UpdatePages;
+class VersionCheck;
 class VersionDisplay;
 class VersionInfo;
 
-/// The orchestration of an update: asks the service, plans the download, keeps or starts the
-/// installer.
+/// The story of an update: check, choose, download, hand over.
 ///
 ///     LiveUpdate ─► CheckVersion ─┬─► a kept installer is offered
-///                                 └─► GET ─► OnCheckReplyReady ─► version page or hint page
-///     "Update Now" ─► UpdateNow ─► StartDownload ─► QueryPackageSize ─► lock
-///                                    ├─► ResumePlan ─► a DownloadMgr for each missing range
-///                                    └─► FreshPlan ─► five DownloadMgr
-///     DownloadMgr ─► progress page, hint page, or the host's signals
+///                                 └─► VersionCheck ─► version page or hint page
+///     "Update Now" ─► UpdateNow ─► gChoosePackage ─► StartDownload
+///     StartDownload ─► QueryPackageSize ─► PackageDownload
+///     PackageDownload ─► progress page, hint page, or the host's signals
 ///
 /// Thread:    GUI thread.
-/// Ownership: its Qt parent. The three pages belong to the caller and outlive it. The host may delete
-///            it in any slot.
+/// Ownership: its Qt parent. The three pages and the context belong to the caller and outlive it.
+///            The host may delete it in any slot.
 /// Errors:    shown on the hint page; the log says why.
 class LiveUpdateMgr : public QObject
 {
@@ -47,14 +39,20 @@ class LiveUpdateMgr : public QObject
 
 public:
     LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version, HintDisplay *hint,
-                  QObject *parent, DownloadSystem seams = {});
+                  const UpdateContext &context, QObject *parent);
     ~LiveUpdateMgr() override;
 
+    /// Asks the service, with the caller's values or with the module's own.
     void LiveUpdate(QString pid, QString version, QString email);
     void LiveUpdate();
+
+    /// Asks the service silently, for at most 5000 ms. @return whether a newer version exists.
     bool IsNeedUpdate();
+
+    /// Starts the kept installer if the user has agreed to that; otherwise nothing happens.
     void Install();
 
+    /// The interactive check: offers a kept installer, or asks the service.
     void CheckVersion(const QString &pid, const QString &version, const QString &email);
     QUrl BuildCheckUrl(const QString &pid, const QString &version, const QString &email) const;
     void OnCheckReplyReady();
@@ -85,55 +83,37 @@ signals:
     void RemindMeLater();
 
 private slots:
-    void _SuspendDownload();
-    void _FlushFailed();
+    void _ShowAnswer();
+    void _StartFullPackage();
+    void _ShowDownloadError(const QString &text);
+    void _KeepInstaller();
 
 private:
-    struct QueryValues {
-        QString pid;
-        QString version;
-        QString email;
-    };
-
-    QueryValues GatherQueryValues();
-    void ShowCheckFailure();
-    void StartFullPackage();
-    void ShowDownloadStart();
-    void ResumePlan(const ResumePoint &point, bool incremental, const QString &oldPackagePath);
-    void FreshPlan(bool incremental, const QString &oldPackagePath);
-    void ShowPlanFailure();
-    void StartRange(int rangeNumber, ByteRange range, bool incremental,
-                    const QString &oldPackagePath);
-    void EndDownloaders();
+    void ConnectCheck();
+    void ConnectDownload();
+    void RunDownload();
     void CloseRange(int rangeNumber);
-    void KeepInstaller();
-    void ShowDownloadError(const QString &text);
+    void EndDownload();
 
     /// Whether this object outlives the call that it guards.
     using Alive = QPointer<LiveUpdateMgr>;
 
-    DownloadSystem m_seams;
+    UpdateContext m_context;
+    /// Failures of the check are spelled out to the user.
     int m_interactive = 1;
-    QString m_updateUrl;
     QSettings m_productSettings;
-    QNetworkAccessManager *m_network;
-    QNetworkRequest m_request;
+    ResumeState m_resumeSettings;
     ProgressDisplay *m_progressPage;
     VersionDisplay *m_versionPage;
     HintDisplay *m_hintPage;
+    UpdatePages *m_pages;
     VersionInfo *m_versionInfo;
-    QPointer<QNetworkReply> m_checkReply;
+    VersionCheck *m_check;
     /// Offers a kept installer; the ranges of a package have downloaders of their own.
     DownloadMgr *m_downloadMgr;
-
-    ResumeState m_resumeSettings;
-    FlushSchedule *m_flushSchedule;
-    /// Held by the downloaders of the plan while they run.
-    std::weak_ptr<ProcessLock> m_lock;
-    DownloadTarget m_target;
+    /// The latest plan; null before the first one.
+    PackageDownload *m_download = nullptr;
+    QUrl m_downloadUrl;
     /// The full package was planned since the last "Update Now".
     bool m_fullPackageTried = false;
-    qint64 m_downloaded = 0;
-    qint64 m_total = 0;
-    Downloaders m_downloaders;
 };

@@ -82,13 +82,13 @@ void LostPower::Begin()
     m_moments.clear();
     m_flushed.reset();
     m_isBootTold = true;
-    DownloadSystem &seams = m_rig->Seams();
-    seams.bootIdentity = [this] {
+    DownloadSystem &system = m_rig->System();
+    system.bootIdentity = [this] {
         return m_isBootTold ? QStringLiteral("boot %1").arg(m_boot) : QString();
     };
-    seams.flush = [this](const QString &path) { return Flush(path); };
-    seams.flushBytes = m_random.bounded(smallestFlush, largestFlush);
-    seams.flushTime = std::chrono::milliseconds(m_random.bounded(5, 100));
+    system.flush = [this](const QString &path) { return Flush(path); };
+    system.flushBytes = m_random.bounded(smallestFlush, largestFlush);
+    system.flushTime = std::chrono::milliseconds(m_random.bounded(5, 100));
 }
 
 HttpAnswer LostPower::Answer(bool isSlow)

@@ -49,9 +49,15 @@ void UpdateRig::BlockWorkingFolder() const
     SystemPlaces::PutDocuments(Path(QStringLiteral("blocker/data")));
 }
 
+UpdateContext UpdateRig::Context() const
+{
+    return {m_system, gDownloadState(), gProcessReports()};
+}
+
 LiveUpdateMgr &UpdateRig::Build()
 {
-    m_manager = std::make_unique<LiveUpdateMgr>(&m_progress, &m_version, &m_hint, nullptr, m_seams);
+    m_manager =
+        std::make_unique<LiveUpdateMgr>(&m_progress, &m_version, &m_hint, Context(), nullptr);
     LiveUpdateMgr *manager = m_manager.get();
     const auto note = [this, manager](void (LiveUpdateMgr::*signal)(), const char *name) {
         QObject::connect(manager, signal, manager,

@@ -7,6 +7,8 @@
 #include "tests/support/HttpServer.h"
 #include "tests/support/StatisticsServer.h"
 #include "tests/support/SystemPlaces.h"
+#include "update/base/DownloadSystem.h"
+#include "update/base/UpdateContext.h"
 #include "update/LiveUpdateMgr.h"
 #include "update/UpdateCommon/DownloadMgr.h"
 #include "update/UpdateCommon/HintDisplay.h"
@@ -54,7 +56,9 @@ public:
     /// signals and its page changes.
     LiveUpdateMgr &Build();
     /// What every manager that is built from now on takes from the system.
-    DownloadSystem &Seams() { return m_seams; }
+    DownloadSystem &System() { return m_system; }
+    /// What managers and downloaders are built with.
+    UpdateContext Context() const;
     LiveUpdateMgr &Manager() { return *m_manager; }
     /// Ends the manager with all of its downloaders.
     void Destroy() { m_manager.reset(); }
@@ -106,7 +110,7 @@ private:
 
     QTemporaryDir m_folder;
     SystemPlaces m_places;
-    DownloadSystem m_seams;
+    DownloadSystem m_system;
     HttpServer m_server;
     Answer m_answer = Answer::Cancel;
     QStringList m_boxTexts;

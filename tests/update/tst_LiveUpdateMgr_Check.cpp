@@ -5,6 +5,7 @@
 #include "tests/support/MetaMethods.h"
 #include "tests/support/SystemTraits.h"
 #include "tests/update/UpdateRig.h"
+#include "update/check/VersionCheck.h"
 #include "update/check/VersionPageHtml.h"
 #include "update/UpdateCommon/VersionInfo.h"
 
@@ -61,8 +62,7 @@ private slots:
 private:
     QNetworkAccessManager *Network() const
     {
-        return m_rig->Manager().findChild<QNetworkAccessManager *>(QString(),
-                                                                   Qt::FindDirectChildrenOnly);
+        return m_rig->Manager().findChild<VersionCheck *>()->findChild<QNetworkAccessManager *>();
     }
     void ServeManifest(const QString &xml) { m_rig->Server().Serve("/check", Xml(xml.toUtf8())); }
     static HttpAnswer Xml(const QByteArray &text)

@@ -45,7 +45,7 @@ void tst_LiveUpdateMgr_Lock::init()
 {
     m_rig = std::make_unique<UpdateRig>();
     m_boot = "boot one";
-    m_rig->Seams().bootIdentity = [this] { return m_boot; };
+    m_rig->System().bootIdentity = [this] { return m_boot; };
     m_rig->Build();
     m_package = gTestBytes(50000);
 }
@@ -126,7 +126,7 @@ void tst_LiveUpdateMgr_Lock::within_the_boot_the_download_goes_on_where_it_was()
 
 void tst_LiveUpdateMgr_Lock::after_another_start_of_the_machine_it_goes_on_at_what_was_flushed()
 {
-    m_rig->Seams().flushBytes = 15000;
+    m_rig->System().flushBytes = 15000;
     m_rig->Build();
     StartAndStall();
     QTRY_COMPARE(m_rig->State().value("Flushed/Flushed_Byte2"), QStringLiteral("13000"));
@@ -154,14 +154,14 @@ void tst_LiveUpdateMgr_Lock::after_another_start_of_the_machine_it_goes_on_at_wh
 
 void tst_LiveUpdateMgr_Lock::data_that_cannot_be_flushed_end_the_download()
 {
-    m_rig->Seams().flushBytes = 15000;
-    m_rig->Seams().flush = [](const QString &) { return FlushResult::Failed; };
+    m_rig->System().flushBytes = 15000;
+    m_rig->System().flush = [](const QString &) { return FlushResult::Failed; };
     m_rig->Build();
     StartAndStall();
     QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
     QCOMPARE(m_rig->State().value("Flushed/Boot_Id"), QString());
     QVERIFY(!IsLocked());
-    m_rig->Seams().flush = gFlushToDisk;
+    m_rig->System().flush = gFlushToDisk;
     m_rig->Forget();
     m_rig->Build();
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));

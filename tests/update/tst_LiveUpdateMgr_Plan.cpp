@@ -110,7 +110,7 @@ void tst_LiveUpdateMgr_Plan::a_fresh_start_fetches_five_ranges_and_completes_the
 
 void tst_LiveUpdateMgr_Plan::a_fresh_start_writes_its_plan_into_the_state_file()
 {
-    m_rig->Seams().bootIdentity = [] { return QStringLiteral("this boot"); };
+    m_rig->System().bootIdentity = [] { return QStringLiteral("this boot"); };
     m_rig->Build();
     m_rig->StartFullDownload(gSilentPackage());
     const QMap<QString, QString> expected{{"Flushed/Boot_Id", "this boot"},
@@ -147,7 +147,7 @@ void tst_LiveUpdateMgr_Plan::a_fresh_start_sets_the_shared_state()
     gDownloadState().finishedSegments = 3;
     gDownloadState().alreadyDownloaded = 77;
     m_rig->StartFullDownload(gSilentPackage());
-    QCOMPARE(gDownloadState().segmentSize, qint64(200000));
+    QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte2"), QStringLiteral("200000"));
     QCOMPARE(gDownloadState().alreadyDownloaded, qint64(0));
     QCOMPARE(gDownloadState().activeSegments, 5);
     QCOMPARE(gDownloadState().finishedSegments, 0);
@@ -220,7 +220,7 @@ void tst_LiveUpdateMgr_Plan::a_package_of_fewer_than_five_bytes_completes()
     QFETCH(int, size);
     const QByteArray package = gTestBytes(size);
     m_rig->StartFullDownload(HttpAnswer::Body(package));
-    QCOMPARE(gDownloadState().segmentSize, qint64(0));
+    QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte2"), QStringLiteral("0"));
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QCOMPARE(gRangeHeaders(m_rig->Server()), QStringList{"bytes=0-"});
     QCOMPARE(gReadFile(m_rig->Installer()), package);

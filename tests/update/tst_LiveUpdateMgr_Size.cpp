@@ -84,7 +84,7 @@ void tst_LiveUpdateMgr_Size::a_server_that_never_answers_is_not_waited_for_for_e
 {
     QCOMPARE(DownloadSystem().sizeLimit, std::chrono::milliseconds(30000));
     const LogCapture log;
-    m_rig->Seams().sizeLimit = std::chrono::milliseconds(100);
+    m_rig->System().sizeLimit = std::chrono::milliseconds(100);
     m_rig->Build();
     m_rig->StartFullDownload(HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
     QCOMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));

@@ -6,189 +6,128 @@
 #include "api/QuillonInit.h"
 #include "platform/ProcessLock.h"
 #include "update/base/DownloadState.h"
+#include "update/base/DownloadSystem.h"
 #include "update/base/NetworkFailure.h"
-#include "update/install/InstallerPatch.h"
-#include "update/install/InstallOffer.h"
-#include "update/install/PackagePlacer.h"
+#include "update/base/Texts.h"
+#include "update/install/PackageEnd.h"
 #include "update/transfer/RangeReply.h"
+#include "update/transfer/RangeTransfer.h"
+#include "update/transfer/RangeWire.h"
 #include "update/transfer/TransferWatch.h"
+#include "update/UpdateCommon/NetworkCheck.h"
 
 #include <QEvent>
-#include <QFile>
-#include <QNetworkAccessManager>
-#include <QNetworkRequest>
 
 #include <utility>
 
 namespace
 {
 constexpr char logFile[] = "UpdateCommon";
-constexpr char downloadFailed[] =
-    QT_TRANSLATE_NOOP("DownloadMgr", "Failed to download the update.");
-constexpr char fileOpenFailed[] = QT_TRANSLATE_NOOP("DownloadMgr", "File open error!");
-
-/// Bytes that one reply may hold for us. Without a limit the network layer buffers whatever the
-/// server sends faster than the disk takes it.
-constexpr qint64 readBufferSize = qint64{1024} * 1024;
-
-constexpr int mostRedirects = 10;
 } // namespace
 
-DownloadMgr::DownloadMgr(QObject *parent, DownloadSystem seams)
+DownloadMgr::DownloadMgr(const UpdateContext &context, QObject *parent)
     : QObject(parent)
-    , m_seams(std::move(seams))
-    , m_store(QuillonInit::GetConfigFileDir())
-    , m_check(&m_store)
-    , m_manager(new QNetworkAccessManager(this))
-    , m_watch(new TransferWatch(m_seams, this))
-    , m_placer(new PackagePlacer(&m_store, m_seams.flush, this))
-    , m_installOffer(new InstallOffer(this))
+    , m_context(context)
+    , m_resumeSettings(QuillonInit::GetConfigFileDir())
+    , m_transfer(new RangeTransfer(m_resumeSettings, context, this))
+    , m_end(new PackageEnd(m_transfer->Store(), context, this))
 {
-    connect(m_installOffer, &InstallOffer::Close, this, &DownloadMgr::Close);
-    connect(m_installOffer, &InstallOffer::BeginInstall, this, &DownloadMgr::BeginInstall);
-    connect(m_installOffer, &InstallOffer::CancelInstall, this, &DownloadMgr::CancelInstall);
-    connect(m_installOffer, &InstallOffer::InstallStarted, this, &DownloadMgr::InstallStarted);
-    connect(m_watch, &TransferWatch::AskAgain, this, &DownloadMgr::_AskAgain);
-    connect(m_watch, &TransferWatch::GivenUp, this, &DownloadMgr::_GivenUp);
-    connect(m_placer, &PackagePlacer::Placed, this, &DownloadMgr::_Placed);
-    connect(m_placer, &PackagePlacer::Failed, this, [this] { Fail(downloadFailed); });
-    connect(m_manager, &QNetworkAccessManager::finished, this, &DownloadMgr::ReplyFinished);
+    const RangeWire *const wire = &m_transfer->Wire();
+    connect(wire, &RangeWire::Readable, this, &DownloadMgr::_ReadyRead);
+    connect(wire, &RangeWire::Ended, this, &DownloadMgr::_DownloadFinished);
+    connect(wire, &RangeWire::Failed, this, &DownloadMgr::ReplyError);
+    connect(wire, &RangeWire::ManagerFinished, this, &DownloadMgr::ReplyFinished);
+    connect(wire, &RangeWire::AskAgain, m_transfer, &RangeTransfer::AskForRest);
+    connect(wire, &RangeWire::GivenUp, this, [this] { FailRange(FailureText::downloadFailed); });
+    connect(&m_transfer->Wire().Watch(), &TransferWatch::Armed, this, &DownloadMgr::ArmWatchdog);
+    connect(m_end, &PackageEnd::PlaceFailed, this,
+            [this] { ReportFailure(FailureText::downloadFailed); });
+    connect(m_end, &PackageEnd::Close, this, &DownloadMgr::Close);
+    connect(m_end, &PackageEnd::BeginInstall, this, &DownloadMgr::BeginInstall);
+    connect(m_end, &PackageEnd::CancelInstall, this, &DownloadMgr::CancelInstall);
+    connect(m_end, &PackageEnd::InstallStarted, this, &DownloadMgr::InstallStarted);
 }
 
 DownloadMgr::~DownloadMgr()
 {
     Stop();
-    m_manager->disconnect(this);
-    gDeleteLater(m_manager);
+    delete m_networkCheck;
 }
 
-// --- Asking --------------------------------------------------------------------------------------
+// --- Asking ----------------------------------------------------------------------------------------
 
 void DownloadMgr::ResumeDownload(const QString &targetPath, const QUrl &url,
                                  const QString &installerPath, qint64 startByte, qint64 endByte,
                                  int rangeNumber, bool incremental, const QString &expectedMd5,
                                  const QString &oldPackagePath)
 {
-    m_incremental = incremental;
-    m_started = true;
-    m_errorTold = false;
-    m_url = url;
-    m_expectedMd5 = expectedMd5;
-    m_oldPackagePath = oldPackagePath.isNull() ? targetPath : oldPackagePath;
-    m_targetPath = targetPath;
-    m_installerPath = installerPath;
-    m_furthestByte = startByte;
-    m_store.Begin(targetPath, rangeNumber, startByte, endByte);
-    m_watch->SetRange(rangeNumber);
-    if (!m_store.Open("DownloadMgr::ResumeDownload")) {
+    Fetch({targetPath,
+           url,
+           installerPath,
+           {startByte, endByte},
+           rangeNumber,
+           incremental,
+           expectedMd5,
+           oldPackagePath.isNull() ? targetPath : oldPackagePath});
+}
+
+void DownloadMgr::Fetch(const RangeTask &task)
+{
+    m_task = task;
+    m_state = State::Fetching;
+    m_isErrorReported = false;
+    if (!m_transfer->Begin(task)) {
         // The request is made all the same; its first chunk tries to open the file again.
         const Alive alive(this);
-        Fail(fileOpenFailed);
+        ReportFailure(FailureText::fileOpenFailed);
         if (alive == nullptr) {
             return;
         }
     }
-    if (startByte == endByte + 1) {
+    if (task.range.IsEmpty()) {
         // Nothing to ask for: a package of fewer than five bytes has such ranges, and a package
         // that was complete when its process ended has nothing else.
         QMetaObject::invokeMethod(this, &DownloadMgr::_DownloadFinished, Qt::QueuedConnection);
-        return;
-    }
-    RequestRest();
-}
-
-/// Asks for what is left of the range; of a redirected package, for all of it.
-void DownloadMgr::RequestRest()
-{
-    if (IsRedirected()) {
-        m_store.BeginWhole();
-        m_receivedOnRedirect = 0;
-        Send(gPackageRequest(m_url));
     } else {
-        const bool isLast = m_store.RangeNumber() == ResumeState::rangeCount;
-        Send(gRangeRequest(m_url, m_store.Rest(), isLast));
+        m_transfer->AskForRest();
     }
 }
 
-void DownloadMgr::Send(const QNetworkRequest &request)
+/// Starts the time of the watchdog, which is made at the first request.
+void DownloadMgr::ArmWatchdog()
 {
-    m_check.Begin(IsRedirected());
-    m_reply = m_manager->get(request);
-    m_reply->setReadBufferSize(readBufferSize);
-    connect(m_reply, &QNetworkReply::readyRead, this,
-            m_started ? &DownloadMgr::_ReadyRead : &DownloadMgr::ReadyRead);
-    if (IsRedirected()) {
-        connect(m_reply, &QNetworkReply::downloadProgress, this,
-                &DownloadMgr::slotDownloadProgress);
-    } else {
-        connect(m_reply, &QNetworkReply::finished, this, &DownloadMgr::_DownloadFinished);
+    if (m_networkCheck == nullptr) {
+        m_networkCheck = new NetworkCheck(m_context.system.stallLimit);
+        const TransferWatch *const watch = &m_transfer->Wire().Watch();
+        connect(watch, &TransferWatch::Disarmed, m_networkCheck, &NetworkCheck::_StopCheck);
+        connect(m_networkCheck, &NetworkCheck::TimeOut, watch, &TransferWatch::_TimeOut);
     }
-    connect(m_reply, &QNetworkReply::errorOccurred, this, &DownloadMgr::ReplyError);
-    connect(m_reply, &QNetworkReply::sslErrors, this, [](const QList<QSslError> &errors) {
-        gLogTlsErrors(logFile, "DownloadMgr::ReplyError", errors);
-    });
-    m_watch->Restart();
+    QMetaObject::invokeMethod(m_networkCheck, &NetworkCheck::_Check, Qt::QueuedConnection);
 }
 
 void DownloadMgr::FollowRedirect(QNetworkReply *reply)
 {
-    m_url = gRedirectTarget(*reply);
-    LetGoOfReply();
-    if (++m_redirects > mostRedirects || !gIsServerAddress(m_url)) {
-        QUILLON_LOG(logFile, "DownloadMgr::ReplyFinished", "redirect no. %d to %s is not followed",
-                    m_redirects, gLogAddress(m_url).toStdString().c_str());
-        GiveUp(downloadFailed);
-        return;
-    }
-    // The request that follows names no range, so the answer is the whole package, from its first
-    // byte.
-    m_furthestByte = 0;
-    RequestRest();
-}
-
-void DownloadMgr::_AskAgain()
-{
-    LetGoOfReply();
-    m_store.Close();
-    RequestRest();
-}
-
-void DownloadMgr::_GivenUp()
-{
-    GiveUp(downloadFailed);
-}
-
-/// Only bytes count, whatever the network layer makes of the end.
-void DownloadMgr::Cut()
-{
-    LetGoOfReply();
-    m_store.Close();
-    m_watch->Cut();
-}
-
-void DownloadMgr::LetGoOfReply()
-{
-    if (m_reply != nullptr) {
-        QNetworkReply *const reply = m_reply;
-        m_reply.clear();
-        reply->disconnect(this);
-        if (reply->error() == QNetworkReply::NoError) {
-            reply->abort(); // One that has failed is ending by itself.
-        }
-        reply->deleteLater();
+    const RangeWire *const wire = &m_transfer->Wire();
+    // From now on the progress of the reply says when all of the package is there.
+    disconnect(wire, &RangeWire::Ended, this, &DownloadMgr::_DownloadFinished);
+    connect(wire, &RangeWire::Progressed, this, &DownloadMgr::slotDownloadProgress,
+            Qt::UniqueConnection);
+    m_receivedOnRedirect = 0;
+    if (!m_transfer->FollowRedirect(reply)) {
+        FailRange(FailureText::downloadFailed);
     }
 }
 
 void DownloadMgr::Stop()
 {
-    CloseRange();
-    m_placer->Cancel();
+    CloseTransfer();
+    m_end->CancelPlacing();
     m_lock.reset();
 }
 
 bool DownloadMgr::IsRunning() const
 {
-    return m_started && (!m_finishHandled || m_placer->IsRunning());
+    return m_state == State::Fetching || m_end->IsPlacing();
 }
 
 void DownloadMgr::HoldLock(std::shared_ptr<ProcessLock> lock)
@@ -198,18 +137,14 @@ void DownloadMgr::HoldLock(std::shared_ptr<ProcessLock> lock)
 
 void DownloadMgr::SaveResumeState()
 {
-    m_store.Save(gDownloadState().alreadyDownloaded);
+    m_transfer->Store().Save(m_context.state.alreadyDownloaded);
 }
 
-// --- Receiving -----------------------------------------------------------------------------------
+// --- Receiving -------------------------------------------------------------------------------------
 
 void DownloadMgr::_ReadyRead()
 {
-    const Alive alive(this);
     Receive("DownloadMgr::_ReadyRead");
-    if (alive != nullptr && !m_finishHandled && !IsRedirected() && m_store.HasAllBytes()) {
-        EndRange();
-    }
 }
 
 void DownloadMgr::ReadyRead()
@@ -217,70 +152,34 @@ void DownloadMgr::ReadyRead()
     Receive("DownloadMgr::ReadyRead");
 }
 
-/// Writes what has arrived, if it may be written.
 void DownloadMgr::Receive(const char *function)
 {
-    if (m_reply == nullptr) {
-        return;
-    }
-    const QNetworkReply::NetworkError code = m_reply->error();
-    if (code != QNetworkReply::NoError) {
-        QUILLON_LOG(logFile, function, "Download Filed  error code %d", static_cast<int>(code));
-        if (!gIsSilent(code)) {
-            GiveUp(downloadFailed);
-        }
-        return;
-    }
-    switch (m_check.Check(m_reply, function)) {
-    case AnswerFilter::Outcome::Ignore:
-        break;
-    case AnswerFilter::Outcome::Refuse:
-        GiveUp(downloadFailed);
-        break;
-    case AnswerFilter::Outcome::Write:
-        if (m_store.Open(function)) {
-            WriteChunk(function);
-        } else {
-            GiveUp(fileOpenFailed);
-        }
-        break;
-    }
-}
-
-void DownloadMgr::WriteChunk(const char *function)
-{
-    m_watch->Restart();
-    const QByteArray received = m_reply->readAll();
-    const qint64 written = m_store.Write(received, function);
-    if (m_store.NextByte() > m_furthestByte) {
-        // A redirected body starts anew each time: only what goes beyond those of before is progress.
-        m_furthestByte = m_store.NextByte();
-        m_watch->ByteReceived();
-    }
+    const RangeTransfer::Received received = m_transfer->Receive(function);
     const Alive alive(this);
-    if (!IsRedirected() && written > 0) {
-        gDownloadState().alreadyDownloaded += written;
-        SaveResumeState();
-        emit DownloadProgress(written, 1);
+    if (received.counted > 0) {
+        emit DownloadProgress(received.counted, 1);
     }
-    // What a range brings beyond its end is left out; a whole package that does is another one.
-    if (alive != nullptr && written != received.size() &&
-        (IsRedirected() || !m_store.HasAllBytes())) {
-        GiveUp(downloadFailed);
+    if (alive == nullptr || m_state != State::Fetching) {
+        return;
+    }
+    if (received.failure != nullptr) {
+        FailRange(received.failure);
+    } else if (m_transfer->HasRange()) {
+        EndRange();
     }
 }
 
 void DownloadMgr::slotDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
 {
-    if (m_incremental) {
+    if (m_task.isIncremental) {
         DownloadIncreasePackageProgress(bytesReceived, bytesTotal);
         return;
     }
     const Alive alive(this);
-    if (HasReceivedWhole(bytesReceived, bytesTotal)) {
+    if (CompleteWholePackage(bytesReceived, bytesTotal)) {
         emit DownloadFinished();
         if (alive != nullptr) {
-            m_placer->Start(m_installerPath, std::move(m_lock));
+            m_end->Place(m_task.installerPath, std::move(m_lock));
         }
     }
 }
@@ -289,115 +188,22 @@ void DownloadMgr::_slotDownloadProgress(qint64 /*bytesReceived*/, qint64 /*bytes
 
 void DownloadMgr::DownloadIncreasePackageProgress(qint64 bytesReceived, qint64 bytesTotal)
 {
-    if (HasReceivedWhole(bytesReceived, bytesTotal)) {
+    if (CompleteWholePackage(bytesReceived, bytesTotal)) {
         CompleteIncreasePackage();
     }
 }
 
-/// Tells the progress of a redirected reply. Returns true once for a package, when all of it is
-/// there.
-bool DownloadMgr::HasReceivedWhole(qint64 bytesReceived, qint64 bytesTotal)
-{
-    if (bytesReceived == bytesTotal && m_receivedOnRedirect == bytesTotal) {
-        return false;
-    }
-    m_receivedOnRedirect = bytesReceived;
-    const Alive alive(this);
-    emit DownloadProgress(bytesReceived, bytesTotal);
-    if (alive == nullptr || bytesTotal == 0 || bytesReceived != bytesTotal || m_finishHandled) {
-        return false;
-    }
-    DownloadState &state = gDownloadState();
-    if (state.downloadStarted && m_store.NextByte() != m_store.PackageSize()) {
-        QUILLON_LOG(logFile, "DownloadMgr::slotDownloadProgress",
-                    "%lld bytes were received where the package has %d",
-                    static_cast<long long>(m_store.NextByte()), m_store.PackageSize());
-        GiveUp(downloadFailed);
-        return false;
-    }
-    const bool isFirst = state.downloadStarted;
-    state.downloadStarted = false;
-    state.finishedSegments = 0;
-    CloseRange();
-    return isFirst;
-}
-
-// --- The ends of a reply and of a range ----------------------------------------------------------
+// --- The ends of a reply and of a range ------------------------------------------------------------
 
 void DownloadMgr::_DownloadFinished()
 {
-    if (m_finishHandled) {
+    if (m_state == State::Ended) {
         return;
     }
-    if (m_reply != nullptr && !m_store.HasAllBytes()) {
-        const QNetworkReply::NetworkError code = m_reply->error();
-        if (code == QNetworkReply::NoError) {
-            QUILLON_LOG(logFile, "DownloadMgr::_DownloadFinished",
-                        "short body, range %d ended at byte %lld", m_store.RangeNumber(),
-                        static_cast<long long>(m_store.NextByte()));
-        }
-        if (code == QNetworkReply::NoError || code == QNetworkReply::RemoteHostClosedError) {
-            Cut();
-            return;
-        }
-    }
-    EndRange();
-}
-
-/// The range has ended and nothing more is asked for it: with all of its bytes, by a failure, or by
-/// a cancellation.
-void DownloadMgr::EndRange()
-{
-    CloseRange();
-    switch (gDownloadState().CountEndedRange(m_store.PackageSize())) {
-    case DownloadState::Left::Others:
-        m_lock.reset();
-        break;
-    case DownloadState::Left::Nothing:
-        // The lock stays until the package is in place.
-        if (m_incremental) {
-            CompleteIncreasePackage();
-        } else {
-            m_placer->Start(m_installerPath, std::move(m_lock));
-        }
-        break;
-    case DownloadState::Left::Bytes:
-        m_lock.reset();
-        // Ranges that failed have told so themselves. This peculiar comparison, which is true only
-        // for a package of one byte of which nothing came, is deliberate: any wider one would tell
-        // failures twice.
-        const int nothingCame = gDownloadState().alreadyDownloaded == 0 ? 1 : 0;
-        if (nothingCame == m_store.PackageSize()) {
-            Fail(downloadFailed);
-        }
-        break;
-    }
-}
-
-/// Nothing is written, counted or asked for any more.
-void DownloadMgr::CloseRange()
-{
-    m_finishHandled = true;
-    m_watch->Stop();
-    m_store.Close();
-    LetGoOfReply();
-}
-
-void DownloadMgr::GiveUp(const char *text)
-{
-    const Alive alive(this);
-    EndRange();
-    if (alive != nullptr) {
-        Fail(text);
-    }
-}
-
-void DownloadMgr::Fail(const char *text)
-{
-    m_errorText = text;
-    if (!m_errorTold) {
-        m_errorTold = true;
-        emit Error(tr(text));
+    if (m_transfer->IsShort()) {
+        m_transfer->Lose();
+    } else {
+        EndRange();
     }
 }
 
@@ -406,32 +212,106 @@ void DownloadMgr::ReplyError(QNetworkReply::NetworkError code)
     constexpr char function[] = "DownloadMgr::ReplyError";
 
     QUILLON_LOG(logFile, function, "Failed to download the update errcode = %d  %d",
-                static_cast<int>(code), m_store.RangeNumber());
+                static_cast<int>(code), m_task.number);
     if (!gIsSilent(code)) {
-        m_errorText = downloadFailed;
+        m_errorText = FailureText::downloadFailed;
     }
-    if (m_reply != nullptr) {
-        gLogFailure(logFile, function, *m_reply);
-        // The network layer tells of the end only later; the range ends here and now.
-        emit m_reply->finished();
+    if (QNetworkReply *const reply = m_transfer->Wire().Reply()) {
+        gLogFailure(logFile, function, *reply);
+        // The network layer emits it later; the range ends here and now.
+        emit reply->finished();
     }
 }
 
 void DownloadMgr::ReplyFinished(QNetworkReply *reply)
 {
-    if (reply != m_reply) {
-        return; // We have let go of it.
+    if (reply != m_transfer->Wire().Reply()) {
+        return; // It was dropped.
     }
     const QNetworkReply::NetworkError code = reply->error();
     if (code == QNetworkReply::NoError && reply->hasRawHeader("Location")) {
         FollowRedirect(reply);
-    } else if ((m_watch->IsBehindCut() && gIsOfTheConnection(code)) ||
-               (IsRedirected() && code == QNetworkReply::RemoteHostClosedError)) {
-        Cut();
+    } else if (m_transfer->IsCut(code)) {
+        m_transfer->Lose();
     } else if (code != QNetworkReply::NoError && !gIsSilent(code)) {
         QUILLON_LOG(logFile, "DownloadMgr::ReplyFinished", "Download Filed  error code %d",
                     static_cast<int>(code));
-        GiveUp(downloadFailed);
+        FailRange(FailureText::downloadFailed);
+    }
+}
+
+/// Nothing more is asked for this range: it has all of its bytes, failed, or was cancelled.
+void DownloadMgr::EndRange()
+{
+    CloseTransfer();
+    switch (m_context.state.CountEndedRange(m_transfer->Store().PackageSize())) {
+    case DownloadState::Left::Others:
+        m_lock.reset();
+        break;
+    case DownloadState::Left::Nothing:
+        // The lock stays until the package is in place.
+        if (m_task.isIncremental) {
+            CompleteIncreasePackage();
+        } else {
+            m_end->Place(m_task.installerPath, std::move(m_lock));
+        }
+        break;
+    case DownloadState::Left::Bytes:
+        m_lock.reset();
+        // Ranges that failed have reported it themselves. This comparison is true only for a package
+        // of one byte of which nothing came; a wider one would report failures twice.
+        const int nothingCame = m_context.state.alreadyDownloaded == 0 ? 1 : 0;
+        if (nothingCame == m_transfer->Store().PackageSize()) {
+            ReportFailure(FailureText::downloadFailed);
+        }
+        break;
+    }
+}
+
+void DownloadMgr::FailRange(const char *text)
+{
+    const Alive alive(this);
+    EndRange();
+    if (alive != nullptr) {
+        ReportFailure(text);
+    }
+}
+
+/// Reports the progress of a redirected reply, and ends the transfer once all of it is there.
+/// @return whether this call completed the package
+bool DownloadMgr::CompleteWholePackage(qint64 bytesReceived, qint64 bytesTotal)
+{
+    if (bytesReceived == bytesTotal && m_receivedOnRedirect == bytesTotal) {
+        return false;
+    }
+    m_receivedOnRedirect = bytesReceived;
+    const Alive alive(this);
+    emit DownloadProgress(bytesReceived, bytesTotal);
+    if (alive == nullptr || bytesTotal == 0 || bytesReceived != bytesTotal ||
+        m_state == State::Ended) {
+        return false;
+    }
+    if (m_context.state.downloadStarted && !m_transfer->HasPackage()) {
+        FailRange(FailureText::downloadFailed);
+        return false;
+    }
+    CloseTransfer();
+    return m_context.state.EndDownload();
+}
+
+/// Nothing is written, counted or asked for any more.
+void DownloadMgr::CloseTransfer()
+{
+    m_state = State::Ended;
+    m_transfer->Close();
+}
+
+void DownloadMgr::ReportFailure(const char *text)
+{
+    m_errorText = text;
+    if (!m_isErrorReported) {
+        m_isErrorReported = true;
+        emit Error(tr(text));
     }
 }
 
@@ -444,13 +324,7 @@ bool DownloadMgr::event(QEvent *event)
     return alive == nullptr || QObject::event(event);
 }
 
-// --- The complete package ------------------------------------------------------------------------
-
-void DownloadMgr::_Placed()
-{
-    gDownloadState().installerReady = m_installerPath;
-    OfferInstall(m_installerPath);
-}
+// --- The complete package --------------------------------------------------------------------------
 
 void DownloadMgr::CompleteIncreasePackage()
 {
@@ -462,37 +336,21 @@ void DownloadMgr::CompleteIncreasePackage()
     }
     emit DownloadFinished();
     if (alive != nullptr) {
-        OfferInstall(m_oldPackagePath);
+        m_end->Offer(m_task.oldPackagePath);
     }
 }
 
 bool DownloadMgr::PatchIncreasePackage()
 {
-    if (!gPatchKeptInstaller(m_oldPackagePath, m_targetPath, m_expectedMd5, m_seams)) {
-        return false;
-    }
-    gDownloadState().installerReady = m_oldPackagePath;
-    return true;
-}
-
-void DownloadMgr::OfferInstall(const QString &installer)
-{
-    // The question waits for the user in a nested event loop, in which the host may delete the
-    // dialog: not from within a reply's own signal.
-    QMetaObject::invokeMethod(
-        m_installOffer, [offer = m_installOffer, installer] { offer->OfferDownloaded(installer); },
-        Qt::QueuedConnection);
+    return m_end->Patch(m_task.oldPackagePath, m_task.targetPath, m_task.expectedMd5);
 }
 
 void DownloadMgr::OfferKeptInstaller(const QString &installerPath)
 {
-    if (QFile::exists(installerPath)) {
-        gDownloadState().installerReady = installerPath;
-        m_installOffer->OfferKept(installerPath);
-    }
+    m_end->OfferKept(installerPath);
 }
 
 void DownloadMgr::Install()
 {
-    m_installOffer->Install();
+    m_end->Install();
 }

@@ -2,9 +2,9 @@
 
 #pragma once
 
-#include "update/base/DownloadSystem.h"
-#include "update/transfer/AnswerFilter.h"
-#include "update/transfer/RangeStore.h"
+#include "update/base/UpdateContext.h"
+#include "update/plan/ResumeState.h"
+#include "update/transfer/RangeTask.h"
 
 #include <QNetworkReply>
 #include <QObject>
@@ -13,37 +13,37 @@
 
 #include <memory>
 
-class InstallOffer;
-class PackagePlacer;
+class NetworkCheck;
+class PackageEnd;
 class ProcessLock;
-class QNetworkAccessManager;
-class QNetworkRequest;
-class TransferWatch;
+class RangeTransfer;
 
 /// Fetches one byte range of a package into the pre-allocated target file. The downloader that
 /// completes the package also puts it in place and asks the user to install it.
 ///
-///     ResumeDownload ─► GET with Range ◄───────────────────────────────────────────┐
-///       ├─► _ReadyRead          judged once, then each chunk: write, count, save   │ asks again
-///       ├─► _DownloadFinished   all bytes there: the range has ended ─────────┐    │ for the rest
-///       │                       short: cut ──────────────────────────────────────►─┤
-///       ├─► ReplyError          logs, ends the range                          │    │
-///       ├─► _TimeOut            stalled ──────────────────────────────────────────►┘
-///       └─► ReplyFinished       Error; or follows a redirect:                 │
-///             GET without Range ─► slotDownloadProgress: all there ───────────┤
-///                                                                             ▼
-///                        the last range: flush or patch, the package in place, InstallOffer
+///     Idle ─ ResumeDownload ─► Fetching ◄─┐ cut or stalled: RangeTransfer asks again
+///                                 │  │  └─┘ redirected: FollowRedirect
+///                                 │  │
+///                                 │  ├─ EndRange               has all bytes: counted as ended; the
+///                                 │  │                         last range completes the package
+///                                 │  ├─ FailRange              counted as ended, and `Error`
+///                                 │  ├─ CompleteWholePackage   all bytes behind a redirect
+///                                 │  └─ Stop                   neither counted nor reported
+///                                 ▼
+///                               Ended ─► a complete package goes to PackageEnd, which places or
+///                                        patches it and offers its installer
 ///
-/// Thread:    GUI thread. The five downloaders of a package share `gDownloadState()`.
-/// Ownership: its Qt parent. Deleting it, which the host may do in any slot, ends its transfer; the
-///            resume state stays as last written.
+/// Thread:    GUI thread.
+/// Ownership: its Qt parent. What the context names outlives it. Deleting it, which the host may do
+///            in any slot, ends its transfer; the resume state stays as last written.
 /// Errors:    `Error` carries one of two fixed texts; the log says why.
 class DownloadMgr : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit DownloadMgr(QObject *parent, DownloadSystem seams = {});
+    /// Opens the resume state; for a range, the plan has to be recorded in it before.
+    DownloadMgr(const UpdateContext &context, QObject *parent);
     ~DownloadMgr() override;
 
     /// Starts to fetch a range.
@@ -73,7 +73,7 @@ public:
     /// Ends the transfer for good: nothing is written, counted or emitted for this range any more.
     void Stop();
 
-    /// The range has been started and has not ended yet.
+    /// The range has been started and has not ended yet, or the package is being put in place.
     bool IsRunning() const;
 
     /// Puts on disk how far this range has come.
@@ -93,7 +93,8 @@ signals:
     void BeginInstall();
     void CancelInstall();
     void InstallStarted();
-    /// The incremental package could not be turned into an installer; nothing follows from here.
+    /// The incremental package could not be turned into an installer. The downloader does nothing
+    /// more.
     void PatchIncreasePackageFaild();
 
 public slots:
@@ -103,64 +104,47 @@ public slots:
     void DownloadIncreasePackageProgress(qint64 bytesReceived, qint64 bytesTotal);
     void ReplyError(QNetworkReply::NetworkError code);
     void _ReadyRead();
+    /// Part of the interface; does nothing.
     void _slotDownloadProgress(qint64 bytesReceived, qint64 bytesTotal);
     void _DownloadFinished();
 
 public:
+    /// A change of the language repeats the last failure in the new one.
     bool event(QEvent *event) override;
 
-private slots:
-    void _AskAgain();
-    void _GivenUp();
-    void _Placed();
-
 private:
+    enum class State { Idle, Fetching, Ended };
+
     /// Whether this object outlives the call that it guards.
     using Alive = QPointer<DownloadMgr>;
 
-    // Asking
-    bool IsRedirected() const { return m_redirects > 0; }
-    void RequestRest();
-    void Send(const QNetworkRequest &request);
+    void Fetch(const RangeTask &task);
+    void ArmWatchdog();
     void FollowRedirect(QNetworkReply *reply);
-    void Cut();
-    void LetGoOfReply();
-
-    // Receiving
     void Receive(const char *function);
-    void WriteChunk(const char *function);
-    bool HasReceivedWhole(qint64 bytesReceived, qint64 bytesTotal);
 
-    // Ending
+    // The ends of a range
     void EndRange();
-    void CloseRange();
-    void GiveUp(const char *text);
-    void Fail(const char *text);
-    void CompleteIncreasePackage();
-    void OfferInstall(const QString &installer);
+    void FailRange(const char *text);
+    bool CompleteWholePackage(qint64 bytesReceived, qint64 bytesTotal);
+    void CloseTransfer();
 
-    DownloadSystem m_seams;
-    RangeStore m_store;
-    AnswerFilter m_check;
-    QNetworkAccessManager *m_manager;
-    QPointer<QNetworkReply> m_reply;
-    TransferWatch *m_watch;
-    PackagePlacer *m_placer;
-    InstallOffer *m_installOffer;
+    void CompleteIncreasePackage();
+    void ReportFailure(const char *text);
+
+    UpdateContext m_context;
+    ResumeState m_resumeSettings;
+    RangeTransfer *m_transfer;
+    PackageEnd *m_end;
+    /// On a thread of its own; made with the first request.
+    NetworkCheck *m_networkCheck = nullptr;
+    std::shared_ptr<ProcessLock> m_lock;
+    RangeTask m_task;
+    State m_state = State::Idle;
     /// Source text of the message that `Error` carries; null while nothing has failed.
     const char *m_errorText = nullptr;
-    /// The range's failure was told; one failure shows in several places.
-    bool m_errorTold = false;
+    /// The range's failure was emitted. One failure shows in several signals of a reply.
+    bool m_isErrorReported = false;
+    /// The last progress of a redirected reply; its final notice arrives twice.
     qint64 m_receivedOnRedirect = 0;
-    int m_redirects = 0;
-    QUrl m_url;
-    QString m_installerPath;
-    QString m_oldPackagePath;
-    QString m_targetPath;
-    QString m_expectedMd5;
-    bool m_incremental = false;
-    bool m_started = false;
-    bool m_finishHandled = false;
-    qint64 m_furthestByte = 0;
-    std::shared_ptr<ProcessLock> m_lock;
 };

@@ -21,7 +21,28 @@ namespace
 {
 constexpr int limitMs = 5000;
 constexpr int statusReceived = 200;
+
+class ProcessReports : public EventSink
+{
+public:
+    void SetReportInfo(const QString &oldVersion, const QString &newVersion,
+                       const QString &packageType) override
+    {
+        UpdateEventReport::GetInstance()->SetReportInfo(oldVersion, newVersion, packageType);
+    }
+    void ReportEvent(EventType type) override
+    {
+        UpdateEventReport::GetInstance()->ReportEvent(type);
+    }
+    void WaitForReports() override { UpdateEventReport::GetInstance()->WaitForReports(); }
+};
 } // namespace
+
+EventSink &gProcessReports()
+{
+    static ProcessReports reports;
+    return reports;
+}
 
 UpdateEventReport *UpdateEventReport::GetInstance()
 {

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "update/base/EventSink.h"
 #include "update/report/EventRecord.h"
 
 #include <QFuture>
@@ -26,21 +27,11 @@
 ///            elsewhere.
 /// Ownership: one instance for the process, which is destroyed when it exits.
 /// Errors:    none reach a caller; a record that fails twice is lost.
-class UpdateEventReport : public QObject
+class UpdateEventReport : public QObject, public EventSink
 {
     Q_OBJECT
 
 public:
-    /// The result that is sent with a record. -5 was never given out.
-    enum EventType : qint32 {
-        InstallStarted = 1,
-        DownloadError = -1,
-        PatchMd5Mismatch = -2,
-        PatchDispatchFailed = -3,
-        OldVersionMd5Mismatch = -4,
-        InstallStartFailed = -6
-    };
-
     static UpdateEventReport *GetInstance();
 
     /// Waits for every report that was started.
@@ -48,14 +39,14 @@ public:
 
     /// What the records that follow tell about the update. @p packageType is "full" or "ins".
     void SetReportInfo(const QString &oldVersion, const QString &newVersion,
-                       const QString &packageType);
+                       const QString &packageType) override;
 
     /// Sends a record of @p type now, or behind those that are on their way.
-    void ReportEvent(EventType type);
+    void ReportEvent(EventType type) override;
 
     /// Blocks until every report that was started has ended, at most about 5 s for each. Events
     /// that still wait behind one in flight are not started meanwhile.
-    void WaitForReports();
+    void WaitForReports() override;
 
     /// Sends the record and tells the outcome through a queued `_ReportFinished`. For `StartReport`
     /// only.
@@ -82,3 +73,7 @@ private:
     QFuture<void> m_future;
     QFutureSynchronizer<void> m_synchronizer;
 };
+
+/// The process's reports. The instance behind them is made with the first call, not before: making it
+/// reads the client sign, or stores a new one.
+EventSink &gProcessReports();

@@ -13,15 +13,16 @@ constexpr char logFile[] = "UpdateCommon";
 constexpr char logFunction[] = "VersionInfo::ParseXml";
 
 /// The first descendant of @p context with the name @p tag; a null element when there is none.
-QDomElement gFirst(const QDomElement &context, const char *tag)
+QDomElement gFirstElement(const QDomElement &context, const char *tag)
 {
     return context.elementsByTagName(QLatin1String(tag)).at(0).toElement();
 }
 
-QString gFirstText(const QDomElement &context, const char *tag)
+QString gTextOfFirst(const QDomElement &context, const char *tag)
 {
-    return gFirst(context, tag).text();
+    return gFirstElement(context, tag).text();
 }
+
 /// Whether the elements of @p xml are nested as a manifest's are, and not so deep that walking down to
 /// them would take more stack than there is.
 bool gIsShallow(const QString &xml)
@@ -56,6 +57,14 @@ void VersionInfo::setXml(const QString &xml)
     ParseXml();
 }
 
+PackageOffer VersionInfo::Offer() const
+{
+    const bool namesVersion = !m_releaseNotes.isEmpty();
+    return {namesVersion,  namesVersion ? m_releaseNotes.first().version : QString(),
+            m_exeUrl,      m_increaseUrl,
+            m_increaseMd5, m_oldVerify};
+}
+
 QString VersionInfo::wrapNotes(QString notes)
 {
     if (notes.contains(QLatin1String("<ol>"))) {
@@ -66,8 +75,7 @@ QString VersionInfo::wrapNotes(QString notes)
 
 void VersionInfo::ParseXml()
 {
-    // The full package's MD5 is not among the resets: it outlives a manifest that lacks it.
-    // Deliberate.
+    // The full package's MD5 is not reset: publishers' manifests may leave it out after the first.
     m_releaseNotes.clear();
     m_exeUrl.clear();
     m_increaseUrl.clear();
@@ -84,17 +92,17 @@ void VersionInfo::ParseXml()
     }
     const QDomElement root = document.documentElement();
 
-    m_exeUrl = gFirstText(root, "ExeUrl_x64");
+    m_exeUrl = gTextOfFirst(root, "ExeUrl_x64");
     // Searched in the whole document: it has to stand before the incremental package's own
     // checksum.
-    if (const QDomElement verify = gFirst(root, "Verify_x64"); !verify.isNull()) {
+    if (const QDomElement verify = gFirstElement(root, "Verify_x64"); !verify.isNull()) {
         m_fullPackageMd5 = verify.text();
         QUILLON_LOG(logFile, logFunction, "full package md5 = %s",
                     m_fullPackageMd5.toLocal8Bit().constData());
     }
     ParseReleaseNotes(root);
     ParseIncreasePackage(root);
-    if (const QDomElement oldVerify = gFirst(root, "OldVerify_x64"); !oldVerify.isNull()) {
+    if (const QDomElement oldVerify = gFirstElement(root, "OldVerify_x64"); !oldVerify.isNull()) {
         m_oldVerify = oldVerify.text();
         QUILLON_LOG(logFile, logFunction, "full package oldVerify = %s",
                     m_oldVerify.toLocal8Bit().constData());
@@ -104,24 +112,25 @@ void VersionInfo::ParseXml()
 void VersionInfo::ParseReleaseNotes(const QDomElement &document)
 {
     const QDomNodeList items =
-        gFirst(document, "WhatNews").elementsByTagName(QStringLiteral("Item"));
+        gFirstElement(document, "WhatNews").elementsByTagName(QStringLiteral("Item"));
     for (int index = 0; index < items.length(); ++index) {
         const QDomElement item = items.at(index).toElement();
-        m_releaseNotes.append({gFirstText(item, "Version"), wrapNotes(gFirstText(item, "Text"))});
+        m_releaseNotes.append(
+            {gTextOfFirst(item, "Version"), wrapNotes(gTextOfFirst(item, "Text"))});
     }
 }
 
 void VersionInfo::ParseIncreasePackage(const QDomElement &document)
 {
-    const QDomElement package = gFirst(document, "IncreasePackage");
+    const QDomElement package = gFirstElement(document, "IncreasePackage");
     if (package.isNull()) {
         return;
     }
-    m_increaseUrl = gFirstText(package, "Url_x64");
-    m_increaseVersion = gFirstText(package, "Version");
-    m_increaseMd5 = gFirstText(package, "Verify_x64");
-    m_increaseSize = gFirstText(package, "Size_x64").toUInt();
-    m_autoNotify = gFirstText(package, "AutoNotify").toInt() != 0;
+    m_increaseUrl = gTextOfFirst(package, "Url_x64");
+    m_increaseVersion = gTextOfFirst(package, "Version");
+    m_increaseMd5 = gTextOfFirst(package, "Verify_x64");
+    m_increaseSize = gTextOfFirst(package, "Size_x64").toUInt();
+    m_autoNotify = gTextOfFirst(package, "AutoNotify").toInt() != 0;
     QUILLON_LOG(logFile, logFunction, "increase package url = %s",
                 m_increaseUrl.toLocal8Bit().constData());
     QUILLON_LOG(logFile, logFunction, "increase package version = %s",

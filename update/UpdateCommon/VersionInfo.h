@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "update/plan/PackageOffer.h"
+
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -58,6 +60,9 @@ public:
     qint64 IncreaseSize() const { return m_increaseSize; }
     bool AutoNotify() const { return m_autoNotify; }
     QString OldVerify() const { return m_oldVerify; }
+
+    /// What of the manifest the plan of a download needs.
+    PackageOffer Offer() const;
 
     bool HasExeUrl() const { return !m_exeUrl.isEmpty(); }
     bool HasIncreasePackage() const { return !m_increaseUrl.isEmpty(); }

@@ -8,6 +8,13 @@ DownloadState &gDownloadState()
     return state;
 }
 
+void DownloadState::BeginPlan()
+{
+    downloadStarted = true;
+    finishedSegments = 0;
+    validator.clear();
+}
+
 DownloadState::Left DownloadState::CountEndedRange(qint64 packageSize)
 {
     if (!downloadStarted) {
@@ -19,9 +26,16 @@ DownloadState::Left DownloadState::CountEndedRange(qint64 packageSize)
     const bool allEnded = finishedSegments == activeSegments;
     const bool isComplete = packageSize > 0 && alreadyDownloaded == packageSize;
     if (allEnded || isComplete) {
-        finishedSegments = 0;
-        downloadStarted = false;
+        EndDownload();
         return isComplete ? Left::Nothing : Left::Bytes;
     }
     return Left::Others;
+}
+
+bool DownloadState::EndDownload()
+{
+    const bool wasStarted = downloadStarted;
+    downloadStarted = false;
+    finishedSegments = 0;
+    return wasStarted;
 }

@@ -6,21 +6,21 @@
 #include <QString>
 #include <QtGlobal>
 
-/// What the planner and the downloaders of all ranges share, process-wide.
+/// What the plan and the downloaders of its ranges share. There is one for the process; it is made
+/// known to an update through its `UpdateContext`.
 ///
 /// Thread: GUI thread only; there are no locks.
 struct DownloadState {
-    /// Bytes of each of the ranges 1 to 4; the last range takes the remainder as well.
-    qint64 segmentSize = 0;
     /// A plan is being downloaded; cleared by the range that ends it.
     bool downloadStarted = false;
-    /// Bytes of the package that are written, all ranges together.
+    /// Bytes of the package that are written in place, all ranges together.
     qint64 alreadyDownloaded = 0;
     /// Ranges of this plan that were not complete when it started.
     int activeSegments = 0;
     /// Ranges that have ended since the last completion.
     int finishedSegments = 0;
-    /// What the server told this plan about the version of the package; empty until it told.
+    /// The version of the package that this plan's bytes come from, as the server named it first;
+    /// empty until it did.
     QByteArray validator;
     /// Path of the installer that is ready to be started.
     QString installerReady;
@@ -34,9 +34,16 @@ struct DownloadState {
         Bytes
     };
 
-    /// One more range has ended. @return what is left then of a package of @p packageSize bytes;
-    /// `Nothing` and `Bytes` end the download and come once.
+    /// A plan begins; no range of it has ended yet.
+    void BeginPlan();
+
+    /// Counts one more range as ended. @return what is left of a package of @p packageSize bytes;
+    /// `Nothing` and `Bytes` end the download and are returned once for a plan.
     Left CountEndedRange(qint64 packageSize);
+
+    /// Ends the download. @return whether this call was the one that ended it.
+    bool EndDownload();
 };
 
+/// The state of this process. For the dialog, which hands it in, and for tests.
 DownloadState &gDownloadState();

@@ -9,3 +9,9 @@ void gCallLater(std::chrono::milliseconds delay, QObject *context,
 {
     QTimer::singleShot(delay, context, action);
 }
+
+const DownloadSystem &gRealSystem()
+{
+    static const DownloadSystem system;
+    return system;
+}

@@ -17,8 +17,10 @@ class QObject;
 void gCallLater(std::chrono::milliseconds delay, QObject *context,
                 const std::function<void()> &action);
 
-/// What a download takes from the system around it, and its limits. The defaults are the real ones;
-/// tests put in their own.
+/// What a download takes from the system around it, and its limits. The values written here are the
+/// real ones; a test changes them and injects its faults here.
+///
+/// It is handed in at the top and passed on by reference; it outlives every dialog that uses it.
 struct DownloadSystem {
     /// How long a size query may stay without an answer.
     std::chrono::milliseconds sizeLimit{30000};
@@ -35,3 +37,6 @@ struct DownloadSystem {
     std::function<QString()> bootIdentity = gBootIdentity;
     FlushFunction flush = gFlushToDisk;
 };
+
+/// The real system, for the dialog.
+const DownloadSystem &gRealSystem();

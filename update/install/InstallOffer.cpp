@@ -3,19 +3,13 @@
 #include "update/install/InstallOffer.h"
 
 #include "ui/URMessageBox.h"
+#include "update/base/Texts.h"
 #include "update/install/InstallerLaunch.h"
 
-#include <QCoreApplication>
 #include <QPointer>
 
 namespace
 {
-/// The texts are those of the downloader: translations of hosts know them by its name.
-QString gText(const char *text)
-{
-    return QCoreApplication::translate("DownloadMgr", text);
-}
-
 constexpr char title[] = QT_TRANSLATE_NOOP("DownloadMgr", "Information");
 constexpr char downloadedText[] = QT_TRANSLATE_NOOP(
     "DownloadMgr",
@@ -28,8 +22,9 @@ constexpr char keptText[] = QT_TRANSLATE_NOOP(
     "time.");
 } // namespace
 
-InstallOffer::InstallOffer(QObject *parent)
+InstallOffer::InstallOffer(EventSink &events, QObject *parent)
     : QObject(parent)
+    , m_events(events)
     , m_messageBox(new URMessageBox(URMessageBox::Question, this))
 {
     connect(m_messageBox, &URMessageBox::Yes, this, &InstallOffer::_Yes);
@@ -42,14 +37,15 @@ void InstallOffer::OfferDownloaded(const QString &installer)
     const QPointer<InstallOffer> alive(this);
     emit BeginInstall();
     if (alive != nullptr) {
-        m_messageBox->ShowMessage(gText(title), gText(downloadedText));
+        m_messageBox->ShowMessage(gTranslateForDownload(title),
+                                  gTranslateForDownload(downloadedText));
     }
 }
 
 void InstallOffer::OfferKept(const QString &installer)
 {
     m_installer = installer;
-    m_messageBox->ShowMessage(gText(title), gText(keptText));
+    m_messageBox->ShowMessage(gTranslateForDownload(title), gTranslateForDownload(keptText));
 }
 
 void InstallOffer::Install()
@@ -63,10 +59,11 @@ void InstallOffer::_Yes()
 {
     m_installRequested = true;
     const QString installer = m_installer;
+    EventSink &events = m_events;
     const QPointer<InstallOffer> alive(this);
     emit Close();
-    // The user's answer holds even if the host has deleted the dialog in its slot for Close.
-    if (gLaunchInstaller(installer) && alive != nullptr) {
+    // The installer is started even if the host has deleted the dialog in its slot for Close.
+    if (gLaunchInstaller(installer, events) && alive != nullptr) {
         emit InstallStarted();
     }
 }
@@ -83,7 +80,7 @@ void InstallOffer::_Cancel()
 
 void InstallOffer::Start(const QString &installer)
 {
-    if (gLaunchInstaller(installer)) {
+    if (gLaunchInstaller(installer, m_events)) {
         emit InstallStarted();
     }
 }

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 
+class EventSink;
 class URMessageBox;
 
 /// Asks the user whether an installer is to be started now or next time, and acts on the answer.
@@ -21,7 +22,7 @@ class InstallOffer : public QObject
     Q_OBJECT
 
 public:
-    explicit InstallOffer(QObject *parent);
+    InstallOffer(EventSink &events, QObject *parent);
 
     /// Offers the installer that has just been put in place.
     void OfferDownloaded(const QString &installer);
@@ -45,6 +46,7 @@ private slots:
 private:
     void Start(const QString &installer);
 
+    EventSink &m_events;
     URMessageBox *m_messageBox;
     QString m_installer;
     bool m_installRequested = false;

@@ -4,9 +4,9 @@
 
 #include "api/Log.h"
 #include "platform/DetachedProcess.h"
-#include "update/UpdateCommon/UpdateEventReport.h"
+#include "update/base/EventSink.h"
 
-bool gLaunchInstaller(const QString &installer)
+bool gLaunchInstaller(const QString &installer, EventSink &events)
 {
     QString failure;
     const bool started = gStartDetached(installer, &failure);
@@ -15,9 +15,7 @@ bool gLaunchInstaller(const QString &installer)
                     installer.toStdString().c_str());
         QUILLON_LOG("UpdateCommon", "DownloadMgr::Install", "%s", failure.toStdString().c_str());
     }
-    UpdateEventReport *const reports = UpdateEventReport::GetInstance();
-    reports->ReportEvent(started ? UpdateEventReport::InstallStarted
-                                 : UpdateEventReport::InstallStartFailed);
-    reports->WaitForReports();
+    events.ReportEvent(started ? EventSink::InstallStarted : EventSink::InstallStartFailed);
+    events.WaitForReports();
     return started;
 }

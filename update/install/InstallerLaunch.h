@@ -4,7 +4,9 @@
 
 #include <QString>
 
-/// Starts @p installer detached, reports whether that worked, and blocks until the reports that are
-/// on their way have ended: the host is about to terminate itself.
+class EventSink;
+
+/// Starts @p installer detached, reports to @p events whether that worked, and blocks until the
+/// reports that are on their way have ended: the host is about to terminate itself.
 /// @return whether the installer was started.
-bool gLaunchInstaller(const QString &installer);
+bool gLaunchInstaller(const QString &installer, EventSink &events);

@@ -4,7 +4,9 @@
 
 #include "api/FileDigest.h"
 #include "api/Log.h"
-#include "update/UpdateCommon/UpdateEventReport.h"
+#include "update/base/DownloadSystem.h"
+#include "update/base/EventSink.h"
+#include "update/base/UpdateContext.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -15,34 +17,36 @@ namespace
 constexpr char logFile[] = "UpdateCommon";
 constexpr char logFunction[] = "DownloadMgr::PatchIncreasePackage";
 
-/// Whether the program ended by itself in time. Its exit code is not asked: the result is verified.
-bool gRun(const QString &program, const QStringList &arguments, std::chrono::milliseconds limit)
+/// @return whether the program ended by itself in time. The exit code is not examined: the result is
+/// verified.
+bool gRunPatchProgram(const QString &program, const QStringList &arguments,
+                      std::chrono::milliseconds limit)
 {
     QProcess process;
     process.start(program, arguments);
     const bool ended = process.waitForFinished(static_cast<int>(limit.count()));
-    const QByteArray words = process.readAllStandardError().trimmed();
-    if (!words.isEmpty()) {
-        QUILLON_LOG(logFile, logFunction, "%s", words.constData());
+    const QByteArray output = process.readAllStandardError().trimmed();
+    if (!output.isEmpty()) {
+        QUILLON_LOG(logFile, logFunction, "%s", output.constData());
     }
     return ended && process.exitStatus() == QProcess::NormalExit;
 }
 
-bool gIsVerified(const QString &newInstaller, const QString &expectedMd5)
+bool gVerify(const QString &newInstaller, const QString &expectedMd5, EventSink &events)
 {
     if (FileMd5Hex(newInstaller) == expectedMd5) {
         QUILLON_LOG(logFile, logFunction, "End Patch IncreasePackage");
         return true;
     }
     QUILLON_LOG(logFile, logFunction, "Match PatchPackage md5 Failed");
-    UpdateEventReport::GetInstance()->ReportEvent(UpdateEventReport::PatchMd5Mismatch);
+    events.ReportEvent(EventSink::PatchMd5Mismatch);
     return false;
 }
 
-/// The new installer takes the place of one that is whole, also when the power fails meanwhile.
-bool gIsOnDisk(const QString &newInstaller, const DownloadSystem &seams)
+/// The kept installer is whole: the new one replaces it only once a loss of power cannot damage it.
+bool gFlushNewInstaller(const QString &newInstaller, const DownloadSystem &system)
 {
-    if (seams.flush(newInstaller) != FlushResult::Failed) {
+    if (system.flush(newInstaller) != FlushResult::Failed) {
         return true;
     }
     QUILLON_LOG(logFile, logFunction, "disk failure, %s cannot be put on stable storage",
@@ -50,7 +54,7 @@ bool gIsOnDisk(const QString &newInstaller, const DownloadSystem &seams)
     return false;
 }
 
-bool gReplace(const QString &keptInstaller, const QString &newInstaller)
+bool gReplaceKeptInstaller(const QString &keptInstaller, const QString &newInstaller)
 {
     if (QFile::remove(keptInstaller) && QFile::rename(newInstaller, keptInstaller)) {
         return true;
@@ -61,7 +65,7 @@ bool gReplace(const QString &keptInstaller, const QString &newInstaller)
 } // namespace
 
 bool gPatchKeptInstaller(const QString &keptInstaller, const QString &patchFile,
-                         const QString &expectedMd5, const DownloadSystem &seams)
+                         const QString &expectedMd5, const UpdateContext &context)
 {
     const QString program = QCoreApplication::applicationDirPath() + QStringLiteral("/bspatch.exe");
     if (!QFile::exists(program)) {
@@ -69,12 +73,14 @@ bool gPatchKeptInstaller(const QString &keptInstaller, const QString &patchFile,
     }
     QUILLON_LOG(logFile, logFunction, "Start Patch IncreasePackage");
     const QString newInstaller = keptInstaller + QStringLiteral(".patch");
-    if (gRun(program, {keptInstaller, newInstaller, patchFile}, seams.patchLimit) &&
-        gIsVerified(newInstaller, expectedMd5) && gIsOnDisk(newInstaller, seams) &&
-        gReplace(keptInstaller, newInstaller)) {
+    if (gRunPatchProgram(program, {keptInstaller, newInstaller, patchFile},
+                         context.system.patchLimit) &&
+        gVerify(newInstaller, expectedMd5, context.events) &&
+        gFlushNewInstaller(newInstaller, context.system) &&
+        gReplaceKeptInstaller(keptInstaller, newInstaller)) {
         return true;
     }
     QUILLON_LOG(logFile, logFunction, "DispatchPackageFailed!!!");
-    UpdateEventReport::GetInstance()->ReportEvent(UpdateEventReport::PatchDispatchFailed);
+    context.events.ReportEvent(EventSink::PatchDispatchFailed);
     return false;
 }

@@ -7,7 +7,7 @@
 
 #include <utility>
 
-PackagePlacer::PackagePlacer(RangeStore *store, FlushFunction flush, QObject *parent)
+PackagePlacer::PackagePlacer(RangeStore &store, FlushFunction flush, QObject *parent)
     : QObject(parent)
     , m_store(store)
     , m_flush(std::move(flush))
@@ -19,7 +19,7 @@ void PackagePlacer::Start(const QString &installerPath, std::shared_ptr<ProcessL
     m_isRunning = true;
     m_installerPath = installerPath;
     m_lock = std::move(lock);
-    gFlushInBackground(m_store->TargetPath(), m_flush, this,
+    gFlushInBackground(m_store.TargetPath(), m_flush, this,
                        [this](FlushResult result) { Place(result); });
 }
 
@@ -39,10 +39,10 @@ void PackagePlacer::Place(FlushResult result)
     bool isPlaced = false;
     if (result == FlushResult::Failed) {
         QUILLON_LOG("UpdateCommon", function, "disk failure, %s cannot be put on stable storage",
-                    m_store->TargetPath().toStdString().c_str());
-        m_store->MarkAsDoubtful();
+                    m_store.TargetPath().toStdString().c_str());
+        m_store.MarkAsDoubtful();
     } else {
-        isPlaced = m_store->MoveTo(m_installerPath, function);
+        isPlaced = m_store.MoveTo(m_installerPath, function);
     }
     Cancel();
     if (isPlaced) {

@@ -21,7 +21,7 @@ class PackagePlacer : public QObject
     Q_OBJECT
 
 public:
-    PackagePlacer(RangeStore *store, FlushFunction flush, QObject *parent);
+    PackagePlacer(RangeStore &store, FlushFunction flush, QObject *parent);
 
     /// Holds @p lock until the package is in place.
     void Start(const QString &installerPath, std::shared_ptr<ProcessLock> lock);
@@ -36,7 +36,7 @@ signals:
 private:
     void Place(FlushResult result);
 
-    RangeStore *m_store;
+    RangeStore &m_store;
     FlushFunction m_flush;
     QString m_installerPath;
     std::shared_ptr<ProcessLock> m_lock;

@@ -4,17 +4,16 @@
 
 #include "api/Log.h"
 #include "update/plan/PackageFolder.h"
-#include "update/UpdateCommon/VersionInfo.h"
+#include "update/plan/PackageOffer.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 #include <algorithm>
 
 namespace
 {
-/// Everything behind the last slash of a package's address. A backslash ends a folder's name on some
-/// systems, and no manifest has to say in which folder its package lies.
+/// Everything behind the last slash of a package's address. A backslash separates folders on Windows:
+/// a manifest must not choose the folder that its package is written to.
 QString gLastComponent(const QString &url)
 {
     const int slash =
@@ -23,26 +22,16 @@ QString gLastComponent(const QString &url)
 }
 } // namespace
 
-DownloadTarget gDownloadTarget(const VersionInfo &versionInfo, bool incremental)
+DownloadTarget gDownloadTarget(const PackageOffer &offer, bool incremental)
 {
     const QString folder = gPackageFolder() + QLatin1Char('/');
-    const QString installerPath = folder + gLastComponent(versionInfo.ExeUrl());
+    const QString installerPath = folder + gLastComponent(offer.fullUrl);
     if (incremental) {
-        return {QUrl(versionInfo.IncreaseUrl()), folder + gLastComponent(versionInfo.IncreaseUrl()),
-                installerPath, versionInfo.IncreaseMd5()};
+        return {QUrl(offer.incrementalUrl), folder + gLastComponent(offer.incrementalUrl),
+                installerPath, offer.incrementalMd5, true};
     }
-    return {QUrl(versionInfo.ExeUrl()), folder + QStringLiteral("Corvina9(x64).tmp"), installerPath,
-            QString()};
-}
-
-bool gSparesKeptInstaller(const DownloadTarget &target, const QString &kept)
-{
-    if (QFileInfo(target.path) != QFileInfo(kept)) {
-        return true;
-    }
-    QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::UpdateNow",
-                "the incremental package has the name of the kept installer and is not taken");
-    return false;
+    return {QUrl(offer.fullUrl), folder + QStringLiteral("Corvina9(x64).tmp"), installerPath,
+            QString(), false};
 }
 
 void gCreateEmptyFile(const QString &path, qint64 size)

@@ -5,9 +5,9 @@
 #include <QString>
 #include <QUrl>
 
-class VersionInfo;
+struct PackageOffer;
 
-/// What of a manifest is downloaded, and where it goes.
+/// What of an offer is downloaded, and where it goes.
 struct DownloadTarget {
     QUrl url;
     /// The file that the ranges are written into.
@@ -16,14 +16,12 @@ struct DownloadTarget {
     QString installerPath;
     /// MD5 of the result of an incremental package; empty for the full one.
     QString expectedMd5;
+    bool isIncremental = false;
 };
 
-DownloadTarget gDownloadTarget(const VersionInfo &versionInfo, bool incremental);
-
-/// Whether a download to @p target leaves the installer at @p kept alone, which it applies to. A manifest
-/// may name the incremental package as it likes.
-bool gSparesKeptInstaller(const DownloadTarget &target, const QString &kept);
+/// The full or the incremental package of @p offer, in the folder of `gPackageFolder()`.
+DownloadTarget gDownloadTarget(const PackageOffer &offer, bool incremental);
 
 /// Makes @p path an empty file of @p size bytes. What fails is logged only: the downloads start all
-/// the same, and say what fails when they write.
+/// the same, and report what fails when they write.
 void gCreateEmptyFile(const QString &path, qint64 size);

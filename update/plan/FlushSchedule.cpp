@@ -4,13 +4,13 @@
 
 #include "api/Log.h"
 
-FlushSchedule::FlushSchedule(ResumeState *state, const DownloadSystem &seams, QObject *parent)
+FlushSchedule::FlushSchedule(ResumeState &state, const DownloadSystem &system, QObject *parent)
     : QObject(parent)
     , m_state(state)
-    , m_seams(seams)
+    , m_system(system)
 {
     m_timer.setSingleShot(true);
-    m_timer.setInterval(m_seams.flushTime);
+    m_timer.setInterval(m_system.flushTime);
     connect(&m_timer, &QTimer::timeout, this, &FlushSchedule::Flush);
 }
 
@@ -23,7 +23,7 @@ void FlushSchedule::Begin(const QString &path)
 void FlushSchedule::Written(qint64 bytes)
 {
     m_unflushed += bytes;
-    if (m_unflushed >= m_seams.flushBytes) {
+    if (m_unflushed >= m_system.flushBytes) {
         Flush();
     } else if (!m_timer.isActive()) {
         m_timer.start();
@@ -48,7 +48,7 @@ void FlushSchedule::Flush()
     Bytes bytes{};
     int number = 1;
     for (qint64 &byte : bytes) {
-        byte = m_state->StartByte(number++);
+        byte = m_state.StartByte(number++);
     }
     m_timer.stop();
     m_unflushed = 0;
@@ -73,17 +73,17 @@ void FlushSchedule::Flush()
             Written(0);
         }
     };
-    gFlushInBackground(m_path, m_seams.flush, this, done);
+    gFlushInBackground(m_path, m_system.flush, this, done);
 }
 
 void FlushSchedule::Record(const Bytes &bytes)
 {
-    m_state->SetBootId(m_seams.bootIdentity());
+    m_state.SetBootId(m_system.bootIdentity());
     int number = 1;
     for (const qint64 byte : bytes) {
-        m_state->SetFlushedByte(number++, byte);
+        m_state.SetFlushedByte(number++, byte);
     }
-    m_state->Sync();
+    m_state.Sync();
 }
 
 void FlushSchedule::MarkAsDoubtful()
@@ -91,7 +91,7 @@ void FlushSchedule::MarkAsDoubtful()
     QUILLON_LOG("LiveUpdateMgr", "FlushSchedule::Flush",
                 "disk failure, the data cannot be put on stable storage, file path = %s",
                 m_path.toStdString().c_str());
-    m_state->SetBootId(QString());
-    m_state->Sync();
+    m_state.SetBootId(QString());
+    m_state.Sync();
     End();
 }

@@ -17,13 +17,13 @@
 ///     Begin ─► Written, Written, … ─► enough bytes or time ─► flush on a pool thread
 ///                                                               └─► recorded; or Failed
 ///
-/// Thread:    GUI thread. Ownership: its Qt parent, which owns @p state as well.
+/// Thread:    GUI thread. Ownership: its Qt parent. The state and the system outlive it.
 class FlushSchedule : public QObject
 {
     Q_OBJECT
 
 public:
-    FlushSchedule(ResumeState *state, const DownloadSystem &seams, QObject *parent);
+    FlushSchedule(ResumeState &state, const DownloadSystem &system, QObject *parent);
 
     /// A download into the file at @p path starts or goes on.
     void Begin(const QString &path);
@@ -44,8 +44,8 @@ private:
     void Record(const Bytes &bytes);
     void MarkAsDoubtful();
 
-    ResumeState *m_state;
-    DownloadSystem m_seams;
+    ResumeState &m_state;
+    const DownloadSystem &m_system;
     QTimer m_timer;
     QString m_path;
     qint64 m_unflushed = 0;

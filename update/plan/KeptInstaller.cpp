@@ -4,30 +4,14 @@
 
 #include "api/FileDigest.h"
 #include "api/Log.h"
-#include "api/ProductSettings.h"
 #include "platform/FileVersion.h"
-#include "update/UpdateCommon/UpdateEventReport.h"
+#include "update/base/EventSink.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSettings>
-#include <QTemporaryFile>
-
-namespace
-{
-/// Whether the disk takes another file like the one at @p path, and something more.
-bool gHasRoomForAnother(const QString &path)
-{
-    constexpr int more = 65536;
-
-    QTemporaryFile other(path + QStringLiteral(".XXXXXX"));
-    const QByteArray bytes(static_cast<int>(QFileInfo(path).size()) + more, ' ');
-    return other.open() && other.write(bytes) == bytes.size() && other.flush();
-}
-} // namespace
 
 QString gFindKeptInstaller(const QString &folder, const QString &currentVersion,
-                           const QString &expectedMd5)
+                           const QString &expectedMd5, EventSink &events)
 {
     constexpr char logFile[] = "LiveUpdateMgr";
     constexpr char logFunction[] = "LiveUpdateMgr::UpdateNow";
@@ -49,25 +33,7 @@ QString gFindKeptInstaller(const QString &folder, const QString &currentVersion,
             return path;
         }
         QUILLON_LOG(logFile, logFunction, "Match old version md5 failed");
-        UpdateEventReport::GetInstance()->ReportEvent(UpdateEventReport::OldVersionMd5Mismatch);
+        events.ReportEvent(EventSink::OldVersionMd5Mismatch);
     }
     return {};
-}
-
-void gRememberInstaller(QSettings *settings, const QString &path)
-{
-    // The settings class does not look at whether its buffer reaches the disk: on a full one it puts an empty
-    // file in the place of the old one, in which the host keeps more than this.
-    if (gHasRoomForAnother(settings->fileName())) {
-        settings->beginGroup(QLatin1String(ProductSettings::quillonGroup));
-        settings->setValue(QLatin1String(ProductSettings::setupFileKey), path);
-        settings->endGroup();
-        settings->sync();
-        if (settings->status() == QSettings::NoError) {
-            return;
-        }
-    }
-    QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::KeepInstaller",
-                "disk failure, the settings cannot be written, file path = %s",
-                settings->fileName().toStdString().c_str());
 }

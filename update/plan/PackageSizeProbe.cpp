@@ -4,7 +4,7 @@
 
 #include "api/Log.h"
 #include "update/base/NetworkFailure.h"
-#include "update/transfer/RangeReply.h"
+#include "update/base/ServerAddress.h"
 
 #include <QEventLoop>
 #include <QTimer>
@@ -45,8 +45,8 @@ PackageSizeProbe::Package PackageSizeProbe::Query(const QUrl &url)
     if (reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 200) {
         return {gContentLength(*reply), url};
     }
-    // Two redirects, no more and no less: that is how packages are published, and a server that
-    // redirects once ends at an empty address and so at a size of 0. Deliberate.
+    // Two redirects, no more and no less: that is how packages are published. A server that
+    // redirects once ends at an empty address, and so at a size of 0.
     reply = Head(gNextAddress(*reply));
     const QUrl target = gNextAddress(*reply);
     if (!gIsServerAddress(target)) {

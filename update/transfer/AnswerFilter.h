@@ -2,6 +2,7 @@
 
 #pragma once
 
+class FetchMode;
 class QNetworkReply;
 class RangeStore;
 
@@ -13,28 +14,24 @@ class AnswerFilter
 public:
     enum class Outcome {
         Write,
-        /// An error page, a redirect, another kind of content: the end of the reply says what follows.
+        /// An error page, a redirect or another kind of content: the end of the reply is handled.
         Ignore,
         /// Other bytes than those asked for.
         Refuse
     };
 
-    explicit AnswerFilter(RangeStore *store);
+    explicit AnswerFilter(RangeStore &store);
 
-    /// A request was sent: for the rest of the range, or for the whole package, which is measured at
-    /// its end.
-    void Begin(bool isWhole)
-    {
-        m_isWhole = isWhole;
-        m_isAccepted = false;
-    }
+    /// A request was sent in @p mode, which outlives the reply.
+    void Begin(FetchMode &mode);
 
-    Outcome Check(QNetworkReply *reply, const char *function);
+    /// The answer of @p reply is judged once; later calls for the same reply agree with that.
+    Outcome Filter(QNetworkReply *reply, const char *function);
 
 private:
-    bool IsAccepted(const QNetworkReply &reply, const char *function);
+    bool Judge(const QNetworkReply &reply, const char *function);
 
-    RangeStore *m_store;
-    bool m_isWhole = false;
+    RangeStore &m_store;
+    FetchMode *m_mode = nullptr;
     bool m_isAccepted = false;
 };

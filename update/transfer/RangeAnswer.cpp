@@ -11,7 +11,7 @@ namespace
 constexpr int partialContent = 206;
 
 /// Digits only: no sign, no blanks, nothing that does not fit.
-std::optional<qint64> gNumber(const QByteArray &text)
+std::optional<qint64> gParseNumber(const QByteArray &text)
 {
     for (const char character : text) {
         if (character < '0' || character > '9') {
@@ -31,7 +31,7 @@ struct ContentRange {
 };
 
 /// "bytes 0-99/1000"; nothing when the text is not of this form or contradicts itself.
-std::optional<ContentRange> gParse(const QByteArray &text)
+std::optional<ContentRange> gParseContentRange(const QByteArray &text)
 {
     const QByteArray field = text.simplified().toLower();
     if (!field.startsWith("bytes ")) {
@@ -42,11 +42,11 @@ std::optional<ContentRange> gParse(const QByteArray &text)
     if (halves.size() != 2 || ends.size() != 2) {
         return std::nullopt;
     }
-    const auto first = gNumber(ends.at(0).trimmed());
-    const auto last = gNumber(ends.at(1).trimmed());
+    const auto first = gParseNumber(ends.at(0).trimmed());
+    const auto last = gParseNumber(ends.at(1).trimmed());
     const QByteArray total = halves.at(1).trimmed();
     ContentRange range;
-    range.total = gNumber(total);
+    range.total = gParseNumber(total);
     if (!first || !last || *last < *first || (total != "*" && !range.total) ||
         (range.total && *range.total <= *last)) {
         return std::nullopt;
@@ -58,7 +58,7 @@ std::optional<ContentRange> gParse(const QByteArray &text)
 
 /// A field that was sent several times arrives as a list. The same length again says nothing new;
 /// lengths that differ say nothing at all.
-std::optional<qint64> gLength(const QByteArray &text)
+std::optional<qint64> gParseLength(const QByteArray &text)
 {
     const QList<QByteArray> values = text.split(',');
     const QByteArray length = values.first().trimmed();
@@ -67,7 +67,7 @@ std::optional<qint64> gLength(const QByteArray &text)
             return std::nullopt;
         }
     }
-    return gNumber(length);
+    return gParseNumber(length);
 }
 } // namespace
 
@@ -84,7 +84,7 @@ RangeVerdict gJudgeAnswer(const RangeQuestion &question, const RangeAnswer &answ
         verdict != RangeVerdict::Accepted) {
         return verdict;
     }
-    if (const auto range = gParse(answer.contentRange)) {
+    if (const auto range = gParseContentRange(answer.contentRange)) {
         if (range->first != question.first) {
             return RangeVerdict::OtherOffset;
         }
@@ -95,8 +95,8 @@ RangeVerdict gJudgeAnswer(const RangeQuestion &question, const RangeAnswer &answ
             return RangeVerdict::Accepted;
         }
     }
-    return gLength(answer.contentLength) == question.count ? RangeVerdict::Accepted
-                                                           : RangeVerdict::OtherLength;
+    return gParseLength(answer.contentLength) == question.count ? RangeVerdict::Accepted
+                                                                : RangeVerdict::OtherLength;
 }
 
 const char *gVerdictText(RangeVerdict verdict)
@@ -112,6 +112,8 @@ const char *gVerdictText(RangeVerdict verdict)
         return "the answer belongs to another package";
     case RangeVerdict::OtherLength:
         return "the answer is neither a part that starts there nor as long as what was asked for";
+    case RangeVerdict::OtherVersion:
+        return "the package was replaced on the server";
     }
     return "";
 }

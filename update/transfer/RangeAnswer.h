@@ -34,7 +34,9 @@ enum class RangeVerdict {
     OtherPackage,
     /// It does not say where it starts, and is not as long as what was asked for: the whole package
     /// for a part of it, for example.
-    OtherLength
+    OtherLength,
+    /// It is cut out of another version of the package. `gJudgeAnswer` does not compare versions.
+    OtherVersion
 };
 
 /// Whether the body of @p answer may be written where @p question asked for it. It may when it is a

@@ -2,9 +2,6 @@
 
 #include "update/transfer/RangeReply.h"
 
-#include <QCoreApplication>
-#include <QNetworkAccessManager>
-
 QNetworkRequest gPackageRequest(const QUrl &url)
 {
     QNetworkRequest request(url);
@@ -34,7 +31,7 @@ RangeAnswer gRangeAnswer(const QNetworkReply &reply)
             reply.rawHeader("Last-Modified")};
 }
 
-bool gIsBodyOfOtherUse(const QNetworkReply &reply)
+bool gIsErrorOrRedirect(const QNetworkReply &reply)
 {
     constexpr int firstErrorStatus = 400;
 
@@ -46,12 +43,6 @@ QUrl gRedirectTarget(const QNetworkReply &reply)
 {
     // From the raw header: Qt's own reading of it drops an address that is only a path.
     return reply.url().resolved(QUrl::fromEncoded(reply.rawHeader("Location")));
-}
-
-bool gIsServerAddress(const QUrl &url)
-{
-    const QString scheme = url.scheme().toLower();
-    return scheme == QLatin1String("http") || scheme == QLatin1String("https");
 }
 
 QString gContentType(const QNetworkReply &reply)
@@ -72,17 +63,11 @@ bool gIsSilent(QNetworkReply::NetworkError code)
            code == QNetworkReply::RemoteHostClosedError;
 }
 
-bool gIsOfTheConnection(QNetworkReply::NetworkError code)
+bool gIsUnreachable(QNetworkReply::NetworkError code)
 {
     return code == QNetworkReply::ConnectionRefusedError ||
            code == QNetworkReply::HostNotFoundError || code == QNetworkReply::TimeoutError ||
            code == QNetworkReply::TemporaryNetworkFailureError ||
            code == QNetworkReply::NetworkSessionFailedError ||
            code == QNetworkReply::UnknownNetworkError;
-}
-
-void gDeleteLater(QNetworkAccessManager *manager)
-{
-    manager->setParent(QCoreApplication::instance());
-    manager->deleteLater();
 }

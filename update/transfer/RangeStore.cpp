@@ -3,7 +3,6 @@
 #include "update/transfer/RangeStore.h"
 
 #include "api/Log.h"
-#include "update/base/DownloadState.h"
 
 #include <algorithm>
 
@@ -12,9 +11,9 @@ namespace
 constexpr char logFile[] = "UpdateCommon";
 } // namespace
 
-RangeStore::RangeStore(const QString &configDirectory)
-    : m_state(configDirectory)
-    , m_packageSize(m_state.PackageSize())
+RangeStore::RangeStore(ResumeState &state)
+    : m_state(state)
+    , m_packageSize(state.PackageSize())
 {
 }
 
@@ -85,15 +84,6 @@ qint64 RangeStore::PastLastByte() const
 RangeQuestion RangeStore::Rest() const
 {
     return {m_nextByte, PastLastByte() - m_nextByte, std::max(0, m_packageSize)};
-}
-
-bool RangeStore::IsSameVersion(const QByteArray &validator)
-{
-    QByteArray &known = gDownloadState().validator;
-    if (known.isEmpty() && !validator.isEmpty()) {
-        known = validator;
-    }
-    return validator.isEmpty() || known == validator;
 }
 
 void RangeStore::Discard()

@@ -16,7 +16,8 @@
 class RangeStore
 {
 public:
-    explicit RangeStore(const QString &configDirectory);
+    /// Reads the size of the package from @p state, so the plan has to be recorded before.
+    explicit RangeStore(ResumeState &state);
 
     void Begin(const QString &targetPath, int rangeNumber, qint64 startByte, qint64 endByte);
     /// From now on the whole package is written, from its first byte. That says nothing about the
@@ -43,10 +44,7 @@ public:
     /// What is asked for when the rest of the range is.
     RangeQuestion Rest() const;
 
-    /// Whether @p validator names the version that this plan's bytes come from; the first one that is
-    /// told does.
-    bool IsSameVersion(const QByteArray &validator);
-    /// What is there is of no use any more: the next plan starts anew.
+    /// Marks the plan as void: the next one starts anew.
     void Discard();
     /// What was written may not be on disk: the next plan goes back to what was flushed.
     void MarkAsDoubtful();
@@ -56,7 +54,7 @@ public:
 
 private:
     PackageFile m_file;
-    ResumeState m_state;
+    ResumeState &m_state;
     qint32 m_packageSize;
     int m_rangeNumber = 0;
     qint64 m_nextByte = 0;

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <optional>
 
-/// How often a range is asked for again, and when. A byte that arrives makes it patient again.
+/// How often a range is asked for again, and when. A byte that arrives resets the count.
 class RetryCount
 {
 public:

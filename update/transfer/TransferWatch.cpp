@@ -3,38 +3,31 @@
 #include "update/transfer/TransferWatch.h"
 
 #include "api/Log.h"
-#include "update/UpdateCommon/NetworkCheck.h"
+#include "update/base/DownloadSystem.h"
 
 namespace
 {
 constexpr char logFile[] = "UpdateCommon";
 } // namespace
 
-TransferWatch::TransferWatch(const DownloadSystem &seams, QObject *parent)
+TransferWatch::TransferWatch(const DownloadSystem &system, QObject *parent)
     : QObject(parent)
-    , m_seams(seams)
-    , m_networkCheck(new NetworkCheck(seams.stallLimit))
+    , m_system(system)
 {
-    connect(m_networkCheck, &NetworkCheck::TimeOut, this, &TransferWatch::_TimeOut);
-}
-
-TransferWatch::~TransferWatch()
-{
-    delete m_networkCheck;
 }
 
 void TransferWatch::Restart()
 {
     ++m_beat;
     m_sinceBeat.start();
-    QMetaObject::invokeMethod(m_networkCheck, &NetworkCheck::_Check, Qt::QueuedConnection);
+    emit Armed();
 }
 
 void TransferWatch::Stop()
 {
     ++m_beat;
     m_sinceBeat.invalidate();
-    QMetaObject::invokeMethod(m_networkCheck, &NetworkCheck::_StopCheck, Qt::QueuedConnection);
+    emit Disarmed();
 }
 
 void TransferWatch::Cut()
@@ -42,7 +35,7 @@ void TransferWatch::Cut()
     constexpr char function[] = "DownloadMgr::_DownloadFinished";
 
     Stop();
-    const auto delay = m_patience.Cut();
+    const auto delay = m_retries.Cut();
     if (!delay.has_value()) {
         QUILLON_LOG(logFile, function, "range %d is given up, cut %d times without a byte",
                     m_rangeNumber, RetryCount::mostCuts + 1);
@@ -51,7 +44,7 @@ void TransferWatch::Cut()
     }
     QUILLON_LOG(logFile, function, "range %d was cut, it is asked for again in %lld ms",
                 m_rangeNumber, static_cast<long long>(delay->count()));
-    m_seams.callLater(*delay, this, [this, beat = m_beat] {
+    m_system.callLater(*delay, this, [this, beat = m_beat] {
         if (beat == m_beat) {
             emit AskAgain();
         }
@@ -60,7 +53,7 @@ void TransferWatch::Cut()
 
 void TransferWatch::_TimeOut()
 {
-    // Bytes that arrived while this thread was busy may be behind us in its event queue.
+    // Bytes that arrived while this thread was busy may still wait in its event queue.
     QMetaObject::invokeMethod(
         this, [this, beat = m_beat] { JudgeStall(beat); }, Qt::QueuedConnection);
 }
@@ -69,17 +62,17 @@ void TransferWatch::JudgeStall(int beat)
 {
     constexpr char function[] = "DownloadMgr::_TimeOut";
 
-    // A chunk rearms the watchdog and a stop stills it, but neither calls back what it has said already.
-    const auto limit = m_seams.stallLimit.count();
+    // A chunk rearms the watchdog and an end disarms it, but a time-out may be on its way already.
+    const auto limit = m_system.stallLimit.count();
     if (beat != m_beat || !m_sinceBeat.isValid() || !m_sinceBeat.hasExpired(limit / 2)) {
         return;
     }
     Stop();
-    const bool isPatient = m_patience.Stalled();
+    const bool isAskedAgain = m_retries.Stalled();
     QUILLON_LOG(logFile, function, "stall, range %d has received nothing for %lld ms, it is %s",
                 m_rangeNumber, static_cast<long long>(limit),
-                isPatient ? "asked for again" : "given up");
-    if (isPatient) {
+                isAskedAgain ? "asked for again" : "given up");
+    if (isAskedAgain) {
         emit AskAgain();
     } else {
         emit GivenUp();

@@ -2,62 +2,62 @@
 
 #pragma once
 
-#include "update/base/DownloadSystem.h"
 #include "update/transfer/RetryCount.h"
 
 #include <QElapsedTimer>
 #include <QObject>
 
-class NetworkCheck;
+struct DownloadSystem;
 
 /// Watches over the transfer of a range: notices that it stalls, and decides when what is left is
-/// asked for again and when to stop asking.
+/// asked for again and when to stop asking. The time is kept by a watchdog, which its owner connects
+/// to the signals `Armed` and `Disarmed` and to the slot `_TimeOut`.
 ///
 ///     Restart ─► (nothing for a while) ─┬─► AskAgain
 ///     Cut ─────► (1, 2, 4, 8, 16 s) ────┴─► GivenUp, once it was asked too often without a byte
 ///
-/// Thread: GUI thread; the watchdog has one of its own. Ownership: its Qt parent.
+/// Thread: GUI thread; the watchdog may live on another one. Ownership: its Qt parent.
 class TransferWatch : public QObject
 {
     Q_OBJECT
 
 public:
-    TransferWatch(const DownloadSystem &seams, QObject *parent);
-    /// Ends and joins the watchdog's thread.
-    ~TransferWatch() override;
+    TransferWatch(const DownloadSystem &system, QObject *parent);
 
     /// For the log.
     void SetRange(int rangeNumber) { m_rangeNumber = rangeNumber; }
 
     /// A request was sent or a chunk has arrived: the time starts anew.
     void Restart();
-    /// The transfer has brought the package further: what went wrong before is forgotten.
-    void ByteReceived() { m_patience.ByteReceived(); }
+    /// The transfer has brought the package further: resets the retry count.
+    void ByteReceived() { m_retries.ByteReceived(); }
     /// The connection was cut, or ended short of the range.
     void Cut();
     /// Nothing is waited for any more.
     void Stop();
 
     /// Whether the request at hand follows a cut, with no byte since.
-    bool IsBehindCut() const { return m_patience.IsAskingAgain(); }
+    bool IsBehindCut() const { return m_retries.IsAskingAgain(); }
 
 signals:
     void AskAgain();
     void GivenUp();
+    void Armed();
+    void Disarmed();
 
-private slots:
+public slots:
+    /// The watchdog's time has passed. One that a later chunk or end has overtaken is ignored.
     void _TimeOut();
 
 private:
     void JudgeStall(int beat);
 
-    DownloadSystem m_seams;
-    NetworkCheck *m_networkCheck;
-    RetryCount m_patience;
+    const DownloadSystem &m_system;
+    RetryCount m_retries;
     /// Not valid while nothing is waited for.
     QElapsedTimer m_sinceBeat;
-    /// Counts requests, chunks and stops, so that an appointment or a warning that has been overtaken
-    /// is known as such.
+    /// Counts requests, chunks and stops. An appointment or a time-out remembers the count, and is
+    /// ignored when it has changed.
     int m_beat = 0;
     int m_rangeNumber = 0;
 };

@@ -80,9 +80,8 @@ void tst_DownloadMgr::init()
     QVERIFY(gWriteFile(m_rig->Target(), QByteArray(m_package.size(), '\0')));
     gDownloadState().activeSegments = 5;
     gDownloadState().downloadStarted = true;
-    DownloadSystem seams;
-    seams.callLater = m_later.Seam();
-    m_downloader = std::make_unique<DownloadMgr>(nullptr, seams);
+    m_rig->System().callLater = m_later.Seam();
+    m_downloader = std::make_unique<DownloadMgr>(m_rig->Context(), nullptr);
     m_errors = std::make_unique<QSignalSpy>(m_downloader.get(), &DownloadMgr::Error);
     m_progress = std::make_unique<QSignalSpy>(m_downloader.get(), &DownloadMgr::DownloadProgress);
 }
@@ -435,7 +434,7 @@ void tst_DownloadMgr::a_stopped_downloader_is_silent_for_good()
 
 void tst_DownloadMgr::a_downloader_may_be_deleted_at_any_time()
 {
-    std::make_unique<DownloadMgr>(nullptr);
+    std::make_unique<DownloadMgr>(m_rig->Context(), nullptr);
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 500));
     Start(2, 200000, 399999);
     QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(500));
@@ -474,7 +473,7 @@ void tst_DownloadMgr::the_error_texts_are_translated()
     Start(1, 0, 199999);
     QTRY_COMPARE(Errors(), 1);
     QCOMPARE(m_errors->last().first().toString(), QStringLiteral("download, translated"));
-    DownloadMgr other(nullptr);
+    DownloadMgr other(m_rig->Context(), nullptr);
     const QSignalSpy otherErrors(&other, &DownloadMgr::Error);
     other.ResumeDownload(m_rig->Path("no folder/target.tmp"), m_rig->Server().Url("/setup.exe"),
                          m_rig->Installer(), 0, 199999, 1, false, QString(), QString());

@@ -73,7 +73,7 @@ void tst_DownloadMgr_Complete::Prepare(int size, int activeRanges)
 
 std::unique_ptr<DownloadMgr> tst_DownloadMgr_Complete::Start(int number, qint64 start, qint64 end)
 {
-    auto downloader = std::make_unique<DownloadMgr>(nullptr);
+    auto downloader = std::make_unique<DownloadMgr>(m_rig->Context(), nullptr);
     connect(downloader.get(), &DownloadMgr::Error, this, [this] { ++m_errors; });
     connect(downloader.get(), &DownloadMgr::DownloadFinished, this, [this] { ++m_finished; });
     connect(downloader.get(), &DownloadMgr::BeginInstall, this, [this] { ++m_begun; });
@@ -308,7 +308,7 @@ void tst_DownloadMgr_Complete::a_redirect_that_is_cut_completes_nothing()
 void tst_DownloadMgr_Complete::progress_of_a_redirect_is_passed_on()
 {
     Prepare(50000, 1);
-    DownloadMgr downloader(nullptr);
+    DownloadMgr downloader(m_rig->Context(), nullptr);
     const QSignalSpy progress(&downloader, &DownloadMgr::DownloadProgress);
     downloader.slotDownloadProgress(300, 50000);
     QCOMPARE(progress.count(), 1);

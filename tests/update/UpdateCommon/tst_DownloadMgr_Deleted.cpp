@@ -219,9 +219,9 @@ void tst_DownloadMgr_Deleted::when_the_download_fails()
                                     HttpAnswer::Broken({}, HttpAnswer::Fault::Silence),
                                     HttpAnswer::Broken({}, HttpAnswer::Fault::ResetAtOnce),
                                     HttpAnswer::Redirect("/files/setup.exe")};
-    m_rig->Seams().stallLimit = std::chrono::milliseconds(50);
-    m_rig->Seams().callLater = [](std::chrono::milliseconds, QObject *context,
-                                  const std::function<void()> &action) {
+    m_rig->System().stallLimit = std::chrono::milliseconds(50);
+    m_rig->System().callLater = [](std::chrono::milliseconds, QObject *context,
+                                   const std::function<void()> &action) {
         QTimer::singleShot(0, context, action);
     };
     m_manager = &m_rig->Build();
@@ -246,7 +246,7 @@ void tst_DownloadMgr_Deleted::while_the_data_are_flushed()
 {
     QSemaphore mayFlush;
     std::atomic<int> flushes{0};
-    m_rig->Seams().flush = [&](const QString &) {
+    m_rig->System().flush = [&](const QString &) {
         ++flushes;
         mayFlush.acquire();
         return FlushResult::Flushed;
@@ -259,7 +259,7 @@ void tst_DownloadMgr_Deleted::while_the_data_are_flushed()
     QVERIFY(gFlushPool()->waitForDone(10000));
     Settle();
     QVERIFY2(!QFile::exists(m_rig->Installer()), "the next plan puts it in place");
-    m_rig->Seams().flush = gFlushToDisk;
+    m_rig->System().flush = gFlushToDisk;
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
@@ -268,8 +268,8 @@ void tst_DownloadMgr_Deleted::while_the_data_are_flushed()
 void tst_DownloadMgr_Deleted::while_a_range_waits_to_be_asked_for_again()
 {
     std::function<void()> late;
-    m_rig->Seams().callLater = [&late](std::chrono::milliseconds, QObject *context,
-                                       const std::function<void()> &action) {
+    m_rig->System().callLater = [&late](std::chrono::milliseconds, QObject *context,
+                                        const std::function<void()> &action) {
         late = [guard = QPointer<QObject>(context), action] {
             if (guard) {
                 action();

@@ -4,7 +4,7 @@
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
 #include "update/base/DownloadState.h"
-#include "update/plan/KeptInstaller.h"
+#include "update/install/SetupFileSetting.h"
 #include "update/plan/ResumePoint.h"
 
 #include <QtTest>
@@ -122,7 +122,7 @@ void tst_DownloadMgr_Disk::a_target_that_is_a_folder_is_told()
 void tst_DownloadMgr_Disk::a_package_that_the_disk_does_not_keep_is_not_put_in_place()
 {
     const LogCapture log;
-    m_rig->Seams().flush = [](const QString &) { return FlushResult::Failed; };
+    m_rig->System().flush = [](const QString &) { return FlushResult::Failed; };
     m_rig->Build();
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
     QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
@@ -133,7 +133,7 @@ void tst_DownloadMgr_Disk::a_package_that_the_disk_does_not_keep_is_not_put_in_p
     QCOMPARE(m_rig->Boxes(), 0);
 
     m_rig->Forget();
-    m_rig->Seams().flush = gFlushToDisk;
+    m_rig->System().flush = gFlushToDisk;
     m_rig->Build();
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
     QTRY_COMPARE(m_rig->Boxes(), 1);
@@ -174,13 +174,13 @@ void tst_DownloadMgr_Disk::settings_that_the_disk_cannot_take_stay_as_they_were(
     QSettings settings(m_rig->SettingsFile(), QSettings::IniFormat);
     const LogCapture log;
     LimitFiles(1000);
-    gRememberInstaller(&settings, "/kept.exe");
+    gWriteSetupFile(&settings, "/kept.exe");
     LimitFiles(RLIM_INFINITY);
     QCOMPARE(gReadFile(m_rig->SettingsFile()), before);
     QCOMPARE(
         log.CountContaining("the settings cannot be written, file path = " + m_rig->SettingsFile()),
         1);
-    gRememberInstaller(&settings, "/kept.exe");
+    gWriteSetupFile(&settings, "/kept.exe");
     QCOMPARE(m_rig->Setting("SetupFile"), QStringLiteral("/kept.exe"));
     QCOMPARE(settings.value("Host/Layout").toString(), QStringLiteral("wide"));
 }

@@ -125,7 +125,7 @@ std::unique_ptr<DownloadMgr> tst_DownloadMgr_Increase::Start(const QString &md5)
     gWriteFile(Target(), QByteArray(size, '\0'));
     gDownloadState().activeSegments = 1;
     gDownloadState().downloadStarted = true;
-    auto downloader = std::make_unique<DownloadMgr>(nullptr);
+    auto downloader = std::make_unique<DownloadMgr>(m_rig->Context(), nullptr);
     const auto note = [this, &downloader](void (DownloadMgr::*signal)(), const char *name) {
         connect(downloader.get(), signal, this, [this, name] { m_told.append(name); });
     };
@@ -264,7 +264,7 @@ void tst_DownloadMgr_Increase::a_result_that_the_disk_does_not_keep_is_a_failed_
     const PatchProgram program;
     const LogCapture log;
     const QString result = Kept() + ".patch";
-    m_rig->Seams().flush = [result](const QString &file) {
+    m_rig->System().flush = [result](const QString &file) {
         return file == result ? FlushResult::Failed : FlushResult::Flushed;
     };
     m_rig->Build();
@@ -349,7 +349,7 @@ void tst_DownloadMgr_Increase::a_redirected_package_that_cannot_be_patched_is_to
 
 void tst_DownloadMgr_Increase::progress_of_a_redirected_package_is_passed_on()
 {
-    DownloadMgr downloader(nullptr);
+    DownloadMgr downloader(m_rig->Context(), nullptr);
     const QSignalSpy progress(&downloader, &DownloadMgr::DownloadProgress);
     downloader.DownloadIncreasePackageProgress(300, 50000);
     QCOMPARE(progress.count(), 1);

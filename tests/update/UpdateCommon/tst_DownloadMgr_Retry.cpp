@@ -65,7 +65,6 @@ private:
 
     QByteArray m_package;
     LaterCalls m_later;
-    DownloadSystem m_seams;
     std::unique_ptr<UpdateRig> m_rig;
     std::unique_ptr<DownloadMgr> m_downloader;
     std::unique_ptr<QSignalSpy> m_errors;
@@ -82,8 +81,7 @@ void tst_DownloadMgr_Retry::init()
     gDownloadState().activeSegments = 5;
     gDownloadState().downloadStarted = true;
     m_later = LaterCalls();
-    m_seams = DownloadSystem();
-    m_seams.callLater = m_later.Seam();
+    m_rig->System().callLater = m_later.Seam();
 }
 
 void tst_DownloadMgr_Retry::cleanup()
@@ -95,7 +93,7 @@ void tst_DownloadMgr_Retry::cleanup()
 
 void tst_DownloadMgr_Retry::Start(int number, qint64 start, qint64 end, const QString &path)
 {
-    m_downloader = std::make_unique<DownloadMgr>(nullptr, m_seams);
+    m_downloader = std::make_unique<DownloadMgr>(m_rig->Context(), nullptr);
     m_errors = std::make_unique<QSignalSpy>(m_downloader.get(), &DownloadMgr::Error);
     m_downloader->ResumeDownload(m_rig->Target(), m_rig->Server().Url(path), m_rig->Installer(),
                                  start, end, number, false, QString(), QString());
@@ -185,7 +183,7 @@ void tst_DownloadMgr_Retry::a_server_that_is_away_for_a_while_is_asked_again()
 {
     auto server = std::make_unique<HttpServer>();
     server->Serve("/setup.exe", HttpAnswer::Broken(m_package, HttpAnswer::Fault::CloseAfter, 3000));
-    m_downloader = std::make_unique<DownloadMgr>(nullptr, m_seams);
+    m_downloader = std::make_unique<DownloadMgr>(m_rig->Context(), nullptr);
     m_errors = std::make_unique<QSignalSpy>(m_downloader.get(), &DownloadMgr::Error);
     m_downloader->ResumeDownload(m_rig->Target(), server->Url("/setup.exe"), m_rig->Installer(),
                                  10000, 19999, 2, false, QString(), QString());
@@ -236,7 +234,7 @@ void tst_DownloadMgr_Retry::a_redirected_package_that_is_always_cut_is_given_up(
 {
     m_later.RunAtOnce();
     // A reset that the network layer does not tell of, as happens once in many runs, is a stall.
-    m_seams.stallLimit = 500ms;
+    m_rig->System().stallLimit = 500ms;
     Serve(HttpAnswer::Redirect("/moved"));
     m_rig->Server().Serve("/moved",
                           HttpAnswer::Broken(m_package, HttpAnswer::Fault::ResetAfter, 20000));
@@ -249,7 +247,7 @@ void tst_DownloadMgr_Retry::a_redirected_package_that_is_always_cut_is_given_up(
 void tst_DownloadMgr_Retry::a_stalled_range_is_asked_for_again_from_the_next_byte()
 {
     const LogCapture log;
-    m_seams.stallLimit = 200ms;
+    m_rig->System().stallLimit = 200ms;
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 500));
     Start(2, 10000, 19999);
     QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(500));
@@ -265,7 +263,7 @@ void tst_DownloadMgr_Retry::a_stalled_range_is_asked_for_again_from_the_next_byt
 
 void tst_DownloadMgr_Retry::after_three_stalls_without_a_byte_the_range_is_given_up()
 {
-    m_seams.stallLimit = 100ms;
+    m_rig->System().stallLimit = 100ms;
     Serve(HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
     Start(2, 10000, 19999);
     QTRY_COMPARE(Errors(), 1);
@@ -277,7 +275,7 @@ void tst_DownloadMgr_Retry::after_three_stalls_without_a_byte_the_range_is_given
 
 void tst_DownloadMgr_Retry::a_slow_range_that_delivers_is_left_alone()
 {
-    m_seams.stallLimit = 1000ms;
+    m_rig->System().stallLimit = 1000ms;
     HttpAnswer answer = HttpAnswer::Body(m_package);
     answer.chunkSize = 400;
     answer.chunkPauseMs = 100;

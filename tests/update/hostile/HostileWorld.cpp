@@ -33,19 +33,19 @@ void HostileWorld::Prepare()
     gWriteFile(m_rig.WorkingFolder() + QStringLiteral("/neighbour"), neighbour);
     gWriteFile(m_rig.Path(QStringLiteral("data/neighbour")), neighbour);
     gWriteFile(m_rig.Path(QStringLiteral("neighbour")), neighbour);
-    ShortenWaits(m_rig.Seams());
+    ShortenWaits(m_rig.System());
     m_rig.Build();
     m_server.Play(Honest());
 }
 
-void HostileWorld::ShortenWaits(DownloadSystem &seams)
+void HostileWorld::ShortenWaits(DownloadSystem &system)
 {
     static constexpr int timesFaster = 500;
 
-    seams.sizeLimit = std::chrono::milliseconds(500);
-    seams.stallLimit = std::chrono::milliseconds(300);
-    seams.callLater = [](std::chrono::milliseconds delay, QObject *context,
-                         const std::function<void()> &action) {
+    system.sizeLimit = std::chrono::milliseconds(500);
+    system.stallLimit = std::chrono::milliseconds(300);
+    system.callLater = [](std::chrono::milliseconds delay, QObject *context,
+                          const std::function<void()> &action) {
         gCallLater(delay / timesFaster, context, action);
     };
 }

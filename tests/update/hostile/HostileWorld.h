@@ -65,7 +65,7 @@ public:
 private:
     void Prepare();
     /// The limits and the pauses of the module are short here, in the same order as the real ones.
-    static void ShortenWaits(DownloadSystem &seams);
+    static void ShortenWaits(DownloadSystem &system);
     QStringList StrangeFiles() const;
     QStringList WrongTarget() const;
     qint64 PlannedSize() const;

@@ -329,7 +329,7 @@ void tst_InstallHandOff::install_after_a_yes_starts_the_installer_again()
 
 void tst_InstallHandOff::a_downloader_offers_nothing_without_the_file()
 {
-    DownloadMgr downloader(nullptr);
+    DownloadMgr downloader(m_rig->Context(), nullptr);
     const QSignalSpy cancelled(&downloader, &DownloadMgr::CancelInstall);
     downloader.OfferKeptInstaller(m_rig->Path("gone.exe"));
     QCoreApplication::processEvents();
@@ -341,7 +341,7 @@ void tst_InstallHandOff::a_downloader_offers_nothing_without_the_file()
 void tst_InstallHandOff::a_downloader_tells_the_answer()
 {
     QVERIFY(gWriteFile(Kept(), Installer("kept")));
-    DownloadMgr downloader(nullptr);
+    DownloadMgr downloader(m_rig->Context(), nullptr);
     QStringList told;
     connect(&downloader, &DownloadMgr::Close, this, [&told] { told.append("Close"); });
     connect(&downloader, &DownloadMgr::CancelInstall, this,

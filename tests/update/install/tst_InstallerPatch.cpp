@@ -45,9 +45,8 @@ private:
     QString Patch() const { return m_rig->WorkingFolder() + "/increase.patch"; }
     bool Apply(const QString &md5, std::chrono::milliseconds limit = 90s) const
     {
-        DownloadSystem seams;
-        seams.patchLimit = limit;
-        return gPatchKeptInstaller(Kept(), Patch(), md5, seams);
+        m_rig->System().patchLimit = limit;
+        return gPatchKeptInstaller(Kept(), Patch(), md5, m_rig->Context());
     }
     /// Checks what every failure leaves behind.
     void VerifyUntouched() const
@@ -147,7 +146,7 @@ void tst_InstallerPatch::the_downloader_points_at_the_new_installer()
 {
     const PatchProgram program(copyPatch);
     m_rig->Server().Serve("/increase.patch", HttpAnswer::Body(m_new));
-    DownloadMgr downloader(nullptr);
+    DownloadMgr downloader(m_rig->Context(), nullptr);
     downloader.ResumeDownload(Patch(), m_rig->Server().Url("/increase.patch"), m_rig->Installer(),
                               0, 9, 1, true, gMd5(m_new), Kept());
     downloader.Stop();

@@ -39,7 +39,7 @@ private:
 
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<ResumeState> m_state;
-    DownloadSystem m_seams;
+    DownloadSystem m_system;
     /// One for each flush that may go on.
     QSemaphore m_mayFlush;
     std::atomic<int> m_flushes{0};
@@ -55,10 +55,10 @@ void tst_FlushSchedule::init()
     m_result = FlushResult::Flushed;
     while (m_mayFlush.tryAcquire()) {
     }
-    m_seams = DownloadSystem();
-    m_seams.flushBytes = 100;
-    m_seams.bootIdentity = [] { return QStringLiteral("this boot"); };
-    m_seams.flush = [this](const QString &) {
+    m_system = DownloadSystem();
+    m_system.flushBytes = 100;
+    m_system.bootIdentity = [] { return QStringLiteral("this boot"); };
+    m_system.flush = [this](const QString &) {
         ++m_flushes;
         m_mayFlush.acquire();
         return m_result.load();
@@ -75,7 +75,7 @@ void tst_FlushSchedule::cleanup()
 
 void tst_FlushSchedule::Build()
 {
-    m_schedule = std::make_unique<FlushSchedule>(m_state.get(), m_seams, nullptr);
+    m_schedule = std::make_unique<FlushSchedule>(*m_state, m_system, nullptr);
     m_schedule->Begin(m_folder->filePath("target"));
 }
 
@@ -97,7 +97,7 @@ void tst_FlushSchedule::enough_bytes_are_flushed_and_recorded()
 void tst_FlushSchedule::enough_time_is_enough()
 {
     m_mayFlush.release(100);
-    m_seams.flushTime = 20ms;
+    m_system.flushTime = 20ms;
     Build();
     m_state->SetStartByte(1, 1);
     m_schedule->Written(1);
@@ -123,7 +123,7 @@ void tst_FlushSchedule::what_arrives_during_the_flush_is_not_recorded()
 void tst_FlushSchedule::the_callers_thread_does_not_wait()
 {
     std::atomic<QThread *> thread{nullptr};
-    m_seams.flush = [&thread](const QString &) {
+    m_system.flush = [&thread](const QString &) {
         thread = QThread::currentThread();
         return FlushResult::Flushed;
     };

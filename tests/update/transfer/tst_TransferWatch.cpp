@@ -3,6 +3,8 @@
 #include "update/transfer/TransferWatch.h"
 
 #include "tests/support/LaterCalls.h"
+#include "update/base/DownloadSystem.h"
+#include "update/UpdateCommon/NetworkCheck.h"
 
 #include <QtTest>
 
@@ -16,7 +18,7 @@ private slots:
 
     void cuts_are_answered_after_longer_and_longer_waits();
     void the_sixth_cut_is_the_last();
-    void a_byte_makes_it_patient_again();
+    void a_byte_resets_the_retry_count();
     void an_appointment_that_is_overtaken_is_void_data();
     void an_appointment_that_is_overtaken_is_void();
     void the_third_silence_is_the_last();
@@ -30,7 +32,9 @@ private:
     void Cut(int times);
 
     LaterCalls m_later;
+    DownloadSystem m_system;
     std::unique_ptr<TransferWatch> m_watch;
+    std::unique_ptr<NetworkCheck> m_watchdog;
     std::unique_ptr<QSignalSpy> m_asked;
     std::unique_ptr<QSignalSpy> m_givenUp;
 };
@@ -38,16 +42,20 @@ private:
 void tst_TransferWatch::init()
 {
     m_later = LaterCalls();
-    DownloadSystem seams;
-    seams.callLater = m_later.Seam();
-    seams.stallLimit = std::chrono::milliseconds(50);
-    m_watch = std::make_unique<TransferWatch>(seams, nullptr);
+    m_system.callLater = m_later.Seam();
+    m_system.stallLimit = std::chrono::milliseconds(50);
+    m_watch = std::make_unique<TransferWatch>(m_system, nullptr);
+    m_watchdog = std::make_unique<NetworkCheck>(m_system.stallLimit);
+    connect(m_watch.get(), &TransferWatch::Armed, m_watchdog.get(), &NetworkCheck::_Check);
+    connect(m_watch.get(), &TransferWatch::Disarmed, m_watchdog.get(), &NetworkCheck::_StopCheck);
+    connect(m_watchdog.get(), &NetworkCheck::TimeOut, m_watch.get(), &TransferWatch::_TimeOut);
     m_asked = std::make_unique<QSignalSpy>(m_watch.get(), &TransferWatch::AskAgain);
     m_givenUp = std::make_unique<QSignalSpy>(m_watch.get(), &TransferWatch::GivenUp);
 }
 
 void tst_TransferWatch::cleanup()
 {
+    m_watchdog.reset();
     m_watch.reset();
 }
 
@@ -74,7 +82,7 @@ void tst_TransferWatch::the_sixth_cut_is_the_last()
     QCOMPARE(m_givenUp->count(), 1);
 }
 
-void tst_TransferWatch::a_byte_makes_it_patient_again()
+void tst_TransferWatch::a_byte_resets_the_retry_count()
 {
     Cut(5);
     m_watch->ByteReceived();

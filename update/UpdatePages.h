@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QString>
+
+class HintDisplay;
+class ProgressDisplay;
+class QWidget;
+class VersionDisplay;
+struct ReleaseNote;
+
+/// The texts of an update on the dialog's three pages, and which page is shown.
+///
+/// Texts are translated in the context `LiveUpdateMgr`, by which hosts' translations know them.
+///
+/// Thread:    GUI thread.
+/// Ownership: its Qt parent. The pages belong to the caller and outlive it. The host may delete the
+///            dialog, and this object with it, when a page is shown.
+class UpdatePages : public QObject
+{
+    Q_OBJECT
+
+public:
+    UpdatePages(ProgressDisplay *progress, VersionDisplay *version, HintDisplay *hint,
+                QObject *parent);
+
+    /// Shows the progress page as it is.
+    void ShowProgressPage();
+    /// "Checking the version.", with a busy bar and no button.
+    /// @return false when the dialog was deleted meanwhile
+    bool ShowChecking();
+    /// Shows the version page as it is.
+    void ShowVersionPage();
+    void SetReleaseNotes(const QList<ReleaseNote> &notes);
+    void ShowUpToDate();
+    /// Shows the hint page; with the text that the check has failed if @p isSpelledOut.
+    void ShowCheckFailure(bool isSpelledOut);
+
+    /// "Downloading the update, please wait.", with the button "Close".
+    void SetDownloadStart();
+    /// Both in bytes. The bar counts in 32 bits, so a package of 2 GiB or more overflows it.
+    void SetProgress(qint64 downloaded, qint64 total);
+    /// The size of the package could not be found out, or another download is running.
+    void ShowPlanFailure();
+    void ShowDownloadError(const QString &text);
+
+    /// What a download that the disk could not keep ends with.
+    static QString DownloadFailedText();
+
+signals:
+    void SetCurrentWidget(QWidget *page);
+
+private:
+    void ShowHint(const QString &text);
+
+    ProgressDisplay *m_progressPage;
+    VersionDisplay *m_versionPage;
+    HintDisplay *m_hintPage;
+};

@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/check/VersionCheck.h"
+
+#include "api/Log.h"
+#include "api/ProductSettings.h"
+#include "api/UpdateInit.h"
+#include "update/base/AnswerLimit.h"
+#include "update/base/LateDeletion.h"
+#include "update/base/NetworkFailure.h"
+#include "update/check/CheckUrl.h"
+#include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
+#include "update/UpdateCommon/VersionInfo.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QSettings>
+
+namespace
+{
+constexpr char logFile[] = "LiveUpdateMgr";
+} // namespace
+
+QueryValues gGatherQueryValues(QSettings *productSettings)
+{
+    productSettings->beginGroup(QLatin1String(ProductSettings::quillonGroup));
+    QueryValues values{
+        ProductId(InstallLanguage()),
+        UpdateInit::GetUpdateVersion(),
+        productSettings->value(QLatin1String(ProductSettings::emailKey)).toString(),
+    };
+    productSettings->endGroup();
+    return values;
+}
+
+VersionCheck::VersionCheck(const QString &urlTemplate, VersionInfo *manifest, QObject *parent)
+    : QObject(parent)
+    , m_urlTemplate(urlTemplate)
+    , m_manifest(manifest)
+    , m_network(new QNetworkAccessManager(this))
+    , m_request(QUrl())
+{
+    connect(m_network, &QNetworkAccessManager::finished, this, &VersionCheck::ReportEnd);
+    connect(m_network, &QNetworkAccessManager::sslErrors, this, &VersionCheck::Failed);
+}
+
+VersionCheck::~VersionCheck()
+{
+    m_network->disconnect(this);
+    gDeleteLater(m_network);
+}
+
+QUrl VersionCheck::Address(const QueryValues &values) const
+{
+    return gBuildCheckUrl(m_urlTemplate, values.pid, values.version, values.email);
+}
+
+void VersionCheck::Start(const QueryValues &values)
+{
+    if (m_reply != nullptr) {
+        m_reply->disconnect(this);
+        m_reply->deleteLater();
+    }
+    m_request.setUrl(Address(values));
+    m_reply = m_network->get(m_request);
+    connect(m_reply, &QNetworkReply::sslErrors, this, [this](const QList<QSslError> &errors) {
+        gLogTlsErrors(logFile, "LiveUpdateMgr::CheckVersion", errors);
+        emit Untrusted();
+    });
+    connect(m_reply, &QNetworkReply::readyRead, this, &VersionCheck::ReadAnswer);
+}
+
+bool VersionCheck::AskSilently(const QueryValues &values)
+{
+    constexpr int limitMs = 5000;
+
+    m_request.setUrl(Address(values));
+    auto *runner = new NetworkAccessManagerTimeout; // deletes itself
+    const QByteArray body = runner->Get(m_request, limitMs);
+    if (body.isEmpty()) {
+        return false;
+    }
+    m_manifest->setXml(QString::fromUtf8(body));
+    return m_manifest->HasExeUrl();
+}
+
+void VersionCheck::ReadAnswer()
+{
+    constexpr char function[] = "LiveUpdateMgr::OnCheckReplyReady";
+    constexpr int firstErrorStatus = 400;
+
+    const QPointer<VersionCheck> alive(this);
+    emit AnswerBegun();
+    if (alive == nullptr || m_reply == nullptr) {
+        return;
+    }
+    QByteArray body;
+    while (m_reply->bytesAvailable() > 0) {
+        body += m_reply->readAll();
+    }
+    m_reply->disconnect(this);
+    if (m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() < firstErrorStatus) {
+        m_reply->deleteLater();
+    } else {
+        // The error is reported when its page ends, and a page without an end is given up.
+        gLimitAnswer(m_reply, logFile, function);
+        connect(m_reply, &QNetworkReply::finished, m_reply, &QObject::deleteLater);
+    }
+    m_manifest->setXml(QString::fromUtf8(body));
+    emit Answered();
+}
+
+void VersionCheck::ReportEnd(QNetworkReply *reply)
+{
+    constexpr char function[] = "LiveUpdateMgr::OnRequestFinished";
+
+    if (reply->error() == QNetworkReply::NoError) {
+        return;
+    }
+    QUILLON_LOG(logFile, function, "check failed, error code %d", static_cast<int>(reply->error()));
+    gLogFailure(logFile, function, *reply);
+    emit Failed();
+}

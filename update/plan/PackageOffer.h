@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+/// What a manifest offers for download, as values. Addresses are taken as they stand in it.
+struct PackageOffer {
+    /// The version of the first release notes. Without release notes no version is named, and
+    /// nothing is downloaded.
+    bool namesVersion = false;
+    QString version;
+    QString fullUrl;
+    /// Empty when there is no incremental package.
+    QString incrementalUrl;
+    /// MD5 of the installer that the incremental package makes.
+    QString incrementalMd5;
+    /// MD5 of the kept installer that the incremental package applies to.
+    QString keptMd5;
+};

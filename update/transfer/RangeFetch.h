@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "update/transfer/FetchMode.h"
+
+struct DownloadState;
+class RangeStore;
+
+/// Fetches the rest of one range: asks for it by its bytes, writes it in place, counts it into the
+/// package and saves how far it has come.
+///
+/// All ranges of a plan have to come from one version of the package: the first answer names it.
+class RangeFetch : public FetchMode
+{
+public:
+    RangeFetch(RangeStore &store, DownloadState &state, bool isLastRange);
+
+    QNetworkRequest MakeRequest(const QUrl &url) override;
+    RangeVerdict Judge(const RangeAnswer &answer) const override;
+    void Accept(const RangeAnswer &answer) override;
+    bool Record(qint64 bytes) override;
+    /// What lies behind the end of the range is left out.
+    bool RefusesExcess() const override;
+    bool EndsWithLastByte() const override { return true; }
+    bool IsLateCut(QNetworkReply::NetworkError /*code*/) const override { return false; }
+
+private:
+    RangeStore &m_store;
+    DownloadState &m_state;
+    bool m_isLastRange;
+};

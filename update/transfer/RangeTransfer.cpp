@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/transfer/RangeTransfer.h"
+
+#include "api/Log.h"
+#include "update/base/NetworkFailure.h"
+#include "update/base/ServerAddress.h"
+#include "update/base/Texts.h"
+#include "update/transfer/RangeFetch.h"
+#include "update/transfer/RangeReply.h"
+#include "update/transfer/RangeWire.h"
+#include "update/transfer/TransferWatch.h"
+#include "update/transfer/WholeFetch.h"
+
+namespace
+{
+constexpr char logFile[] = "UpdateCommon";
+constexpr int mostRedirects = 10;
+} // namespace
+
+RangeTransfer::RangeTransfer(ResumeState &state, const UpdateContext &context, QObject *parent)
+    : QObject(parent)
+    , m_context(context)
+    , m_store(state)
+    , m_filter(m_store)
+    , m_wire(new RangeWire(context.system, this))
+{
+}
+
+bool RangeTransfer::Begin(const RangeTask &task)
+{
+    m_url = task.url;
+    m_redirects = 0;
+    m_furthestByte = task.range.start;
+    m_mode = std::make_unique<RangeFetch>(m_store, m_context.state, task.IsLast());
+    m_store.Begin(task.targetPath, task.number, task.range.start, task.range.end);
+    m_wire->Watch().SetRange(task.number);
+    return m_store.Open("DownloadMgr::ResumeDownload");
+}
+
+void RangeTransfer::AskForRest()
+{
+    m_wire->Drop();
+    m_store.Close();
+    m_filter.Begin(*m_mode);
+    m_wire->Send(m_mode->MakeRequest(m_url));
+}
+
+bool RangeTransfer::FollowRedirect(QNetworkReply *reply)
+{
+    m_url = gRedirectTarget(*reply);
+    m_wire->Drop();
+    if (++m_redirects > mostRedirects || !gIsServerAddress(m_url)) {
+        QUILLON_LOG(logFile, "DownloadMgr::ReplyFinished", "redirect no. %d to %s is not followed",
+                    m_redirects, gLogAddress(m_url).toStdString().c_str());
+        return false;
+    }
+    m_mode = std::make_unique<WholeFetch>(m_store);
+    m_furthestByte = 0;
+    AskForRest();
+    return true;
+}
+
+void RangeTransfer::Lose()
+{
+    m_store.Close();
+    m_wire->Cut();
+}
+
+void RangeTransfer::Close()
+{
+    m_wire->Stop();
+    m_store.Close();
+}
+
+RangeTransfer::Received RangeTransfer::Receive(const char *function)
+{
+    QNetworkReply *const reply = m_wire->Reply();
+    if (reply == nullptr) {
+        return {};
+    }
+    const QNetworkReply::NetworkError code = reply->error();
+    if (code != QNetworkReply::NoError) {
+        QUILLON_LOG(logFile, function, "Download Filed  error code %d", static_cast<int>(code));
+        return {0, gIsSilent(code) ? nullptr : FailureText::downloadFailed};
+    }
+    switch (m_filter.Filter(reply, function)) {
+    case AnswerFilter::Outcome::Ignore:
+        return {};
+    case AnswerFilter::Outcome::Refuse:
+        return {0, FailureText::downloadFailed};
+    case AnswerFilter::Outcome::Write:
+        break;
+    }
+    return m_store.Open(function) ? WriteChunk(function) : Received{0, FailureText::fileOpenFailed};
+}
+
+RangeTransfer::Received RangeTransfer::WriteChunk(const char *function)
+{
+    m_wire->Watch().Restart();
+    const QByteArray chunk = m_wire->Reply()->readAll();
+    const qint64 written = m_store.Write(chunk, function);
+    if (m_store.NextByte() > m_furthestByte) {
+        m_furthestByte = m_store.NextByte();
+        m_wire->Watch().ByteReceived();
+    }
+    const bool isCounted = written > 0 && m_mode->Record(written);
+    const bool isRefused = written != chunk.size() && m_mode->RefusesExcess();
+    return {isCounted ? written : 0, isRefused ? FailureText::downloadFailed : nullptr};
+}
+
+bool RangeTransfer::HasRange() const
+{
+    return m_mode->EndsWithLastByte() && m_store.HasAllBytes();
+}
+
+bool RangeTransfer::IsShort() const
+{
+    const QNetworkReply *const reply = m_wire->Reply();
+    if (reply == nullptr || m_store.HasAllBytes()) {
+        return false;
+    }
+    if (reply->error() == QNetworkReply::NoError) {
+        QUILLON_LOG(logFile, "DownloadMgr::_DownloadFinished",
+                    "short body, range %d ended at byte %lld", m_store.RangeNumber(),
+                    static_cast<long long>(m_store.NextByte()));
+        return true;
+    }
+    return reply->error() == QNetworkReply::RemoteHostClosedError;
+}
+
+bool RangeTransfer::HasPackage() const
+{
+    if (m_store.NextByte() == m_store.PackageSize()) {
+        return true;
+    }
+    QUILLON_LOG(logFile, "DownloadMgr::slotDownloadProgress",
+                "%lld bytes were received where the package has %d",
+                static_cast<long long>(m_store.NextByte()), m_store.PackageSize());
+    return false;
+}
+
+bool RangeTransfer::IsCut(QNetworkReply::NetworkError code) const
+{
+    return (m_wire->Watch().IsBehindCut() && gIsUnreachable(code)) || m_mode->IsLateCut(code);
+}

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/transfer/RangeWire.h"
+
+#include "update/base/LateDeletion.h"
+#include "update/base/NetworkFailure.h"
+#include "update/transfer/TransferWatch.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkRequest>
+
+namespace
+{
+/// Bytes that one reply may hold. Without a limit the network layer buffers whatever the server
+/// sends faster than the disk takes it.
+constexpr qint64 readBufferSize = qint64{1024} * 1024;
+} // namespace
+
+RangeWire::RangeWire(const DownloadSystem &system, QObject *parent)
+    : QObject(parent)
+    , m_manager(new QNetworkAccessManager(this))
+    , m_watch(new TransferWatch(system, this))
+{
+    connect(m_manager, &QNetworkAccessManager::finished, this, &RangeWire::ManagerFinished);
+    connect(m_watch, &TransferWatch::AskAgain, this, &RangeWire::AskAgain);
+    connect(m_watch, &TransferWatch::GivenUp, this, &RangeWire::GivenUp);
+}
+
+RangeWire::~RangeWire()
+{
+    Drop();
+    m_manager->disconnect(this);
+    gDeleteLater(m_manager);
+}
+
+void RangeWire::Send(const QNetworkRequest &request)
+{
+    m_reply = m_manager->get(request);
+    m_reply->setReadBufferSize(readBufferSize);
+    connect(m_reply, &QNetworkReply::readyRead, this, &RangeWire::Readable);
+    connect(m_reply, &QNetworkReply::downloadProgress, this, &RangeWire::Progressed);
+    connect(m_reply, &QNetworkReply::finished, this, &RangeWire::Ended);
+    connect(m_reply, &QNetworkReply::errorOccurred, this, &RangeWire::Failed);
+    connect(m_reply, &QNetworkReply::sslErrors, this, [](const QList<QSslError> &errors) {
+        gLogTlsErrors("UpdateCommon", "DownloadMgr::ReplyError", errors);
+    });
+    m_watch->Restart();
+}
+
+void RangeWire::Drop()
+{
+    if (m_reply != nullptr) {
+        QNetworkReply *const reply = m_reply;
+        m_reply.clear();
+        reply->disconnect(this);
+        if (reply->error() == QNetworkReply::NoError) {
+            reply->abort(); // One that has failed is ending by itself.
+        }
+        reply->deleteLater();
+    }
+}
+
+void RangeWire::Cut()
+{
+    Drop();
+    m_watch->Cut();
+}
+
+void RangeWire::Stop()
+{
+    m_watch->Stop();
+    Drop();
+}

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QNetworkReply>
+#include <QObject>
+#include <QPointer>
+
+class QNetworkAccessManager;
+class QNetworkRequest;
+class TransferWatch;
+struct DownloadSystem;
+
+/// The requests of one downloader, one at a time, and their replies.
+///
+///     Send ─► Readable, Progressed, … ─┬─► Ended ─► ManagerFinished
+///                                      ├─► Failed ─► Ended ─► ManagerFinished
+///                                      └─► (silence) ─► AskAgain or GivenUp
+///     Cut ─► (a pause) ─► AskAgain or GivenUp
+///     Drop, Stop: the reply is given up, and none of its signals arrive any more
+///
+/// Thread:    GUI thread.
+/// Ownership: its Qt parent. The system outlives it. It may be deleted in any slot; the network
+///            manager is deleted from the event loop then.
+/// Errors:    signals; TLS errors are logged here.
+class RangeWire : public QObject
+{
+    Q_OBJECT
+
+public:
+    RangeWire(const DownloadSystem &system, QObject *parent);
+    ~RangeWire() override;
+
+    /// Sends @p request and watches over its reply.
+    void Send(const QNetworkRequest &request);
+
+    /// The reply at hand; null before the first request and once it was dropped.
+    QNetworkReply *Reply() const { return m_reply; }
+
+    /// Gives the reply up.
+    void Drop();
+    /// Gives the reply up. What is left is asked for again after a pause, unless that was tried too
+    /// often.
+    void Cut();
+    /// Gives the reply up for good: nothing is asked for again.
+    void Stop();
+
+    TransferWatch &Watch() { return *m_watch; }
+
+signals:
+    void Readable();
+    void Progressed(qint64 bytesReceived, qint64 bytesTotal);
+    void Failed(QNetworkReply::NetworkError code);
+    void Ended();
+    /// Of any reply, one that was dropped included.
+    void ManagerFinished(QNetworkReply *reply);
+    /// What is left is to be asked for now.
+    void AskAgain();
+    /// It was asked for too often.
+    void GivenUp();
+
+private:
+    QNetworkAccessManager *m_manager;
+    QPointer<QNetworkReply> m_reply;
+    TransferWatch *m_watch;
+};

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "update/transfer/FetchMode.h"
+
+class RangeStore;
+
+/// Fetches the whole package from where a redirect leads: asks for it without a range, and writes it
+/// from its first byte. That says nothing about the range, so nothing is counted or saved, and what
+/// was cut is fetched from its beginning again.
+class WholeFetch : public FetchMode
+{
+public:
+    explicit WholeFetch(RangeStore &store);
+
+    QNetworkRequest MakeRequest(const QUrl &url) override;
+    RangeVerdict Judge(const RangeAnswer &answer) const override;
+    void Accept(const RangeAnswer & /*answer*/) override {}
+    bool Record(qint64 /*bytes*/) override { return false; }
+    bool RefusesExcess() const override { return true; }
+    /// The progress of the reply says when all of it is there.
+    bool EndsWithLastByte() const override { return false; }
+    bool IsLateCut(QNetworkReply::NetworkError code) const override;
+
+private:
+    RangeStore &m_store;
+};
