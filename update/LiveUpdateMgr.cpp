@@ -45,7 +45,7 @@ LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version,
     ConnectCheck();
     connect(m_versionPage, &VersionDisplay::UpdateNow, this, &LiveUpdateMgr::UpdateNow);
     connect(m_versionPage, &VersionDisplay::RemindMeLater, this, &LiveUpdateMgr::RemindMeLater);
-    connect(m_downloadMgr, &DownloadMgr::CancelInstall, this, &LiveUpdateMgr::_KeepInstaller);
+    connect(m_downloadMgr, &DownloadMgr::CancelInstall, this, &LiveUpdateMgr::KeepInstaller);
     connect(m_downloadMgr, &DownloadMgr::InstallStarted, this, &LiveUpdateMgr::InstallStarted);
     // A kept installer that cannot be started is followed by no other signal.
     connect(m_downloadMgr, &DownloadMgr::Close, this, &LiveUpdateMgr::Close);
@@ -106,7 +106,7 @@ void LiveUpdateMgr::CheckVersion(const QString &pid, const QString &version, con
 void LiveUpdateMgr::ConnectCheck()
 {
     connect(m_check, &VersionCheck::AnswerBegun, m_pages, &UpdatePages::ShowVersionPage);
-    connect(m_check, &VersionCheck::Answered, this, &LiveUpdateMgr::_ShowAnswer);
+    connect(m_check, &VersionCheck::Answered, this, &LiveUpdateMgr::ShowAnswer);
     connect(m_check, &VersionCheck::Failed, m_pages,
             [this] { m_pages->ShowCheckFailure(m_interactive == 1); });
     // Spelled out after a silent check, too: nothing else says that the service is not trusted.
@@ -114,7 +114,7 @@ void LiveUpdateMgr::ConnectCheck()
             [this] { m_pages->ShowCheckFailure(true); });
 }
 
-void LiveUpdateMgr::_ShowAnswer()
+void LiveUpdateMgr::ShowAnswer()
 {
     if (m_versionInfo->HasExeUrl()) {
         m_pages->SetReleaseNotes(m_versionInfo->ReleaseNotes());
@@ -153,13 +153,13 @@ void LiveUpdateMgr::UpdateNow()
         StartDownload(true, choice.keptInstaller);
         break;
     case PackageChoice::Kind::Full:
-        _StartFullPackage();
+        StartFullPackage();
         break;
     }
 }
 
 /// Once for each "Update Now", so that a package that fails is not asked for in a loop.
-void LiveUpdateMgr::_StartFullPackage()
+void LiveUpdateMgr::StartFullPackage()
 {
     if (!m_fullPackageTried) {
         m_fullPackageTried = true;
@@ -236,13 +236,13 @@ void LiveUpdateMgr::ConnectDownload()
     connect(m_download, &PackageDownload::Close, this, &LiveUpdateMgr::Close);
     connect(m_download, &PackageDownload::BeginInstall, this, &LiveUpdateMgr::BeginInstall);
     connect(m_download, &PackageDownload::InstallStarted, this, &LiveUpdateMgr::InstallStarted);
-    connect(m_download, &PackageDownload::CancelInstall, this, &LiveUpdateMgr::_KeepInstaller);
-    connect(m_download, &PackageDownload::Error, this, &LiveUpdateMgr::_ShowDownloadError);
+    connect(m_download, &PackageDownload::CancelInstall, this, &LiveUpdateMgr::KeepInstaller);
+    connect(m_download, &PackageDownload::Error, this, &LiveUpdateMgr::ShowDownloadError);
     connect(m_download, &PackageDownload::FlushFailed, this,
-            [this] { _ShowDownloadError(UpdatePages::DownloadFailedText()); });
+            [this] { ShowDownloadError(UpdatePages::DownloadFailedText()); });
     // From the event loop: the plan that follows ends the downloader that emits this.
     connect(m_download, &PackageDownload::PatchIncreasePackageFaild, this,
-            &LiveUpdateMgr::_StartFullPackage, Qt::QueuedConnection);
+            &LiveUpdateMgr::StartFullPackage, Qt::QueuedConnection);
 }
 
 void LiveUpdateMgr::OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
@@ -253,7 +253,7 @@ void LiveUpdateMgr::OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
     }
 }
 
-void LiveUpdateMgr::_ShowDownloadError(const QString &text)
+void LiveUpdateMgr::ShowDownloadError(const QString &text)
 {
     m_context.events.ReportEvent(EventSink::DownloadError);
     m_pages->ShowDownloadError(text);
@@ -291,7 +291,7 @@ void LiveUpdateMgr::Install()
     m_downloadMgr->Install();
 }
 
-void LiveUpdateMgr::_KeepInstaller()
+void LiveUpdateMgr::KeepInstaller()
 {
     gWriteSetupFile(&m_productSettings, m_context.state.installerReady);
     emit CancelInstall();

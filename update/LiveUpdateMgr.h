@@ -83,10 +83,10 @@ signals:
     void RemindMeLater();
 
 private slots:
-    void _ShowAnswer();
-    void _StartFullPackage();
-    void _ShowDownloadError(const QString &text);
-    void _KeepInstaller();
+    void ShowAnswer();
+    void StartFullPackage();
+    void ShowDownloadError(const QString &text);
+    void KeepInstaller();
 
 private:
     void ConnectCheck();

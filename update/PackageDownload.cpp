@@ -33,7 +33,7 @@ PackageDownload::PackageDownload(const DownloadTarget &target, const QString &ol
     , m_context(context)
     , m_flushSchedule(new FlushSchedule(state, context.system, this))
 {
-    connect(m_flushSchedule, &FlushSchedule::Failed, this, &PackageDownload::_FlushFailed);
+    connect(m_flushSchedule, &FlushSchedule::Failed, this, &PackageDownload::EndAfterFlushFailure);
 }
 
 // --- The plan --------------------------------------------------------------------------------------
@@ -197,7 +197,7 @@ void PackageDownload::End()
     }
 }
 
-void PackageDownload::_FlushFailed()
+void PackageDownload::EndAfterFlushFailure()
 {
     End();
     m_context.state.downloadStarted = false;

@@ -77,7 +77,7 @@ signals:
     void FlushFailed();
 
 private slots:
-    void _FlushFailed();
+    void EndAfterFlushFailure();
 
 private:
     void Resume(const ResumePoint &point);

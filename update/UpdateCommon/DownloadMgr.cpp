@@ -5,13 +5,10 @@
 #include "api/Log.h"
 #include "api/QuillonInit.h"
 #include "platform/ProcessLock.h"
-#include "update/base/DownloadState.h"
 #include "update/base/DownloadSystem.h"
 #include "update/base/NetworkFailure.h"
 #include "update/base/Texts.h"
-#include "update/install/PackageEnd.h"
 #include "update/transfer/RangeReply.h"
-#include "update/transfer/RangeTransfer.h"
 #include "update/transfer/RangeWire.h"
 #include "update/transfer/TransferWatch.h"
 #include "update/UpdateCommon/NetworkCheck.h"
@@ -42,6 +39,8 @@ DownloadMgr::DownloadMgr(const UpdateContext &context, QObject *parent)
     connect(&m_transfer->Wire().Watch(), &TransferWatch::Armed, this, &DownloadMgr::ArmWatchdog);
     connect(m_end, &PackageEnd::PlaceFailed, this,
             [this] { ReportFailure(FailureText::downloadFailed); });
+    connect(m_end, &PackageEnd::Patched, this, &DownloadMgr::DownloadFinished);
+    connect(m_end, &PackageEnd::PatchFailed, this, &DownloadMgr::PatchIncreasePackageFaild);
     connect(m_end, &PackageEnd::Close, this, &DownloadMgr::Close);
     connect(m_end, &PackageEnd::BeginInstall, this, &DownloadMgr::BeginInstall);
     connect(m_end, &PackageEnd::CancelInstall, this, &DownloadMgr::CancelInstall);
@@ -100,7 +99,7 @@ void DownloadMgr::ArmWatchdog()
         m_networkCheck = new NetworkCheck(m_context.system.stallLimit);
         const TransferWatch *const watch = &m_transfer->Wire().Watch();
         connect(watch, &TransferWatch::Disarmed, m_networkCheck, &NetworkCheck::_StopCheck);
-        connect(m_networkCheck, &NetworkCheck::TimeOut, watch, &TransferWatch::_TimeOut);
+        connect(m_networkCheck, &NetworkCheck::TimeOut, watch, &TransferWatch::OnTimeOut);
     }
     QMetaObject::invokeMethod(m_networkCheck, &NetworkCheck::_Check, Qt::QueuedConnection);
 }
@@ -125,32 +124,7 @@ void DownloadMgr::Stop()
     m_lock.reset();
 }
 
-bool DownloadMgr::IsRunning() const
-{
-    return m_state == State::Fetching || m_end->IsPlacing();
-}
-
-void DownloadMgr::HoldLock(std::shared_ptr<ProcessLock> lock)
-{
-    m_lock = std::move(lock);
-}
-
-void DownloadMgr::SaveResumeState()
-{
-    m_transfer->Store().Save(m_context.state.alreadyDownloaded);
-}
-
 // --- Receiving -------------------------------------------------------------------------------------
-
-void DownloadMgr::_ReadyRead()
-{
-    Receive("DownloadMgr::_ReadyRead");
-}
-
-void DownloadMgr::ReadyRead()
-{
-    Receive("DownloadMgr::ReadyRead");
-}
 
 void DownloadMgr::Receive(const char *function)
 {
@@ -179,17 +153,15 @@ void DownloadMgr::slotDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
     if (CompleteWholePackage(bytesReceived, bytesTotal)) {
         emit DownloadFinished();
         if (alive != nullptr) {
-            m_end->Place(m_task.installerPath, std::move(m_lock));
+            m_end->Complete(m_task, std::move(m_lock));
         }
     }
 }
 
-void DownloadMgr::_slotDownloadProgress(qint64 /*bytesReceived*/, qint64 /*bytesTotal*/) {}
-
 void DownloadMgr::DownloadIncreasePackageProgress(qint64 bytesReceived, qint64 bytesTotal)
 {
     if (CompleteWholePackage(bytesReceived, bytesTotal)) {
-        CompleteIncreasePackage();
+        m_end->Complete(m_task, std::move(m_lock));
     }
 }
 
@@ -250,11 +222,7 @@ void DownloadMgr::EndRange()
         break;
     case DownloadState::Left::Nothing:
         // The lock stays until the package is in place.
-        if (m_task.isIncremental) {
-            CompleteIncreasePackage();
-        } else {
-            m_end->Place(m_task.installerPath, std::move(m_lock));
-        }
+        m_end->Complete(m_task, std::move(m_lock));
         break;
     case DownloadState::Left::Bytes:
         m_lock.reset();
@@ -322,35 +290,4 @@ bool DownloadMgr::event(QEvent *event)
         emit Error(tr(m_errorText));
     }
     return alive == nullptr || QObject::event(event);
-}
-
-// --- The complete package --------------------------------------------------------------------------
-
-void DownloadMgr::CompleteIncreasePackage()
-{
-    const Alive alive(this);
-    const auto lock = std::move(m_lock);
-    if (!PatchIncreasePackage()) {
-        emit PatchIncreasePackageFaild();
-        return;
-    }
-    emit DownloadFinished();
-    if (alive != nullptr) {
-        m_end->Offer(m_task.oldPackagePath);
-    }
-}
-
-bool DownloadMgr::PatchIncreasePackage()
-{
-    return m_end->Patch(m_task.oldPackagePath, m_task.targetPath, m_task.expectedMd5);
-}
-
-void DownloadMgr::OfferKeptInstaller(const QString &installerPath)
-{
-    m_end->OfferKept(installerPath);
-}
-
-void DownloadMgr::Install()
-{
-    m_end->Install();
 }

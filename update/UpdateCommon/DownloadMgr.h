@@ -2,9 +2,12 @@
 
 #pragma once
 
+#include "update/base/DownloadState.h"
 #include "update/base/UpdateContext.h"
+#include "update/install/PackageEnd.h"
 #include "update/plan/ResumeState.h"
 #include "update/transfer/RangeTask.h"
+#include "update/transfer/RangeTransfer.h"
 
 #include <QNetworkReply>
 #include <QObject>
@@ -12,11 +15,10 @@
 #include <QUrl>
 
 #include <memory>
+#include <utility>
 
 class NetworkCheck;
-class PackageEnd;
 class ProcessLock;
-class RangeTransfer;
 
 /// Fetches one byte range of a package into the pre-allocated target file. The downloader that
 /// completes the package also puts it in place and asks the user to install it.
@@ -62,25 +64,25 @@ public:
     /// "bspatch.exe" in the application's folder, verifies it, and puts it in the kept one's place.
     /// Blocks until the program has ended or its limit has passed. @return whether it succeeded; a
     /// failure leaves the kept installer as it is.
-    bool PatchIncreasePackage();
+    bool PatchIncreasePackage() { return m_end->Patch(m_task); }
 
     /// Offers an installer that an earlier session kept. Without the file nothing happens.
-    void OfferKeptInstaller(const QString &installerPath);
+    void OfferKeptInstaller(const QString &installerPath) { m_end->OfferKept(installerPath); }
 
     /// Starts the installer if the user has answered "Yes"; otherwise nothing happens.
-    void Install();
+    void Install() { m_end->Install(); }
 
     /// Ends the transfer for good: nothing is written, counted or emitted for this range any more.
     void Stop();
 
     /// The range has been started and has not ended yet, or the package is being put in place.
-    bool IsRunning() const;
+    bool IsRunning() const { return m_state == State::Fetching || m_end->IsPlacing(); }
 
     /// Puts on disk how far this range has come.
-    void SaveResumeState();
+    void SaveResumeState() { m_transfer->Store().Save(m_context.state.alreadyDownloaded); }
 
     /// Holds @p lock until this range has ended, one way or the other.
-    void HoldLock(std::shared_ptr<ProcessLock> lock);
+    void HoldLock(std::shared_ptr<ProcessLock> lock) { m_lock = std::move(lock); }
 
 signals:
     /// Bytes of the chunk just written, and 1; on a redirected reply the bytes received and the
@@ -99,13 +101,13 @@ signals:
 
 public slots:
     void ReplyFinished(QNetworkReply *reply);
-    void ReadyRead();
+    void ReadyRead() { Receive("DownloadMgr::ReadyRead"); }
     void slotDownloadProgress(qint64 bytesReceived, qint64 bytesTotal);
     void DownloadIncreasePackageProgress(qint64 bytesReceived, qint64 bytesTotal);
     void ReplyError(QNetworkReply::NetworkError code);
-    void _ReadyRead();
+    void _ReadyRead() { Receive("DownloadMgr::_ReadyRead"); }
     /// Part of the interface; does nothing.
-    void _slotDownloadProgress(qint64 bytesReceived, qint64 bytesTotal);
+    void _slotDownloadProgress(qint64 /*bytesReceived*/, qint64 /*bytesTotal*/) {}
     void _DownloadFinished();
 
 public:
@@ -129,7 +131,6 @@ private:
     bool CompleteWholePackage(qint64 bytesReceived, qint64 bytesTotal);
     void CloseTransfer();
 
-    void CompleteIncreasePackage();
     void ReportFailure(const char *text);
 
     UpdateContext m_context;

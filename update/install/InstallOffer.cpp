@@ -27,8 +27,8 @@ InstallOffer::InstallOffer(EventSink &events, QObject *parent)
     , m_events(events)
     , m_messageBox(new URMessageBox(URMessageBox::Question, this))
 {
-    connect(m_messageBox, &URMessageBox::Yes, this, &InstallOffer::_Yes);
-    connect(m_messageBox, &URMessageBox::Cancel, this, &InstallOffer::_Cancel);
+    connect(m_messageBox, &URMessageBox::Yes, this, &InstallOffer::OnYes);
+    connect(m_messageBox, &URMessageBox::Cancel, this, &InstallOffer::OnCancel);
 }
 
 void InstallOffer::OfferDownloaded(const QString &installer)
@@ -55,7 +55,7 @@ void InstallOffer::Install()
     }
 }
 
-void InstallOffer::_Yes()
+void InstallOffer::OnYes()
 {
     m_installRequested = true;
     const QString installer = m_installer;
@@ -68,7 +68,7 @@ void InstallOffer::_Yes()
     }
 }
 
-void InstallOffer::_Cancel()
+void InstallOffer::OnCancel()
 {
     m_installRequested = false;
     const QPointer<InstallOffer> alive(this);

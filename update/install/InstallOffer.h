@@ -11,8 +11,8 @@ class URMessageBox;
 /// Asks the user whether an installer is to be started now or next time, and acts on the answer.
 ///
 ///     OfferDownloaded ─► BeginInstall ─┐
-///     OfferKept ───────────────────────┴─► question ─┬─► _Yes    ─► Close, start, InstallStarted
-///                                                    └─► _Cancel ─► CancelInstall, Close
+///     OfferKept ───────────────────────┴─► question ─┬─► OnYes    ─► Close, start, InstallStarted
+///                                                    └─► OnCancel ─► CancelInstall, Close
 ///
 /// Thread:    GUI thread; both offers run a nested event loop.
 /// Ownership: its Qt parent. The host may delete it in any slot and while the question is asked.
@@ -40,8 +40,8 @@ signals:
     void InstallStarted();
 
 private slots:
-    void _Yes();
-    void _Cancel();
+    void OnYes();
+    void OnCancel();
 
 private:
     void Start(const QString &installer);

@@ -8,8 +8,10 @@
 #include "update/install/InstallerPatch.h"
 #include "update/install/InstallOffer.h"
 #include "update/install/PackagePlacer.h"
+#include "update/transfer/RangeTask.h"
 
 #include <QFile>
+#include <QPointer>
 
 #include <utility>
 
@@ -30,10 +32,23 @@ PackageEnd::PackageEnd(RangeStore &store, const UpdateContext &context, QObject 
     connect(m_offer, &InstallOffer::InstallStarted, this, &PackageEnd::InstallStarted);
 }
 
-void PackageEnd::Place(const QString &installerPath, std::shared_ptr<ProcessLock> lock)
+void PackageEnd::Complete(const RangeTask &task, std::shared_ptr<ProcessLock> lock)
 {
-    m_installerPath = installerPath;
-    m_placer->Start(installerPath, std::move(lock));
+    if (!task.isIncremental) {
+        m_installerPath = task.installerPath;
+        m_placer->Start(m_installerPath, std::move(lock));
+        return;
+    }
+    if (!Patch(task)) {
+        emit PatchFailed();
+        return;
+    }
+    const QString installer = task.oldPackagePath;
+    const QPointer<PackageEnd> alive(this);
+    emit Patched();
+    if (alive != nullptr) {
+        Offer(installer);
+    }
 }
 
 void PackageEnd::CancelPlacing()
@@ -46,20 +61,19 @@ bool PackageEnd::IsPlacing() const
     return m_placer->IsRunning();
 }
 
-bool PackageEnd::Patch(const QString &keptInstaller, const QString &patchFile,
-                       const QString &expectedMd5)
+bool PackageEnd::Patch(const RangeTask &task)
 {
-    if (!gPatchKeptInstaller(keptInstaller, patchFile, expectedMd5, m_context)) {
+    if (!gPatchKeptInstaller(task.oldPackagePath, task.targetPath, task.expectedMd5, m_context)) {
         return false;
     }
-    m_context.state.installerReady = keptInstaller;
+    m_context.state.installerReady = task.oldPackagePath;
     return true;
 }
 
+/// Asks the user from the event loop: the question runs a nested one, in which the host may delete
+/// the dialog, so it is not asked from within a reply's own signal.
 void PackageEnd::Offer(const QString &installer)
 {
-    // The question runs a nested event loop, in which the host may delete the dialog: it is not
-    // asked from within a reply's own signal.
     QMetaObject::invokeMethod(
         m_offer, [offer = m_offer, installer] { offer->OfferDownloaded(installer); },
         Qt::QueuedConnection);

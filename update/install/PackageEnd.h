@@ -13,13 +13,15 @@ class InstallOffer;
 class PackagePlacer;
 class ProcessLock;
 class RangeStore;
+struct RangeTask;
 
 /// The end of a package: its installer is put in place and offered to the user.
 ///
-///     Place ─► flushed ─► moved into place ─┬─► Offer
-///                                           └─► PlaceFailed
-///     Patch ─► Offer
-///     Offer, OfferKept ─► InstallOffer ─► Close, BeginInstall, CancelInstall, InstallStarted
+///     Complete ─┬─ full: flushed ─► moved into place ─────────┬─► the offer
+///               │                          └─► PlaceFailed    │
+///               └─ incremental: Patch ─► Patched ─────────────┘
+///                                  └───► PatchFailed
+///     the offer, OfferKept ─► BeginInstall, then Close, CancelInstall or InstallStarted
 ///
 /// Thread:    GUI thread; `Patch` blocks it for the limit of the patch program at most.
 /// Ownership: its Qt parent, which owns the store as well. The host may delete it in any slot.
@@ -31,18 +33,17 @@ class PackageEnd : public QObject
 public:
     PackageEnd(RangeStore &store, const UpdateContext &context, QObject *parent);
 
-    /// Moves the complete full package to @p installerPath and offers it. Holds @p lock meanwhile.
-    void Place(const QString &installerPath, std::shared_ptr<ProcessLock> lock);
+    /// Puts the package of @p task, all of whose bytes are there, in place and offers its installer.
+    /// Holds @p lock until it is in place.
+    void Complete(const RangeTask &task, std::shared_ptr<ProcessLock> lock);
     /// Nothing is moved any more; the next plan finds the package complete.
     void CancelPlacing();
     bool IsPlacing() const;
 
-    /// Puts the installer that @p patchFile makes of the one at @p keptInstaller in its place.
+    /// Puts the installer that the downloaded patch makes of the kept one in its place.
     /// @return whether it is there
-    bool Patch(const QString &keptInstaller, const QString &patchFile, const QString &expectedMd5);
+    bool Patch(const RangeTask &task);
 
-    /// Asks the user from the event loop whether the installer in place is to be started.
-    void Offer(const QString &installer);
     /// Asks at once, about an installer that an earlier session kept. Without the file nothing
     /// happens.
     void OfferKept(const QString &installer);
@@ -51,12 +52,16 @@ public:
 
 signals:
     void PlaceFailed();
+    void Patched();
+    void PatchFailed();
     void BeginInstall();
     void CancelInstall();
     void Close();
     void InstallStarted();
 
 private:
+    void Offer(const QString &installer);
+
     UpdateContext m_context;
     PackagePlacer *m_placer;
     InstallOffer *m_offer;

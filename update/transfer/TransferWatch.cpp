@@ -51,7 +51,7 @@ void TransferWatch::Cut()
     });
 }
 
-void TransferWatch::_TimeOut()
+void TransferWatch::OnTimeOut()
 {
     // Bytes that arrived while this thread was busy may still wait in its event queue.
     QMetaObject::invokeMethod(

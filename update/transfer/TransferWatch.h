@@ -11,7 +11,7 @@ struct DownloadSystem;
 
 /// Watches over the transfer of a range: notices that it stalls, and decides when what is left is
 /// asked for again and when to stop asking. The time is kept by a watchdog, which its owner connects
-/// to the signals `Armed` and `Disarmed` and to the slot `_TimeOut`.
+/// to the signals `Armed` and `Disarmed` and to the slot `OnTimeOut`.
 ///
 ///     Restart ─► (nothing for a while) ─┬─► AskAgain
 ///     Cut ─────► (1, 2, 4, 8, 16 s) ────┴─► GivenUp, once it was asked too often without a byte
@@ -47,7 +47,7 @@ signals:
 
 public slots:
     /// The watchdog's time has passed. One that a later chunk or end has overtaken is ignored.
-    void _TimeOut();
+    void OnTimeOut();
 
 private:
     void JudgeStall(int beat);

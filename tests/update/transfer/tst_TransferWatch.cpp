@@ -48,7 +48,7 @@ void tst_TransferWatch::init()
     m_watchdog = std::make_unique<NetworkCheck>(m_system.stallLimit);
     connect(m_watch.get(), &TransferWatch::Armed, m_watchdog.get(), &NetworkCheck::_Check);
     connect(m_watch.get(), &TransferWatch::Disarmed, m_watchdog.get(), &NetworkCheck::_StopCheck);
-    connect(m_watchdog.get(), &NetworkCheck::TimeOut, m_watch.get(), &TransferWatch::_TimeOut);
+    connect(m_watchdog.get(), &NetworkCheck::TimeOut, m_watch.get(), &TransferWatch::OnTimeOut);
     m_asked = std::make_unique<QSignalSpy>(m_watch.get(), &TransferWatch::AskAgain);
     m_givenUp = std::make_unique<QSignalSpy>(m_watch.get(), &TransferWatch::GivenUp);
 }
