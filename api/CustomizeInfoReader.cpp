@@ -9,8 +9,7 @@
 
 namespace
 {
-// The two exports of the customisation library. Texts are null-terminated UTF-16; both answer
-// non-zero on success.
+// The two exports of the customisation library, as host/HvUtilities/HvUtilities.h declares them.
 using LoadCustomizeXmlFile = int (*)(const char16_t *path);
 using ReadCustomizeInfoExport = int (*)(const char16_t *key, const char16_t *language,
                                         char16_t *buffer, int bufferUnits, int, int);
@@ -40,7 +39,8 @@ QString CustomizeInfoReader::ReadCustomizeInfo(QString language, QString key)
     if (read == nullptr) {
         return QStringLiteral("");
     }
-    // The first unit is the digit zero: a store that succeeds without writing anything means "0".
+    // The buffer begins with the digit zero, so a store that succeeds without writing gives "0".
+    // Held by tst_CustomizeInfoReader.
     std::array<char16_t, 256> buffer{u'0'};
     const auto size = static_cast<int>(buffer.size());
     if (read(gUtf16(key), gUtf16(language), buffer.data(), size, 0, 0) == 0) {

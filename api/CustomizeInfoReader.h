@@ -8,7 +8,7 @@
 #include <QString>
 
 /// One look-up in the host's customisation store: the library "HvUtilities.dll" and the file
-/// "Customization.xml", both in the application's folder.
+/// "Customization.xml", both in the application's folder. The constructor loads both.
 ///
 /// Thread:    GUI thread. Ownership: created on the stack for one look-up.
 /// Errors:    a missing library, export, file or entry gives an empty string.

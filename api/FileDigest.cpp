@@ -16,7 +16,7 @@ QString FileMd5Hex(QString path)
         return QStringLiteral("");
     }
     QCryptographicHash hash(QCryptographicHash::Md5);
-    // A file that grows meanwhile is hashed up to the size that it had.
+    // A file that grows meanwhile is hashed up to the size that it had when it was opened.
     qint64 remaining = file.size();
     while (remaining > 0) {
         const QByteArray chunk = file.read(qMin(remaining, chunkSize));

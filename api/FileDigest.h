@@ -5,5 +5,6 @@
 #include <QString>
 
 /// The MD5 of the content of the file at @p path as 32 lower-case hexadecimal digits. A file that
-/// cannot be opened gives an empty string and the debug line "file open error.".
+/// cannot be opened gives an empty string and the debug line "file open error.". A read that fails
+/// counts as the end of the file. Thread: any.
 QString FileMd5Hex(QString path);

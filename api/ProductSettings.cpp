@@ -11,7 +11,6 @@
 QString InstallLanguage()
 {
     using namespace ProductSettings;
-    // The host's own data directory, which need not be the module's configuration directory.
     QSettings settings(CvGetCorvinaDirectory() + QLatin1String(fileName), QSettings::IniFormat);
     settings.beginGroup(QLatin1String(systemGroup));
     return settings.value(QLatin1String(installLanguageKey), QLatin1String(defaultInstallLanguage))

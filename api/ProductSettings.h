@@ -8,14 +8,18 @@
 ///
 /// Thread: GUI thread. Errors: every reader falls back to the value named with it.
 
-/// Every setting of the product settings file "Corvina.ini", in one place.
+/// Every setting that the module uses of the product settings files. There are two files of the
+/// name "Corvina.ini": the group System is read in the host's data directory
+/// (`CvGetCorvinaDirectory`), the group Quillon in the configuration directory
+/// (`QuillonInit::GetConfigFileDir`).
 ///
-/// | group   | key            | type      | when missing or empty     | read or written by        |
+/// | group   | key            | type      | when missing or empty     | used by                   |
 /// |---------|----------------|-----------|---------------------------|---------------------------|
 /// | System  | DefInstallLang | string    | "ENG" (only when missing) | `InstallLanguage`         |
 /// | Quillon | Email          | string    | empty                     | query values of the check |
-/// | Quillon | SetupFile      | path      | empty                     | check, install prompt     |
-/// | Quillon | StatisticsHost | host:port | the host of the build     | `StatisticsHost`          |
+/// | Quillon | SetupFile      | path      | no installer is kept      | read by a check, written  |
+/// |         |                |           |                           | when the user puts off    |
+/// | Quillon | StatisticsHost | host:port | the host of the build     | `gStatisticsHost`         |
 namespace ProductSettings
 {
 inline constexpr char fileName[] = "/Corvina.ini";
@@ -32,8 +36,8 @@ inline constexpr char statisticsHostKey[] = "StatisticsHost";
 QString InstallLanguage();
 
 /// The host, with an optional ":port", that the statistics records are sent to, from the settings
-/// file in the configuration directory; or else the one that the module was built with, whose own
-/// default cannot be resolved.
+/// file in the configuration directory. Otherwise the one that the module was built with, the CMake
+/// variable QUILLON_STATISTICS_HOST; its default "statistics.invalid" has no address.
 QString gStatisticsHost();
 
 /// The product identifier of the customised build for @p language; empty when there is none.

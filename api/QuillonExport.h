@@ -4,11 +4,12 @@
 
 #include <QObject>
 
-/// Marks the three classes that a host binds to. QUILLON_BUILDING is set while the module itself is
-/// compiled; a host that includes the public headers imports.
+/// Marks the three classes that a host binds to. QUILLON_BUILDING is defined while the module
+/// itself is compiled; without it, as in a host, the classes are imported.
 #if defined(QUILLON_BUILDING)
 #define QUILLON_EXPORT Q_DECL_EXPORT
-// Hosts bind to every member of the meta-object by its name. Qt hides this one where it can.
+// Hosts import every member of the meta-object by name, `qt_static_metacall` included, which Qt
+// hides where the compiler can. tests/api/CompareExports.cmake compares the exports with a list.
 #undef Q_DECL_HIDDEN_STATIC_METACALL
 #define Q_DECL_HIDDEN_STATIC_METACALL
 #else

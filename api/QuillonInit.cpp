@@ -32,6 +32,5 @@ QString QuillonInit::gGetStyleSheet(QString path)
     if (!file.open(QIODevice::ReadOnly)) {
         return QStringLiteral("");
     }
-    // UTF-8 with a byte-order mark, or the system's own encoding.
     return QTextStream(&file).readAll();
 }

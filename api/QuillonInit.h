@@ -14,13 +14,17 @@ class QUILLON_EXPORT QuillonInit
 {
 public:
     /// The directory of the product settings file "Corvina.ini" and of the resume-state file
-    /// "CvBreakResumeDownLoad.ini", without a trailing slash. Empty when the module is loaded; set
-    /// it before the first `UpdateMain` is constructed, a later change does not reach that dialog.
+    /// "CvBreakResumeDownLoad.ini", without a trailing slash. Empty when the module is loaded.
+    ///
+    /// Set it before the first `UpdateMain` is constructed and leave it while a dialog exists: a
+    /// dialog opens its settings and its resume state when it is constructed, but downloads and
+    /// event reports read this value when they start.
     static void SetConfigFileDir(QString directory);
     static QString GetConfigFileDir();
 
-    /// The whole text of the style sheet at @p path (a file or a resource path that was already
-    /// chosen for the screen's pixel ratio). A file that cannot be opened gives an empty string,
-    /// which leaves the dialog in the platform's own look.
+    /// The whole text of the style sheet at @p path, a file or a resource. The caller chooses the
+    /// path for the screen's pixel ratio. A file that cannot be opened gives an empty string, with
+    /// which the dialog has the platform's own look. The text is UTF-8 when it begins with a
+    /// byte-order mark, otherwise in the system's own encoding.
     static QString gGetStyleSheet(QString path);
 };

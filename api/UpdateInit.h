@@ -6,7 +6,7 @@
 
 #include <QString>
 
-/// What a host tells the module about its update service, before it constructs an `UpdateMain`.
+/// The settings of the update service, which a host makes before it constructs an `UpdateMain`.
 ///
 /// Purpose:   holds the service's address template and the host's own version, process-wide.
 /// Thread:    the host's GUI thread; nothing locks the values.
@@ -23,7 +23,8 @@ public:
     static void SetUpdateUrl(QString url);
     static QString GetUpdateUrl();
 
-    /// The version of the running host, for example "9.1.0.0". Read anew at every check.
+    /// The version of the running host, for example "9.1.0.0". Read whenever it is needed: by a
+    /// check without the caller's own values, and when a download starts.
     static void SetUpdateVersion(QString version);
     static QString GetUpdateVersion();
 };

@@ -10,7 +10,8 @@
 
 namespace
 {
-// Hosts bind to these two by name as well, and an inline function that nobody uses would not exist.
+// Hosts import these two inline functions by name, too; the compiler emits one only when it is
+// used. tests/api/CompareExports.cmake compares the exports with a list.
 QT_WARNING_PUSH
 QT_WARNING_DISABLE_DEPRECATED
 [[gnu::used]] QString (*const inlineMembers[])(const char *, const char *,
@@ -23,7 +24,7 @@ UpdateMain::UpdateMain(QWidget *parent)
 {
     setAttribute(Qt::WA_StyledBackground);
     setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
-    // Smaller than any page on purpose: the first page switch gives the dialog its real size.
+    // The size until the first page switch, which sets the size of the page.
     resize(570, 250);
     setModal(true);
 
@@ -34,7 +35,7 @@ UpdateMain::UpdateMain(QWidget *parent)
     const int border = gGetSystemBorder();
     layout->setContentsMargins(border, border, border, border);
 
-    // The host's slots run before the dialog closes, so that they still see it open.
+    // Slots run in the order of their connections: the host's see the dialog open, then it closes.
     connect(m_impl, &UpdateMainImpl::Close, this, &UpdateMain::Close);
     connect(m_impl, &UpdateMainImpl::Close, this, &UpdateMain::close);
     connect(m_impl, &UpdateMainImpl::BeginInstall, this, &UpdateMain::BeginInstall);

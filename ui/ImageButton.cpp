@@ -18,6 +18,8 @@ void ImageButton::mousePressEvent(QMouseEvent *event)
     if (alive != nullptr) {
         QWidget::mousePressEvent(event);
     } else {
-        event->accept(); // The widgets that would be asked next may be gone as well.
+        // A slot deleted the button. The parents, to which Qt would propagate the press, may be
+        // deleted as well.
+        event->accept();
     }
 }

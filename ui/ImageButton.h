@@ -15,7 +15,8 @@ public:
     explicit ImageButton(QWidget *parent);
 
 signals:
-    /// A mouse button, any of them, was pressed on it. It does not wait for the release.
+    /// Any mouse button was pressed on it. Emitted at the press, not at the release. A slot may
+    /// delete the button.
     void Clicked();
 
 protected:

@@ -38,8 +38,8 @@ void TitleBar::mousePressEvent(QMouseEvent *event)
 
 void TitleBar::mouseMoveEvent(QMouseEvent *event)
 {
-    // Only the bottom of the default screen is a limit: it keeps the bar from getting under the
-    // task bar.
+    // A drag ends above the bottom of the primary screen's free area, so that the bar is not moved
+    // under the task bar. The other edges do not limit it.
     const int limit = QGuiApplication::primaryScreen()->availableGeometry().bottom() - 1;
     QPoint global = mapToGlobal(event->pos());
     global.setY(qMin(global.y(), limit));
@@ -47,8 +47,7 @@ void TitleBar::mouseMoveEvent(QMouseEvent *event)
     if (m_window != nullptr) {
         emit Move(step.x(), step.y());
     } else {
-        // A bar without a window takes the displacement as a position. Deliberate; it has one in
-        // use.
+        // A bar without a window, as only tst_TitleBar makes one, moves to the step as a position.
         move(step.x(), step.y());
     }
 }

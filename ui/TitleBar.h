@@ -11,7 +11,8 @@ class QLabel;
 
 /// The caption strip of a frameless window: caption, close button, drag to move.
 ///
-/// Thread: GUI thread. Ownership: its Qt parent, which is also the window that it asks to move.
+/// Thread: GUI thread. Ownership: its Qt parent. A bar with a parent does not move itself: it emits
+/// `Move`, and the owner moves the window.
 class TitleBar : public URBaseWidget
 {
     Q_OBJECT
@@ -23,10 +24,11 @@ public:
     void SetCloseEnabled(bool enabled);
 
 signals:
-    /// The close button was pressed; the owner decides what closing means.
+    /// The close button was pressed. The bar itself closes nothing.
     void Close();
-    /// The bar was dragged by (x, y) logical pixels since the press. As the bar moves along with
-    /// its window, each signal carries only the step since the last one.
+    /// The bar was dragged: the pointer is (x, y) logical pixels away from where it was pressed,
+    /// measured on the bar. When the owner moves the window by (x, y), the bar moves along, and the
+    /// next signal carries only the next step.
     void Move(int x, int y);
 
 protected:

@@ -11,7 +11,7 @@ namespace
 {
 constexpr int boxWidth = 560;
 constexpr int boxHeight = 186;
-// The host library's code for the buttons of a question: Yes and Cancel.
+// `CvMessageBox::Yes` and `CvMessageBox::Cancel`.
 constexpr int questionButtons = 9;
 } // namespace
 
@@ -31,8 +31,9 @@ void URMessageBox::ShowMessage(QString title, QString text)
             emit Ok();
         }
     } else if (m_kind == Question) {
-        // The host may delete what the question belongs to while it is asked: the box goes as well,
-        // and nobody is left to hear an answer. On the heap, since a parent deletes its children.
+        // The host may delete this object, or the parent of the box, while the question is shown.
+        // Then the box closes, and no answer is emitted. The box is on the heap because its parent
+        // may delete it.
         const QPointer<CvMessageBox> box =
             new CvMessageBox(title, text, Qt::AlignRight, questionButtons, m_dialogParent);
         connect(this, &QObject::destroyed, box, &QDialog::reject);

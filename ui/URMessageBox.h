@@ -8,8 +8,8 @@
 /// Shows a modal message or question in the host's message box and turns the answer into a signal.
 ///
 /// Thread:    GUI thread; `ShowMessage` runs a nested event loop.
-/// Ownership: its Qt parent. One object may be shown any number of times. Deleting it while it shows
-///            a question closes the box without an answer.
+/// Ownership: its Qt parent. One object may be shown any number of times. Deleting it while it
+///            shows a question closes the box, and no answer is emitted.
 class URMessageBox : public QObject
 {
     Q_OBJECT
@@ -21,11 +21,11 @@ public:
     /// @param parent owns the object; when it is a widget, the box is shown above it
     URMessageBox(int kind, QObject *parent);
 
-    /// Returns once the user has answered, after the answer's signal was delivered.
+    /// Returns when the user has answered and the signal of the answer was emitted.
     void ShowMessage(QString title, QString text);
 
 signals:
-    /// Part of the interface; never emitted.
+    /// Never emitted. It is part of the meta-object that tst_URMessageBox compares.
     void Close();
     /// An information box was dismissed.
     void Ok();

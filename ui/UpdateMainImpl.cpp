@@ -32,9 +32,9 @@ UpdateMainImpl::UpdateMainImpl(QWidget *parent)
     m_pages->addWidget(m_versionPage);
     m_pages->addWidget(m_hintPage);
 
-    // The manager emits SetCurrentWidget for the progress page while it is constructed, before the
-    // signal is connected: the page is shown anyway, and the dialog keeps its first size until a page
-    // is really switched.
+    // The manager emits `SetCurrentWidget` while it is constructed, before the connection below. So
+    // the dialog keeps its first size of 570 x 250 (tst_UpdateMain); the progress page is the
+    // current one as the first that was added.
     m_manager = new LiveUpdateMgr(m_progressPage, m_versionPage, m_hintPage,
                                   {gRealSystem(), gDownloadState(), gProcessReports()}, this);
     connect(m_manager, &LiveUpdateMgr::Close, this, &UpdateMainImpl::Close);
@@ -100,7 +100,7 @@ bool UpdateMainImpl::eventFilter(QObject *dialog, QEvent *event)
 {
     const bool isEscape = event->type() == QEvent::KeyPress &&
                           static_cast<QKeyEvent *>(event)->matches(QKeySequence::Cancel);
-    // The host's own call, or that of a slot of ours, does not come from the system.
+    // Spontaneous: from the window system. A call of close() by the host or by a slot is not.
     const bool isClosed = event->type() == QEvent::Close && event->spontaneous();
     if (!isEscape && !isClosed) {
         return URBaseWidget::eventFilter(dialog, event);
@@ -120,10 +120,10 @@ void UpdateMainImpl::OnTitleBarClose()
         return;
     }
     if (closedPage == m_progressPage) {
-        // Closing during a download saves its state, exactly as the page's own button does.
+        // As the page's own button: each range saves its state and ends, and emits `Close`.
         emit m_progressPage->Close();
     } else {
-        // Behind a failure of one range others may still be running.
+        // The hint page may show the failure of one range while the others still run.
         m_manager->CloseDownloads();
     }
 }

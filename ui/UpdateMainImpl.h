@@ -29,16 +29,19 @@ public:
     bool IsNeedUpdate();
     void Install();
 
-    /// Makes @p page the current one and asks the dialog for its size.
+    /// Makes @p page the current one and emits `Resize` with its size.
     void ShowPage(QWidget *page);
 
     void RetranslateUi() override;
 
-    /// For the dialog: Escape, and the system's own ways to close a window, do what the title bar's button
-    /// does. A dialog that was only hidden would go on downloading unseen.
+    /// The event filter of the dialog: Escape and the system's own ways to close a window do what
+    /// the title bar's button does. Without it `QDialog` would only hide the dialog, and the
+    /// download would go on unseen.
     bool eventFilter(QObject *dialog, QEvent *event) override;
 
 signals:
+    /// The manager's signals, passed on; `Close` also comes from the title bar. UpdateMain.h
+    /// describes them.
     void Close();
     void BeginInstall();
     void CancelInstall();
@@ -46,7 +49,7 @@ signals:
     void RemindMeLater();
     /// The title bar was dragged by (x, y) logical pixels.
     void Move(int x, int y);
-    /// The page just shown wants the dialog to have this size.
+    /// A page was shown; the dialog is to have this size in logical pixels.
     void Resize(QSize size);
 
 protected:
