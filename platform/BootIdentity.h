@@ -4,7 +4,7 @@
 
 #include <QString>
 
-/// Tells one run of the operating system from the next: the same text for every process until the
-/// machine is started again, another one afterwards. Empty when the system does not say; then
-/// nobody can know whether the machine was started again.
+/// Identifies one run of the operating system: the same text for every process until the machine is
+/// started again, another text afterwards. Empty when the system gives none; then it is unknown
+/// whether the machine was started again.
 QString gBootIdentity();

@@ -10,8 +10,8 @@
 
 namespace
 {
-/// The start of what the system answers to the question for its times. The boot time alone moves
-/// when the clock is set; the bias beside it moves along, so that their difference stays.
+/// The first fields of the system's time-of-day information. The boot time alone changes when the
+/// clock is set; the bias changes by as much, so their difference stays.
 struct TimeOfDay {
     LARGE_INTEGER bootTime;
     LARGE_INTEGER currentTime;
@@ -24,7 +24,7 @@ struct TimeOfDay {
 
 using Query = NTSTATUS(NTAPI *)(SYSTEM_INFORMATION_CLASS, PVOID, ULONG, PULONG);
 
-Query gQuery()
+Query gQueryFunction()
 {
     const HMODULE library = GetModuleHandleW(L"ntdll.dll");
     Query query = nullptr;
@@ -36,8 +36,8 @@ Query gQuery()
     return query;
 }
 
-/// A number that the system counts up at every start, where it does; 0 otherwise. It tells apart
-/// starts that a clock that runs backwards would give the same time.
+/// The system's count of its starts; 0 where it keeps none. After a clock was set back, two starts
+/// can have the same time, but not the same count.
 DWORD gBootCount()
 {
     DWORD count = 0;
@@ -52,7 +52,7 @@ DWORD gBootCount()
 
 QString gBootIdentity()
 {
-    const Query query = gQuery();
+    const Query query = gQueryFunction();
     TimeOfDay times{};
     ULONG length = 0;
     if (query == nullptr || query(SystemTimeOfDayInformation, &times, sizeof times, &length) < 0 ||

@@ -7,7 +7,7 @@
 
 bool gStartDetached(const QString &path, QString *failure)
 {
-    // A downloaded file is not executable. Where the bit cannot be set, the start below says no.
+    // A downloaded file is not executable. When the bit cannot be set, the start below fails.
     QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner |
                                     QFileDevice::ExeUser | QFileDevice::ExeGroup);
     QProcess process;

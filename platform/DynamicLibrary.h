@@ -4,7 +4,7 @@
 
 #include <QString>
 
-/// A library that is loaded at run time, for as long as the object lives.
+/// A library that is loaded at run time. The destructor unloads it.
 ///
 /// Thread: one thread. Errors: a library or an export that is missing gives null.
 class DynamicLibrary

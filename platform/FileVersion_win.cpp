@@ -18,7 +18,7 @@ namespace
 {
 /// The value of the version structure at @p block, with its length in the value's own units.
 template<typename Value>
-const Value *gQuery(const std::vector<char> &resource, const QString &block, UINT *length)
+const Value *gVersionValue(const std::vector<char> &resource, const QString &block, UINT *length)
 {
     void *value = nullptr;
     const std::wstring name = block.toStdWString();
@@ -61,13 +61,13 @@ QString gFileVersion(const QString &path)
     }
     UINT length = 0;
     const auto *translation =
-        gQuery<Translation>(resource, QStringLiteral("\\VarFileInfo\\Translation"), &length);
+        gVersionValue<Translation>(resource, QStringLiteral("\\VarFileInfo\\Translation"), &length);
     if (translation == nullptr || length < sizeof(Translation)) {
         return QStringLiteral("");
     }
     const QString table =
         gFourHexDigits(translation->language) + gFourHexDigits(translation->codePage);
-    const auto *version = gQuery<wchar_t>(
+    const auto *version = gVersionValue<wchar_t>(
         resource, QStringLiteral("\\StringFileInfo\\") + table + QStringLiteral("\\FileVersion"),
         &length);
     if (version == nullptr) {
@@ -91,7 +91,8 @@ QString FileVersionString(const QString &path)
     if (!gIsPortableExecutable(file)) {
         return gVersionLine(file);
     }
-    // The system follows the offsets of a damaged file out of it and ends the process, and anybody
-    // may put a file into the shared folder. So it is asked only about what is sound.
+    // On a damaged file the system follows offsets out of the data and crashes the process, and any
+    // user may put a file into the shared folder. So the system reads only what `gPeFileVersion`
+    // has found undamaged.
     return gPeFileVersion(file).isEmpty() ? QStringLiteral("") : gFileVersion(path);
 }

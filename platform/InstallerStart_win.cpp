@@ -14,21 +14,21 @@ namespace
 // ERROR_ELEVATION_REQUIRED, which not every version of the Windows headers has.
 constexpr InstallerStart::Code elevationRequired = 740;
 
-std::wstring gNative(const QString &path)
+std::wstring gNativePath(const QString &path)
 {
     return QDir::toNativeSeparators(path).toStdWString();
 }
 
-/// The folder to run the program in. It is the program's own and not that of the host: Windows
-/// removes no folder that a process runs in, and the installer may have to replace the host's.
-std::wstring gFolder(const QString &path)
+/// The folder to run the program in: the program's own. Windows removes no folder that a process
+/// runs in, and the installer may have to replace the host's folder.
+std::wstring gWorkingFolder(const QString &path)
 {
-    return gNative(QFileInfo(path).absolutePath());
+    return gNativePath(QFileInfo(path).absolutePath());
 }
 
-InstallerStart::Code gCreate(const QString &path)
+InstallerStart::Code gCreateDetached(const QString &path)
 {
-    const std::wstring program = gNative(path);
+    const std::wstring program = gNativePath(path);
     std::wstring commandLine = L'"' + program + L'"';
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
@@ -36,7 +36,7 @@ InstallerStart::Code gCreate(const QString &path)
     constexpr BOOL inheritHandles = FALSE;
     // Detached from the console, too: the installer must not keep the host's output open.
     if (CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, inheritHandles,
-                       DETACHED_PROCESS, nullptr, gFolder(path).c_str(), &startup,
+                       DETACHED_PROCESS, nullptr, gWorkingFolder(path).c_str(), &startup,
                        &process) == FALSE) {
         return GetLastError();
     }
@@ -45,16 +45,16 @@ InstallerStart::Code gCreate(const QString &path)
     return ERROR_SUCCESS;
 }
 
-InstallerStart::Code gElevate(const QString &path)
+InstallerStart::Code gStartElevated(const QString &path)
 {
-    const std::wstring program = gNative(path);
-    const std::wstring folder = gFolder(path);
+    const std::wstring program = gNativePath(path);
+    const std::wstring folder = gWorkingFolder(path);
     SHELLEXECUTEINFOW start{};
     start.cbSize = sizeof(start);
-    // The caller may end right after this, so all is done when the call returns; a failure is told
-    // by the result and not in a box of the shell.
+    // NOASYNC: the caller may end right after this, so everything has to be done when the call
+    // returns. NO_UI: a failure is in the result and not in a message box of the shell.
     start.fMask = SEE_MASK_NOASYNC | SEE_MASK_FLAG_NO_UI;
-    // Without a window of the program in use, the question may only blink in the task bar.
+    // Without the active window as its owner, the question may only blink in the task bar.
     start.hwnd = GetActiveWindow();
     start.lpVerb = L"runas";
     start.lpFile = program.c_str();
@@ -66,7 +66,7 @@ InstallerStart::Code gElevate(const QString &path)
 
 InstallerStart InstallerStart::OfTheSystem()
 {
-    return {&gCreate, &gElevate, [] { Sleep(pauseMilliseconds); }};
+    return {&gCreateDetached, &gStartElevated, [] { Sleep(pauseMilliseconds); }};
 }
 
 InstallerStart::Code InstallerStart::Run(const QString &path) const

@@ -7,23 +7,23 @@
 
 #include <functional>
 
-/// How the start of an installer goes on from what the system says about it:
+/// The start of an installer, and what follows from each result of the system's call:
 ///
-///     create ── held by another program ──► pause, and again, a few times
+///     create ── held by another program ──► pause, then create again, at most `mostPauses` times
 ///       │  └─── needs an administrator ───► elevate: the system asks the user
-///       ▼                                      │  └── declined ──► its code
+///       ▼                                      │  └── declined ──► the error code of that
 ///       0 ◄────────────────────────────────────┘
 ///
-/// Anything else ends with its code, without a question. The calls are the system's own unless a test
-/// brings others.
+/// Any other error ends the start with its code, without a question. The calls are the system's own
+/// unless a test sets others.
 ///
-/// Thread: one thread, which stands still for at most `mostPauses` pauses and for as long as the
-/// user thinks about the system's question.
+/// Thread: one thread. It is blocked for at most `mostPauses` pauses, and until the user has
+/// answered the system's question.
 struct InstallerStart {
     /// An error code of the system, 0 for success.
     using Code = quint32;
 
-    /// A virus scanner holds a fresh file for a moment.
+    /// Two seconds in all: a virus scanner holds a new file open for a moment.
     static constexpr int mostPauses = 10;
     static constexpr quint32 pauseMilliseconds = 200;
 

@@ -4,9 +4,10 @@
 
 #include <QString>
 
-/// Removes the lock file at @p lockPath when nobody holds it any more. One that another process still
-/// holds stays.
+/// Removes the lock file of a `QLockFile` at @p lockPath when it is left over and Qt would wait for
+/// it. Errors: none; a file that cannot be removed stays.
 ///
-/// A process that is killed leaves its locks behind, and a program that waits for one of them stands
-/// still for half a minute. The caller holds no lock of that name itself.
+/// A killed process leaves its lock files behind, and Qt's settings class waits up to 30 s for a
+/// lock that seems to be held. On Windows any file that no process has open is removed; elsewhere
+/// one that names no process or this one. The caller must not hold a lock of that name itself.
 void gRemoveLeftoverLock(const QString &lockPath);

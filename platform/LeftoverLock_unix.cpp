@@ -12,9 +12,9 @@ void gRemoveLeftoverLock(const QString &lockPath)
     qint64 owner = 0;
     QString host;
     QString application;
-    // A process that is killed between creating and filling the lock leaves it empty, which counts as
-    // held; and where process numbers are reused, our own number may stand in it. The lock of any other
-    // dead process is detected by Qt.
+    // A process that is killed between creating and filling the lock file leaves it empty, and Qt
+    // takes an empty one for held. Where process numbers are reused, the file may contain the
+    // number of this process. The lock of any other dead process is detected by Qt.
     if (!lock.getLockInfo(&owner, &host, &application) ||
         owner == QCoreApplication::applicationPid()) {
         QFile::remove(lockPath);

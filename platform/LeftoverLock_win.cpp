@@ -6,6 +6,6 @@
 
 void gRemoveLeftoverLock(const QString &lockPath)
 {
-    // Whoever holds a lock has its file open without sharing it, so this fails for a lock that is held.
+    // The holder of a lock has its file open without sharing, so removing a held lock fails.
     QFile::remove(lockPath);
 }

@@ -5,9 +5,9 @@
 #include <QByteArray>
 #include <QString>
 
-/// What identifies this machine, as far as it can be had without extra rights.
+/// What identifies this machine, as far as it can be read without extra rights.
 ///
-/// Thread: any. Errors: each function says what a missing source gives.
+/// Thread: any. Errors: each function below names its result for a missing source.
 ///
 /// | fact          | Windows                              | elsewhere                            |
 /// |---------------|--------------------------------------|--------------------------------------|
@@ -20,10 +20,11 @@
 /// adapter that has at least six. Empty when there is none.
 QByteArray AdapterAddressHex();
 
-/// Eight upper-case hexadecimal digits; "00000000" when the volume tells no serial number.
+/// Eight upper-case hexadecimal digits; "00000000" when the volume has no serial number.
 QByteArray SystemVolumeSerialHex();
 
-/// A text that names the machine's physical system disk and stays the same; empty when it has none.
+/// A text that identifies the machine's physical system disk, the same in every run; empty when the
+/// disk reports none.
 QByteArray DiskIdentifier();
 
 /// A new GUID: "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", 38 characters, upper-case.

@@ -13,7 +13,7 @@
 
 namespace
 {
-/// The kernel's folder of the disk that holds the root file system; empty when no disk does.
+/// The folder under /sys of the disk with the root file system; empty when that is on no disk.
 QString gRootDiskFolder()
 {
     struct stat root {
@@ -24,7 +24,7 @@ QString gRootDiskFolder()
     const QFileInfo device(
         QStringLiteral("/sys/dev/block/%1:%2").arg(major(root.st_dev)).arg(minor(root.st_dev)));
     const QString folder = device.canonicalFilePath();
-    // A partition lies inside its disk.
+    // The folder of a partition is inside that of its disk.
     const bool isPartition = QFile::exists(folder + QStringLiteral("/partition"));
     return isPartition ? QFileInfo(folder).path() : folder;
 }
@@ -62,7 +62,7 @@ QByteArray DiskIdentifier()
     if (disk.isEmpty()) {
         return {};
     }
-    // Where the kernel shows it depends on the kind of disk: virtio, NVMe, SCSI and SATA.
+    // The file depends on the kind of disk: virtio; NVMe; SCSI and SATA.
     for (const char *name : {"/serial", "/device/serial", "/device/wwid"}) {
         QFile file(disk + QLatin1String(name));
         if (file.open(QIODevice::ReadOnly)) {

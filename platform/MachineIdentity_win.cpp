@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-// The order matters: windows.h behind the sockets, the rest behind windows.h.
+// The headers need this order: winsock2.h before windows.h, the others after it.
 // clang-format off
 #include <winsock2.h>
 #include <windows.h>
@@ -19,7 +19,7 @@
 
 namespace
 {
-/// The root of the system's volume, as "C:\"; empty when the system does not tell it.
+/// The root of the system's volume, as "C:\"; empty when the system does not give it.
 QByteArray gSystemRoot()
 {
     constexpr int rootLength = 3;
@@ -29,8 +29,8 @@ QByteArray gSystemRoot()
     return QByteArray(directory.data()).left(rootLength);
 }
 
-/// A volume or a disk, opened to ask it questions. No right to read it is asked for: that would
-/// take an administrator.
+/// A volume or a disk, opened for control codes only. The right to read it is not requested: that
+/// would take an administrator.
 class Device
 {
 public:
@@ -48,8 +48,8 @@ public:
     Device(const Device &) = delete;
     Device &operator=(const Device &) = delete;
 
-    /// Fills the buffer with what the device answers; an answer that is too long is cut.
-    /// @return how many bytes the answer has in the buffer; 0 when there is none.
+    /// Fills the buffer with the device's answer; an answer that is too long is cut.
+    /// @return the bytes of the answer in the buffer; 0 when there is none.
     template<typename Question>
     DWORD Ask(DWORD code, Question *question, DWORD questionSize, void *answer, DWORD size) const
     {
@@ -87,7 +87,7 @@ std::optional<DWORD> gDiskNumber(const Device &volume)
 /// The serial number that the disk reports; empty when it has none.
 QByteArray gSerialNumber(const Device &disk)
 {
-    // A descriptor is some texts long at most; what a disk says beyond that is no serial number.
+    // A descriptor holds a few short texts. A serial number beyond this size is not read.
     constexpr DWORD descriptorSize = 4096;
 
     STORAGE_PROPERTY_QUERY query{};
@@ -101,7 +101,7 @@ QByteArray gSerialNumber(const Device &disk)
     }
     const DWORD offset =
         reinterpret_cast<const STORAGE_DEVICE_DESCRIPTOR *>(answer.constData())->SerialNumberOffset;
-    // Zero means none; some drivers say it with all bits set.
+    // Zero means none; some drivers set all bits instead.
     if (offset == 0 || offset >= answerSize) {
         return {};
     }

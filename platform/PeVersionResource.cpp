@@ -12,7 +12,7 @@
 namespace
 {
 
-/// Reads little-endian numbers out of a block of bytes. What lies outside reads as nothing.
+/// Reads little-endian numbers out of a block of bytes; a place outside the block gives no value.
 class Bytes
 {
 public:
@@ -147,7 +147,7 @@ constexpr qint64 directoryEntrySize = 8;
 constexpr quint32 subdirectoryFlag = 0x80000000U;
 
 /// One level of the resource tree: the value field of the entry @p id, or of the first entry when
-/// no id is asked for.
+/// @p id is empty.
 std::optional<quint32> gFindEntry(QIODevice &device, const Image &image, quint32 directory,
                                   std::optional<quint32> id)
 {
@@ -173,8 +173,8 @@ std::optional<quint32> gFindEntry(QIODevice &device, const Image &image, quint32
     return std::nullopt;
 }
 
-/// The entry that Windows takes of a resource in several languages when the user's is US English:
-/// neutral, US English, the first one.
+/// The entry of a resource in several languages, in the order in which Windows chooses for a user
+/// of US English: neutral, US English, the first one.
 std::optional<quint32> gFindLanguage(QIODevice &device, const Image &image, quint32 directory)
 {
     constexpr quint32 neutral = 0;
@@ -188,8 +188,8 @@ std::optional<quint32> gFindLanguage(QIODevice &device, const Image &image, quin
     return gFindEntry(device, image, directory, std::nullopt);
 }
 
-/// The bytes of the file's version resource; empty when it has none. The tree has exactly three
-/// levels (type, name, language), so the walk ends whatever the entries point at.
+/// The bytes of the file's version resource; empty when it has none. Exactly three levels (type,
+/// name, language) are read, so entries that lead back up the tree cause no loop.
 Bytes gReadVersionResource(QIODevice &device)
 {
     constexpr quint32 versionType = 16;
@@ -277,7 +277,7 @@ std::optional<Block> gFindChild(const Bytes &resource, const Block &parent, cons
 }
 
 /// Follows @p path from the structure's root, one key a level.
-std::optional<Block> gQuery(const Bytes &resource, const QStringList &path)
+std::optional<Block> gBlockAtPath(const Bytes &resource, const QStringList &path)
 {
     auto block = gReadBlockAt(resource, 0, resource.Size());
     for (const QString &key : path) {
@@ -305,7 +305,7 @@ QString gPeFileVersion(QIODevice &device)
 {
     const Bytes resource = gReadVersionResource(device);
     const auto translation =
-        gQuery(resource, {QStringLiteral("VarFileInfo"), QStringLiteral("Translation")});
+        gBlockAtPath(resource, {QStringLiteral("VarFileInfo"), QStringLiteral("Translation")});
     if (!translation.has_value() || translation->valueEnd - translation->value < 4) {
         return QStringLiteral("");
     }
@@ -315,8 +315,8 @@ QString gPeFileVersion(QIODevice &device)
         return QStringLiteral("");
     }
     const QString table = gFourHexDigits(*language) + gFourHexDigits(*codePage);
-    const auto version =
-        gQuery(resource, {QStringLiteral("StringFileInfo"), table, QStringLiteral("FileVersion")});
+    const auto version = gBlockAtPath(
+        resource, {QStringLiteral("StringFileInfo"), table, QStringLiteral("FileVersion")});
     if (!version.has_value()) {
         return QStringLiteral("");
     }

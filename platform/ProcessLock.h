@@ -5,11 +5,11 @@
 #include <QString>
 #include <QtGlobal>
 
-/// A lock between processes that ends with the process that holds it, however that ends: nothing is
-/// ever left over that another one would have to wait for.
+/// A lock between processes. It ends with the process that holds it, also when that is killed.
 ///
-/// It is a file that the system locks, and that is removed with the lock. A file without a lock, as a
-/// killed process leaves it, means nothing. Two objects exclude each other in one process, too.
+/// The lock is the system's lock on a file; the file is removed with the lock. A file that a killed
+/// process left has no lock on it and excludes no one. Two objects in one process exclude each
+/// other, too. tst_ProcessLock holds all of this.
 ///
 /// Thread: any, one at a time.
 class ProcessLock
@@ -18,17 +18,18 @@ public:
     enum class Outcome {
         Taken,
         HeldByAnother,
-        /// The file cannot be created, or its file system knows no locks: nobody can tell.
+        /// The file cannot be created, or its file system has no locks; whether another process
+        /// would exclude this one is unknown.
         Unavailable
     };
 
     ProcessLock() = default;
-    /// Gives the lock back.
+    /// Releases the lock.
     ~ProcessLock();
     ProcessLock(const ProcessLock &) = delete;
     ProcessLock &operator=(const ProcessLock &) = delete;
 
-    /// Never waits. One that is held already is given back first.
+    /// Returns without waiting for another holder. A lock that this object holds is released first.
     Outcome TryLock(const QString &path);
     void Unlock();
 

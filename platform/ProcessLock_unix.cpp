@@ -13,9 +13,9 @@
 
 namespace
 {
-/// Whether @p file is still the one at @p path: its last holder may have removed it between our
-/// opening and our locking it.
-bool gIsAt(int file, const QByteArray &path)
+/// Whether the open @p file is still the one at @p path: its last holder may have removed it after
+/// it was opened here and before it was locked.
+bool gIsStillAt(int file, const QByteArray &path)
 {
     struct stat opened {
     };
@@ -25,7 +25,7 @@ bool gIsAt(int file, const QByteArray &path)
            opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
 
-int gLock(int file)
+int gTryLockFile(int file)
 {
     int result = 0;
     do {
@@ -47,18 +47,18 @@ ProcessLock::Outcome ProcessLock::TryLock(const QString &path)
     Unlock();
     const QByteArray name = QFile::encodeName(path);
     for (int attempt = 0; attempt < attempts; ++attempt) {
-        // Read-only, so that the lock that another user has created serves as well.
+        // Read-only, so that a file that another user has created can be locked as well.
         // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg,hicpp-vararg)
         const int file = open(name.constData(), O_RDONLY | O_CREAT | O_CLOEXEC, 0666);
         if (file < 0) {
             return Outcome::Unavailable;
         }
-        if (gLock(file) != 0) {
+        if (gTryLockFile(file) != 0) {
             const bool isHeld = errno == EWOULDBLOCK;
             close(file);
             return isHeld ? Outcome::HeldByAnother : Outcome::Unavailable;
         }
-        if (gIsAt(file, name)) {
+        if (gIsStillAt(file, name)) {
             m_path = path;
             m_file = file;
             return Outcome::Taken;
@@ -71,7 +71,8 @@ ProcessLock::Outcome ProcessLock::TryLock(const QString &path)
 void ProcessLock::Unlock()
 {
     if (m_file != closed) {
-        // Removed while it is still held, so that no one's fresh lock can be removed.
+        // Removed while the lock is held: a file that another process has locked in the meantime
+        // cannot be removed.
         unlink(QFile::encodeName(m_path).constData());
         close(static_cast<int>(m_file));
         m_file = closed;

@@ -8,20 +8,20 @@
 
 namespace
 {
-// Handles and numbers of their size are the same to the system.
+// A handle of the system is a number of the size of a pointer.
 // NOLINTBEGIN(cppcoreguidelines-pro-type-reinterpret-cast,performance-no-int-to-ptr)
-HANDLE gHandle(qintptr file)
+HANDLE gHandleOf(qintptr file)
 {
     return reinterpret_cast<HANDLE>(file);
 }
 
-qintptr gNumber(HANDLE file)
+qintptr gNumberOf(HANDLE file)
 {
     return reinterpret_cast<qintptr>(file);
 }
 // NOLINTEND(cppcoreguidelines-pro-type-reinterpret-cast,performance-no-int-to-ptr)
 
-/// Whether @p file has been removed: by its last holder, between our opening and our locking it.
+/// Whether the open @p file was removed by its last holder before it was locked here.
 bool gIsRemoved(HANDLE file)
 {
     FILE_STANDARD_INFO info{};
@@ -47,8 +47,8 @@ ProcessLock::Outcome ProcessLock::TryLock(const QString &path)
     Unlock();
     Outcome outcome = Outcome::Unavailable;
     for (int attempt = 0; attempt < attempts; ++attempt) {
-        // The lock is on a byte of the file and not on its opening: a virus scanner that looks at the
-        // file is no second download.
+        // The lock is on a byte of the file, and the file is opened with all sharing: a virus
+        // scanner that has the file open does not count as a holder.
         HANDLE file = CreateFileW(gNativeName(path).c_str(), GENERIC_READ | GENERIC_WRITE,
                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                   OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -56,7 +56,7 @@ ProcessLock::Outcome ProcessLock::TryLock(const QString &path)
             if (GetLastError() != ERROR_ACCESS_DENIED) {
                 return Outcome::Unavailable;
             }
-            Sleep(1); // So it is, too, while somebody still has a removed one open.
+            Sleep(1); // A removed file that a process still has open gives the same error.
             continue;
         }
         OVERLAPPED place{};
@@ -69,7 +69,7 @@ ProcessLock::Outcome ProcessLock::TryLock(const QString &path)
         }
         if (!gIsRemoved(file)) {
             m_path = path;
-            m_file = gNumber(file);
+            m_file = gNumberOf(file);
             return Outcome::Taken;
         }
         CloseHandle(file);
@@ -82,7 +82,7 @@ void ProcessLock::Unlock()
 {
     if (m_file != closed) {
         DeleteFileW(gNativeName(m_path).c_str());
-        CloseHandle(gHandle(m_file));
+        CloseHandle(gHandleOf(m_file));
         m_file = closed;
     }
 }

@@ -8,7 +8,7 @@ QString gWithoutStaleLock(const QString &iniPath)
 {
     // This process holds no lock while it opens its settings.
     gRemoveLeftoverLock(iniPath + QStringLiteral(".lock"));
-    // Qt guards the removal of a stale lock by a second one, which can be left behind as well.
+    // Qt removes a stale lock under a second lock, which a killed process can leave behind, too.
     gRemoveLeftoverLock(iniPath + QStringLiteral(".lock.rmlock"));
     return iniPath;
 }

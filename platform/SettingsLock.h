@@ -4,8 +4,9 @@
 
 #include <QString>
 
-/// Removes what a killed process left behind of the lock that Qt's settings class takes beside the
-/// ini file @p iniPath for every write. Without it the next write can block its thread for 30 s.
+/// Removes the lock files that a killed process left beside the ini file @p iniPath; Qt's settings
+/// class takes such a lock for every write. Without this the next write can block its thread for
+/// 30 s.
 ///
 /// Call it before the settings are opened. Errors: none; a lock that cannot be removed stays.
 /// @return @p iniPath, for use in an initialiser.

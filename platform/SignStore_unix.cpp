@@ -12,7 +12,7 @@
 
 namespace
 {
-const QString &gKey()
+const QString &gSignKey()
 {
     static const QString key = QStringLiteral("ClientSign");
     return key;
@@ -40,9 +40,9 @@ QString gMachineFolder()
     return folders.value(0);
 }
 
-/// Nothing when the place holds no sign; a sign that is there ends the search even when it is
-/// empty.
-std::optional<QString> gRead(const QString &path)
+/// The sign in the file at @p path; none when the file has no such value. An empty value is a sign:
+/// it ends the search.
+std::optional<QString> gReadSign(const QString &path)
 {
     constexpr int mostCharacters = 49;
 
@@ -50,16 +50,16 @@ std::optional<QString> gRead(const QString &path)
         return std::nullopt;
     }
     const QSettings settings(path, QSettings::IniFormat);
-    if (!settings.contains(gKey())) {
+    if (!settings.contains(gSignKey())) {
         return std::nullopt;
     }
-    return settings.value(gKey()).toString().left(mostCharacters);
+    return settings.value(gSignKey()).toString().left(mostCharacters);
 }
 
-void gWrite(const QString &path, const QString &sign)
+void gWriteSign(const QString &path, const QString &sign)
 {
     QSettings settings(gWithoutStaleLock(path), QSettings::IniFormat);
-    settings.setValue(gKey(), sign);
+    settings.setValue(gSignKey(), sign);
 }
 } // namespace
 
@@ -68,7 +68,7 @@ QString gReadStoredSign(const QString &company)
     for (const QString &path :
          {gFirstPlace(gUserFolder(), company), gFirstPlace(gMachineFolder(), company),
           gSecondPlace(gMachineFolder(), company)}) {
-        if (const auto sign = gRead(path); sign.has_value()) {
+        if (const auto sign = gReadSign(path); sign.has_value()) {
             return *sign;
         }
     }
@@ -77,6 +77,6 @@ QString gReadStoredSign(const QString &company)
 
 void gStoreSign(const QString &company, const QString &sign)
 {
-    gWrite(gFirstPlace(gMachineFolder(), company), sign);
-    gWrite(gSecondPlace(gMachineFolder(), company), sign);
+    gWriteSign(gFirstPlace(gMachineFolder(), company), sign);
+    gWriteSign(gSecondPlace(gMachineFolder(), company), sign);
 }

@@ -21,13 +21,13 @@ QString gSecondPlace(const QString &company)
     return QStringLiteral("Software\\%1\\TPX\\").arg(company);
 }
 
-/// The access flag that shows a 32-bit process on 64-bit Windows the keys of 32-bit programs, and
-/// nothing for any other process.
-REGSAM gViewFlag()
+/// The access flag that gives a 32-bit process on 64-bit Windows the keys of 32-bit programs; 0 in
+/// any other process.
+REGSAM gRegistryViewFlag()
 {
     using IsWow64Function = BOOL(WINAPI *)(HANDLE, PBOOL);
 
-    // Looked up, because a Windows that knows 32-bit programs only does not have it.
+    // Looked up at run time, because a 32-bit Windows does not have the function.
     const auto isWow64Process = reinterpret_cast<IsWow64Function>(
         reinterpret_cast<void *>(GetProcAddress(GetModuleHandleW(L"kernel32"), "IsWow64Process")));
     BOOL isWow64 = FALSE;
@@ -37,7 +37,7 @@ REGSAM gViewFlag()
     return isWow64 != FALSE ? KEY_WOW64_32KEY : 0;
 }
 
-/// A registry key, opened or created; what could not be opened has no values and takes none.
+/// A registry key, opened or created. One that could not be opened has no sign and stores none.
 class Key
 {
 public:
@@ -56,11 +56,11 @@ public:
     Key(const Key &) = delete;
     Key &operator=(const Key &) = delete;
 
-    /// Nothing when the key holds no sign; a sign that is there ends the search even when it is
-    /// empty.
+    /// The sign in the key; none when it has no such value. An empty value is a sign: it ends the
+    /// search.
     std::optional<QString> Sign() const
     {
-        // 49 characters and a terminator; a longer text is an error for the system.
+        // 49 characters and a terminator; for a longer text the system gives an error.
         std::array<wchar_t, 50> buffer{};
         DWORD byteCount = sizeof(buffer);
         if (!m_isOpen || RegQueryValueExW(m_key, valueName, nullptr, nullptr,
@@ -75,8 +75,8 @@ public:
     void SetSign(const QString &sign) const
     {
         if (m_isOpen) {
-            // The maker's programs store no terminator. The system would add one that it finds
-            // behind the text.
+            // The maker's programs store no terminator. The system stores one, too, when it finds
+            // one right behind the text; hence the dot there. Held by tst_SignStore_win.
             const std::wstring text = sign.toStdWString() + L'.';
             RegSetValueExW(m_key, valueName, 0, REG_SZ, reinterpret_cast<const BYTE *>(text.data()),
                            static_cast<DWORD>((text.size() - 1) * sizeof(wchar_t)));
@@ -96,7 +96,7 @@ QString gReadStoredSign(const QString &company)
         return *ofUser;
     }
     for (const QString &place : {gFirstPlace(company), gSecondPlace(company)}) {
-        const Key key(HKEY_LOCAL_MACHINE, place, KEY_READ | gViewFlag());
+        const Key key(HKEY_LOCAL_MACHINE, place, KEY_READ | gRegistryViewFlag());
         if (const auto sign = key.Sign(); sign.has_value()) {
             return *sign;
         }
@@ -107,6 +107,6 @@ QString gReadStoredSign(const QString &company)
 void gStoreSign(const QString &company, const QString &sign)
 {
     for (const QString &place : {gFirstPlace(company), gSecondPlace(company)}) {
-        Key(HKEY_LOCAL_MACHINE, place, KEY_WRITE | gViewFlag()).SetSign(sign);
+        Key(HKEY_LOCAL_MACHINE, place, KEY_WRITE | gRegistryViewFlag()).SetSign(sign);
     }
 }

@@ -7,9 +7,10 @@
 enum class FlushResult {
     /// What was written to the file before the call survives a loss of power.
     Flushed,
-    /// Nothing is known: the file cannot be opened, or its file system has no such call.
+    /// It is unknown whether that holds: the file cannot be opened, or its file system cannot
+    /// flush.
     Unknown,
-    /// The system tried and failed; what was written lately may be lost already.
+    /// The system tried and failed; bytes that were written lately may be lost already.
     Failed
 };
 

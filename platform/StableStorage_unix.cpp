@@ -11,9 +11,9 @@
 
 namespace
 {
-int gOpen(const QString &path, int flags)
+int gOpenFile(const QString &path, int flags)
 {
-    // The system's call takes its optional argument this way.
+    // open() is variadic.
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg,hicpp-vararg)
     return open(QFile::encodeName(path).constData(), flags | O_CLOEXEC);
 }
@@ -21,7 +21,7 @@ int gOpen(const QString &path, int flags)
 
 FlushResult gFlushToDisk(const QString &path)
 {
-    const int file = gOpen(path, O_RDWR);
+    const int file = gOpenFile(path, O_RDWR);
     if (file < 0) {
         return FlushResult::Unknown;
     }
@@ -40,7 +40,7 @@ FlushResult gFlushToDisk(const QString &path)
 
 void gFlushFolder(const QString &folder)
 {
-    const int file = gOpen(folder, O_RDONLY | O_DIRECTORY);
+    const int file = gOpenFile(folder, O_RDONLY | O_DIRECTORY);
     if (file >= 0) {
         fsync(file);
         close(file);

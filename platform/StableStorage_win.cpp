@@ -9,7 +9,7 @@
 FlushResult gFlushToDisk(const QString &path)
 {
     const std::wstring name = QDir::toNativeSeparators(path).toStdWString();
-    // Sharing everything: the download goes on writing, and may move the file, meanwhile.
+    // With all sharing: meanwhile the download writes to the file and may move it.
     HANDLE file = CreateFileW(name.c_str(), GENERIC_WRITE,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -28,5 +28,5 @@ FlushResult gFlushToDisk(const QString &path)
 
 void gFlushFolder(const QString & /*folder*/)
 {
-    // The file system's journal keeps the order of changes of names.
+    // NTFS journals the changes of names in their order; nothing has to be flushed.
 }
