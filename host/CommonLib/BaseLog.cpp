@@ -13,8 +13,8 @@
 
 namespace
 {
-/// The category of @p file. Categories live as long as the process: lines may still come from
-/// destructors of static objects and from threads that outlast main().
+/// The category of @p file. Categories are never destroyed: destructors of static objects and
+/// threads that outlast main() may still log.
 const QLoggingCategory &gCategoryOf(const char *file)
 {
     static auto *const mutex = new std::mutex;
@@ -28,7 +28,8 @@ const QLoggingCategory &gCategoryOf(const char *file)
     return *entry->second;
 }
 
-/// Messages quote what servers sent. A line break among it could pass for a line of our own.
+/// Messages quote what servers sent. A line break in it would begin a line of the log that looks
+/// like one of the module's.
 void gBlankControlCharacters(QString *message)
 {
     for (QChar &character : *message) {
@@ -43,7 +44,7 @@ void gBlankControlCharacters(QString *message)
 
 BaseLog::~BaseLog() = default;
 
-// Hosts call it with printf formats: that is its interface.
+// The interface that hosts call is variadic.
 // NOLINTNEXTLINE(cert-dcl50-cpp)
 void BaseLog::Log(const char *file, const char *function, int line, const char *format, ...)
 {

@@ -12,7 +12,7 @@
 /// and line in its `QMessageLogContext`: a host routes it with `qInstallMessageHandler` and filters
 /// it with the rules of `QLoggingCategory`, for example "corvina.LiveUpdateMgr.info=false".
 ///
-/// Thread: any. Errors: none, a line that cannot be written is lost.
+/// Thread: any. Errors: none; a line that cannot be written is lost.
 class COMMONLIB_EXPORT BaseLog
 {
 public:
@@ -21,14 +21,14 @@ public:
     BaseLog &operator=(const BaseLog &) = delete;
     virtual ~BaseLog();
 
-    /// Writes one line. Callers bind to this operation by its place: it is the class's second
-    /// virtual.
+    /// Writes one line. Callers bind to this function by its place in the table of virtuals: it is
+    /// the second virtual of the class, behind the destructor (tst_BaseLog).
     /// @param file     name of the source file that logs, without folder and extension
     /// @param function qualified name of the function that logs
     /// @param line     line number in the source file
     /// @param format   printf-style message; text arguments are narrow UTF-8 strings. Line breaks
-    /// and other
-    ///                 control characters in the message become blanks, so one call is one line.
+    ///                 and other control characters in the message become blanks, so one call is
+    ///                 one line.
     virtual void Log(const char *file, const char *function, int line, const char *format, ...)
         Q_ATTRIBUTE_FORMAT_PRINTF(5, 6);
 };

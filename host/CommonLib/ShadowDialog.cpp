@@ -10,14 +10,14 @@
 namespace
 {
 constexpr int border = 12;
-// Logical pixels. The blur is small enough for the shadow to fade out within the border: no hard
-// edge shows where the window ends.
+// Logical pixels. With this blur the shadow fades out within the border, without a hard edge where
+// the window ends.
 constexpr double blur = 4;
 constexpr double drop = 1.5;
 constexpr double darkness = 0.75;
 
-/// The opacity, 0 to 1, of each of @p pixels along one axis of a blurred box from @p begin to @p
-/// end.
+/// The opacity, 0 to 1, of each pixel of @p pixels along one axis, of a box from @p begin to @p end
+/// that is blurred by a Gaussian of @p sigma. All in device pixels.
 std::vector<double> gBlurredSpan(int pixels, double begin, double end, double sigma)
 {
     std::vector<double> opacity(static_cast<size_t>(pixels));
@@ -53,9 +53,8 @@ void ShadowDialog::paintEvent(QPaintEvent *)
     painter.fillRect(rect().adjusted(border, border, -border, -border), palette().window());
 }
 
-// A Gaussian blur of a box is the product of its two blurred axes, so no blur filter has to run
-// over the picture. It is still kept: a progress bar inside the dialog repaints many times a
-// second.
+// A Gaussian blur of a box is the product of its two blurred axes, so no filter runs over the
+// picture. The picture is kept because a progress bar in the dialog repaints many times a second.
 void ShadowDialog::RenderShadow()
 {
     const double ratio = devicePixelRatioF();

@@ -11,9 +11,8 @@
 /// dialog gives its layout this margin, so that its content lies inside the shadow.
 COMMONLIB_EXPORT int gGetSystemBorder();
 
-/// A frameless dialog with a soft drop shadow around its content.
-///
-/// The content area, everything inside the border, is filled with the palette's window colour.
+/// A frameless dialog with a soft drop shadow around its content. The area inside the border is
+/// filled with the palette's window colour.
 ///
 /// Thread: GUI thread. Ownership: as any `QDialog`.
 class COMMONLIB_EXPORT ShadowDialog : public QDialog

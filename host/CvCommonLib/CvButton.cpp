@@ -4,7 +4,7 @@
 
 namespace
 {
-// No padding and no minimum size: callers size the button to its text plus a margin of their own.
+// No padding and no minimum size: callers add their own margin to the width of the text.
 const char *const look = R"(
 CvButton {
     background-color: #2A343F;
@@ -25,8 +25,7 @@ CvButton:disabled { background-color: #1F272F; border-color: #2A343F; color: #5B
 CvButton::CvButton(QWidget *parent)
     : QPushButton(parent)
 {
-    // The font is set here and not in the sheet: callers measure the text before the sheet is
-    // applied.
+    // Set here and not in the sheet, because callers measure the text before the sheet is applied.
     QFont textFont(QStringLiteral("Lato"));
     textFont.setStyleHint(QFont::SansSerif);
     textFont.setPixelSize(14);

@@ -6,8 +6,9 @@
 
 #include <QPushButton>
 
-/// The host's push button, in the host's dark look. The look is the button's own, so it is the same
-/// under any parent; hover, focus, pressed, default and disabled each show.
+/// The host's push button in its dark look. The button carries the style sheet itself, so it looks
+/// the same under any parent. Hover, focus, pressed, default and disabled each look different
+/// (tst_CvButton).
 ///
 /// Thread: GUI thread. Ownership: as any widget.
 class CVCOMMONLIB_EXPORT CvButton : public QPushButton

@@ -141,7 +141,7 @@ void CvMessageBox::AddButton(QLayout *row, const QString &name, const QString &t
 
 void CvMessageBox::showEvent(QShowEvent *event)
 {
-    // A translation may be longer than the text that the caller's height was made for.
+    // A translated text may need more height than the caller has set.
     resize(width(), qMax(height(), layout()->totalHeightForWidth(width())));
     BaseDialog::showEvent(event);
 }

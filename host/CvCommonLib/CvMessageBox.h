@@ -13,20 +13,23 @@ class QLayout;
 
 /// The host's modal message box: title, icon, text and one or more buttons.
 ///
-/// The caller gives it its size; a text that needs more height makes the box grow when it is shown.
+/// The caller sets the size; a text that needs more height makes the box grow when it is shown.
 ///
-/// Thread: GUI thread. Ownership: created on the stack, or through the static function.
-/// Keyboard: Return answers the button that has the focus, at first the affirmative one; Escape
-/// cancels. Mouse: the box is dragged by its title. Object names for styling and tests:
-/// "CvMessageBox_TitleLabel", "CvMessageBox_TextLabel", "CvMessageBox_YesBtn",
-/// "CvMessageBox_NoBtn", "CvMessageBox_OkBtn", "CvMessageBox_CancelBtn".
+/// Thread:    GUI thread.
+/// Ownership: as any `QDialog`; `informationOk` creates its own box.
+/// Keyboard:  Return presses the button that has the focus, at first the affirmative one; Escape
+///            closes the box, as `No` and `Cancel` do.
+/// Mouse:     the box is dragged by its title.
+///
+/// Object names for styling and tests: "CvMessageBox_TitleLabel", "CvMessageBox_TextLabel",
+/// "CvMessageBox_YesBtn", "CvMessageBox_NoBtn", "CvMessageBox_OkBtn", "CvMessageBox_CancelBtn".
 class CVCOMMONLIB_EXPORT CvMessageBox : public BaseDialog
 {
     Q_OBJECT
 
 public:
-    /// The buttons; a box takes any sum of them. 9 (`Yes` and `Cancel`) is the question box. `Yes`
-    /// and `Ok` are the affirmative ones, for which `DoModal` returns 1.
+    /// The buttons; a box takes any sum of them. A question has `Yes` and `Cancel`, the sum 9.
+    /// `Yes` and `Ok` are affirmative: for them `DoModal` returns 1, for the others 0.
     enum Button { Yes = 0x1, No = 0x2, Ok = 0x4, Cancel = 0x8 };
 
     /// @param text      shown as it is, without markup, over as many lines as it needs
@@ -36,8 +39,8 @@ public:
                  int buttons, QWidget *parent);
     ~CvMessageBox() override;
 
-    /// Names the icon by the object name that the style sheet styles ("MessageBox_Icon_Question",
-    /// "MessageBox_Icon_Information").
+    /// Sets the icon's object name, by which it is drawn and style sheets find it:
+    /// "MessageBox_Icon_Question"; "MessageBox_Icon_Information", which it is at first.
     void SetIconObjectName(QString name);
 
     /// Shows @p text with an OK button in a box of @p width x @p height logical pixels and returns
@@ -59,7 +62,6 @@ private:
     QLabel *m_title;
     QLabel *m_icon;
     QLabel *m_text;
-    /// Where a drag took hold of the box, from the box's top left corner; null when nothing is
-    /// dragged.
+    /// Where the box was pressed for a drag, from its top left corner; null when it is not dragged.
     QPoint m_grip;
 };

@@ -21,8 +21,7 @@ bool IsPathWriteable(const QString &path)
         return false;
     }
     QTemporaryFile probe(QDir(path).filePath(QStringLiteral("CvWriteProbe_XXXXXX")));
-    // Some systems open a temporary file without a name; asking for the name puts it into the
-    // directory.
+    // On Linux Qt opens a temporary file without a name; fileName() gives it one in the directory.
     return probe.open() && !probe.fileName().isEmpty();
 }
 

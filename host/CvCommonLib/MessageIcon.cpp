@@ -7,7 +7,7 @@
 
 namespace
 {
-// Every figure below is in logical pixels of the 36 x 36 icon.
+// All numbers below are logical pixels of the 36 x 36 icon.
 constexpr int side = 36;
 const QColor accent(0x61, 0xDE, 0xD0);
 

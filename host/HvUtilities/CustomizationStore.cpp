@@ -46,7 +46,7 @@ std::optional<CustomizationStore::Values> CustomizationStore::Parse(QIODevice *f
         const QString language = xml.attributes().value(QLatin1String("language")).toString();
         values.insert({key, language}, xml.readElementText().trimmed());
     }
-    // What follows the root element is part of the file too: a second root is damage.
+    // Read to the end: a second root element makes the file not well-formed.
     while (!xml.atEnd()) {
         xml.readNext();
     }

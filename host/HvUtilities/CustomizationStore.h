@@ -20,8 +20,7 @@ public:
     /// @return false, with an empty store, when it cannot be read or is not a customisation file.
     bool Load(const QString &path);
 
-    /// The value of @p key for @p language, or the one for all languages; none when there is
-    /// neither.
+    /// The value of @p key for @p language, or that for all languages; none when there is neither.
     std::optional<QString> Value(const QString &key, const QString &language) const;
 
 private:

@@ -8,7 +8,7 @@
 
 namespace
 {
-CustomizationStore &gStore()
+CustomizationStore &gCustomizationStore()
 {
     static CustomizationStore store;
     return store;
@@ -17,7 +17,7 @@ CustomizationStore &gStore()
 
 int LoadCustomizeXMLFileW(const char16_t *path)
 {
-    return gStore().Load(QString::fromUtf16(path)) ? 1 : 0;
+    return gCustomizationStore().Load(QString::fromUtf16(path)) ? 1 : 0;
 }
 
 int ReadCustomizeInfoW(const char16_t *key, const char16_t *language, char16_t *buffer,
@@ -26,7 +26,8 @@ int ReadCustomizeInfoW(const char16_t *key, const char16_t *language, char16_t *
     if (buffer == nullptr || bufferUnits <= 0) {
         return 0;
     }
-    const auto value = gStore().Value(QString::fromUtf16(key), QString::fromUtf16(language));
+    const auto value =
+        gCustomizationStore().Value(QString::fromUtf16(key), QString::fromUtf16(language));
     if (!value) {
         return 0;
     }

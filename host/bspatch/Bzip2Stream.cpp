@@ -61,7 +61,8 @@ std::size_t Bzip2Stream::Unpack(unsigned char *buffer, std::size_t size)
             Fail("is not valid bzip2 data");
         }
         m_ended = result == BZ_STREAM_END;
-        // Without input there may still be output from what was taken in before, but not for ever.
+        // Without input the library may still give output of input that it has taken before. A call
+        // without either means that the data ends too early.
         if (!m_ended && starved && m_stream.avail_out == room) {
             Fail("is cut off");
         }

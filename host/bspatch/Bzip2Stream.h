@@ -11,15 +11,16 @@
 
 class InputFile;
 
-/// One of the compressed blocks of a patch, unpacked from begin to end. The compressed data may end
-/// before the block does; what lies behind them in the block is not looked at.
+/// One of the compressed blocks of a patch, unpacked from begin to end. Bytes of the block behind
+/// the end of the compressed data are ignored.
 ///
 /// Ownership: the patch outlives this object; several blocks may share it.
 /// Errors: the constructor, `Read` and `ExpectEnd` throw PatchError.
 class Bzip2Stream
 {
 public:
-    /// The block @p name, for messages, from @p begin to before @p end in @p patch.
+    /// The block of @p patch from the byte @p begin up to, but not including, @p end. @p name is
+    /// the block's name in messages.
     Bzip2Stream(InputFile &patch, std::string name, std::int64_t begin, std::int64_t end);
     ~Bzip2Stream();
     Bzip2Stream(const Bzip2Stream &) = delete;
@@ -28,7 +29,8 @@ public:
     /// Unpacks exactly @p size bytes; fewer are an error.
     void Read(unsigned char *buffer, std::size_t size);
 
-    /// Fails unless everything has been read. Only then are all checksums in the block compared.
+    /// Throws unless everything has been read. It also reads the last checksum of the compressed
+    /// data; before that a wrong one may go unnoticed.
     void ExpectEnd();
 
 private:

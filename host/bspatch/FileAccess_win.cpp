@@ -8,7 +8,7 @@
 
 std::FILE *gCreateFile(const std::filesystem::path &path)
 {
-    // The older run-time library of Windows does not know the mode "x" of fopen.
+    // The older run-time library of Windows does not have the mode "x" of fopen.
     const int descriptor =
         _wopen(path.c_str(), _O_CREAT | _O_EXCL | _O_WRONLY | _O_BINARY | _O_NOINHERIT,
                _S_IREAD | _S_IWRITE);

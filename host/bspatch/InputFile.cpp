@@ -10,7 +10,7 @@
 InputFile::InputFile(const std::filesystem::path &path)
     : m_path(path)
 {
-    // Asked before the file is opened, because opening a pipe waits for a writer.
+    // Before the file is opened, because opening a pipe would wait for a writer.
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(path, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {

@@ -20,8 +20,8 @@ public:
     /// The size in bytes that the file had when it was opened.
     std::int64_t Size() const { return m_size; }
 
-    /// Reads exactly @p size bytes from @p offset on. The caller keeps within the size; a file that
-    /// has become shorter meanwhile is an error.
+    /// Reads exactly @p size bytes from @p offset on. Precondition: they lie within `Size()`. A
+    /// file that has become shorter since it was opened is an error.
     void ReadAt(std::int64_t offset, unsigned char *buffer, std::size_t size);
 
 private:

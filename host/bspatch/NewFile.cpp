@@ -13,7 +13,8 @@
 
 namespace
 {
-/// A name of its own and not a longer form of the new file's, which may be as long as a name can be.
+/// A random name for the temporary file. It does not contain the new file's name, which may already
+/// have the greatest length of a name.
 std::filesystem::path gRandomName()
 {
     std::random_device random;
@@ -26,7 +27,7 @@ NewFile::NewFile(const std::filesystem::path &path)
 {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(path, error);
-    // A rename would put the new file in the place of a device, too.
+    // Checked because a rename would replace a device as well.
     if (!path.has_filename() ||
         (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))) {
         throw PatchError(path, "is not a regular file");

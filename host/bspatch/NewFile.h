@@ -6,8 +6,9 @@
 #include <cstdio>
 #include <filesystem>
 
-/// The file that the patch makes. It grows under a temporary name in the same folder and gets its own
-/// name, in place of what was there before, by `Commit`. Without that the destructor removes it.
+/// The file that the patch makes. It is written under a temporary name in the same folder; `Commit`
+/// gives it its own name and so replaces a file of that name. Without `Commit` the destructor
+/// removes the temporary file.
 ///
 /// Errors: the constructor, `Write` and `Commit` throw PatchError.
 class NewFile
@@ -20,14 +21,14 @@ public:
 
     void Write(const unsigned char *bytes, std::size_t size);
 
-    /// Call once, behind the last byte.
+    /// Puts the file on the disk and gives it its name. Call it once, after the last `Write`.
     void Commit();
 
 private:
     void Create();
 
     const std::filesystem::path m_path;
-    // Empty when there is no temporary file, or none any more.
+    // Empty before the temporary file is created and after it is renamed.
     std::filesystem::path m_temporaryPath;
     std::FILE *m_file = nullptr;
 };

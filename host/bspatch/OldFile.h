@@ -17,9 +17,9 @@ class OldFile
 public:
     explicit OldFile(const std::filesystem::path &path);
 
-    /// Adds the old file's bytes from @p position on to @p bytes, each without carry. Where the old
-    /// file has no bytes, before its begin or behind its end, nothing is added. The end of the range
-    /// must be a 64-bit number.
+    /// Adds the old file's bytes from @p position on to the @p size bytes at @p bytes, each modulo
+    /// 256. Where the old file has no bytes, before its begin or behind its end, nothing is added.
+    /// Precondition: @p position + @p size is a 64-bit number.
     void AddTo(std::int64_t position, unsigned char *bytes, std::size_t size);
 
 private:

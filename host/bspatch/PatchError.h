@@ -12,8 +12,8 @@ class PatchError : public std::runtime_error
 public:
     PatchError(const std::filesystem::path &file, const std::string &reason);
 
-    /// Adds what the system says about the error number @p code to @p reason. Some failures of the
-    /// standard streams leave no number (0); then @p reason stands alone.
+    /// Adds the system's text for the error number @p code to @p reason. Some failures of the
+    /// standard streams set no number; for 0 the message is @p reason alone.
     static PatchError FromSystem(const std::filesystem::path &file, const std::string &reason,
                                  int code);
 };

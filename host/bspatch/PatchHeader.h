@@ -6,13 +6,16 @@
 
 class InputFile;
 
-/// The head of a patch. The three compressed blocks follow it without a gap:
+/// The head of a patch in the format of bsdiff 4, and the places of the three compressed blocks
+/// that follow it without a gap. By byte offset:
 ///
 ///      0  "BSDIFF40"
-///      8  bytes of the control block
-///     16  bytes of the diff block
-///     24  bytes of the new file
+///      8  size of the control block in bytes
+///     16  size of the diff block in bytes
+///     24  size of the new file in bytes
 ///     32  control block, diff block, extra block up to the end of the patch
+///
+/// The three sizes are numbers as `gPatchNumber` reads them.
 struct PatchHeader {
     std::int64_t controlBegin = 0;
     std::int64_t diffBegin = 0;
@@ -20,8 +23,8 @@ struct PatchHeader {
     std::int64_t extraEnd = 0;
     std::int64_t newSize = 0;
 
-    /// Reads the head of @p patch. The blocks lie within the patch, in this order; the size of the
-    /// new file is not negative, and nothing else is known of it.
+    /// Reads the head of @p patch. In the result the blocks lie within the patch, in this order,
+    /// and the size of the new file is not negative. That size is not checked against the data.
     ///
     /// Errors: throws PatchError.
     static PatchHeader Read(InputFile &patch);

@@ -60,7 +60,7 @@ Patcher::Step Patcher::NextStep(std::int64_t sizeLeft)
 
 void Patcher::MoveInOldFile(std::int64_t distance)
 {
-    // The position may well leave the old file, but not the range of its type.
+    // The position may lie outside the old file, but has to stay within the range of its type.
     using Limits = std::numeric_limits<std::int64_t>;
     const bool possible = distance > 0 ? m_oldPosition <= Limits::max() - distance
                                        : m_oldPosition >= Limits::min() - distance;

@@ -12,15 +12,14 @@ class InputFile;
 class NewFile;
 class OldFile;
 
-/// Makes the new file as the patch says. The control block is a list of steps, each three numbers:
+/// Makes the new file by applying the patch. The control block is a list of steps of three numbers:
 ///
-///     (added, copied, skipped)
-///       added    bytes of the diff block, added to as many of the old file, are the next ones
-///       copied   bytes of the extra block follow
-///       skipped  bytes forward, or backward when negative, is where the old file goes on
+///     added    so many bytes of the diff block, each added to one of the old file, are written
+///     copied   then so many bytes of the extra block are written
+///     skipped  then the place in the old file moves so many bytes forward; backward when negative
 ///
-/// No more than a small buffer and the state of the three compressed blocks is kept in memory,
-/// whatever sizes the patch names; nothing is allocated or written ahead of the data.
+/// In memory are a small buffer and the state of the three compressed blocks, whatever sizes the
+/// patch names. Nothing is allocated or written before its data has been read.
 ///
 /// Ownership: both files outlive this object.
 /// Errors: the constructor and `WriteTo` throw PatchError.
@@ -29,8 +28,8 @@ class Patcher
 public:
     Patcher(InputFile &patch, OldFile &oldFile);
 
-    /// Writes all of the new file. The blocks of the patch must end where the new file does. Call
-    /// once.
+    /// Writes the whole new file. It is an error when a block of the patch has more data than the
+    /// new file takes. Call it once.
     void WriteTo(NewFile &newFile);
 
 private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// bspatch.exe OLDFILE NEWFILE PATCHFILE: makes NEWFILE of OLDFILE and a patch in the BSDIFF40 format.
+// bspatch.exe OLDFILE NEWFILE PATCHFILE: makes NEWFILE of OLDFILE by a patch in BSDIFF40 format.
 
 #include "host/bspatch/BspatchProgram.h"
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 
-// bspatch.exe OLDFILE NEWFILE PATCHFILE: makes NEWFILE of OLDFILE and a patch in the BSDIFF40 format.
+// bspatch.exe OLDFILE NEWFILE PATCHFILE: makes NEWFILE of OLDFILE by a patch in BSDIFF40 format.
 
 #include "host/bspatch/BspatchProgram.h"
 
-// Any name that a file can have: the narrow arguments know only those of the system's code page.
+// Wide arguments can hold every name that a file can have, narrow ones only those of the code page.
 extern "C" int wmain(int argc, wchar_t *argv[])
 {
     return BspatchProgram::Run({argv + 1, argv + argc});
