@@ -1,6 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# Renders every SVG of the folder svg/ beside this script at its own size and at twice that ("_2x").
+# Renders every SVG of the folder svg/ beside this script as PNG, at the size of its kind in logical
+# pixels and at twice that ("_2x").
 # Needs rsvg-convert (Debian package librsvg2-bin).
 set -eu
 cd "$(dirname "$0")"

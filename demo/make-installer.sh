@@ -28,12 +28,12 @@ trap 'rm -rf "$work"' EXIT
 trap 'exit 1' HUP INT TERM
 mkdir "$work/content"
 
-# A cipher stream over zeros looks random, so nothing compresses it away, and its key makes it repeatable.
+# An encrypted stream of zeros does not compress, and the same key gives the same bytes.
 stream() { # BYTES KEY
     key=$(printf '%s' "$2" | openssl dgst -md5 -r | cut -d ' ' -f 1)
     head -c "$1" /dev/zero | openssl enc -aes-128-ctr -K "$key" -iv 00000000000000000000000000000000
 }
-# From one version to the next most of a program stays as it is: one of the megabytes is the version's own.
+# One megabyte differs between versions; the others are the same, as most of a program is.
 {
     stream "$(((megabytes - 1) * 1048576))" Corvina
     stream 1048576 "Corvina $version"
@@ -62,7 +62,7 @@ chmod +x "$work/content/setup.sh"
 awk -v line="# FileVersion=$version" '{ print } /^#!\/bin\/sh/ && !done { print line; done = 1 }' \
     "$stock_header" > "$work/header.sh"
 
-# Everything that would differ between two runs is pinned: dates, owners, the order of the files, and the
+# So that two runs give the same bytes, these are fixed: dates, owners, the order of the files, and the
 # command line, which makeself records in the archive.
 touch -d '2024-01-01 00:00:00 UTC' "$work/content"/* "$work/content"
 if ! (

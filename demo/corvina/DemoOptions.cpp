@@ -31,7 +31,7 @@ const QStringList valueOptions{
     QStringLiteral("statistics-host"),
 };
 
-/// Reads single options; the first mistake is kept.
+/// Reads single options; the first error is kept.
 class OptionReader
 {
 public:

@@ -5,9 +5,9 @@
 #include <QString>
 #include <QStringList>
 
-/// What corvina-demo was asked to do, read from its command line.
+/// The command line of corvina-demo.
 ///
-/// Errors: `Parse` gives a text for the user in `error`; it is empty when all is well.
+/// Errors: `Parse` puts a text for the user into `error`, which is empty when there was no error.
 struct DemoOptions {
     enum class Check { None, Silent, Interactive };
     enum class OnVersion { Update, Remind, Close, Wait };
@@ -16,13 +16,13 @@ struct DemoOptions {
 
     QString updateUrl;
     QString productVersion;
-    /// Empty: the places that the platform names for this application.
+    /// Empty: the platform's standard folders for this application.
     QString configDir;
     QString dataDir;
 
     Check check = Check::None;
-    /// Whether the three query values below are given to the check; without, the module finds its
-    /// own.
+    /// Whether the three query values below are given to the check. Otherwise the module uses its
+    /// own values.
     bool hasQueryValues = false;
     QString pid;
     QString version;
@@ -37,13 +37,14 @@ struct DemoOptions {
 
     /// Certificate authorities to trust besides those of the system; empty for none.
     QString caFile;
-    /// Empty: what the settings say.
+    /// Written to the setting `StatisticsHost`; empty leaves the setting as it is.
     QString statisticsHost;
     /// Empty: no screenshots, no log file.
     QString screenshotDir;
     QString logFile;
     /// Milliseconds; 0 for no time-out.
     int timeout = 0;
+    /// Milliseconds to stay before the program ends.
     int linger = 0;
 
     bool helpWanted = false;

@@ -24,9 +24,10 @@ namespace
 {
 constexpr int timedOutStatus = 3;
 
-/// A process that is killed between creating and filling the lock of its settings leaves it empty.
-/// Qt takes such a lock for held, and waits for it for 30 s before the settings are written.
-void gRemoveUnreadable(const QString &lock)
+/// Removes the lock file @p lock when it names no process. A process that is killed between
+/// creating and filling the lock of its settings leaves it empty; Qt takes such a lock for held and
+/// waits 30 s for it before it writes the settings.
+void gRemoveUnreadableLock(const QString &lock)
 {
     qint64 owner = 0;
     QString host;
@@ -36,7 +37,7 @@ void gRemoveUnreadable(const QString &lock)
     }
 }
 
-QString gDirectoryOr(const QString &chosen, QStandardPaths::StandardLocation location)
+QString gCreateDirectory(const QString &chosen, QStandardPaths::StandardLocation location)
 {
     const QString directory =
         chosen.isEmpty() ? QStandardPaths::writableLocation(location) : chosen;
@@ -61,18 +62,20 @@ DemoRun::DemoRun(const DemoOptions &options, const EventWriter &writer)
 
 DemoRun::~DemoRun()
 {
-    // Before the window that is its parent, while the slots of this object are still there.
+    // Before the window, its parent, deletes it: its signals must not reach this object's slots
+    // after this destructor.
     delete m_dialog;
 }
 
 void DemoRun::ConfigureModule() const
 {
-    CvSetCorvinaDirectory(gDirectoryOr(m_options.dataDir, QStandardPaths::AppDataLocation));
-    const QString configDir = gDirectoryOr(m_options.configDir, QStandardPaths::AppConfigLocation);
+    CvSetCorvinaDirectory(gCreateDirectory(m_options.dataDir, QStandardPaths::AppDataLocation));
+    const QString configDir =
+        gCreateDirectory(m_options.configDir, QStandardPaths::AppConfigLocation);
     if (!m_options.statisticsHost.isEmpty()) {
         const QString settings = configDir + QStringLiteral("/Corvina.ini");
-        gRemoveUnreadable(settings + QStringLiteral(".lock"));
-        gRemoveUnreadable(settings + QStringLiteral(".lock.rmlock"));
+        gRemoveUnreadableLock(settings + QStringLiteral(".lock"));
+        gRemoveUnreadableLock(settings + QStringLiteral(".lock.rmlock"));
         QSettings(settings, QSettings::IniFormat)
             .setValue(QStringLiteral("Quillon/StatisticsHost"), m_options.statisticsHost);
     }
@@ -101,8 +104,8 @@ void DemoRun::Start()
 
 void DemoRun::CreateDialog()
 {
-    // One dialog serves one offer. The last one is closed by now: it is modal, and this comes from
-    // the window behind it.
+    // One dialog serves one offer. The previous one is closed: it is modal, so the window's menu
+    // could not be used before.
     delete m_dialog;
     m_dialog = new UpdateMain(&m_window);
     auto *watcher = new DialogWatcher(m_dialog, m_dialog);
@@ -129,8 +132,8 @@ void DemoRun::SignalArrived(const QString &name, bool ends)
 {
     m_script->Flush();
     m_writer.Write(QStringLiteral("signal"), {{QStringLiteral("name"), name}});
-    // A host makes room for the running installer in any case. Its other signals only close the
-    // dialog, unless the dialog was all that this run is about.
+    // A host ends itself for the running installer. The other signals end the program only when its
+    // only task was one check.
     const bool installStarted = name == QLatin1String("InstallStarted");
     if (ends && (installStarted || m_options.check == DemoOptions::Check::Interactive)) {
         m_exit.SignalArrived(installStarted);
@@ -164,6 +167,6 @@ void DemoRun::_CheckSilently()
 void DemoRun::_TimedOut()
 {
     m_writer.Write(QStringLiteral("exit"), {{QStringLiteral("code"), timedOutStatus}});
-    // Without unwinding: an orderly end would close an open prompt, and that counts as its answer.
+    // Without destructors: they would close an open prompt, which counts as the answer "Cancel".
     std::_Exit(timedOutStatus);
 }

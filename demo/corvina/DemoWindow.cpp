@@ -13,7 +13,7 @@
 
 namespace
 {
-// Given to single widgets and not to the window: dialogs would inherit it from the window.
+// Set on single widgets, because the update dialog would inherit a style sheet of the window.
 const char *const menuLook = R"(
 QMenuBar { background: #1C232A; color: #CDD5DD; padding: 3px; }
 QMenuBar::item { background: transparent; padding: 4px 10px; }

@@ -5,8 +5,8 @@
 #include <QMainWindow>
 #include <QString>
 
-/// The stage set: a window that looks like a video editor, with the one menu entry that matters
-/// here.
+/// The main window of the demo host. It looks like a video editor; its one working menu entry
+/// checks for updates.
 ///
 /// Thread: GUI thread. Ownership: created on the stack.
 class DemoWindow : public QMainWindow
@@ -17,7 +17,7 @@ public:
     explicit DemoWindow(const QString &productVersion);
 
 signals:
-    /// Help, Check for Updates.
+    /// The menu entry Help, Check for Updates was chosen.
     void CheckRequested();
 
 private:

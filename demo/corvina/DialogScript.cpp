@@ -56,8 +56,8 @@ QString gLabelText(const QWidget *box, const QString &name)
     return label == nullptr ? QString() : label->text();
 }
 
-/// A push button is clicked; the title bar's button is no push button and wants the mouse.
-void gPress(QWidget *button)
+/// Clicks a push button; sends a mouse press to the title bar's button, which is no push button.
+void gPressButton(QWidget *button)
 {
     if (auto *pushButton = qobject_cast<QAbstractButton *>(button)) {
         pushButton->click();
@@ -125,7 +125,7 @@ void DialogScript::_ProgressChanged(int value, int maximum, const QString &text)
     m_progress.Add(value, maximum, text);
     if (!m_halfwayTaken && value >= maximum / 2) {
         m_halfwayTaken = true;
-        // Later, so that the label beside the bar has its new percentage.
+        // From the event loop, when the label beside the bar has its new percentage.
         QTimer::singleShot(0, this, [this] {
             m_screenshots.Take(m_watcher->Dialog(), QStringLiteral("progress-halfway"));
         });
@@ -169,13 +169,13 @@ void DialogScript::_PromptShown(QWidget *box)
     }
 }
 
-/// Not from within the module's own code, which tells of a change in the middle of its work: a
-/// person's click comes through the event loop, too.
+/// Presses @p button from the event loop, as a user does: this may be called from within a signal
+/// of the module.
 void DialogScript::PressSoon(QWidget *button)
 {
     if (button == nullptr) {
         qWarning("the button to press is not there");
         return;
     }
-    QTimer::singleShot(0, button, [button] { gPress(button); });
+    QTimer::singleShot(0, button, [button] { gPressButton(button); });
 }

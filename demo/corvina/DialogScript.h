@@ -12,8 +12,8 @@
 class EventWriter;
 class Screenshots;
 
-/// Tells what the update dialog shows, takes its pictures, and presses the buttons that the options
-/// name.
+/// Writes what the update dialog shows as events, takes its pictures, and presses the buttons that
+/// the options name.
 ///
 /// Thread:    GUI thread.
 /// Ownership: its Qt parent; everything given by reference outlives it.
@@ -25,14 +25,14 @@ public:
     DialogScript(const DemoOptions &options, const EventWriter &writer, Screenshots &screenshots,
                  DialogWatcher *watcher);
 
-    /// Tells the page that the dialog shows at this moment.
+    /// Writes the page that the dialog shows at this moment.
     void InspectNow() { m_watcher->Inspect(); }
 
     /// Writes the progress that is held back; call it before other events.
     void Flush() { m_progress.Flush(); }
 
 signals:
-    /// The user, or the script for him, answered a prompt with Yes.
+    /// A prompt was answered with Yes, by the user or by this script.
     void InstallAgreed();
 
 private slots:

@@ -65,7 +65,7 @@ void DialogWatcher::WatchWidget(QWidget *widget, QEvent *event)
         m_prompt = widget;
         QTimer::singleShot(0, this, &DialogWatcher::_PromptReady);
     }
-    // A changed text shows itself by a paint event; labels have no signal for it.
+    // A changed text is noticed by its paint event, because labels have no signal for it.
     if (event->type() == QEvent::Paint && m_dialog != nullptr && widget->window() == m_dialog) {
         InspectSoon();
     }
@@ -113,7 +113,7 @@ void DialogWatcher::Inspect()
 
 void DialogWatcher::_ValueChanged(int value)
 {
-    // Without a maximum the bar only tells that something is going on.
+    // Without a maximum the bar shows no progress, only that the program is busy.
     if (m_bar->maximum() > 0) {
         emit ProgressChanged(value, m_bar->maximum(), PageText(Page::Progress));
     }

@@ -10,12 +10,12 @@ class QProgressBar;
 class QStackedWidget;
 class QWidget;
 
-/// Watches the update dialog from outside, as a test or a screen reader would: it knows its widgets
-/// by class name and object name only.
+/// Watches the update dialog from outside: it finds the widgets by class name and object name, and
+/// uses nothing of the module's headers.
 ///
-///     paint or page switch ─► Inspect (once per pass of the event loop) ─► PageChanged
-///     value of the bar     ─► ProgressChanged
-///     a message box shows  ─► PromptShown, from within the box's own event loop
+///     paint or page switch  ─► Inspect (once per pass of the event loop) ─► PageChanged
+///     value of the bar      ─► ProgressChanged
+///     a message box appears ─► PromptShown, from within the box's own event loop
 ///
 /// Thread:    GUI thread.
 /// Ownership: its Qt parent; the dialog belongs to the caller and may go first.
@@ -29,8 +29,9 @@ public:
 
     DialogWatcher(QWidget *dialog, QObject *parent);
 
-    /// Looks at the page now. Call it after `LiveUpdate`: the answer may replace the first page
-    /// before the event loop gets round to looking.
+    /// Reads the current page, and emits `PageChanged` when it has changed. Call it after
+    /// `LiveUpdate`: the service's answer may replace the first page before the event loop calls
+    /// this.
     void Inspect();
 
     QWidget *Dialog() const { return m_dialog; }
@@ -41,12 +42,13 @@ public:
     QWidget *TitleBarCloseButton() const;
 
 signals:
-    /// The dialog shows another page, or its page another text; the counter of a running download
-    /// is no other text. @p html is empty but for the version page.
+    /// The dialog shows another page, or the page another text. A change in the byte counter of a
+    /// download alone does not count. @p html is the text of the version page with its markup, and
+    /// empty for the other pages.
     void PageChanged(DialogWatcher::Page page, const QString &text, const QString &html);
-    /// The bar of a download moved.
+    /// The progress bar of a download has a new value, in bytes.
     void ProgressChanged(int value, int maximum, const QString &text);
-    /// A prompt is on the screen and waits for its answer.
+    /// A prompt is shown and not yet answered.
     void PromptShown(QWidget *box);
 
 protected:

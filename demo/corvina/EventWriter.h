@@ -6,10 +6,11 @@
 #include <QJsonObject>
 #include <QString>
 
-/// Prints what happens as one JSON object a line on stdout, each with "event" and "t_ms", the
-/// milliseconds since this object was made. Every line is flushed, so that a script can follow.
+/// Prints events to stdout, each as a line with one JSON object that has "event" and "t_ms", the
+/// milliseconds since this object was made. Every line is flushed, so that a script can read it at
+/// once.
 ///
-/// Thread: GUI thread. Errors: none; what stdout does not take is lost.
+/// Thread: GUI thread. Errors: none; a line that cannot be written is lost.
 class EventWriter
 {
 public:

@@ -7,8 +7,9 @@
 
 /// Decides when the program may end after the dialog's signals.
 ///
-/// Signals come in bursts: a closed download repeats `Close`, a cancelled installation is followed
-/// by `Close`, and after a Yes `InstallStarted` comes last, when the pending reports are done.
+/// Several signals can follow each other: a closed download repeats `Close`, `Close` follows
+/// `CancelInstall`, and after a Yes `InstallStarted` comes last, when the pending reports have
+/// ended. So the program stays 200 ms after the last signal, and after a Yes up to 15 s.
 ///
 /// Thread:    GUI thread.
 /// Ownership: its Qt parent.
@@ -21,12 +22,13 @@ public:
     ExitPolicy(int lingerMilliseconds, QObject *parent);
 
     /// A signal that ends the update arrived.
+    /// @param installStarted whether it was `InstallStarted`
     void SignalArrived(bool installStarted);
 
-    /// The user agreed to install: `InstallStarted` is worth waiting for.
+    /// The user agreed to install, so `InstallStarted` is expected.
     void InstallAgreed() { m_awaitsInstall = true; }
 
-    /// Nothing more will come.
+    /// Emits `Done` after the linger time, without waiting for further signals.
     void Finish() const;
 
 signals:

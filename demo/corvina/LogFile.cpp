@@ -11,7 +11,7 @@
 
 namespace
 {
-// Neither is ever destroyed: threads may still log while the process ends.
+// Never destroyed, because threads may still log while the process ends.
 QFile *g_file = nullptr;
 QMutex *g_mutex = nullptr;
 

@@ -4,7 +4,7 @@
 
 #include <QWidget>
 
-/// A still picture where an editor shows the clip being edited; part of the stage set.
+/// A still picture in the place where a video editor shows the clip.
 class PreviewView : public QWidget
 {
     Q_OBJECT

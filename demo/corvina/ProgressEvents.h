@@ -9,8 +9,8 @@
 
 class EventWriter;
 
-/// Writes the moves of a progress bar as "progress" events, at most ten a second and always the
-/// last.
+/// Writes the values of a progress bar as "progress" events: at most ten a second, and always the
+/// last one.
 ///
 /// Thread:    GUI thread.
 /// Ownership: its Qt parent; the writer outlives it.
@@ -23,7 +23,8 @@ public:
 
     void Add(int value, int maximum, const QString &text);
 
-    /// Writes the move that is held back, if there is one: something else is about to be told.
+    /// Writes the value that is held back, if there is one. Call it before another event is
+    /// written, so that the events stay in order.
     void Flush();
 
 private:

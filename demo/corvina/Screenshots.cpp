@@ -45,7 +45,7 @@ void Screenshots::Take(QWidget *window, const QString &name)
     if (m_directory.isEmpty()) {
         return;
     }
-    // A text set a moment ago still waits for its layout, and with it for its scroll bar.
+    // The layout of a text that was just set, and with it the scroll bar, is still a posted event.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     const QPixmap picture = gOnDesktop(window->grab());
     const int ratio = qRound(picture.devicePixelRatio());

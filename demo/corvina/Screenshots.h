@@ -6,7 +6,7 @@
 
 class QWidget;
 
-/// Saves pictures of windows before a neutral desktop, so that their drop shadows show.
+/// Saves pictures of windows on a plain background, on which their drop shadows are visible.
 ///
 /// Thread: GUI thread. Errors: a picture that cannot be saved gives a warning in the log.
 class Screenshots

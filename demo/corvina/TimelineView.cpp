@@ -33,7 +33,7 @@ constexpr std::array<Clip, 7> clips{{
     {2, 42, 24, "ambience.wav", 0xff2f7d66},
 }};
 
-int gXOf(int second)
+int gXOfSecond(int second)
 {
     return headWidth + second * pixelsPerSecond;
 }
@@ -42,9 +42,9 @@ void gDrawRuler(QPainter &painter, int width)
 {
     painter.fillRect(0, 0, width, rulerHeight, QColor(0x1c, 0x23, 0x2a));
     painter.setPen(QColor(0x6d, 0x86, 0x98));
-    for (int second = 0; gXOf(second) < width; second += 10) {
-        painter.drawLine(gXOf(second), rulerHeight - 8, gXOf(second), rulerHeight - 1);
-        painter.drawText(gXOf(second) + 4, rulerHeight - 9,
+    for (int second = 0; gXOfSecond(second) < width; second += 10) {
+        painter.drawLine(gXOfSecond(second), rulerHeight - 8, gXOfSecond(second), rulerHeight - 1);
+        painter.drawText(gXOfSecond(second) + 4, rulerHeight - 9,
                          QStringLiteral("00:%1:%2")
                              .arg(second / 60, 2, 10, QLatin1Char('0'))
                              .arg(second % 60, 2, 10, QLatin1Char('0')));
@@ -63,7 +63,7 @@ void gDrawTrack(QPainter &painter, int index, int width)
 
 void gDrawClip(QPainter &painter, const Clip &clip)
 {
-    const QRectF box(gXOf(clip.start) + 1, rulerHeight + clip.track * trackHeight + 4,
+    const QRectF box(gXOfSecond(clip.start) + 1, rulerHeight + clip.track * trackHeight + 4,
                      clip.seconds * pixelsPerSecond - 2, trackHeight - 9);
     painter.setPen(Qt::NoPen);
     painter.setBrush(QColor::fromRgb(clip.color));
@@ -91,5 +91,5 @@ void TimelineView::paintEvent(QPaintEvent *)
     for (const Clip &clip : clips) {
         gDrawClip(painter, clip);
     }
-    painter.fillRect(gXOf(playheadSecond), 0, 2, height(), QColor(0x61, 0xde, 0xd0));
+    painter.fillRect(gXOfSecond(playheadSecond), 0, 2, height(), QColor(0x61, 0xde, 0xd0));
 }

@@ -4,7 +4,7 @@
 
 #include <QWidget>
 
-/// A few clips on tracks where an editor shows its timeline; part of the stage set.
+/// A picture of a few clips on tracks, in the place where a video editor has its timeline.
 class TimelineView : public QWidget
 {
     Q_OBJECT

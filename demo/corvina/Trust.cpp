@@ -6,7 +6,7 @@
 #include <QSslConfiguration>
 #include <QString>
 
-bool gTrust(const QString &path)
+bool gTrustAuthorities(const QString &path)
 {
     const QList<QSslCertificate> authorities = QSslCertificate::fromPath(path);
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();

@@ -25,13 +25,13 @@ QStringList gArguments(int argc, char *argv[])
     return arguments;
 }
 
-int gFinish(const EventWriter &writer, int status)
+int gWriteExitEvent(const EventWriter &writer, int status)
 {
     writer.Write(QStringLiteral("exit"), {{QStringLiteral("code"), status}});
     return status;
 }
 
-int gRun(int argc, char *argv[], const DemoOptions &options, const EventWriter &writer)
+int gRunHost(int argc, char *argv[], const DemoOptions &options, const EventWriter &writer)
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
@@ -46,7 +46,7 @@ int gRun(int argc, char *argv[], const DemoOptions &options, const EventWriter &
 int main(int argc, char *argv[])
 {
     const EventWriter writer;
-    // Before there is an application object: a mistyped option needs no display.
+    // Before the application object is made, so that a wrong option is reported without a display.
     const DemoOptions options = DemoOptions::Parse(gArguments(argc, argv));
     if (options.helpWanted) {
         std::cout << DemoOptions::Usage();
@@ -55,15 +55,15 @@ int main(int argc, char *argv[])
     if (!options.error.isEmpty()) {
         std::cerr << "corvina-demo: " << qUtf8Printable(options.error) << '\n'
                   << DemoOptions::Usage();
-        return gFinish(writer, usageErrorStatus);
+        return gWriteExitEvent(writer, usageErrorStatus);
     }
     if (!options.logFile.isEmpty() && !gLogToFile(options.logFile)) {
         std::cerr << "corvina-demo: cannot write " << qUtf8Printable(options.logFile) << '\n';
-        return gFinish(writer, usageErrorStatus);
+        return gWriteExitEvent(writer, usageErrorStatus);
     }
-    if (!options.caFile.isEmpty() && !gTrust(options.caFile)) {
+    if (!options.caFile.isEmpty() && !gTrustAuthorities(options.caFile)) {
         std::cerr << "corvina-demo: no certificate in " << qUtf8Printable(options.caFile) << '\n';
-        return gFinish(writer, usageErrorStatus);
+        return gWriteExitEvent(writer, usageErrorStatus);
     }
-    return gFinish(writer, gRun(argc, argv, options, writer));
+    return gWriteExitEvent(writer, gRunHost(argc, argv, options, writer));
 }

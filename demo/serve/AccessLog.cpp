@@ -10,7 +10,8 @@
 
 namespace
 {
-/// Control characters of a request must not make up log lines of their own.
+/// @p text with its control characters replaced: a line break in a request must not begin a line of
+/// the log.
 std::string gPrintable(std::string text)
 {
     std::replace_if(
@@ -22,7 +23,7 @@ std::string gPrintable(std::string text)
 void gLogAccess(const httplib::Request &request, const httplib::Response &response)
 {
     const std::string range = request.has_header("Range") ? request.get_header_value("Range") : "-";
-    // In one piece: the lines of several threads must not mix.
+    // One output call for the whole line, so that the lines of several threads do not mix.
     std::cerr << gPrintable(request.method + ' ' + request.path + ' ' + range) + ' ' +
                      std::to_string(response.status) + '\n';
 }

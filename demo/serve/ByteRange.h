@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-/// A part of a file, as a range request means it.
+/// The part of a file that a range request asks for, in bytes.
 struct ByteRange {
     std::uint64_t first = 0;
     std::uint64_t length = 0;

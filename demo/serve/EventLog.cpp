@@ -14,7 +14,7 @@
 
 namespace
 {
-/// What stands behind "data=", decoded. The library's own decoding takes a plus for a blank.
+/// The value of "data", decoded here because the library decodes a plus as a blank.
 QByteArray gRecordIn(const httplib::Request &request)
 {
     const QByteArray target = QByteArray::fromStdString(request.target);

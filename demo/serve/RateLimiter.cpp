@@ -9,7 +9,7 @@ namespace
 {
 constexpr std::size_t largestChunk = 65536;
 constexpr std::uint64_t chunksPerSecond = 100;
-// What a connection may catch up on after the scheduler woke it late; more would show as bursts.
+// How far a connection may catch up after the scheduler woke it late. More would cause bursts.
 constexpr std::chrono::milliseconds credit{20};
 
 std::size_t gChunkSizeFor(std::uint64_t bytesPerSecond)

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <mutex>
 
-/// Shares a number of bytes per second between all connections: a token bucket kept as the moment
-/// at which the bytes promised so far will all have been sent.
+/// Shares a number of bytes per second between all connections. It is a token bucket whose state is
+/// one point in time: when all bytes that were allowed so far will have been sent at that rate.
 ///
 /// Thread: any. Errors: none.
 class RateLimiter
@@ -17,10 +17,10 @@ public:
     /// @param bytesPerSecond 0 is unlimited
     explicit RateLimiter(std::uint64_t bytesPerSecond);
 
-    /// How many bytes to send at a time, so that slow rates stay smooth and connections take turns.
+    /// The bytes to send at a time: few enough that slow rates are even and connections take turns.
     std::size_t ChunkSize() const { return m_chunkSize; }
 
-    /// Waits until @p bytes may be sent.
+    /// Blocks the thread until @p bytes may be sent.
     void Pay(std::size_t bytes);
 
 private:

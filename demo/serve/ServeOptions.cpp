@@ -77,7 +77,7 @@ bool ServeOptions::SetNumber(const std::string &name, const std::string &text)
     return true;
 }
 
-/// Looks for what is wrong with the options taken together.
+/// Checks the options against each other; sets `error` when they do not fit.
 void ServeOptions::Check()
 {
     std::error_code ignored;

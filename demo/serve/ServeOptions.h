@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-/// What quillon-serve was asked to do, read from its command line.
+/// The command line of quillon-serve.
 ///
-/// Errors: `Parse` gives a text for the user in `error`; it is empty when all is well.
+/// Errors: `Parse` puts a text for the user into `error`, which is empty when there was no error.
 struct ServeOptions {
     /// The folder with "manifest.xml", "manifests/" and "packages/".
     std::filesystem::path directory;

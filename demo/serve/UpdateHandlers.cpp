@@ -22,7 +22,7 @@ namespace
 constexpr char packageType[] = "application/octet-stream";
 constexpr std::size_t redirectPrefixLength = sizeof("/redirect") - 1;
 
-/// A version becomes a file name, so only what versions are made of may pass.
+/// Whether @p version can be a file name: a version is used as one, so ".." and "/" must not pass.
 bool gIsPlainVersion(const std::string &version)
 {
     const bool plain = std::all_of(version.begin(), version.end(), [](unsigned char c) {
@@ -42,7 +42,7 @@ bool gStartsWith(const std::string &text, const std::string &prefix)
     return text.compare(0, prefix.size(), prefix) == 0;
 }
 
-/// The one range that was asked for; nothing for several ranges or one that the file does not have.
+/// The one range that was asked for; none for several ranges or one that the file does not have.
 std::optional<ByteRange> gWantedRange(const httplib::Request &request, std::uint64_t size)
 {
     if (request.ranges.size() != 1) {
@@ -51,10 +51,10 @@ std::optional<ByteRange> gWantedRange(const httplib::Request &request, std::uint
     return ByteRange::Resolve(request.ranges.front(), size);
 }
 
-/// The library would cut the answer by the same ranges a second time, beyond the end of the file
-/// and with a Content-Range that lacks its last byte. Its handlers get the request as const, the
-/// object itself is not.
-void gTakeOverRanges(const httplib::Request &request)
+/// Removes the ranges from the request after they were applied here. Otherwise the library would
+/// apply them to the answer a second time, beyond the end of the file and with a Content-Range that
+/// lacks its last byte. The request object is not const; only the reference that handlers get is.
+void gDropRanges(const httplib::Request &request)
 {
     const_cast<httplib::Request &>(request).ranges.clear();
 }
@@ -83,7 +83,7 @@ void UpdateHandlers::Register(httplib::Server &server)
 void UpdateHandlers::AnswerUpdate(const httplib::Request &request,
                                   httplib::Response &response) const
 {
-    gTakeOverRanges(request);
+    gDropRanges(request);
     const fs::path path = ManifestFor(request.get_param_value("version"));
     std::ifstream file(path, std::ios::binary);
     if (!gIsFile(path) || !file) {
@@ -113,14 +113,14 @@ void UpdateHandlers::AnswerPackage(const httplib::Request &request,
     const fs::path path = PackagePath(request.matches[1].str());
     const std::uint64_t size = path.empty() ? 0 : fs::file_size(path, error);
     if (path.empty() || error) {
-        gTakeOverRanges(request);
+        gDropRanges(request);
         response.status = 404;
         return;
     }
 
     response.set_header("Accept-Ranges", "bytes");
     ByteRange range{0, size};
-    // A range counts for GET only; HEAD tells about the whole file.
+    // RFC 7233 defines ranges for GET only; HEAD gives the size of the whole file.
     if (!request.ranges.empty() && request.method == "GET") {
         const std::optional<ByteRange> wanted = gWantedRange(request, size);
         response.status = wanted ? 206 : 416;
@@ -128,7 +128,7 @@ void UpdateHandlers::AnswerPackage(const httplib::Request &request,
                                                     : "bytes */" + std::to_string(size));
         range = wanted.value_or(ByteRange{0, 0});
     }
-    gTakeOverRanges(request);
+    gDropRanges(request);
     if (range.length > 0) {
         Stream(path, range.first, range.length, response);
     } else if (response.status != 416) {
@@ -136,7 +136,8 @@ void UpdateHandlers::AnswerPackage(const httplib::Request &request,
     }
 }
 
-/// The file behind @p relative; empty when there is none or it lies, by ".." or a link, elsewhere.
+/// The file at @p relative below "packages"; empty when there is none, when the path contains "..",
+/// or when a link leads out of that folder.
 fs::path UpdateHandlers::PackagePath(const std::string &relative) const
 {
     const fs::path asked(relative);
@@ -161,7 +162,7 @@ void UpdateHandlers::Stream(const fs::path &path, std::uint64_t first, std::uint
     response.set_content_provider(
         length, packageType, [this, file](std::size_t, std::size_t left, httplib::DataSink &sink) {
             std::vector<char> chunk(std::min(left, m_limiter.ChunkSize()));
-            // A file that became shorter meanwhile ends the connection: the length was promised.
+            // The file became shorter after its length was sent, so the connection has to end.
             if (!file->read(chunk.data(), static_cast<std::streamsize>(chunk.size()))) {
                 return false;
             }
@@ -172,9 +173,9 @@ void UpdateHandlers::Stream(const fs::path &path, std::uint64_t first, std::uint
 
 void UpdateHandlers::AnswerRedirect(const httplib::Request &request, httplib::Response &response)
 {
-    gTakeOverRanges(request);
-    // The address as it was sent, still encoded. Only into this service's own paths: what follows
-    // the prefix could otherwise name another host.
+    gDropRanges(request);
+    // The path as it was sent, still encoded. Only paths of this service are accepted: the rest,
+    // for example "//other.example/", could otherwise name another host.
     const std::string rest =
         request.target.substr(std::min(redirectPrefixLength, request.target.size()));
     const bool ours = gStartsWith(request.target, "/redirect/") &&
@@ -188,7 +189,7 @@ void UpdateHandlers::AnswerRedirect(const httplib::Request &request, httplib::Re
 
 void UpdateHandlers::AnswerEvent(const httplib::Request &request, httplib::Response &response)
 {
-    gTakeOverRanges(request);
+    gDropRanges(request);
     gLogEvent(request);
     response.set_content("ok\n", "text/plain");
 }

@@ -22,8 +22,9 @@ struct Response;
 ///     HEAD, GET /redirect/...           302 to the same path without its first "/redirect"
 ///     GET /tallow/visit/?data=          200; the record goes to stdout
 ///
-/// Thread:    the server's worker threads, several at once; it holds no changing state.
-/// Ownership: outlives the server that it is registered with, and is outlived by the rate limiter.
+/// Thread:    the server's worker threads, several at once; nothing in it changes after
+/// construction. Ownership: the creator. It has to outlive the server that it is registered with,
+///            and the rate limiter has to outlive it.
 class UpdateHandlers
 {
 public:

@@ -16,14 +16,14 @@
 namespace
 {
 constexpr char address[] = "127.0.0.1";
-// The library keeps a thread for as long as a connection is kept alive.
+// A connection that is kept alive occupies one thread of the library.
 constexpr std::size_t workerThreads = 64;
 constexpr std::size_t requestsPerConnection = 100000;
-// Idle connections also hold up the end of the program for this long.
+// The program ends up to this much later when connections are idle.
 constexpr time_t keepAliveSeconds = 2;
 constexpr time_t writeTimeoutSeconds = 30;
 
-void gConfigure(httplib::Server &server)
+void gConfigureServer(httplib::Server &server)
 {
     server.new_task_queue = [] { return new httplib::ThreadPool(workerThreads); };
     server.set_tcp_nodelay(true);
@@ -34,7 +34,7 @@ void gConfigure(httplib::Server &server)
 }
 
 /// The port that the server listens on; -1 when it is taken.
-int gBind(httplib::Server &server, int port)
+int gBindPort(httplib::Server &server, int port)
 {
     if (port == 0) {
         return server.bind_to_any_port(address);
@@ -53,20 +53,20 @@ sigset_t gEndSignals()
 
 /// One server and the thread that it listens on.
 ///
-/// Ownership: stops and joins when it goes.
+/// Ownership: the creator; the destructor stops the server and joins the thread.
 class Listener
 {
 public:
     Listener(httplib::Server &server, int port)
         : m_server(server)
-        , m_port(gBind(server, port))
+        , m_port(gBindPort(server, port))
     {
         if (m_port < 0) {
             std::cerr << "quillon-serve: cannot listen on port " << port << '\n';
             return;
         }
         m_thread = std::thread([&server] { server.listen_after_bind(); });
-        // The library ignores a stop that comes before its loop runs.
+        // The library ignores stop() before its loop runs.
         while (!server.is_running()) {
             std::this_thread::yield();
         }
@@ -96,7 +96,7 @@ void gPrintTemplate(const char *scheme, int port)
               << "/update?pid=&version=&email=" << std::endl;
 }
 
-int gWaitForEnd()
+int gWaitForSignal()
 {
     const sigset_t signals = gEndSignals();
     int received = 0;
@@ -104,10 +104,10 @@ int gWaitForEnd()
     return 0;
 }
 
-int gServe(UpdateHandlers &handlers, const ServeOptions &options)
+int gServeUntilSignal(UpdateHandlers &handlers, const ServeOptions &options)
 {
     httplib::Server server;
-    gConfigure(server);
+    gConfigureServer(server);
     handlers.Register(server);
     const Listener listener(server, options.port);
     if (listener.Port() < 0) {
@@ -115,7 +115,7 @@ int gServe(UpdateHandlers &handlers, const ServeOptions &options)
     }
     if (options.tlsPort < 0) {
         gPrintTemplate("http", listener.Port());
-        return gWaitForEnd();
+        return gWaitForSignal();
     }
 
     httplib::SSLServer tlsServer(options.certificate.c_str(), options.key.c_str());
@@ -124,7 +124,7 @@ int gServe(UpdateHandlers &handlers, const ServeOptions &options)
                   << " with the key " << options.key << '\n';
         return 1;
     }
-    gConfigure(tlsServer);
+    gConfigureServer(tlsServer);
     handlers.Register(tlsServer);
     const Listener tlsListener(tlsServer, options.tlsPort);
     if (tlsListener.Port() < 0) {
@@ -132,7 +132,7 @@ int gServe(UpdateHandlers &handlers, const ServeOptions &options)
     }
     gPrintTemplate("http", listener.Port());
     gPrintTemplate("https", tlsListener.Port());
-    return gWaitForEnd();
+    return gWaitForSignal();
 }
 } // namespace
 
@@ -143,11 +143,12 @@ int main(int argc, char *argv[])
         std::cerr << "quillon-serve: " << options.error << '\n' << ServeOptions::Usage();
         return 2;
     }
-    // Blocked before any thread starts, so that only the wait receives them.
+    // Blocked before any thread starts, so that sigwait() receives them and no thread is
+    // interrupted.
     const sigset_t signals = gEndSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
     RateLimiter limiter(options.rate);
     UpdateHandlers handlers(options.directory, limiter);
-    return gServe(handlers, options);
+    return gServeUntilSignal(handlers, options);
 }

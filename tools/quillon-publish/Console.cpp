@@ -6,12 +6,12 @@
 
 #include <iostream>
 
-void gSay(const QString &line)
+void gPrintLine(const QString &line)
 {
     std::cout << line.toStdString() << std::endl;
 }
 
-void gComplain(const QString &line)
+void gPrintError(const QString &line)
 {
     std::cerr << "quillon-publish: " << line.simplified().toStdString() << std::endl;
 }

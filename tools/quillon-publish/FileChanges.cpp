@@ -17,8 +17,8 @@ constexpr QFileDevice::Permissions folderPermissions =
     QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner |
     QFileDevice::ReadGroup | QFileDevice::ExeGroup | QFileDevice::ReadOther | QFileDevice::ExeOther;
 
-/// Unlike `QFile::rename`, over a file that is there.
-std::error_code gReplace(const QString &from, const QString &to)
+/// Renames @p from to @p to; unlike `QFile::rename` it replaces a file that exists.
+std::error_code gRenameOver(const QString &from, const QString &to)
 {
     std::error_code error;
     std::filesystem::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData(),
@@ -37,7 +37,7 @@ FileChanges::~FileChanges()
     while (!m_changes.isEmpty()) {
         const Change change = m_changes.takeLast();
         if (!TakeBack(change)) {
-            gComplain(QStringLiteral("%1 could not be put back as it was").arg(change.path));
+            gPrintError(QStringLiteral("%1 could not be put back as it was").arg(change.path));
             return;
         }
     }
@@ -59,7 +59,7 @@ void FileChanges::Move(const QString &from, const QString &to)
 {
     Change change{Kind::NewFile, to, QString()};
     if (QFileInfo::exists(to)) {
-        // A copy, so that readers find the file at every moment.
+        // The backup is a copy and not the moved file, so that readers find the file at all times.
         change.kind = Kind::ReplacedFile;
         change.backup = m_backupFolder + QLatin1Char('/') + QString::number(m_changes.size());
         QFile old(to);
@@ -68,7 +68,7 @@ void FileChanges::Move(const QString &from, const QString &to)
                 QStringLiteral("cannot keep a copy of %1: %2").arg(to, old.errorString()));
         }
     }
-    if (const std::error_code error = gReplace(from, to)) {
+    if (const std::error_code error = gRenameOver(from, to)) {
         throw PublishError(QStringLiteral("cannot publish %1: %2")
                                .arg(to, QString::fromStdString(error.message())));
     }
@@ -83,7 +83,7 @@ bool FileChanges::TakeBack(const Change &change)
     case Kind::NewFile:
         return QFile::remove(change.path);
     case Kind::ReplacedFile:
-        return !gReplace(change.backup, change.path);
+        return !gRenameOver(change.backup, change.path);
     }
     return false;
 }

@@ -34,7 +34,7 @@ void gRefuseSize(const QFileInfo &file)
     }
 }
 
-Installer gRead(const QFileInfo &file)
+Installer gReadInstaller(const QFileInfo &file)
 {
     Installer installer;
     installer.path = file.absoluteFilePath();
@@ -67,7 +67,7 @@ Installer Installer::ReadNew(const QString &path, const QString &version)
                                           "stands in the address")
                                .arg(file.fileName()));
     }
-    Installer installer = gRead(file);
+    Installer installer = gReadInstaller(file);
     if (installer.version != version) {
         throw PublishError(QStringLiteral("%1 carries the version %2 and not %3")
                                .arg(path, installer.version, version));
@@ -82,7 +82,7 @@ QList<Installer> Installer::ReadPrevious(const QStringList &paths, const QString
     for (const QString &path : paths) {
         const QFileInfo file(path);
         gRefuseUnlessReadable(file);
-        Installer installer = gRead(file);
+        Installer installer = gReadInstaller(file);
         if (!gIsPlainVersion(installer.version)) {
             throw PublishError(QStringLiteral("%1 carries the version '%2', which cannot stand in "
                                               "an address")

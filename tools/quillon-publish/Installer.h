@@ -10,7 +10,8 @@ struct Installer {
     QString path;
     /// The file name, without folders.
     QString name;
-    /// The version that the file itself carries, by which clients recognise a kept installer.
+    /// The version in the file itself (`FileVersionString`); clients recognise a kept installer by
+    /// it.
     QString version;
     QString md5;
     qint64 size = 0;
@@ -20,6 +21,6 @@ struct Installer {
     static Installer ReadNew(const QString &path, const QString &version);
 
     /// The installers of earlier versions than @p newVersion.
-    /// @throws PublishError when one carries no version, the new one or another one's.
+    /// @throws PublishError when one carries no version, the new version, or that of another one.
     static QList<Installer> ReadPrevious(const QStringList &paths, const QString &newVersion);
 };

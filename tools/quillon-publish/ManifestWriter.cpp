@@ -9,8 +9,8 @@
 
 namespace
 {
-/// A TLS record carries 16 KiB, and clients parse what has come with the first one. The rest is for
-/// the head of the answer.
+/// Clients parse the bytes of the answer that arrive first. With TLS that is one record of at most
+/// 16 KiB; 1 KiB of it is left for the head of the answer.
 constexpr int maxManifestBytes = 15 * 1024;
 
 void gWriteNotes(QXmlStreamWriter &xml, const Manifest &manifest)
@@ -37,7 +37,7 @@ void gWritePatch(QXmlStreamWriter &xml, const Manifest &manifest)
     xml.writeEndElement();
 }
 
-QByteArray gDocument(const Manifest &manifest)
+QByteArray gManifestDocument(const Manifest &manifest)
 {
     QByteArray document;
     QXmlStreamWriter xml(&document);
@@ -47,7 +47,8 @@ QByteArray gDocument(const Manifest &manifest)
     xml.writeStartElement(QStringLiteral("Update"));
     xml.writeTextElement(QStringLiteral("ExeUrl_x64"), manifest.exeUrl);
     if (!manifest.exeUrl.isEmpty()) {
-        // Before the patch's own: clients take the first one of the document for the installer's.
+        // Before the element of this name of the patch: clients read the first one in the document
+        // as the installer's.
         xml.writeTextElement(QStringLiteral("Verify_x64"), manifest.md5);
         if (!manifest.patchUrl.isEmpty()) {
             xml.writeTextElement(QStringLiteral("OldVerify_x64"), manifest.oldMd5);
@@ -90,7 +91,7 @@ bool gReadsBack(const QByteArray &document, const Manifest &manifest)
 
 QByteArray gWriteManifest(const Manifest &manifest)
 {
-    QByteArray document = gDocument(manifest);
+    QByteArray document = gManifestDocument(manifest);
     if (document.size() > maxManifestBytes) {
         throw PublishError(
             QStringLiteral("a manifest would have %1 bytes, and clients read no more "

@@ -5,22 +5,25 @@
 #include <QByteArray>
 #include <QString>
 
-/// What one manifest says. The texts go into it as they are.
+/// The values of one manifest. Texts are written as they are.
 struct Manifest {
-    /// The full installer. Without an address the manifest offers nothing.
+    /// The address of the full installer. When it is empty, the manifest offers no update.
     QString exeUrl;
     QString md5;
     QString version;
     QString notes;
-    /// The patch. Without an address there is none.
+    /// The MD5 of the installer that the patch applies to.
     QString oldMd5;
+    /// The address of the patch. When it is empty, the manifest has no patch.
     QString patchUrl;
+    /// In bytes.
     qint64 patchSize = 0;
     bool autoNotify = false;
 };
 
-/// The document for @p manifest in UTF-8, as the clients' own parser has read it back.
+/// The document for @p manifest in UTF-8. The clients' parser, `VersionInfo`, has read it back to
+/// check it.
 ///
-/// @throws PublishError when what the parser reads differs from what was to be said, or when the
-/// document is too large for clients, which read no more than what arrives first.
+/// @throws PublishError when the values that the parser reads differ from @p manifest, or when the
+/// document is larger than what clients read: the bytes that arrive first.
 QByteArray gWriteManifest(const Manifest &manifest);

@@ -17,9 +17,9 @@
 
 namespace
 {
-QString gDecode(const QByteArray &bytes, const QString &path)
+QString gDecodeUtf8(const QByteArray &bytes, const QString &path)
 {
-    constexpr int utf8 = 106; // its number in the registry of character sets
+    constexpr int utf8 = 106; // MIBenum of UTF-8, IANA registry of character sets
     QTextCodec::ConverterState state;
     const QString text =
         QTextCodec::codecForMib(utf8)->toUnicode(bytes.constData(), bytes.size(), &state);
@@ -42,7 +42,7 @@ QString gReadText(const QString &path)
     if (!file.open(QIODevice::ReadOnly)) {
         throw PublishError(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
     }
-    QString text = gDecode(file.readAll(), path);
+    QString text = gDecodeUtf8(file.readAll(), path);
     text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
     text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
     if (std::any_of(text.cbegin(), text.cend(), gIsForbiddenInXml)) {
@@ -89,7 +89,7 @@ QString gNotesFromMarkdown(const QString &markdown)
 {
     const QString html = gMarkdownToHtml(markdown);
     const QString items = gItemsOfSingleList(html);
-    // Clients make items a list only when there is no numbered list among them yet.
+    // Clients make a list of the items only when they contain no numbered list.
     return VersionInfo::wrapNotes(items) == items ? html : items;
 }
 } // namespace

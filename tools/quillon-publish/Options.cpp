@@ -22,7 +22,7 @@ QCommandLineOption gOption(const char *name, const char *description, const char
             value == nullptr ? QString() : QLatin1String(value)};
 }
 
-void gDescribe(QCommandLineParser &parser)
+void gAddOptions(QCommandLineParser &parser)
 {
     parser.setApplicationDescription(
         QStringLiteral("Publishes a release into the folder that an update service serves.\n"
@@ -104,7 +104,7 @@ QString gValueError(const Options &options)
 Options Options::Parse(const QStringList &arguments)
 {
     QCommandLineParser parser;
-    gDescribe(parser);
+    gAddOptions(parser);
     Options options;
     if (!parser.parse(arguments)) {
         options.error = parser.errorText();
@@ -140,6 +140,6 @@ Options Options::Parse(const QStringList &arguments)
 QString Options::Usage()
 {
     QCommandLineParser parser;
-    gDescribe(parser);
+    gAddOptions(parser);
     return parser.helpText();
 }

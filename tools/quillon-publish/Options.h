@@ -5,9 +5,9 @@
 #include <QString>
 #include <QStringList>
 
-/// What quillon-publish was asked to do, read from its command line.
+/// The command line of quillon-publish.
 ///
-/// Errors: `Parse` gives a line for the user in `error`; it is empty when all is well.
+/// Errors: `Parse` puts a line for the user into `error`, which is empty when there was no error.
 struct Options {
     /// The folder with "manifest.xml", "manifests/" and "packages/".
     QString site;
@@ -24,7 +24,9 @@ struct Options {
     bool help = false;
     QString error;
 
-    /// @p arguments with the program's own name in front. Needs a QCoreApplication.
+    /// @param arguments the command line with the program's name in front
+    ///
+    /// Precondition: there is a QCoreApplication, by whose folder "bspatch.exe" is looked for.
     static Options Parse(const QStringList &arguments);
     static QString Usage();
 };

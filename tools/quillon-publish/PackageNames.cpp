@@ -6,7 +6,7 @@
 
 namespace
 {
-bool gMatches(const char *pattern, const QString &text)
+bool gMatchesWhole(const char *pattern, const QString &text)
 {
     return QRegularExpression(QRegularExpression::anchoredPattern(QLatin1String(pattern)))
         .match(text)
@@ -21,12 +21,12 @@ QString gWithoutSuffix(const QString &name)
 
 bool gIsPlainVersion(const QString &version)
 {
-    return gMatches("[0-9A-Za-z_-]+(\\.[0-9A-Za-z_-]+)*", version);
+    return gMatchesWhole("[0-9A-Za-z_-]+(\\.[0-9A-Za-z_-]+)*", version);
 }
 
 bool gIsSafePackageName(const QString &name)
 {
-    return gMatches("[0-9A-Za-z][0-9A-Za-z._-]*", name);
+    return gMatchesWhole("[0-9A-Za-z][0-9A-Za-z._-]*", name);
 }
 
 QString gPatchName(const QString &installerName, const QString &oldVersion,
@@ -38,7 +38,7 @@ QString gPatchName(const QString &installerName, const QString &oldVersion,
         return gWithoutSuffix(installerName) + QLatin1Char('-') + versions +
                QLatin1String(".patch");
     }
-    // What stands behind the version stays, so that the packages of two architectures do not meet.
+    // The text after the version stays, so that the patches of two architectures have two names.
     const QString behind = gWithoutSuffix(installerName.mid(at + newVersion.size()));
     return installerName.left(at) + versions + behind + QLatin1String(".patch");
 }

@@ -4,13 +4,14 @@
 
 #include <QString>
 
-/// Whether @p version can be a manifest's file name and stand in a query as it is: letters, digits,
-/// "-" and "_", with single dots between them. Servers choose the manifest by the same rule.
+/// Whether @p version can be a manifest's file name and stand in a query without encoding: letters,
+/// digits, "-" and "_", with single dots between them. quillon-serve and docs/nginx-updates.conf
+/// choose the manifest by the same rule.
 bool gIsPlainVersion(const QString &version);
 
 /// Whether a package can have the file name @p name: letters, digits, ".", "-" and "_", the first
-/// one a letter or a digit. Clients keep a package under what stands behind the last "/" of its
-/// address, with any percent-encoding left in, so that only names that need none come out the same.
+/// one a letter or a digit. Clients name the kept package after the last part of its address and do
+/// not decode it, so the name must need no percent-encoding.
 bool gIsSafePackageName(const QString &name);
 
 /// The file name of the patch that leads from @p oldVersion to the installer @p installerName of

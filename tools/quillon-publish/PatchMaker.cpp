@@ -13,19 +13,19 @@
 
 namespace
 {
-/// What clients give the patch program.
+/// The time limit of clients for the patch program.
 constexpr int patchLimitSeconds = 90;
 constexpr int noLimit = -1;
 
-void gReport(const Installer &next, qint64 patchSize, qint64 madeIn, qint64 appliedIn)
+void gPrintPatchResult(const Installer &next, qint64 patchSize, qint64 madeIn, qint64 appliedIn)
 {
     constexpr double percent = 100.0;
     const double saved =
         percent * static_cast<double>(next.size - patchSize) / static_cast<double>(next.size);
-    gSay(QStringLiteral("  patch: %1, saves %2 % of the full package")
-             .arg(gBytesText(patchSize), QString::number(saved, 'f', 1)));
-    gSay(QStringLiteral("  made in %1, applied in %2, result verified")
-             .arg(gSecondsText(madeIn), gSecondsText(appliedIn)));
+    gPrintLine(QStringLiteral("  patch: %1, saves %2 % of the full package")
+                   .arg(gBytesText(patchSize), QString::number(saved, 'f', 1)));
+    gPrintLine(QStringLiteral("  made in %1, applied in %2, result verified")
+                   .arg(gSecondsText(madeIn), gSecondsText(appliedIn)));
 }
 } // namespace
 
@@ -39,7 +39,7 @@ PatchMaker::PatchMaker(const QString &bsdiff, const QString &bspatch, const QStr
 qint64 PatchMaker::Make(const Installer &previous, const Installer &next,
                         const QString &patchPath) const
 {
-    gSay(QStringLiteral("Patch from %1 to %2").arg(previous.version, next.version));
+    gPrintLine(QStringLiteral("Patch from %1 to %2").arg(previous.version, next.version));
     const qint64 madeIn = gRunProgram(m_bsdiff, {previous.path, next.path, patchPath},
                                       QStringLiteral("  making the patch:"), noLimit);
     const qint64 size = QFileInfo(patchPath).size();
@@ -47,10 +47,10 @@ qint64 PatchMaker::Make(const Installer &previous, const Installer &next,
         throw PublishError(QStringLiteral("%1 wrote no patch").arg(m_bsdiff));
     }
     const qint64 appliedIn = Try(previous, next, patchPath);
-    gReport(next, size, madeIn, appliedIn);
+    gPrintPatchResult(next, size, madeIn, appliedIn);
     if (size >= next.size) {
-        gComplain(QStringLiteral("warning: the patch from %1 is no smaller than the full package")
-                      .arg(previous.version));
+        gPrintError(QStringLiteral("warning: the patch from %1 is no smaller than the full package")
+                        .arg(previous.version));
     }
     return size;
 }

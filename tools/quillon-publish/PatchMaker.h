@@ -6,15 +6,16 @@
 
 struct Installer;
 
-/// Makes patches, and tries each with the clients' patch program before it is let out.
+/// Makes patches, and applies each with the clients' patch program to verify it.
 class PatchMaker
 {
 public:
-    /// @param scratchFolder an existing folder for the installers that are rebuilt on trial
+    /// @param scratchFolder an existing folder for the installers that are rebuilt to verify
+    /// patches
     PatchMaker(const QString &bsdiff, const QString &bspatch, const QString &scratchFolder);
 
     /// Writes the patch from @p previous to @p next to @p patchPath.
-    /// @return the patch's size
+    /// @return the patch's size in bytes
     /// @throws PublishError when a program fails or the rebuilt installer is not @p next.
     qint64 Make(const Installer &previous, const Installer &next, const QString &patchPath) const;
 

@@ -13,7 +13,7 @@ namespace
 constexpr int lineEverySeconds = 3;
 constexpr int msPerSecond = 1000;
 
-void gWaitForEnd(QProcess &process, const QString &label, int limitSeconds)
+void gWaitWithProgress(QProcess &process, const QString &label, int limitSeconds)
 {
     int seconds = 0;
     while (!process.waitForFinished(lineEverySeconds * msPerSecond) &&
@@ -27,7 +27,7 @@ void gWaitForEnd(QProcess &process, const QString &label, int limitSeconds)
                                    .arg(process.program())
                                    .arg(limitSeconds));
         }
-        gSay(QStringLiteral("%1 %2 s").arg(label).arg(seconds));
+        gPrintLine(QStringLiteral("%1 %2 s").arg(label).arg(seconds));
     }
 }
 
@@ -57,7 +57,7 @@ qint64 gRunProgram(const QString &program, const QStringList &arguments, const Q
         throw PublishError(
             QStringLiteral("cannot start %1: %2").arg(program, process.errorString()));
     }
-    gWaitForEnd(process, label, limitSeconds);
+    gWaitWithProgress(process, label, limitSeconds);
     gRefuseFailure(process);
     return clock.elapsed();
 }

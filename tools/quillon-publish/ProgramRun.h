@@ -5,8 +5,8 @@
 #include <QString>
 #include <QStringList>
 
-/// Runs @p program with @p arguments until it ends, and tells the seconds that have passed meanwhile
-/// in lines that begin with @p label.
+/// Runs @p program with @p arguments until it ends, and writes the seconds that have passed to the
+/// standard output every 3 s, in lines that begin with @p label.
 ///
 /// @param limitSeconds after this time the program is ended; -1 is no limit
 /// @return the milliseconds that it took

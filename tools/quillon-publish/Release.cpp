@@ -32,13 +32,14 @@ void Release::Publish()
     AddPatches(site);
     AddManifests(site);
     site.Publish();
-    gSay(QStringLiteral("Published %1 in %2")
-             .arg(m_installer.version, gSecondsText(clock.elapsed())));
+    gPrintLine(QStringLiteral("Published %1 in %2")
+                   .arg(m_installer.version, gSecondsText(clock.elapsed())));
 }
 
 void Release::AddInstaller(Site &site)
 {
-    gSay(QStringLiteral("Installer %1: %2").arg(m_installer.name, gBytesText(m_installer.size)));
+    gPrintLine(
+        QStringLiteral("Installer %1: %2").arg(m_installer.name, gBytesText(m_installer.size)));
     const QString staged = site.StagedPackage(m_installer.name);
     QFile file(m_installer.path);
     if (!file.copy(staged)) {
@@ -50,13 +51,14 @@ void Release::AddInstaller(Site &site)
     }
     m_installer.path = staged;
     site.AddPackage(m_installer.name);
-    // Clients know an interrupted download again by its size alone.
+    // Clients recognise an interrupted download by its size alone.
     const QString twin = site.OtherPackageOfSize(m_installer.size, m_installer.name);
     if (!twin.isEmpty()) {
-        gComplain(QStringLiteral("warning: %1 has exactly the size of %2; a client whose download "
-                                 "of that was cut off would continue it with the new one and get "
-                                 "a mix of both")
-                      .arg(m_installer.name, twin));
+        gPrintError(
+            QStringLiteral("warning: %1 has exactly the size of %2; a client whose download "
+                           "of that was cut off would continue it with the new one and get "
+                           "a mix of both")
+                .arg(m_installer.name, twin));
     }
 }
 
@@ -82,8 +84,8 @@ void Release::AddManifests(Site &site) const
         manifest.autoNotify = m_options.autoNotify;
         site.AddManifest(previous.version, gWriteManifest(manifest));
     }
-    // Clients do not compare versions: any offer is a newer version to them. Those that have this
-    // one must get none.
+    // Clients do not compare versions: any manifest with an address is an update to them. So
+    // clients of this version get a manifest without one.
     site.AddManifest(m_installer.version, gWriteManifest(Manifest{}));
     site.SetMainManifest(gWriteManifest(FullManifest()));
 }

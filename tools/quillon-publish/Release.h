@@ -11,10 +11,10 @@ struct Manifest;
 struct Options;
 class Site;
 
-/// One release on its way into the site: the installer, a patch from each previous version, and the
-/// manifests that offer them.
+/// One release that is put into the site: the installer, a patch from each previous version, and
+/// the manifests that offer them.
 ///
-/// Errors: PublishError; the site is as it was then.
+/// Errors: the constructor and `Publish` throw PublishError; the site is then unchanged.
 class Release
 {
 public:
@@ -31,7 +31,8 @@ private:
 
     const Options &m_options;
     QString m_notes;
-    /// Once it is staged, the staged copy: what is published is what the patches lead to.
+    /// The original file, and after staging the staged copy, so that the patches are made for
+    /// exactly the bytes that are published.
     Installer m_installer;
     QList<Installer> m_previous;
     /// By the order of `m_previous`.

@@ -20,19 +20,19 @@ const QString backupFolder = QStringLiteral("backup");
 
 QString gSiteFolder(const QString &folder)
 {
-    // Behind a link, so that "beside the site" is in the same file system.
+    // The target of a link, so that the folder beside the site is in the same file system.
     const QFileInfo info(QDir::cleanPath(folder));
     return info.exists() ? info.canonicalFilePath() : info.absoluteFilePath();
 }
 
-/// A hidden file beside @p folder that nobody else makes use of.
-QString gBeside(const QString &folder, const char *suffix)
+/// The path of a hidden file or folder beside @p folder, for this program only.
+QString gPathBeside(const QString &folder, const char *suffix)
 {
     const QFileInfo info(folder);
     return info.path() + QLatin1String("/.") + info.fileName() + QLatin1String(suffix);
 }
 
-/// The web server runs as another user than the release engineer.
+/// Makes the file readable for all: the web server runs as another user than the release engineer.
 void gMakeReadable(const QString &path)
 {
     if (!QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
@@ -41,7 +41,7 @@ void gMakeReadable(const QString &path)
     }
 }
 
-void gWrite(const QString &path, const QByteArray &content)
+void gWriteReadable(const QString &path, const QByteArray &content)
 {
     QFile file(path);
     const bool written = file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
@@ -60,8 +60,8 @@ QString gManifestOf(const QString &version)
 
 Site::Site(const QString &folder)
     : m_folder(gSiteFolder(folder))
-    , m_staging(gBeside(m_folder, ".quillon-publish"))
-    , m_lock(gBeside(m_folder, ".quillon-publish.lock"))
+    , m_staging(gPathBeside(m_folder, ".quillon-publish"))
+    , m_lock(gPathBeside(m_folder, ".quillon-publish.lock"))
 {
     const QFileInfo info(m_folder);
     if (info.exists() && !info.isDir()) {
@@ -70,7 +70,7 @@ Site::Site(const QString &folder)
     if (!QFileInfo(info.path()).isDir()) {
         throw PublishError(QStringLiteral("no such folder: %1").arg(info.path()));
     }
-    // However long a patch takes: only the lock of a process that is gone counts as left over.
+    // 0: a lock is never stale by its age, only when its process has ended. A patch can take long.
     m_lock.setStaleLockTime(0);
     if (!m_lock.tryLock(0)) {
         throw PublishError(m_lock.error() == QLockFile::LockFailedError
@@ -138,7 +138,7 @@ QString Site::OtherPackageOfSize(qint64 size, const QString &name) const
 
 void Site::AddManifest(const QString &version, const QByteArray &document)
 {
-    gWrite(Staged(gManifestOf(version)), document);
+    gWriteReadable(Staged(gManifestOf(version)), document);
     m_manifests.append(gManifestOf(version));
 }
 
@@ -153,7 +153,7 @@ void Site::SetMainManifest(const QByteArray &document)
             AddManifest(version, document);
         }
     }
-    gWrite(Staged(mainManifest), document);
+    gWriteReadable(Staged(mainManifest), document);
 }
 
 void Site::Publish()

@@ -7,15 +7,15 @@
 #include <QString>
 #include <QStringList>
 
-/// The folder that the update service serves, and the release that is being put together for it in a
-/// folder beside it.
+/// The folder that the update service serves, and the staging folder beside it, in which the next
+/// release is prepared.
 ///
 ///     packages/            installers and patches; a name never changes its content
 ///     manifests/V.xml      what the service answers to clients of version V
 ///     manifest.xml         what it answers to all others
 ///
-/// Nothing in the site changes before `Publish`. The folder beside it goes with the object; one that
-/// an ended run has left is removed.
+/// Nothing in the site changes before `Publish`. The destructor removes the staging folder; the
+/// constructor removes one that an earlier run has left.
 class Site
 {
 public:
@@ -25,31 +25,32 @@ public:
     Site(const Site &) = delete;
     Site &operator=(const Site &) = delete;
 
-    /// Where to write the package @p name to before it is added.
+    /// The path to which the package @p name is to be written before `AddPackage`.
     QString StagedPackage(const QString &name) const;
 
     /// A folder for files that are not published.
     QString ScratchFolder() const;
 
-    /// Takes the package @p name, written meanwhile, into the release.
+    /// Adds the package @p name, which is in its staged place by now, to the release. A published
+    /// package with this name and content is used as it is.
     /// @throws PublishError when the site has another one under this name.
     void AddPackage(const QString &name);
 
-    /// The name of a published package other than @p name that has @p size bytes; empty when there is
-    /// none.
+    /// The name of a published package other than @p name that has @p size bytes; empty when there
+    /// is none.
     QString OtherPackageOfSize(qint64 size, const QString &name) const;
 
-    /// Takes the manifest for clients of @p version into the release. @throws PublishError
+    /// Adds the manifest for clients of @p version to the release. @throws PublishError
     void AddManifest(const QString &version, const QByteArray &document);
 
-    /// Takes the manifest for all other clients into the release. The manifests that the site has
-    /// for versions without one in this release are replaced by it: each names an older release.
+    /// Adds the manifest for all other clients to the release. It also replaces the manifests that
+    /// the site has for versions without one in this release, because those name an older release.
     /// @throws PublishError
     void SetMainManifest(const QByteArray &document);
 
-    /// Puts the release into the site: the packages, then the manifests of single versions, then
-    /// "manifest.xml", so that at no moment a manifest names a package that is not there.
-    /// @throws PublishError, and the site is as it was.
+    /// Moves the release into the site: the packages, then the manifests of single versions, then
+    /// "manifest.xml". In this order no manifest ever names a package that is missing.
+    /// @throws PublishError; the changes are then taken back (`FileChanges`).
     void Publish();
 
 private:

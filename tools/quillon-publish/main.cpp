@@ -15,7 +15,7 @@
 int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
-    // What the module's classes write for the host's log is no news here.
+    // The module's classes write for the host's log; the release engineer does not need that.
     QLoggingCategory::setFilterRules(QStringLiteral("corvina.*=false\ndefault.debug=false"));
 
     const Options options = Options::Parse(QCoreApplication::arguments());
@@ -24,13 +24,13 @@ int main(int argc, char *argv[])
         return 0;
     }
     if (!options.error.isEmpty()) {
-        gComplain(options.error + QStringLiteral(" (--help tells more)"));
+        gPrintError(options.error + QStringLiteral(" (--help tells more)"));
         return 2;
     }
     try {
         Release(options).Publish();
     } catch (const PublishError &error) {
-        gComplain(error.Message());
+        gPrintError(error.Message());
         return 1;
     }
     return 0;
