@@ -36,7 +36,7 @@ QString gImageOf(const char *state, const char *suffix = "")
            QStringLiteral("close_%1%2.png").arg(QLatin1String(state), QLatin1String(suffix));
 }
 
-/// The sheet's rules as "selector|property|property", the commented one included.
+/// The sheet's rules as "selector|property|property", including the rule that is commented out.
 QStringList gRulesOf(const QString &sheet)
 {
     QStringList rules;
@@ -127,7 +127,7 @@ void tst_Resources::every_file_is_embedded_as_it_is_for_all_locales()
 
 void tst_Resources::the_tree_has_format_version_1()
 {
-    // Later versions carry each file's modification time.
+    // Later versions of the resource format contain each file's modification time.
     QVERIFY(QResource(normalSheet).isValid());
     QVERIFY(QResource(normalSheet).lastModified().isNull());
 }

@@ -29,7 +29,7 @@ QString gRead(const QString &language, const QString &key)
     return CustomizeInfoReader().ReadCustomizeInfo(language, key);
 }
 
-/// Keeps the library in the process, so that what it wrote down outlives the reader.
+/// Keeps the library loaded, so that its record of the calls is still there after the reader.
 class KeptLibrary
 {
 public:
@@ -52,7 +52,7 @@ private:
 
 } // namespace
 
-/// The reader looks into the application's own folder, which is why this test has one for itself.
+/// The reader loads from the application's folder, so this test is built into a folder of its own.
 class tst_CustomizeInfoReader : public QObject
 {
     Q_OBJECT

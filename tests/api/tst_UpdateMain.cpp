@@ -35,8 +35,8 @@ const QByteArray newerVersion =
     "</WhatNews></Update>";
 const QByteArray latestVersion = "<Update><ExeUrl_x64></ExeUrl_x64></Update>";
 
-/// A host: writes down the dialog's signals and whether the dialog was still visible in its slots,
-/// and how often the dialog was closed.
+/// A host: records the dialog's signals, how often the dialog was closed, and whether the dialog
+/// was visible at the first signal.
 class Host : public QObject
 {
 public:
@@ -139,7 +139,7 @@ private:
                           Qt::LeftButton);
     }
     void Close(Way way) const;
-    /// What the service was asked, once it was asked.
+    /// The target of the last request to the service; empty before the first one.
     QByteArray AskedFor() const
     {
         return m_server->Requests().isEmpty() ? QByteArray() : m_server->Requests().last().target;

@@ -7,8 +7,9 @@
 #include <QStringList>
 #include <QUrl>
 
-/// A running quillon-serve, ended with this object.
+/// A running quillon-serve.
 ///
+/// Ownership: the creator; the destructor ends the process.
 /// Errors: `Template` is empty when the service did not start.
 class ServeProcess
 {

@@ -38,7 +38,8 @@ QString gPageName(const QJsonObject &event)
 }
 } // namespace
 
-/// The demo host's contract with scripts; what the module does within it is tested elsewhere.
+/// What scripts rely on: the demo host's options, events and exit status. Updates by it are tested
+/// in tests/e2e.
 class tst_CorvinaDemo : public QObject
 {
     Q_OBJECT
@@ -136,7 +137,8 @@ void tst_CorvinaDemo::tells_the_outcome_of_a_silent_check()
 
 void tst_CorvinaDemo::ends_with_its_time_out_while_it_waits()
 {
-    // Nothing listens on port 9 of this machine, so the check fails and its hint waits for a click.
+    // No program listens on port 9 of this machine, so the check fails and the hint page stays
+    // open.
     QProcess process;
     Run(process, {"--update-url", "http://127.0.0.1:9/update?pid=&version=&email=", "--check",
                   "interactive", "--timeout", "1"});

@@ -90,7 +90,7 @@ QNetworkReply *tst_QuillonServe::Send(const QByteArray &verb, const QUrl &url,
                                       const QByteArray &range)
 {
     QNetworkRequest request(url);
-    // An idle connection would hold up the end of the service.
+    // An idle connection would delay the end of the service.
     request.setRawHeader("Connection", "close");
     if (!range.isEmpty()) {
         request.setRawHeader("Range", range);
@@ -296,7 +296,7 @@ void tst_QuillonServe::serves_nothing_outside_its_folders()
 {
     QFETCH(QByteArray, target);
     const ServeProcess server(m_directory.path());
-    // By hand: a client library would tidy the address up first.
+    // Written by hand, because a client library would normalise the path.
     QTcpSocket socket;
     socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(server.Url({}).port()));
     socket.write("GET " + target + " HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
@@ -346,7 +346,7 @@ void tst_QuillonServe::the_access_log_has_no_queries()
     Ask("GET", server.Url(QStringLiteral("/packages/setup.run")), "bytes=0-9");
     server.Process().terminate();
     QVERIFY(server.Process().waitForFinished(patience));
-    // A line is written behind its answer, so the two may change places.
+    // A line is written after its answer, so the order of the two lines is not fixed.
     QList<QByteArray> lines = server.Process().readAllStandardError().trimmed().split('\n');
     std::sort(lines.begin(), lines.end());
     QCOMPARE(lines,

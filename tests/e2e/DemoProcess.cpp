@@ -55,7 +55,7 @@ void DemoProcess::Start(const QStringList &arguments)
         m_host.Path(m_home + QStringLiteral("/log")),
         QStringLiteral("--timeout"),
         QString::number(limitMs / 1000),
-        // Nobody listens there, so that reports end at once.
+        // No program listens on port 1, so reports fail at once.
         QStringLiteral("--statistics-host"),
         QStringLiteral("127.0.0.1:1"),
         QStringLiteral("--check"),

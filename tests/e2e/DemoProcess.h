@@ -18,24 +18,24 @@
 class DemoProcess
 {
 public:
-    /// @param home     folder of the user's data, settings and caches; kept by the caller over
-    /// several
-    ///                 runs that belong together
+    /// @param home          folder of the user's data, settings and caches; the caller gives the
+    ///                      same one to several runs that belong together
     /// @param checkTemplate the check's address template
-    /// @param host          the host to run; its folder is where it looks for the patch program
+    /// @param host          the host to run; it looks for the patch program in its own folder
     DemoProcess(const QString &home, const QString &checkTemplate, HostProgram host = {});
     ~DemoProcess();
 
-    /// From now on the host is run by @p launcher, a command to which its own is appended.
+    /// Sets the command that later starts run the host by; the host's own command is appended to
+    /// it.
     void RunBy(const QStringList &launcher) { m_host.launcher = launcher; }
 
-    /// Starts an interactive check as version 9.1.0.0, with @p arguments behind the common ones.
+    /// Starts an interactive check as version 9.1.0.0, with @p arguments after the common ones.
     void Start(const QStringList &arguments);
 
     /// Waits until the process has ended. @return its exit status; -1 when it was killed or hangs.
     int WaitForEnd();
 
-    /// Waits until the process has ended, but not for longer than @p limitMs. @return whether it has.
+    /// Waits at most @p limitMs until the process has ended. @return whether it has ended.
     bool WaitForEndWithin(int limitMs) { return m_process.waitForFinished(limitMs); }
 
     qint64 ProcessId() const { return m_process.processId(); }
@@ -43,13 +43,13 @@ public:
     /// Waits for an event that @p wanted accepts. @return whether it came before the process ended.
     bool WaitFor(const std::function<bool(const QJsonObject &)> &wanted);
 
-    /// Waits until the progress page counts at least @p bytes. @return whether it came so far.
+    /// Waits until the progress page counts at least @p bytes. @return whether it did.
     bool WaitForBytes(int bytes);
 
-    /// Ends the process at once, without a chance to tidy up (kill -9).
+    /// Kills the process (SIGKILL): none of its destructors run.
     void Kill();
 
-    /// Memory in KiB by the name that the system gives it ("VmRSS": now, "VmHWM": the most so far).
+    /// Memory in KiB by its name in /proc/PID/status ("VmRSS": now, "VmHWM": the most so far).
     int MemoryKiB(const QByteArray &name) const;
 
     /// All events with the name @p event so far.

@@ -6,8 +6,8 @@
 #include <QStringList>
 
 /// An update service in a process of its own, on a free port of the loopback interface, that serves
-/// a site folder: "packages/", "manifest.xml", "manifests/". Each leading "/redirect" of a path
-/// costs one redirect.
+/// a site folder: "packages/", "manifest.xml", "manifests/". A path with N leading "/redirect" is
+/// answered after N redirects.
 ///
 /// Ownership: the creator; the process ends with the object.
 class LocalServer
@@ -18,11 +18,11 @@ public:
     LocalServer &operator=(const LocalServer &) = delete;
     virtual ~LocalServer() = default;
 
-    /// Starts serving @p site. @p bytesPerSecond bounds the speed (of all answers together or of
-    /// each, whatever the server offers); 0 is unlimited. @return whether it is ready.
+    /// Starts serving @p site. @p bytesPerSecond limits the speed, of all answers together
+    /// (quillon-serve) or of each (nginx); 0 is unlimited. @return whether it is ready.
     virtual bool Start(const QString &site, int bytesPerSecond) = 0;
 
-    /// Ends the process; whoever asks it then is refused.
+    /// Ends the process; later connections are refused.
     virtual void Stop() = 0;
 
     /// "http://127.0.0.1:PORT"

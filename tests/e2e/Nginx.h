@@ -7,7 +7,7 @@
 
 #include <QTemporaryDir>
 
-/// nginx, as a release engineer would run it.
+/// nginx as the update service.
 class Nginx : public LocalServer
 {
 public:

@@ -7,7 +7,7 @@
 #include <QCoreApplication>
 #include <QTest>
 
-/// The main function of a test class that is constructed with the name of the server to run against.
+/// The main function of a test class whose constructor takes the name of the server to run against.
 #define QUILLON_SERVER_TEST_MAIN(TestClass)                                                        \
     int main(int argc, char *argv[])                                                               \
     {                                                                                              \

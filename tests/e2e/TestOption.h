@@ -5,8 +5,9 @@
 #include <QString>
 #include <QStringList>
 
-/// Takes "NAME VALUE" out of the arguments of a test program, which Qt Test would not know.
-/// @return the value; @p otherwise when it is not there
+/// Removes "NAME VALUE" from the arguments of a test program, because Qt Test rejects options that
+/// are not its own.
+/// @return the value; @p otherwise when the option is missing
 inline QString gTakeOption(QStringList &arguments, const QString &name,
                            const QString &otherwise = QString())
 {

@@ -31,7 +31,7 @@ bool UpdateScene::StartServer(int bytesPerSecond)
 {
     demo.reset();
     if (m_serverName == QLatin1String("nginx")) {
-        // Its limit counts for each connection.
+        // The limit of nginx is for each connection.
         server = std::make_unique<Nginx>();
         bytesPerSecond /= rangeCount;
     } else {
@@ -92,7 +92,7 @@ QStringList UpdateScene::RangesLeft() const
         const int start = site.ResumeValue(group, QStringLiteral("Start_Byte%1").arg(number));
         const int end = site.ResumeValue(group, QStringLiteral("End_Byte%1").arg(number));
         if (start <= end) {
-            // The last one takes whatever the server has.
+            // The request of the last range is open-ended.
             ranges.append(number < rangeCount ? QStringLiteral("bytes=%1-%2").arg(start).arg(end)
                                               : QStringLiteral("bytes=%1-").arg(start));
         }

@@ -12,7 +12,7 @@
 
 #include <memory>
 
-/// What a whole update takes: a site, a server for it, and a host with a user's home.
+/// The parts of a whole update: a site, a server for it, and a host with a user's home.
 ///
 /// Ownership: the creator; servers and hosts end with the object.
 class UpdateScene
@@ -27,16 +27,17 @@ public:
                          const QString &workingFolder = QString());
     ~UpdateScene();
 
-    /// Starts the server, and prepares the next host to ask it. A running server ends first.
+    /// Starts the server, after ending a running one, and makes a host that uses it.
     bool StartServer(int bytesPerSecond = 0);
 
-    /// Publishes @p content as the installer of 9.2.0.0, with a manifest that offers it to everyone.
+    /// Publishes @p content as the installer of 9.2.0.0, with a manifest that offers it to
+    /// everyone.
     bool PublishInstaller(const QByteArray &content) const;
 
     QString PackageUrl(const QString &name, const QString &prefix = QString()) const;
-    /// Where the installer lands.
+    /// The path of the installer that is put in place.
     QString InstalledPath() const;
-    /// Where a full package is downloaded to.
+    /// The path that a full package is downloaded to.
     QString TargetPath() const;
 
     /// Runs an update that accepts the offer and gives @p promptAnswer to the prompt.
@@ -46,7 +47,7 @@ public:
     /// Waits for the line that the installer of @p version writes.
     bool InstallerHasRun(const QString &version) const;
 
-    /// The ranges that an interrupted download left to ask for, by the resume state on disk, sorted.
+    /// The ranges that the resume state on disk has still to be asked for, sorted.
     QStringList RangesLeft() const;
 
     /// The ranges of package @p name that were asked for, sorted.

@@ -10,7 +10,8 @@
 class UpdateSite
 {
 public:
-    /// @param workingFolder where the user's host keeps packages; by default it is in the user's home
+    /// @param workingFolder the folder in which the user's host keeps packages; by default a folder
+    ///                      in the user's home
     explicit UpdateSite(const QString &workingFolder = QString());
 
     QString Folder() const;
@@ -21,8 +22,8 @@ public:
     /// Publishes @p content as packages/@p name.
     bool Publish(const QString &name, const QByteArray &content) const;
 
-    /// Writes a manifest that offers 9.2.0.0, to be downloaded from @p url; an empty one offers
-    /// nothing.
+    /// Writes a manifest that offers 9.2.0.0, to be downloaded from @p url; with an empty @p url it
+    /// offers nothing.
     bool WriteManifest(const QString &url) const;
 
     /// Publishes @p patch, which makes @p newInstaller out of @p oldInstaller, and a manifest that
@@ -33,7 +34,7 @@ public:
                       const QString &newVersion = QStringLiteral("9.2.0.0")) const;
     static QString PatchName();
 
-    /// The resume state as it is on disk.
+    /// A value of the resume state on disk.
     int ResumeValue(const QString &group, const QString &key) const;
     /// Writes a resume state for a package of @p size bytes.
     void WriteResumeState(int size, int already, const QList<QPair<int, int>> &ranges) const;

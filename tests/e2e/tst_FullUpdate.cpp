@@ -23,7 +23,7 @@ QStringList gSorted(QStringList list)
 }
 } // namespace
 
-/// Whole updates by the full package, each from a fresh user's folder.
+/// Whole updates by the full package, each with a new user's home.
 class tst_FullUpdate : public QObject
 {
     Q_OBJECT

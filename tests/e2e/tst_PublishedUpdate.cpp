@@ -12,8 +12,8 @@
 
 #include <memory>
 
-/// The whole road: released with quillon-publish, served by nginx as the documentation shows it, over
-/// TLS, and installed by a host, whose reports arrive there.
+/// A whole update over TLS: released with quillon-publish, served by nginx with the documented
+/// configuration, installed by a host, whose reports nginx receives.
 class tst_PublishedUpdate : public QObject
 {
     Q_OBJECT

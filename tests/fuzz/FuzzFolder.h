@@ -9,9 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 
-/// A folder for the files of a fuzz target, in memory where the system has such a place.
+/// A folder for the files of a fuzz target, in memory where the system has /dev/shm.
 ///
-/// Errors: what cannot be written ends the process.
+/// Errors: a file that cannot be written ends the process.
 class FuzzFolder
 {
 public:
@@ -19,8 +19,8 @@ public:
 
     QString Path() const { return m_folder.path(); }
 
-    /// Replaces the file @p name. No two versions of it have the same time, so that nobody takes a
-    /// new one for the one that he knows.
+    /// Replaces the file @p name. Each version has another time, because `QSettings` takes a file
+    /// with the same size and time for the one that it has read already.
     void Write(const char *name, const QByteArray &bytes) const;
     void Write(const char *name, const std::uint8_t *data, std::size_t size) const;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What the module logs about damaged input is not what a fuzz run is to show.
+// Drops the module's log messages about damaged input, so that a fuzz run prints only findings.
 
 #include <QtGlobal>
 

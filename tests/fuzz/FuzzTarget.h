@@ -5,6 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What every fuzz target defines: it may do anything with the bytes but crash, hang or grow without
-/// bound. It returns 0.
+/// The function of every fuzz target. It processes @p data and returns 0; a crash, a hang and
+/// memory without bound are failures.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);

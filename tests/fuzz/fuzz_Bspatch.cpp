@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-// The patch program. The first byte chooses: a patch as it comes, which is mostly refused early, or
-// blocks that are packed here, so that what is inside of them is reached.
+// The patch program. The first byte chooses how the rest is used: as a whole patch, which is mostly
+// refused early, or as the contents of the blocks, which are packed here, so that the code behind
+// the unpacking is reached.
 
 #include "host/bspatch/BspatchProgram.h"
 #include "host/bspatch/InputFile.h"
@@ -15,10 +16,10 @@
 
 namespace
 {
-/// A patch may blow up to any size that it names; here it may not.
+/// A patch may name any size of the new file. Larger ones are not tried, so that a run stays fast.
 constexpr std::int64_t mostNewBytes = 1048576;
 
-/// Takes a piece off the front of @p bytes, as long as its first two bytes say.
+/// Removes a piece from the front of @p bytes; its first two bytes are its length.
 QByteArray gTakePiece(QByteArray &bytes)
 {
     const auto at = [&bytes](int index) {
@@ -58,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             BspatchProgram::Apply(path / "old", path / "new", path / "patch");
         }
     } catch (const PatchError &) {
-        // The right answer to most inputs.
+        // Expected for most inputs.
     }
     return 0;
 }

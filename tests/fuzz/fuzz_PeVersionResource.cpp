@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// The version resource of a file that somebody put into the folder of the kept installers.
+// The version resource of a file in the folder of the kept installers, which any user can write.
 
 #include "platform/PeVersionResource.h"
 #include "tests/fuzz/FuzzTarget.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// The resume-state file, which anybody may have written, and the plan that is read out of it, in the boot that
-// the file names and in another.
+// The resume-state file, with any content, and the resume point that is read from it, in the boot
+// that the file names and in another.
 
 #include "tests/fuzz/FuzzFolder.h"
 #include "tests/fuzz/FuzzTarget.h"

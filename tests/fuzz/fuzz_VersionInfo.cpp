@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// The manifest: whatever a service answers to a check, up to the page of the release notes.
+// The manifest: any answer of a service to a check, up to the HTML of the release notes.
 
 #include "tests/fuzz/FuzzTarget.h"
 #include "update/check/VersionPageHtml.h"

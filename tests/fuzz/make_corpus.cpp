@@ -108,7 +108,7 @@ void gWriteStates(const QString &folder)
     corpus.Add("zeros", QByteArray(200, '\0'));
 }
 
-/// A piece as the target reads it.
+/// @p bytes behind their length, as fuzz_Bspatch reads a piece.
 QByteArray gPiece(const QByteArray &bytes)
 {
     return QByteArray(1, static_cast<char>(bytes.size() % 256)) +

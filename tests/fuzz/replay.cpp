@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Runs a fuzz target once on every file of the folders named: in builds without a fuzzer this keeps the
-// seeds, and inputs that once did harm, under test.
+// Runs a fuzz target once on every file of the given folders. So builds without a fuzzer test the
+// seeds and the inputs that failed once.
 
 #include "tests/fuzz/FuzzTarget.h"
 

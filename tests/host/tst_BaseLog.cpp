@@ -183,7 +183,7 @@ void tst_BaseLog::a_message_handler_that_logs_does_not_lock_up()
     qInstallMessageHandler(&gCollectAndLogOnce);
     GetGlobalLogInstance()->Log("BaseLogTest", "F", 1, "outer");
 
-    // Qt hands a line that a handler writes to its own default handler.
+    // Qt gives a line that a message handler logs to its default handler, not to the same handler.
     QCOMPARE(gLines.size(), 1);
     QCOMPARE(gLines[0].message, QStringLiteral("outer"));
 }

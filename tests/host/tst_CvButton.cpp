@@ -48,7 +48,7 @@ void tst_CvButton::every_state_has_a_look_of_its_own_data()
     QTest::addColumn<QColor>("border");
     QTest::newRow("normal") << Prepare([](CvButton *) {}) << QColor("#2A343F") << QColor("#3D4A57");
     QTest::newRow("under_the_mouse") << Prepare([](CvButton *button) {
-        // Moving the pointer itself reaches the button on some systems only.
+        // On some systems a moved pointer does not reach the button in a test.
         button->setAttribute(Qt::WA_UnderMouse);
         QMouseEvent move(QEvent::MouseMove, button->rect().center(), Qt::NoButton, Qt::NoButton,
                          Qt::NoModifier);
@@ -115,7 +115,7 @@ void tst_CvButton::a_button_20_wider_than_its_text_shows_all_of_it()
     button->setGeometry(0, 0, textWidth + 20, 30);
     QCOMPARE(button->size(), QSize(textWidth + 20, 30));
 
-    // All of the text: the columns beside it, inside the frame, hold nothing but background.
+    // The whole text is visible: the columns beside it, inside the frame, are background.
     const QImage picture = Picture(button);
     for (int y = 4; y < 26; ++y) {
         QCOMPARE(picture.pixelColor(5, y), QColor("#2A343F"));

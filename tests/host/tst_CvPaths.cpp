@@ -46,7 +46,7 @@ void tst_CvPaths::a_folder_without_write_permission_is_judged_by_trying()
 {
     const QTemporaryDir folder;
     QVERIFY(QFile::setPermissions(folder.path(), QFile::ReadOwner | QFile::ExeOwner));
-    // The administrator may write here, everyone else may not.
+    // Root may write here, other users may not; so the test finds out what this user may.
     QFile attempt(folder.filePath(QStringLiteral("attempt")));
     const bool works = attempt.open(QIODevice::WriteOnly);
 

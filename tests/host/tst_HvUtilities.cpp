@@ -10,7 +10,7 @@
 
 namespace
 {
-/// More room than any value below, filled with a mark that shows what was written.
+/// Larger than every value below, and filled with a mark, so that every write is visible.
 using Buffer = std::array<char16_t, 16>;
 constexpr char16_t mark = u'#';
 

@@ -7,8 +7,8 @@
 namespace
 {
 constexpr qint64 packageSize = 150003;
-/// The service sends a hundredth of it at a time: several chunks for each range, and such small ones
-/// that the buffer of a file would keep them back.
+/// The service sends a hundredth of this at a time: several chunks for each range, each smaller
+/// than the buffer of a file, so that a missing flush of that buffer would be found.
 constexpr int bytesPerSecond = 1000000;
 /// The number of calls varies a little from run to run.
 constexpr int missesUntilEnd = 2;

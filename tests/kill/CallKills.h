@@ -8,26 +8,26 @@
 #include <QString>
 #include <QStringList>
 
-/// Kills a small download at its N-th system call, for every N until it is no longer reached, with a
-/// fresh download and with one that goes on.
+/// Kills a small download at its N-th system call, for every N until the download makes no N-th
+/// call; once with a fresh download and once with a resumed one.
 ///
-/// strace counts the calls of each thread. What concerns the files of an update happens on the main
-/// thread, except for the flushes of the package. Calls of which a process has hundreds are counted
-/// for the files of an update only. The new state is written into a file that has no name yet: that
-/// write is not among them, but the calls just before and behind it are.
+/// strace counts the calls of each thread. The files of an update are written on the main thread,
+/// except for the flushes of the package. Calls that a process makes in hundreds are counted for
+/// the files of an update only. A new state is written into a file without a name: that write is
+/// not counted, but the calls right before and after it are.
 class CallKills
 {
 public:
     explicit CallKills(Tally *tally);
 
     void RunAll();
-    /// A few of them.
+    /// A few of the cases of `RunAll`.
     void RunShort();
 
 private:
     struct Call {
         QString name;
-        /// Only calls on these files count; all do when there are none.
+        /// Only calls on these files are counted; all are when the list is empty.
         QStringList paths;
     };
 

@@ -10,7 +10,8 @@
 
 namespace
 {
-/// "1234 write(5</a/file>, ...) = 10", put together when strace had to tell it in two lines.
+/// "1234 write(5</a/file>, ...) = 10"; joined when strace wrote it as an unfinished and a resumed
+/// line.
 struct Line {
     QByteArray call;
     QByteArray file;

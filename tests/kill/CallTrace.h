@@ -6,9 +6,9 @@
 #include <QList>
 #include <QString>
 
-/// What strace recorded of the writes to one file.
+/// The writes to one file, as strace recorded them.
 ///
-/// Needs "-f -y -s 0", and the calls "lseek" and "write".
+/// strace has to be run with "-f -y -s 0" and has to trace "lseek" and "write".
 class CallTrace
 {
 public:
@@ -17,7 +17,8 @@ public:
         qint64 size;
     };
 
-    /// Reads the record at @p path for writes to @p file. One that was not seen to end is left out.
+    /// Reads the record at @p path for writes to @p file. A write without a recorded end is left
+    /// out.
     CallTrace(const QString &path, const QString &file);
 
     /// In the order of their ends.

@@ -7,7 +7,7 @@
 
 #include <array>
 
-/// The resume state as it stands on disk, read without anything of the module.
+/// The resume state on disk, read without the code of the module.
 struct DiskState {
     static constexpr int rangeCount = 5;
     using Bytes = std::array<qint64, rangeCount>;
@@ -20,5 +20,5 @@ struct DiskState {
     static DiskState Read(const QString &path);
 };
 
-/// The first bytes of the five ranges of a package of @p total bytes, and behind them its size.
+/// The first bytes of the five ranges of a package of @p total bytes, followed by its size.
 std::array<qint64, DiskState::rangeCount + 1> gRangeBounds(qint64 total);

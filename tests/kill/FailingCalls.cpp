@@ -123,7 +123,7 @@ QStringList FailingCalls::ProblemsOfEnd(const Failure &failure) const
     if (m_scene.WasKilled()) {
         problems.append("the host crashed or hung");
     }
-    // The state is tried again at once.
+    // A state that could not be written is written again at once.
     if (mustSucceed || (failure.file == File::State && !failure.isForEver)) {
         return problems;
     }

@@ -7,17 +7,17 @@
 
 #include <QString>
 
-/// Makes the N-th write of a download fail, once or from then on, for every N until it is no longer
-/// reached: the writes to the package, and those of the resume state. What follows is either the
-/// package, or the fixed text on the hint page and a line in the log; the state claims no byte that
-/// is not there, and the next download goes on from it.
+/// Makes the N-th write of a download fail, once or from then on, for every N until the download
+/// makes no N-th write: first the writes to the package, then those of the resume state. Required
+/// is either the complete package, or the fixed text on the hint page and a line in the log. The
+/// state must claim no byte that was not written, and the next download must resume from it.
 class FailingCalls
 {
 public:
     explicit FailingCalls(Tally *tally);
 
     void RunAll();
-    /// A few of them.
+    /// A few of the cases of `RunAll`.
     void RunShort();
 
 private:
@@ -34,7 +34,7 @@ private:
     /// @return whether the write was reached
     bool Fail(const Failure &failure, int number, bool resumes);
     QStringList ProblemsOfEnd(const Failure &failure) const;
-    /// A state that cannot be replaced belongs to a package that is gone.
+    /// Leaves a state without its package, for the case that the state cannot be replaced.
     void KeepOldState();
 
     Tally *m_tally;

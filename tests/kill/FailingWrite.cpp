@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Preloaded into a host: makes its writes to one file fail from the outside, without a change to the
-// host. What the environment says:
+// Preloaded into a host: makes its writes to one file fail, without a change to the host. It reads
+// these environment variables:
 //
 //   FAILING_PATH   the file, by its path
 //   FAILING_TEXT   or the file, by a text that is in what is written
@@ -66,7 +66,8 @@ extern "C" ssize_t gFailingWrite(int file, const void *bytes, size_t count)
     static const auto real = reinterpret_cast<WriteFunction>(dlsym(RTLD_NEXT, "write"));
     static const Order order;
     static std::atomic<long> calls{0};
-    // A call that is interrupted for ever would be called for ever: each one goes through at last.
+    // The caller repeats an interrupted call. The call after an interrupted one goes through;
+    // otherwise the caller would loop for ever.
     static std::atomic<bool> wasInterrupted{false};
 
     if (order.call == 0 || !gIsMeant(order, file, bytes, count)) {

@@ -17,7 +17,7 @@ void FullDisk::RunAll()
     m_tally->Begin("full disks");
     for (const int percent : {2, 10, 25, 40, 60, 80, 95}) {
         Fill("/data", percent);
-        // Here the state, the settings and the log have to live on the same disk.
+        // In this case the state, the settings and the log are on the full disk, too.
         Fill(QString(), percent);
     }
     m_tally->End();
@@ -50,7 +50,7 @@ void FullDisk::Fill(const QString &folder, int percent)
     }
     const QString line = "disk failure, file write error!!! file path = " + scene.Target() +
                          ", No space left on device";
-    // A log on the same disk may have no room for the line.
+    // A log on the full disk may have no room for the line.
     if (!folder.isEmpty() && !scene.Log().contains(line)) {
         problems.append("the log does not say '" + line + "'");
     }

@@ -8,8 +8,8 @@
 
 class KillScene;
 
-/// Downloads onto a small file system of its own that is really full. Needs the right to mount one;
-/// without it that is said and nothing is tried.
+/// Downloads onto a small mounted file system that becomes full. This needs the right to mount;
+/// without it no case is tried, and the output says so.
 class FullDisk
 {
 public:
@@ -19,7 +19,7 @@ public:
     }
 
     void RunAll();
-    /// One of them.
+    /// One of the cases of `RunAll`.
     void RunShort();
 
 private:

@@ -14,7 +14,8 @@
 namespace
 {
 constexpr int slowestStartMs = 2000;
-/// A start that is slow because of something that was left over is slow each time.
+/// A start is repeated when it was slow: one that is slow because of leftover files is slow each
+/// time.
 constexpr int startAttempts = 3;
 
 QString gTraceFile(const UpdateSite &site)
@@ -48,7 +49,7 @@ bool KillScene::StartServer(int bytesPerSecond)
 
 void KillScene::NewUser() const
 {
-    // What lies in the home, and not the home itself, on which a file system may be mounted.
+    // The entries of the home, but not the home itself, because a file system may be mounted on it.
     const QFileInfoList entries =
         QDir(Home()).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     for (const QFileInfo &entry : entries) {
@@ -74,7 +75,8 @@ KillScene::Snapshot KillScene::Take() const
 
 KillScene::Snapshot KillScene::BegunDownload()
 {
-    // The state is put in place of the last one after every chunk.
+    // A rename puts every new state in the place of the old one, so the fourth is within the
+    // download.
     NewUser();
     Inject({"-e", "trace=lseek,write,rename", "-e", "inject=rename:signal=SIGKILL:when=4"});
     Run();
@@ -101,7 +103,7 @@ void KillScene::Run(int killAfterMs)
     DemoProcess demo(Home(), m_server.CheckTemplate());
     QStringList launcher{"strace", "-f", "-qq", "-y", "-s", "0", "-o", gTraceFile(m_site)};
     if (m_injection.isEmpty()) {
-        // strace 6.1 injects nothing into calls that the kernel picks for it.
+        // Only without an injection: strace 6.1 cannot inject into calls under --seccomp-bpf.
         launcher += QStringList{"--seccomp-bpf", "-e", "trace=lseek,write"};
     }
     launcher += m_injection;
@@ -117,11 +119,11 @@ void KillScene::Run(int killAfterMs)
     m_wasKilled = m_exitStatus == -1;
     ReadEvents(demo);
     m_trace = std::make_unique<CallTrace>(gTraceFile(m_site), Target());
-    // A service whose log nobody takes stands still one day.
+    // Reads the service's output; otherwise its pipe fills up one day and blocks the service.
     m_server.Requests();
 }
 
-/// strace would let go of the host if it was killed itself.
+/// Kills the host and not strace, which started it: when strace is killed, the host lives on.
 void KillScene::KillHost(DemoProcess *demo) const
 {
     const QString tracer = QString::number(demo->ProcessId());
@@ -245,7 +247,8 @@ QStringList KillScene::Finish()
                             .arg(m_exitStatus)
                             .arg(m_hints.join(' ')));
     }
-    // The settings class's own locks may stay: those of a dead process hold nobody up.
+    // Locks of the settings class may be left: they are in another folder, and those of a dead
+    // process are removed before they are waited for.
     const QStringList locks = QDir(WorkingFolder()).entryList({"*.lock"});
     if (!locks.isEmpty()) {
         problems.append("left over: " + locks.join(' '));

@@ -15,8 +15,8 @@
 
 #include <memory>
 
-/// A user's home and an update service, in which corvina-demo is killed and hindered. Every run is
-/// recorded by strace, and compared with what was there before and what is there afterwards.
+/// A user's home and an update service, with which corvina-demo is run and killed, or run with
+/// failing calls. strace records every run; the record is compared with the files before and after.
 ///
 /// Ownership: the creator; the service and a host that still runs end with the object.
 class KillScene
@@ -25,7 +25,7 @@ public:
     /// All files below the home, by their relative paths.
     using Snapshot = QMap<QString, QByteArray>;
 
-    /// Why no host can be traced here; empty when one can.
+    /// Empty when a host can be traced on this system; otherwise the reason why not.
     static QByteArray Untraceable();
 
     explicit KillScene(const QByteArray &package);
@@ -34,26 +34,28 @@ public:
     /// A home in which nothing has ever been downloaded.
     void NewUser() const;
     Snapshot Take() const;
-    /// The home of a user whose first download was killed on its way: some chunks of it are there, and
+    /// The home of a user whose first download was killed: it has some chunks of the package, and
     /// the state that claims them.
     Snapshot BegunDownload();
     void Restore(const Snapshot &files) const;
 
-    /// What strace is told beyond the recording, for example to kill the host.
+    /// Further arguments of strace, for example to kill the host.
     void Inject(const QStringList &straceArguments) { m_injection = straceArguments; }
     /// A library that the host loads first, and the variables that it reads.
     void Preload(const QMap<QString, QString> &variables) { m_variables = variables; }
 
-    /// Runs an update to its end; after @p killAfterMs, if that is not negative, the host is killed.
+    /// Runs an update to its end; after @p killAfterMs, if that is not negative, the host is
+    /// killed.
     void Run(int killAfterMs = -1);
     bool WasKilled() const { return m_wasKilled; }
     bool IsInstalled() const { return UpdateSite::Read(Installed()) == m_package; }
 
-    /// What is wrong after the run. @param mayLag the state could not be kept up to date
+    /// The problems that are found after the run.
+    /// @param mayLag the state may claim fewer bytes than were written
     QStringList Problems(bool mayLag = false) const;
 
-    /// Lets an update run to its end, which has to succeed without asking for anything twice.
-    /// @return what is wrong with it
+    /// Runs an update to its end. It has to succeed and must ask for no byte a second time.
+    /// @return the problems that are found
     QStringList Finish();
 
     QString Home() const { return m_site.Home(); }
@@ -68,7 +70,7 @@ public:
     const CallTrace &Trace() const { return *m_trace; }
 
 private:
-    /// Where each range goes on, as the state on disk has it.
+    /// The byte at which each range goes on, according to the state on disk.
     DiskState::Bytes NextBytes(const DiskState &state) const;
     bool HasPlan(const DiskState &state) const;
     QStringList ProblemsOfState(const DiskState &state, bool mayLag) const;

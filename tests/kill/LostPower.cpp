@@ -18,7 +18,7 @@
 namespace
 {
 constexpr int limitMs = 20000;
-/// So many moments of one download are tried.
+/// The most moments of one download that are tried.
 constexpr int mostOfADownload = 25;
 
 int gPercent(qint64 part, qint64 whole)
@@ -37,7 +37,7 @@ LostPower::LostPower(Tally *tally, quint32 seed)
 
 void LostPower::Run(int moments)
 {
-    // What the module says of each of them is of no interest here.
+    // Keeps the module's log messages out of the output.
     const LogCapture quiet;
     m_tally->Begin("losses of power", moments);
     int tried = 0;
@@ -67,7 +67,7 @@ void LostPower::Run(int moments)
     m_tally->End();
 }
 
-/// A user who has never downloaded anything, and a package of its own size.
+/// A new user, and a package of a random size.
 void LostPower::Begin()
 {
     constexpr int smallestPackage = 60000;
@@ -101,7 +101,7 @@ HttpAnswer LostPower::Answer(bool isSlow)
     return answer;
 }
 
-/// A disk that keeps what was there when the flush began, and not always says so.
+/// A disk that keeps the bytes as they were when the flush began, and sometimes reports a failure.
 FlushResult LostPower::Flush(const QString &path)
 {
     constexpr int oneIn = 10;
@@ -135,7 +135,8 @@ void LostPower::Download(const HttpAnswer &answer, bool isRecorded)
 
 void LostPower::Record()
 {
-    // What was flushed first: a flush that ends in between keeps more, which no state knows of yet.
+    // A flush that ends after this point keeps more bytes than are recorded here. The state claims
+    // none of them yet, because it is written on this thread.
     m_flushMutex.lock();
     RecordedMoment moment;
     moment.flushed = m_flushed;
@@ -161,7 +162,7 @@ RecordedMoment LostPower::MomentAt(int index)
 void LostPower::WriteState(const QByteArray &state)
 {
     gWriteFile(m_rig->StateFile(), state);
-    // The settings class takes a file of the same size and age for one that it has read already.
+    // `QSettings` takes a file with the same size and time for the one that it has read already.
     QFile file(m_rig->StateFile());
     if (file.open(QIODevice::ReadWrite)) {
         file.setFileTime(QDateTime::fromSecsSinceEpoch(++m_writes),
@@ -184,7 +185,7 @@ void LostPower::Fail(const RecordedMoment &moment, const PowerLoss &loss)
     m_isBootTold = m_random.bounded(oneIn) != 0;
     m_flushed = loss.data;
     QStringList problems = ProblemsOfClaims(moment);
-    // Now and then the download that goes on is the next to be cut off.
+    // At times the power fails again during the resumed download.
     const bool isNext = m_random.bounded(goesOnOneIn) == 0;
     if (isNext) {
         m_moments.clear();
@@ -198,7 +199,7 @@ void LostPower::Fail(const RecordedMoment &moment, const PowerLoss &loss)
                   problems);
 }
 
-/// The state says of no byte that it is flushed which is not.
+/// Checks that every byte that the state claims as flushed was flushed.
 QStringList LostPower::ProblemsOfClaims(const RecordedMoment &moment)
 {
     QStringList problems;

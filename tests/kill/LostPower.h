@@ -15,9 +15,9 @@
 
 #include <memory>
 
-/// Records moments of downloads, fresh ones and ones that go on, and lets the power fail at each of
-/// them: the machine is another one's boot afterwards, and what was not flushed is damaged. The
-/// download that follows has to end with the right bytes, and asks for nothing that was flushed.
+/// Records moments of fresh and resumed downloads, and simulates a loss of power at each of them:
+/// bytes that were not flushed are damaged, and the boot identity is another one. The download that
+/// follows has to end with the right bytes and must not ask for bytes that were flushed.
 ///
 /// Thread: GUI thread; the flushes are recorded on the pool's.
 class LostPower
@@ -29,16 +29,17 @@ public:
 
 private:
     void Begin();
-    /// Starts the download of the package, and records every moment of it.
+    /// Downloads the package; records every moment of it when @p isRecorded.
     void Download(const HttpAnswer &answer, bool isRecorded);
     void Record();
     FlushResult Flush(const QString &path);
-    /// The moment that a failure of the power makes of @p index: the state of it, or of one before.
+    /// The recorded moment @p index after a loss of power: with its state or, at times, an earlier
+    /// one.
     RecordedMoment MomentAt(int index);
 
     void Fail(const RecordedMoment &moment, const PowerLoss &loss);
     QStringList ProblemsOfClaims(const RecordedMoment &moment);
-    /// What has to be asked for now, as the state on disk has it.
+    /// The ranges that have to be asked for now, according to the state on disk.
     QStringList Missing() const;
     QStringList Resume(bool isRecorded);
     void WriteState(const QByteArray &state);

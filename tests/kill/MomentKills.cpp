@@ -10,10 +10,11 @@
 namespace
 {
 constexpr qint64 packageSize = 1500037;
-/// The service sends a hundredth of it at a time, so little that the buffer of a file would keep it back.
+/// The service sends a hundredth of this at a time, which is less than the buffer of a file, so
+/// that a missing flush of that buffer would be found.
 constexpr int bytesPerSecond = 1500000;
 constexpr int mostKillsOfARun = 5;
-/// About half of what the whole takes, so that several kills fit into most runs.
+/// About half of the time of a whole download, so that most runs have several kills.
 constexpr int longestMs = 700;
 } // namespace
 

@@ -6,11 +6,11 @@
 
 #include <QtGlobal>
 
-/// Kills a larger download at random moments, up to five times, and then lets it finish.
+/// Kills a larger download at random moments, up to five times, and then runs it to its end.
 class MomentKills
 {
 public:
-    /// The same @p seed makes for the same moments, as far as the machine is as fast.
+    /// The same @p seed gives the same delays; the moments also depend on the speed of the machine.
     MomentKills(Tally *tally, quint32 seed)
         : m_tally(tally)
         , m_seed(seed)

@@ -15,7 +15,7 @@ enum class Damage { Kept, Zeros, OldBytes, Count };
 constexpr int longestBlock = 8192;
 constexpr quint64 seedOfOldBytes = 4711;
 
-/// The byte behind the last one that is not zero: nothing before it may be cut off.
+/// The length of @p bytes up to the last one that is not zero; the file must not be cut before it.
 int gLengthOfContent(const QByteArray &bytes)
 {
     int length = bytes.size();
@@ -25,7 +25,7 @@ int gLengthOfContent(const QByteArray &bytes)
     return length;
 }
 
-/// Each block of what was not flushed meets a fate of its own.
+/// Damages the blocks of @p data that differ from @p flushed, each one independently.
 void gDamageBlocks(QByteArray *data, const QByteArray &flushed, Damage fate,
                    QRandomGenerator *random)
 {

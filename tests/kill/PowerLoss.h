@@ -18,10 +18,10 @@ struct RecordedMoment {
     std::optional<QByteArray> flushed;
 };
 
-/// What a loss of power leaves of a package file: what was flushed, and of the rest, at random, the
-/// new bytes, zeros, bytes that were there before, or nothing at all.
+/// A package file after a loss of power: the flushed bytes are kept; the rest is, at random, the
+/// new bytes, zeros, the bytes from before, or cut off.
 struct PowerLoss {
-    /// Nothing: the file is gone. That happens only to one that was never flushed.
+    /// None when the file is gone, which happens only to one that was never flushed.
     std::optional<QByteArray> data;
     QString how;
 

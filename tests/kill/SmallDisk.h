@@ -5,7 +5,7 @@
 #include <QString>
 #include <QtGlobal>
 
-/// A file system of a few pages in memory, mounted on a folder while the object lives.
+/// A small file system in memory, mounted on a folder. The destructor unmounts it.
 class SmallDisk
 {
 public:
@@ -14,7 +14,7 @@ public:
     SmallDisk(const SmallDisk &) = delete;
     SmallDisk &operator=(const SmallDisk &) = delete;
 
-    /// False when the system does not let us mount anything.
+    /// False when this process has no right to mount.
     bool IsMounted() const { return m_isMounted; }
     bool Grow(qint64 bytes) const;
 

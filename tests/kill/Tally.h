@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-/// Counts what was tried and what went wrong, and tells of it while it goes on.
+/// Counts cases and failures, and prints the progress.
 class Tally
 {
 public:
@@ -16,15 +16,15 @@ public:
     {
     }
 
-    /// A part of the whole begins, of @p cases cases as far as that is known; 0: it is not.
+    /// Begins a part. @p cases is its number of cases, 0 when that is not known.
     void Begin(const QString &part, int cases = 0);
-    /// One more case is over. What @p problems say is wrong with it; nothing, when it went well.
+    /// Counts one case. It has failed when there are @p problems.
     void Case(const QString &name, const QStringList &problems = {});
     void Kill() { ++m_kills; }
     void State() { ++m_states; }
-    /// Says something that belongs into the summary of the part.
+    /// Adds @p text to the summary of the part.
     void Note(const QString &text) { m_notes.append(text); }
-    /// Prints the line that sums the part up.
+    /// Prints the summary of the part.
     void End();
 
     int Cases() const { return m_allCases; }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// torture: kills and hinders downloads, and cuts them off by losses of power.
+// torture: kills downloads, makes their writes fail, and simulates losses of power.
 
 #include "tests/kill/CallKills.h"
 #include "tests/kill/FailingCalls.h"
@@ -19,7 +19,7 @@ namespace
 constexpr int momentKills = 200;
 constexpr int powerLosses = 2000;
 
-/// One part of the whole: its name, all of it, and a few of its cases.
+/// One part of the run: its name, and the function that runs all or a few of its cases.
 struct Part {
     const char *name;
     std::function<void(Tally *, quint32 seed, bool isQuick)> run;
@@ -62,7 +62,7 @@ int main(int argc, char *argv[])
                                  QStringLiteral("[parts...]"));
     parser.process(application);
 
-    // Nothing could be killed or hindered, and nothing would be seen of it.
+    // Without strace no call could be killed or made to fail, and no write would be recorded.
     if (!KillScene::Untraceable().isEmpty()) {
         std::cerr << KillScene::Untraceable().constData() << std::endl;
         return 1;

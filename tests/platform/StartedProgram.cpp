@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-// What tst_DetachedProcess starts in the place of an installer. It says something to its output and its
-// errors, waits for a file "gate" in the current folder when there is one named "wait", and then puts a
-// file "output" there, complete, with the number of its arguments.
+// The program that tst_DetachedProcess starts in the place of an installer. It writes to its
+// standard output and error. When the current folder has a file "wait", it waits for a file "gate"
+// there. Then it creates the file "output" there, by a rename, with the number of its arguments.
 
 #include <chrono>
 #include <filesystem>

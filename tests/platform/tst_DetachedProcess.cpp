@@ -15,7 +15,7 @@ namespace
 
 constexpr char startOnly[] = "--start";
 
-/// What the program has written into @p path by now.
+/// The content of the file @p path, empty when there is none yet.
 QByteArray gContent(const QString &path)
 {
     QFile file(path);
@@ -24,7 +24,7 @@ QByteArray gContent(const QString &path)
 
 } // namespace
 
-/// A small program of the test's own is the installer, see StartedProgram.cpp.
+/// The installer is the program of StartedProgram.cpp.
 class tst_DetachedProcess : public QObject
 {
     Q_OBJECT
@@ -52,7 +52,7 @@ private:
 
 void tst_DetachedProcess::initTestCase()
 {
-    // The path may leave the drive open, which is that of the current folder.
+    // The path may have no drive; the current folder, which gives it one, changes in the tests.
     m_program = QFileInfo(QStringLiteral(STARTED_PROGRAM)).absoluteFilePath();
 }
 
@@ -64,7 +64,7 @@ void tst_DetachedProcess::init()
 
 void tst_DetachedProcess::cleanup()
 {
-    // No system removes the folder that a process is in.
+    // Windows does not remove the current folder of a process.
     QVERIFY(QDir::setCurrent(QDir::tempPath()));
 }
 
@@ -132,7 +132,7 @@ void tst_DetachedProcess::what_cannot_be_started_gives_false()
     QVERIFY(!gStartDetached(m_directory->filePath(name)));
 }
 
-// With an argument the test is the starter of the process that has to outlive it.
+// With an argument this program starts the process that has to outlive it, and ends.
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);

@@ -7,7 +7,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-/// Where files have an executable bit, and installers may be scripts.
+/// Systems on which files have an executable bit and installers can be scripts.
 class tst_DetachedProcess_unix : public QObject
 {
     Q_OBJECT
@@ -22,9 +22,9 @@ private slots:
 
 private:
     QString Write(const QString &name, const QByteArray &content);
-    /// A script that writes @p text into a file, which it puts in place complete.
+    /// A script that creates a file with @p text by a rename.
     QString WriteScript(const QByteArray &text);
-    /// What the script has written by now.
+    /// The content of that file, empty when there is none yet.
     QByteArray Written() const;
 
     QScopedPointer<QTemporaryDir> m_directory;

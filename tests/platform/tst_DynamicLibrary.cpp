@@ -61,7 +61,7 @@ void tst_DynamicLibrary::a_missing_export_is_null()
 void tst_DynamicLibrary::nothing_resolves_before_a_library_is_loaded()
 {
     const DynamicLibrary nothing;
-    // An export of the C library, which a look-up in the whole process would find.
+    // A look-up in the whole process would find this export of the C library.
     QVERIFY(!nothing.Resolve<void (*)()>("malloc"));
     QVERIFY(!nothing.Resolve<ReadFunction>("ReadCustomizeInfoW"));
 }

@@ -161,7 +161,7 @@ void tst_FileVersion::the_text_of_the_version_resource_is_returned()
 
 void tst_FileVersion::an_executable_of_five_gigabytes_is_read_as_well()
 {
-    // A sparse file: an installer carries its payload behind the sections.
+    // An installer has its payload behind the sections; here it is a sparse end of the file.
     QFile file(Write(PeBuilder::WithFileVersion(version).Build()));
     QVERIFY(file.resize(Q_INT64_C(5) << 30));
     QCOMPARE(FileVersionString(file.fileName()), version);
@@ -277,7 +277,7 @@ void tst_FileVersion::a_damaged_file_does_the_system_no_harm()
         QVERIFY2(FileVersionString(Write(image.left(size))).isEmpty(),
                  qPrintable(QString::number(size)));
     }
-    // A name for each file, because a system may keep a damaged one in use.
+    // Each file has its own name, because Windows may keep a damaged file open.
     const QTemporaryDir directory;
     for (int offset = 0x80; offset + 4 <= builder.VersionInfoEnd(); offset += 4) {
         const bool isCode = offset >= 0x200 && offset < PeBuilder::resourceDirectory;
@@ -289,7 +289,7 @@ void tst_FileVersion::a_damaged_file_does_the_system_no_harm()
         QFile file(directory.filePath(QString::number(offset)));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(damaged) == damaged.size());
         file.close();
-        // Where a system reads the resource itself, it may be stricter than our reader.
+        // Windows may give no version where the module's reader still finds one.
         const QString text = FileVersionString(file.fileName());
         QVERIFY2(text.isEmpty() || text == gVersionOf(damaged), qPrintable(file.fileName()));
     }
@@ -307,7 +307,7 @@ void tst_FileVersion::damaged_numbers_never_crash_or_hang_data()
             QTest::addRow("%s_every_number_set_to_0x%x", format.first, number)
                 << format.second << number;
         }
-        // Not a constant: 0xfeedface stands for the number's own place in the file.
+        // 0xfeedface is replaced by the number's own offset in the file.
         QTest::addRow("%s_every_number_leads_to_itself", format.first)
             << format.second << quint32(0xfeedface);
     }

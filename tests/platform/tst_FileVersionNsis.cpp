@@ -20,7 +20,7 @@ QString gInstaller(const QString &name)
     return QStringLiteral(NSIS_INSTALLERS "/%1.exe").arg(name);
 }
 
-/// @p text as version resources store it.
+/// @p text in the UTF-16 of version resources.
 QByteArray gStored(const QString &text)
 {
     QByteArray bytes;
@@ -31,14 +31,14 @@ QByteArray gStored(const QString &text)
     return bytes;
 }
 
-/// What @p from was in @p image becomes @p to, wherever it is.
+/// @p image with every @p from, as a version resource stores it, replaced by @p to.
 QByteArray gReplaced(QByteArray image, const QString &from, const QString &to)
 {
     return image.replace(gStored(from), gStored(to));
 }
 } // namespace
 
-/// The versions of real installers: the same on every system.
+/// The versions of real installers; the expected texts are the same on every system.
 class tst_FileVersionNsis : public QObject
 {
     Q_OBJECT

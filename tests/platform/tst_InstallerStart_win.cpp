@@ -11,11 +11,11 @@
 
 namespace
 {
-// As documented; not every version of the Windows headers names it.
+// ERROR_ELEVATION_REQUIRED, which not every version of the Windows headers has.
 constexpr InstallerStart::Code elevationRequired = 740;
 } // namespace
 
-/// What becomes of the system's answers to the start of an installer.
+/// What `InstallerStart` does on each error code of the system.
 class tst_InstallerStart_win : public QObject
 {
     Q_OBJECT
@@ -37,7 +37,7 @@ private slots:
     void the_system_tells_what_it_cannot_start();
 
 private:
-    /// A start whose calls are written down; the first ones of `create` give @p answers, all others
+    /// A start whose calls are recorded. The first calls of `create` return @p answers, all others
     /// success.
     InstallerStart Start(const QList<InstallerStart::Code> &answers,
                          InstallerStart::Code userAnswer = ERROR_SUCCESS);

@@ -7,8 +7,8 @@
 #include <QSet>
 #include <QtTest>
 
-/// What the machine that runs the test says of itself. It may lack an adapter or a disk, as a
-/// container does; the rules hold all the same.
+/// The identity of the machine that runs the test. A container may have no adapter or no disk; so
+/// the values are checked for their form and not compared with fixed texts.
 class tst_MachineIdentity : public QObject
 {
     Q_OBJECT
@@ -36,7 +36,7 @@ void tst_MachineIdentity::the_adapter_address_has_twelve_upper_case_digits_or_no
 
 void tst_MachineIdentity::the_adapter_address_is_of_an_adapter_and_not_of_the_loopback()
 {
-    // Every one of them, as the systems list them in orders of their own.
+    // All of them, because the systems list the adapters in different orders.
     QByteArrayList addresses;
     const QList<QNetworkInterface> adapters = QNetworkInterface::allInterfaces();
     for (const QNetworkInterface &adapter : adapters) {

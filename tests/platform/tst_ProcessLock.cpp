@@ -10,7 +10,7 @@
 
 #include <memory>
 
-/// The lock against itself, against another process, and against what a killed one leaves.
+/// The lock in one process, between two processes, and with the file of a killed process.
 class tst_ProcessLock : public QObject
 {
     Q_OBJECT
@@ -75,7 +75,7 @@ void tst_ProcessLock::a_killed_process_holds_nothing()
     QVERIFY(holder.waitForReadyRead());
     ProcessLock lock;
     QCOMPARE(Try(lock, folder), ProcessLock::Outcome::HeldByAnother);
-    // The program hands its lock on to the shell, which has become the sleeper.
+    // The child of the flock program inherits the lock, so it is killed as well.
     QProcess children;
     children.start("pgrep", {"-P", QString::number(holder.processId())});
     QVERIFY(children.waitForFinished());

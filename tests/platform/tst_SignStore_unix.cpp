@@ -9,7 +9,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-/// The ini files that keep a sign: one in the user's settings folder, two in the machine's.
+/// The ini files with a sign: one in the user's settings folder, two in the machine's.
 class tst_SignStore_unix : public QObject
 {
     Q_OBJECT

@@ -29,7 +29,7 @@ std::wstring gMakersKey(const QString &maker)
     return QStringLiteral("Software\\%1").arg(maker).toStdWString();
 }
 
-/// Creates the key of the test's company as one that is gone with the next start of the system.
+/// Creates the key of the test's company as a volatile one, which ends with this run of the system.
 bool gCreateVolatile(HKEY root)
 {
     HKEY key = nullptr;
@@ -44,7 +44,7 @@ bool gCreateVolatile(HKEY root)
 bool gWriteRaw(HKEY root, const QString &place, const wchar_t *name, DWORD type,
                const QByteArray &bytes)
 {
-    // The system would add a terminator that it finds behind the bytes.
+    // The dots keep the system from storing a terminator that happens to follow the bytes.
     const QByteArray followed = bytes + "..";
     return RegSetKeyValueW(root, place.toStdWString().c_str(), name, type, followed.constData(),
                            static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS;
@@ -55,7 +55,7 @@ QByteArray gUtf16(const QString &text)
     return {reinterpret_cast<const char *>(text.utf16()), text.size() * 2};
 }
 
-/// Writes as other programs do, with a terminator.
+/// Writes @p sign with a terminator, as most programs do.
 bool gWrite(HKEY root, const QString &place, const QString &sign)
 {
     return gWriteRaw(root, place, L"ClientSign", REG_SZ, gUtf16(sign) + QByteArray(2, '\0'));
@@ -98,7 +98,7 @@ std::optional<Stored> gStored(HKEY root, const QString &place, const wchar_t *na
 }
 } // namespace
 
-/// The registry of this machine, in keys of a maker that exists nowhere.
+/// The registry of this machine, in the keys of an invented company.
 class tst_SignStore_win : public QObject
 {
     Q_OBJECT
@@ -244,7 +244,7 @@ void tst_SignStore_win::a_sign_without_terminator_is_read()
     };
     QVERIFY(write(38));
     QCOMPARE(gReadStoredSign(company), QString(38, 'x'));
-    // It fills the buffer, and one character has to go.
+    // 50 characters fill the buffer, so the last one is replaced by the terminator.
     QVERIFY(write(50));
     QCOMPARE(gReadStoredSign(company), QString(49, 'x'));
 }
@@ -283,7 +283,7 @@ void tst_SignStore_win::storing_replaces_the_sign_and_keeps_the_rest()
 
 void tst_SignStore_win::a_machine_that_cannot_be_written_is_overlooked()
 {
-    // A lasting key cannot be created below one that is gone with the next start.
+    // Windows creates no permanent key below a volatile one, so nothing can be stored.
     QVERIFY(gCreateVolatile(HKEY_LOCAL_MACHINE));
     gStoreSign(company, "sign");
     QVERIFY(gReadStoredSign(company).isEmpty());

@@ -1,5 +1,5 @@
 ; SPDX-License-Identifier: MIT
-; Small installers whose version resources differ. One of them a run:
+; Small installers whose version resources differ. Each run of makensis builds one:
 ;
 ;   makensis -DTARGET=amd64-unicode -DCASE=english -DOUTPUT=FILE versions.nsi
 

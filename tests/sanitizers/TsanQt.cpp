@@ -2,10 +2,11 @@
 
 // Linked in front of Qt into everything that the thread sanitizer's preset builds.
 //
-// Qt itself is not built with the sanitizer, which therefore does not see that a queued call happens
-// after it was posted, or that a lock of Qt's orders what is done under it. It would report every value
-// that crosses threads in an event. The functions here stand in for those of Qt that order threads,
-// tell the sanitizer so, and call Qt's. What crosses threads without any of them is still reported.
+// Qt is not built with the sanitizer. So the sanitizer does not see that a queued call runs after
+// it was posted, or that a lock of Qt orders the code under it, and would report every value that
+// an event carries to another thread. The functions here replace those of Qt that order threads:
+// they announce the order to the sanitizer and call Qt's function. A value that reaches another
+// thread in any other way is still reported.
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -24,7 +25,8 @@ namespace
 {
 char edge;
 
-/// All that this thread has done so far happens before what others do behind `gHappensAfter`.
+/// Everything that this thread has done so far happens before what other threads do after their
+/// next `gHappensAfter`.
 void gHappensBefore()
 {
     __tsan_release(&edge);
@@ -49,8 +51,8 @@ bool gOnEvent(void ** /*data*/)
     return false;
 }
 
-/// Runs another, which belongs to it, behind everything that was done before that was started. A thread of
-/// the pool may come to it straight from the one before.
+/// Runs a runnable, which it owns, after everything that was done before that was started. A thread
+/// of the pool can run one after another without any other function that is replaced here.
 class OrderedRunnable : public QRunnable
 {
 public:
@@ -77,7 +79,8 @@ private:
 const bool registered = QInternal::registerCallback(QInternal::EventNotifyCallback, gOnEvent);
 } // namespace
 
-/// Defines a stand-in: what follows is Qt's function by its symbol, called between the two edges.
+/// The body of a replacement: calls Qt's function @p symbol, after `gHappensBefore` and before
+/// `gHappensAfter`.
 #define QUILLON_CALL_QT(symbol, Type, ...)                                                         \
     static const auto qt = gQtFunction<Type>(symbol);                                              \
     gHappensBefore();                                                                              \

@@ -12,7 +12,7 @@
 namespace
 {
 
-/// A parent that writes down the presses that its button hands on.
+/// A parent that records the presses that its button ignores.
 class RecordingParent : public QWidget
 {
 public:
@@ -103,7 +103,7 @@ void tst_ImageButton::clicked_is_emitted_before_qts_own_handling_of_the_press()
     });
 
     QCoreApplication::sendEvent(button, &press);
-    // A plain widget ignores a press, so Qt hands it on to the parent.
+    // A plain widget ignores a press, so Qt propagates it to the parent.
     QCOMPARE(parent.calls, QStringList({"Clicked", "the press reached the parent"}));
 }
 

@@ -42,7 +42,7 @@ void gDrag(TitleBar &bar, const QPoint &position)
     QCoreApplication::sendEvent(&bar, &event);
 }
 
-/// One row above the bottom row of the default screen's available area.
+/// One row above the bottom row of the primary screen's available area.
 int gLowestDragRow()
 {
     return QGuiApplication::primaryScreen()->availableGeometry().bottom() - 1;

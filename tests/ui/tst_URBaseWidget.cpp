@@ -11,7 +11,7 @@
 namespace
 {
 
-/// Writes down in which order its hook and Qt's own handling of an event are called.
+/// Records the order of the calls of its hook and of Qt's own handling of an event.
 class RecordingWidget : public URBaseWidget
 {
 public:

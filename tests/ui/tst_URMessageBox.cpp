@@ -29,7 +29,7 @@ public:
     QStringList calls;
 };
 
-/// What the user gets to see of a box.
+/// The visible properties of a box.
 struct SeenBox {
     QSize size;
     bool modal = false;
@@ -62,7 +62,7 @@ SeenBox gLookAt(QWidget *box)
     return seen;
 }
 
-/// Shows @p box to a user who looks at it and then answers with @p answer.
+/// Shows @p box, reads its properties, and answers it with @p answer.
 SeenBox gShow(URMessageBox &box, const BoxAnswerer::Answer &answer)
 {
     SeenBox seen;

@@ -247,8 +247,8 @@ void tst_UpdateMainImpl::show_page_makes_the_page_current_and_asks_for_its_size(
 
 void tst_UpdateMainImpl::the_size_is_asked_for_between_the_switch_and_the_show()
 {
-    // The stack does not show a page again that is current already, so a hidden one tells the
-    // order.
+    // The stack does not show its current page again. So a hidden current page becomes visible by
+    // ShowPage alone, and it must still be hidden at Resize.
     m_content->ShowPage(PageAt(2));
     PageAt(2)->hide();
     bool currentAtResize = false;
@@ -341,7 +341,7 @@ void tst_UpdateMainImpl::the_title_bars_close_button_closes_the_progress_page_to
     QTest::mousePress(CloseButton(), Qt::LeftButton);
     QCOMPARE(emitted.count("Close"), 6);
     QCOMPARE(emitted.count("the progress page's Close"), 1);
-    // First the dialog hears of it, then the page's five handlers repeat it.
+    // First the title bar's own Close, then one for each of the page's five handlers.
     QCOMPARE(emitted.first(), QString("Close"));
     QCOMPARE(emitted.last(), QString("the progress page's Close"));
 }

@@ -192,7 +192,7 @@ void tst_LiveUpdateMgr_Check::only_what_had_arrived_first_is_parsed()
     QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Your current version is the latest version!"));
     const QStringList pages{"progress", "version", "hint"};
     QCOMPARE(m_rig->Pages(), pages);
-    // A second check, whole: until it has ended, the rest of the first one would have shown up too.
+    // A second, whole check: when it has ended, the rest of the first answer has arrived as well.
     ServeManifest("<a/>");
     m_rig->Manager().LiveUpdate("1", "2", "3");
     const QStringList both = pages + pages;
@@ -314,7 +314,7 @@ void tst_LiveUpdateMgr_Check::a_second_check_overtakes_one_that_is_under_way()
     m_rig->Manager().LiveUpdate("4", "5", "6");
     const QStringList pages{"progress", "progress", "version"};
     QTRY_COMPARE(m_rig->Pages(), pages);
-    // Neither of the two has anything to say any more.
+    // Both replies are deleted, so neither can change the page any more.
     QTRY_COMPARE(Network()->findChildren<QNetworkReply *>().size(), 0);
     QCOMPARE(m_rig->Pages(), pages);
     QVERIFY(!m_rig->VersionText().isEmpty());

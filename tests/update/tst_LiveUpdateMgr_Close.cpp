@@ -7,7 +7,8 @@
 #include <QNetworkAccessManager>
 #include <QtTest>
 
-/// Closing the progress page during a download: what is saved, what is told, and how it goes on.
+/// Closing the progress page during a download: what is saved, which signals follow, and how the
+/// next download resumes.
 class tst_LiveUpdateMgr_Close : public QObject
 {
     Q_OBJECT
@@ -54,7 +55,7 @@ void tst_LiveUpdateMgr_Close::StartAndStall(const QByteArray &package, int count
 void tst_LiveUpdateMgr_Close::closing_tells_five_times_and_saves_how_far_it_came()
 {
     StartAndStall(gTestBytes(1000003), 3000);
-    // The state as it is on disk when the first of the five is told, and when the last is.
+    // The state on disk at each of the five Close.
     QList<QMap<QString, QString>> states;
     connect(&m_rig->Manager(), &LiveUpdateMgr::Close, this,
             [this, &states] { states.append(m_rig->State()); });

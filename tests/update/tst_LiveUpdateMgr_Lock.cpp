@@ -8,7 +8,7 @@
 
 #include <QtTest>
 
-/// Two downloads at once, and a machine that was started again.
+/// Two downloads at the same time, and a restart of the machine.
 class tst_LiveUpdateMgr_Lock : public QObject
 {
     Q_OBJECT
@@ -131,7 +131,7 @@ void tst_LiveUpdateMgr_Lock::after_another_start_of_the_machine_it_goes_on_at_wh
     StartAndStall();
     QTRY_COMPARE(m_rig->State().value("Flushed/Flushed_Byte2"), QStringLiteral("13000"));
     emit m_rig->Progress().Close();
-    // Bytes that were written, but not flushed, and that the machine has lost.
+    // The state claims bytes that were written but not flushed, and so were lost with the power.
     ResumeState state(m_rig->ConfigFolder());
     state.SetStartByte(2, 17000);
     state.SetAlreadyDownloaded(19000);

@@ -19,7 +19,7 @@ constexpr qint64 packageSize = 1000003;
 const QStringList allRanges{"bytes=0-199999", "bytes=200000-399999", "bytes=400000-599999",
                             "bytes=600000-799999", "bytes=800000-"};
 
-/// Announces @p size bytes and never sends one.
+/// An answer that announces @p size bytes and sends none.
 HttpAnswer gSilentPackage(qint64 size = packageSize)
 {
     HttpAnswer answer = HttpAnswer::Broken({}, HttpAnswer::Fault::StallAfter, 0);
@@ -30,7 +30,7 @@ HttpAnswer gSilentPackage(qint64 size = packageSize)
 
 } // namespace
 
-/// The plan of a download: the size, the fresh start, resuming, and the progress that it shows.
+/// The plan of a download: the size, the fresh start, resuming, and the progress that is shown.
 class tst_LiveUpdateMgr_Plan : public QObject
 {
     Q_OBJECT

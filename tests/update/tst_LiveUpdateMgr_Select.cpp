@@ -13,8 +13,9 @@
 #include <QDir>
 #include <QtTest>
 
-/// "Update Now": which of the two packages is fetched, and what is logged and reported on the way.
-/// No patch program lies beside this test, so every incremental package fails once it is there.
+/// "Update Now": which of the two packages is fetched, and what is logged and reported meanwhile.
+/// There is no patch program beside this test, so every incremental package fails after its
+/// download.
 class tst_LiveUpdateMgr_Select : public QObject
 {
     Q_OBJECT
@@ -53,7 +54,7 @@ private:
     {
         QVERIFY(gWriteFile(Folder() + '/' + name, bytes));
     }
-    /// The paths whose sizes were asked for, which tells the package that was chosen.
+    /// The paths whose sizes were asked for; they show which package was chosen.
     QByteArrayList Planned()
     {
         QByteArrayList paths;

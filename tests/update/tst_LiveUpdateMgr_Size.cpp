@@ -8,7 +8,7 @@
 #include <QTcpServer>
 #include <QtTest>
 
-/// How the size of a package is found, redirects included, and what follows without one.
+/// How the size of a package is found, also behind redirects, and what follows without one.
 class tst_LiveUpdateMgr_Size : public QObject
 {
     Q_OBJECT

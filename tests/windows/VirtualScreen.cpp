@@ -10,7 +10,7 @@ VirtualScreen::~VirtualScreen()
 
 bool VirtualScreen::Start()
 {
-    // It finds a free number by itself and tells it when it is ready.
+    // It chooses a free display number and writes it to its output when it is ready.
     m_server.start(QStringLiteral("Xvfb"),
                    {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
                     QStringLiteral("0"), QStringLiteral("1280x900x24"), QStringLiteral("-nolisten"),

@@ -5,7 +5,7 @@
 #include <QProcess>
 #include <QString>
 
-/// A display of its own for the programs of one test.
+/// A display without a screen (Xvfb), for the programs of one test.
 ///
 /// Ownership: the creator; the display ends with the object.
 class VirtualScreen

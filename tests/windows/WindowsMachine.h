@@ -11,15 +11,15 @@
 
 #include <memory>
 
-/// What the programs of the Windows build run on: a copy of the build's Wine prefix with a display, so
-/// that no two tests share files, a registry or trusted certificates.
+/// The system that the programs of the Windows build run on: Wine with a copy of the build's prefix
+/// and with a display, so that no two tests share files, a registry or trusted certificates.
 ///
-/// Ownership: the creator; every program that still runs in it ends with the object.
+/// Ownership: the creator; the destructor ends every program that still runs in it.
 class WindowsMachine
 {
 public:
-    /// @param build the folder of the Windows build, where the copy is made, too
-    /// @param sdk   the libraries that it was linked with
+    /// @param build the folder of the Windows build; the copy of the prefix is made there
+    /// @param sdk   the folder of the libraries that the build was linked with
     WindowsMachine(const QString &build, const QString &sdk);
     ~WindowsMachine();
     WindowsMachine(const WindowsMachine &) = delete;
@@ -31,23 +31,24 @@ public:
     /// @p name in the folder of the Windows build.
     QString Built(const QString &name) const { return m_build + QLatin1Char('/') + name; }
 
-    /// How corvina-demo.exe is run on it.
+    /// corvina-demo.exe and the way to run it.
     const HostProgram &Host() const { return m_host; }
-    /// @p file of this machine as programs on it call it.
+    /// The path by which programs under Wine find @p file of this machine.
     QString Path(const QString &file) const { return m_host.Path(file); }
 
-    /// Runs @p program to its end. @return its exit status; -1 when there is none
+    /// Runs @p program to its end. @return its exit status; -1 when it did not end by itself
     int Run(const QString &program, const QStringList &arguments) const;
 
-    /// From now on its encrypted connections trust the certificate in the PEM file @p path.
+    /// Makes programs that are started later trust the certificate in the PEM file @p path.
+    /// @return whether it was stored
     bool Trust(const QString &path) const;
 
-    /// Where hosts keep packages.
+    /// The folder in which hosts keep packages.
     QString PackageFolder() const;
-    /// What an earlier test left there.
+    /// Removes that folder. @return whether it is gone
     bool RemovePackages() const;
 
-    /// As long as this file is there, installers that were started wait.
+    /// Installers that were started wait as long as this file exists.
     QString HoldFile() const;
 
 private:

@@ -7,8 +7,8 @@
 #include <QCoreApplication>
 #include <QTest>
 
-/// The main function of a test class that is constructed with the folder of the Windows build and that
-/// of the libraries that the build was linked with.
+/// The main function of a test class whose constructor takes the folder of the Windows build and
+/// the folder of the libraries that the build was linked with.
 #define QUILLON_WINDOWS_TEST_MAIN(TestClass)                                                       \
     int main(int argc, char *argv[])                                                               \
     {                                                                                              \

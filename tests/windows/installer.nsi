@@ -14,7 +14,7 @@ OutFile "${OUTPUT}"
 InstallDir "$LOCALAPPDATA\Corvina"
 RequestExecutionLevel user
 SilentInstall silent
-; A payload that does not compress, and the same installer whenever it is made.
+; The payload does not compress, and two builds give the same bytes.
 SetCompress off
 SetDateSave off
 ; It runs only when every byte of it is right.

@@ -17,12 +17,12 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 trap 'exit 1' HUP INT TERM
 
-# A cipher stream over zeros looks random, so nothing compresses it away, and its key makes it repeatable.
+# An encrypted stream of zeros does not compress, and the same key gives the same bytes.
 stream() { # BYTES KEY
     key=$(printf '%s' "$2" | openssl dgst -md5 -r | cut -d ' ' -f 1)
     head -c "$1" /dev/zero | openssl enc -aes-128-ctr -K "$key" -iv 00000000000000000000000000000000
 }
-# From one version to the next most of a program stays as it is: one of the megabytes is the version's own.
+# One megabyte differs between versions; the others are the same, as most of a program is.
 {
     stream "$(((megabytes - 1) * 1048576))" Corvina
     stream 1048576 "Corvina $version"

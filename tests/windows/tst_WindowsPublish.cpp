@@ -41,7 +41,7 @@ int gRun(const QString &program, const QStringList &arguments)
 }
 } // namespace
 
-/// A release that is published on Windows.
+/// quillon-publish.exe on Windows.
 class tst_WindowsPublish : public QObject
 {
     Q_OBJECT

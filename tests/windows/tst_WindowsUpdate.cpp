@@ -20,7 +20,7 @@ const QString nextVersion = QStringLiteral("9.3.0.0");
 const QString yes = QStringLiteral("yes");
 const QString cancel = QStringLiteral("cancel");
 
-/// Whether there is something to be seen on the picture.
+/// Whether some pixel of the picture is much lighter or darker than its centre.
 bool gShowsSomething(const QString &path)
 {
     const QImage picture(path);
@@ -78,7 +78,7 @@ QByteArray tst_WindowsUpdate::Built(const QString &name) const
     return UpdateSite::Read(m_machine.Built(QStringLiteral("tests/windows/") + name));
 }
 
-/// An update to its end, with event reports.
+/// Runs an update to its end, with event reports to @p statistics. @return the host's exit status
 int tst_WindowsUpdate::RunWithReportsTo(const StatisticsServer &statistics) const
 {
     m_scene->demo->Start({QStringLiteral("--statistics-host"), statistics.Host(),

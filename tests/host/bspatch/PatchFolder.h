@@ -7,7 +7,7 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-/// A folder with the three files that a patch has to do with, and nothing else.
+/// A temporary folder for the three files of a patch: old, new and patch.
 class PatchFolder
 {
 public:
@@ -19,14 +19,15 @@ public:
     /// The names of all files in the folder, hidden ones too, sorted.
     QStringList Names() const;
 
-    /// Writes one file; a test that calls it fails by itself when that does not work.
+    /// Writes one file. Errors are not reported; the test that uses the file fails.
     static void Write(const QString &path, const QByteArray &content);
-    /// The content of a file; nothing but a null array when there is none.
+    /// The content of a file; a null array when there is none.
     static QByteArray Read(const QString &path);
 
     /// Puts @p patch into the folder, beside a new file from earlier, and applies it in this
-    /// process. Empty when that failed as it should: one line of error about the patch, the earlier
-    /// new file as it was, nothing else left behind. Otherwise what was wrong.
+    /// process, which is to fail.
+    /// @return empty when it failed as required: one line of error about the patch, the earlier new
+    ///         file unchanged, no further file left. Otherwise a text with the difference.
     QString Refuses(const QByteArray &patch) const;
 
 private:

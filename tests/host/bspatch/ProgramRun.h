@@ -12,18 +12,18 @@ class PatchFolder;
 struct ProgramRun {
     /// -1 when the program did not end by itself.
     int exitCode = -1;
-    /// With plain ends of lines on every system.
+    /// With "\n" as the line end on every system.
     QByteArray output;
     QByteArray errors;
 
     static ProgramRun Of(const QString &program, const QStringList &arguments,
                          const QString &folder = {});
 
-    /// Empty when the program ran well and silently.
+    /// Runs @p program. Empty when it gave the exit code 0 and no output; otherwise what it gave.
     static QString Complaint(const QString &program, const QStringList &arguments,
                              const QString &folder = {});
 
-    /// Runs the patch program on the folder's files. Empty when it was content.
+    /// The same for the patch program on the folder's files.
     static QString ComplaintOfBspatch(const PatchFolder &folder);
     static QString Bspatch();
 };

@@ -8,7 +8,7 @@
 
 namespace
 {
-/// Zeros with a few other bytes among them, as the differences of like files are.
+/// Zeros with a few other bytes among them, like the differences of two similar files.
 QByteArray gSparseDiff(int size, QRandomGenerator *random)
 {
     QByteArray diff(size, '\0');

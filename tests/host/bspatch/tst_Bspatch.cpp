@@ -21,7 +21,7 @@ bool gIsWindows()
 }
 } // namespace
 
-/// The program itself.
+/// The patch program, run as a process.
 class tst_Bspatch : public QObject
 {
     Q_OBJECT
@@ -166,7 +166,7 @@ void tst_Bspatch::names_are_taken_as_they_are_data()
     QTest::newRow("with_spaces") << QStringLiteral("a new file");
     QTest::newRow("with_letters_of_other_alphabets") << QString::fromUtf8("n\u00fc \u4f60\u597d");
     QTest::newRow("like_an_option") << QStringLiteral("--help");
-    // Windows limits the whole path, of which the temporary folder takes its part.
+    // Windows limits the length of the whole path, including the temporary folder.
     QTest::newRow("as_long_as_can_be") << QString(gIsWindows() ? 150 : 255, QLatin1Char('n'));
     QTest::newRow("with_a_folder") << QStringLiteral("folder/../new");
     QTest::newRow("the_name_that_the_module_asks_for") << QStringLiteral("old.patch");

@@ -210,7 +210,7 @@ void tst_BspatchDamage::an_impossible_step_is_refused_data()
         QTest::addRow("step_%d_adds_nothing", step) << step << 0 << BsdiffWriter::Number(0);
         QTest::addRow("step_%d_adds_minus_zero", step) << step << 0 << minusZero;
     }
-    // The last step copies nothing as it is.
+    // Not the last step: in the undamaged patch it copies nothing.
     for (const int step : {0, 1, 2}) {
         QTest::addRow("step_%d_copies_nothing", step) << step << 1 << BsdiffWriter::Number(0);
         QTest::addRow("step_%d_copies_minus_zero", step) << step << 1 << minusZero;
@@ -334,7 +334,7 @@ void tst_BspatchDamage::numbers_that_only_add_up_are_refused()
     QFETCH(int, diffSize);
     QFETCH(int, extraSize);
 
-    // The blocks hold just what the steps take, so nothing else is wrong with the patch.
+    // The blocks hold exactly the bytes that the steps take, so the patch has no other fault.
     QByteArray control;
     for (const int number : numbers) {
         control += BsdiffWriter::Number(number);
@@ -345,7 +345,7 @@ void tst_BspatchDamage::numbers_that_only_add_up_are_refused()
 
 void tst_BspatchDamage::a_block_that_reaches_into_the_next_is_refused()
 {
-    // The one stream could serve as both blocks.
+    // The same stream is the control block and the diff block.
     const QByteArray step =
         BsdiffWriter::Number(stepSize) + BsdiffWriter::Number(0) + BsdiffWriter::Number(0);
     const BsdiffWriter::Blocks packed{QByteArray(), BsdiffWriter::Packed(step),
@@ -397,7 +397,7 @@ void tst_BspatchDamage::a_flipped_bit_never_makes_another_file()
                  QByteArray::number(bit).constData());
         ++harmless;
     }
-    // A few bits are padding, or describe what does not occur.
+    // Some bits are padding, or belong to codes that do not occur in the data.
     QVERIFY2(harmless * 20 < flips, QByteArray::number(harmless).constData());
 }
 

@@ -6,7 +6,7 @@
 
 #include <QtTest>
 
-/// The program under limits that the shell and the system can set for a process here.
+/// The patch program under limits that a Unix shell sets for a process.
 class tst_BspatchLimits_unix : public QObject
 {
     Q_OBJECT
@@ -41,8 +41,8 @@ void tst_BspatchLimits_unix::a_full_disk_leaves_the_earlier_new_file()
     PatchFolder::Write(folder.OldPath(), "old");
     PatchFolder::Write(folder.PatchPath(), writer.Build());
     PatchFolder::Write(folder.NewPath(), "a new file from earlier");
-    // A limit on the size of a file stands in for the disk, first for the bytes that are written
-    // at once and then for those that are still buffered at the end.
+    // A limit on the size of a file takes the place of a full disk: the first one is reached by a
+    // write, the second one only by the buffered rest at the end.
     for (const int kilobytes : {64, 192}) {
         const QString script = QStringLiteral("trap '' XFSZ; ulimit -f %1; exec \"$@\"");
         const ProgramRun result = ProgramRun::Of(

@@ -10,7 +10,7 @@
 
 namespace
 {
-/// A file with single bytes changed, some bytes inserted and some left out, every so often.
+/// @p content with @p edits changes at random places: bytes replaced, inserted or left out.
 QByteArray gEdited(const QByteArray &content, int edits, quint32 seed)
 {
     QRandomGenerator random(seed);
@@ -41,7 +41,7 @@ QString gDifferenceToReference(const PatchFolder &folder)
 }
 } // namespace
 
-/// The program compared with the one that the format comes from, which runs on this system only.
+/// The patch program compared with the bspatch of the distribution.
 class tst_BspatchReference_unix : public QObject
 {
     Q_OBJECT

@@ -10,7 +10,7 @@
 int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
-    // Nothing listens on the discard port of this machine, so the check fails at once.
+    // No program listens on port 9 of this machine, so the check fails at once.
     UpdateInit::SetUpdateUrl("http://127.0.0.1:9/check?pid=&version=&email=");
     UpdateInit::SetUpdateVersion("9.1.0.0");
     QuillonInit::SetConfigFileDir(QApplication::applicationDirPath());

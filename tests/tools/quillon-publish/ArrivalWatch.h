@@ -6,8 +6,8 @@
 #include <QString>
 #include <QStringList>
 
-/// Notes in which order files arrive in folders, and whatever else happens to files there, without a
-/// gap: the kernel keeps the events until they are read.
+/// Records the order in which files arrive in folders, and every other change of files there. None
+/// is missed, because the kernel keeps the events until they are read.
 class ArrivalWatch
 {
 public:
@@ -16,7 +16,8 @@ public:
     ArrivalWatch(const ArrivalWatch &) = delete;
     ArrivalWatch &operator=(const ArrivalWatch &) = delete;
 
-    /// The files so far, in their order. What was not moved in whole stands there as "changed PATH".
+    /// The files so far, in their order. A change other than a rename into the folder is "changed
+    /// PATH".
     QStringList Events();
 
 private:

@@ -19,7 +19,8 @@ QByteArray gRead(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// False unless @p from was there: the configuration would be another one than documented.
+/// Replaces @p from in the configuration. False when it was not there: then the documented
+/// configuration has changed, and this class has to follow.
 bool gReplace(QByteArray &text, const char *from, const QString &to)
 {
     const bool found = text.contains(from);

@@ -10,12 +10,12 @@
 #include <QString>
 #include <QTemporaryDir>
 
-/// nginx with the configuration that the documentation shows, of which only the ports, the paths and
-/// the certificate are those of this test.
+/// nginx with docs/nginx-updates.conf. Only the ports, the paths and the certificate are replaced
+/// by those of the test.
 class DocumentedNginx
 {
 public:
-    /// @return whether it serves @p site, by http and by https
+    /// @return whether it serves @p site over http and https
     bool Start(const QString &site);
 
     /// "http://127.0.0.1:PORT"

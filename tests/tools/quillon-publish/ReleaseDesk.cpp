@@ -21,7 +21,7 @@ QString ReleaseDesk::Installer(const QString &version)
 {
     static const QTemporaryDir shelf;
     const QString path = shelf.filePath(QStringLiteral("corvina-%1.exe").arg(version));
-    // Releases seldom have the same size.
+    // Another size than the other installers, as releases mostly have.
     const QString megabytes =
         version == QLatin1String("9.3.0.0") ? QStringLiteral("3") : QStringLiteral("2");
     if (!QFileInfo::exists(path)) {
@@ -133,7 +133,7 @@ QMap<QString, QByteArray> ReleaseDesk::Files() const
                          QDirIterator::Subdirectories);
     while (entries.hasNext()) {
         const QString path = entries.next();
-        // A digest: a difference of two installers is nothing to print.
+        // A digest, because a failed comparison would print the content of two installers.
         files.insert(path, entries.fileInfo().isDir()
                                ? QByteArray("folder")
                                : QCryptographicHash::hash(Read(path), QCryptographicHash::Md5));

@@ -13,8 +13,8 @@
 
 #include <memory>
 
-/// What a release engineer has: installers of several versions, notes, quillon-publish, and a site to
-/// publish into.
+/// The files and programs of a release engineer: installers of several versions, notes,
+/// quillon-publish, and a site to publish into.
 class ReleaseDesk
 {
 public:
@@ -28,8 +28,8 @@ public:
     QString Path(const QString &name) const { return m_folder.filePath(name); }
     QString Site() const { return Path(QStringLiteral("site")); }
 
-    /// The path of a real installer of @p version, named "corvina-VERSION.exe". It is built once and
-    /// shared by all desks: not to be changed.
+    /// The path of a real installer of @p version, named "corvina-VERSION.exe". It is built once
+    /// and shared by all objects of this class, so tests must not change it.
     static QString Installer(const QString &version);
 
     /// Writes @p content to the file @p name and gives its path.
@@ -39,7 +39,7 @@ public:
 
     static QByteArray Read(const QString &path);
 
-    /// Values for the options "bsdiff" and "bspatch": stand-ins that take no time, whose patch is the
+    /// Values for the options "bsdiff" and "bspatch": scripts that take no time, whose patch is the
     /// new installer itself.
     QMap<QString, QString> QuickPatches() const;
 

@@ -33,7 +33,7 @@ int gStatus(const QNetworkReply &reply)
 }
 } // namespace
 
-/// The documented nginx configuration serves what quillon-publish has written, as clients need it.
+/// The documented nginx configuration with a site that quillon-publish has written.
 class tst_NginxUpdates : public QObject
 {
     Q_OBJECT
@@ -157,7 +157,7 @@ void tst_NginxUpdates::the_largest_manifest_is_one_tls_record()
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write(QByteArray(largest, 'x')) == largest);
     file.close();
 
-    // Clients parse what has come with the first record.
+    // Clients parse the part of the answer that comes with the first TLS record.
     QProcess openssl;
     openssl.start(gText("openssl"), {gText("s_client"), gText("-connect"),
                                      m_nginx.SecureUrl().section(QLatin1Char('/'), 2),

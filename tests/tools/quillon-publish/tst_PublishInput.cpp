@@ -15,7 +15,7 @@ QString gText(const char *text)
 }
 } // namespace
 
-/// What quillon-publish takes and what it refuses: command lines, installers, release notes.
+/// The input that quillon-publish accepts or refuses: command lines, installers, release notes.
 class tst_PublishInput : public QObject
 {
     Q_OBJECT
@@ -180,7 +180,7 @@ void tst_PublishInput::refused_input_changes_nothing()
 void tst_PublishInput::a_package_of_two_gibibytes_is_refused_with_the_reason()
 {
     QFile huge(Small("huge.exe", "9.3.0.0"));
-    // Without content beyond the head it takes no room.
+    // A sparse file: it takes no space on the disk.
     QVERIFY(huge.resize(Q_INT64_C(2147483648)));
     const ReleaseDesk::Outcome outcome =
         ReleaseDesk::Run(m_desk.Arguments({{gText("installer"), huge.fileName()}}));

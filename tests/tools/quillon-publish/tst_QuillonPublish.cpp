@@ -20,7 +20,7 @@ QString gText(const char *text)
     return QString::fromLatin1(text);
 }
 
-/// A line of a script that waits for the file @p path, which the test writes.
+/// A line of a script that waits until the test has written the file @p path.
 QByteArray gWaitFor(const QString &path)
 {
     return "while [ ! -e '" + path.toUtf8() + "' ]; do sleep 0.02; done\n";
@@ -66,7 +66,8 @@ private slots:
     void what_a_killed_run_left_is_removed();
 
 private:
-    /// Publishes with @p changes to the command line; false and a report unless it works.
+    /// Publishes with @p changes to the command line. @return whether it succeeded; a failure is
+    /// printed.
     bool Publish(const QMap<QString, QString> &changes = {}, const QStringList &previous = {});
     /// The same for 9.2.0.0.
     bool PublishEarlier(QMap<QString, QString> changes = {}, const QStringList &previous = {});

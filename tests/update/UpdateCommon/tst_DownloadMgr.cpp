@@ -13,7 +13,7 @@
 #include <QTcpServer>
 #include <QtTest>
 
-/// One downloader and its range: the request, the chunks, the state on disk, and every way to end.
+/// One downloader and its range: the request, the chunks, the state on disk, and every ending.
 class tst_DownloadMgr : public QObject
 {
     Q_OBJECT
@@ -282,7 +282,7 @@ void tst_DownloadMgr::the_content_type_is_ignored()
     answer.contentType = type;
     Serve(answer);
     Start(1, 0, 199999);
-    // Ignored, it is as if nothing had come: asked for again, and given up in the end.
+    // An ignored answer counts as none: the range is asked for again, and given up in the end.
     QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
     QCOMPARE(gDownloadState().finishedSegments, 0);
     QCOMPARE(Errors(), 0);
@@ -314,8 +314,8 @@ void tst_DownloadMgr::a_remote_close_is_silent_and_leaves_the_range_unfinished()
     Start(2, 200000, 399999);
     QTRY_COMPARE(m_later.Seconds().size(), 1);
     QCOMPARE(Errors(), 0);
-    // Qt reports a body that is cut short of its announced length now and then as a success: only
-    // bytes count.
+    // Qt at times reports a body that is shorter than announced as a success. So only the number of
+    // bytes decides.
     QCOMPARE(gDownloadState().finishedSegments, 0);
     QVERIFY(gDownloadState().downloadStarted);
     QCOMPARE(gDownloadState().alreadyDownloaded, qint64(bytes));

@@ -256,7 +256,7 @@ void tst_DownloadMgr_Complete::five_redirected_ranges_complete_once()
     m_rig->StartFullDownload(HttpAnswer::Redirect(Address("/moved")));
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QTRY_COMPARE(m_rig->Signals().count("Close"), 1);
-    // Time for the other four, which must not go on behind the completed one.
+    // Time in which the other four could go on, which they must not after the completed one.
     HttpAnswer slow = HttpAnswer::Body("slow");
     slow.delayMs = 200;
     Serve("/slow", slow);

@@ -11,8 +11,8 @@
 
 #include <functional>
 
-/// A host that deletes the dialog in any slot and at any moment. There is little to compare: what
-/// counts is that nothing is touched that is gone, which the address sanitizer sees.
+/// A host that deletes the dialog in any slot and at any moment. The tests compare little: a use of
+/// a deleted object is found by the address sanitizer.
 class tst_DownloadMgr_Deleted : public QObject
 {
     Q_OBJECT
@@ -38,7 +38,8 @@ private slots:
 private:
     void DeleteOn(void (LiveUpdateMgr::*signal)());
     void Deleted() { QTRY_VERIFY(m_manager.isNull()); }
-    /// Gives what was left to the event loop a chance to touch something.
+    /// Runs the event loop until connections and reports have ended, so that late events are
+    /// handled.
     void Settle()
     {
         QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
@@ -133,7 +134,8 @@ void tst_DownloadMgr_Deleted::in_a_slot_of_the_installation()
 
 void tst_DownloadMgr_Deleted::while_the_question_is_asked()
 {
-    // The question runs a loop of its own; the box is answered by the rig only if it is still there.
+    // The timer fires in the event loop of the question, and so deletes the dialog while the box is
+    // shown.
     connect(m_manager, &LiveUpdateMgr::BeginInstall, this,
             [this] { QTimer::singleShot(0, this, [this] { m_rig->Destroy(); }); });
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));

@@ -13,8 +13,8 @@
 
 #include <sys/resource.h>
 
-/// Disks that take no more, and targets that are gone. A limit on the size of files makes a write
-/// fail half-way, as a full disk does.
+/// Full disks, and targets that are missing. A limit on the size of files makes a write fail
+/// half-way, as a full disk does.
 class tst_DownloadMgr_Disk : public QObject
 {
     Q_OBJECT
@@ -34,7 +34,7 @@ private slots:
 private:
     static void LimitFiles(rlim_t bytes);
 
-    /// Room for the settings class's lock, and not for a whole state.
+    /// In bytes: enough for the lock of the settings class, but not for a whole state.
     static constexpr int longestLock = 200;
 
     QByteArray m_package;
@@ -137,7 +137,7 @@ void tst_DownloadMgr_Disk::a_package_that_the_disk_does_not_keep_is_not_put_in_p
     m_rig->Build();
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
     QTRY_COMPARE(m_rig->Boxes(), 1);
-    // What the disk could not be asked to keep is not taken to be there.
+    // Bytes that could not be flushed count as missing, so all five ranges are asked for.
     QCOMPARE(gRangeHeaders(m_rig->Server()).size(), 5);
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }

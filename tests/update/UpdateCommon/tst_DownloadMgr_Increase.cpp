@@ -13,8 +13,8 @@
 #include <QCryptographicHash>
 #include <QtTest>
 
-/// An incremental package on its whole way: the download, the patch, and the question. The
-/// installers are stand-ins that leave a mark behind.
+/// A whole incremental package: the download, the patch, and the question. The installers are
+/// stand-ins that write a file "mark".
 class tst_DownloadMgr_Increase : public QObject
 {
     Q_OBJECT
@@ -96,7 +96,7 @@ void tst_DownloadMgr_Increase::init()
     m_patch = PatchProgram::MakePatch(m_old, m_new);
     m_told.clear();
     QVERIFY(gWriteFile(Kept(), m_old));
-    // A stand-in's version is that of the program itself, whatever the system says of it.
+    // Read from the file, because on Windows a stand-in has the version resource of its program.
     UpdateInit::SetUpdateVersion(FileVersionString(Kept()));
     m_rig->Server().Serve(path, HttpAnswer::Body(m_patch));
     m_rig->Build();
@@ -274,7 +274,7 @@ void tst_DownloadMgr_Increase::a_result_that_the_disk_does_not_keep_is_a_failed_
         log.CountContaining("disk failure, " + result + " cannot be put on stable storage"), 1);
     QCOMPARE(log.CountContaining("DispatchPackageFailed!!!"), 1);
     QVERIFY(gReadFile(Kept()) == m_old);
-    // The full package is planned, which is not there.
+    // The full package is planned, and the server has none.
     QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
 }
 
@@ -300,7 +300,7 @@ void tst_DownloadMgr_Increase::a_host_may_delete_the_dialog_when_the_patch_ends(
     }
     QTRY_VERIFY(manager.isNull());
     QVERIFY(gReadFile(Kept()) == (isRight ? m_new : m_old));
-    // Gives what was left to the event loop a chance to touch something.
+    // Waits until the connections are closed, so that a late event would still be seen below.
     QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
     QCOMPARE(Reports(), isRight ? QList<int>{} : (QList<int>{-2, -3}));
     QCOMPARE(m_rig->Boxes(), 0);

@@ -10,8 +10,8 @@
 
 using namespace std::chrono_literals;
 
-/// One range against a server that stalls, cuts, and lies. The clock is the test's own; only the
-/// watchdog runs, with a short limit.
+/// One range against a server that stalls, closes connections early, and sends wrong answers.
+/// Delayed calls are made by the test; only the watchdog uses real time, with a short limit.
 class tst_DownloadMgr_Retry : public QObject
 {
     Q_OBJECT
@@ -46,8 +46,8 @@ private slots:
 private:
     void Start(int number, qint64 start, qint64 end, const QString &path = "/setup.exe");
     void Serve(const HttpAnswer &answer) { m_rig->Server().Serve("/setup.exe", answer); }
-    /// The Range headers in their order. Qt itself may send a request once more, unasked, when the
-    /// server closes before the answer was looked at: the same one twice in a row counts once.
+    /// The Range headers in their order. Qt itself may repeat a request when the server closes the
+    /// connection before the answer was read; so two equal ones in a row count once.
     QList<QByteArray> Asked() const
     {
         QList<QByteArray> ranges;
@@ -190,7 +190,7 @@ void tst_DownloadMgr_Retry::a_server_that_is_away_for_a_while_is_asked_again()
     QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
     server.reset();
     m_later.Run();
-    // Behind a cut, a server that cannot be reached is no failure yet.
+    // After a cut, a server that cannot be reached is no failure yet.
     QTRY_COMPARE(m_later.Seconds().size(), 2);
     QCOMPARE(Errors(), 0);
     m_later.RunAtOnce();
@@ -233,7 +233,7 @@ void tst_DownloadMgr_Retry::a_redirected_package_that_is_cut_is_fetched_whole_ag
 void tst_DownloadMgr_Retry::a_redirected_package_that_is_always_cut_is_given_up()
 {
     m_later.RunAtOnce();
-    // A reset that the network layer does not tell of, as happens once in many runs, is a stall.
+    // Once in many runs Qt does not report a reset; then the range stalls, which this limit ends.
     m_rig->System().stallLimit = 500ms;
     Serve(HttpAnswer::Redirect("/moved"));
     m_rig->Server().Serve("/moved",

@@ -157,7 +157,7 @@ void tst_NetworkAccessManagerTimeout::several_runners_do_not_disturb_each_other(
         QCOMPARE(gGet(server.Url("/b"), 20000), QByteArray("second"));
         QVERIFY(abandoned);
     }
-    // The end of the connection is that of its thread, too, which must not be on its way when the program ends.
+    // Waits for the end of the abandoned thread, which must not run when the program ends.
     QTRY_VERIFY_WITH_TIMEOUT(!abandoned, 10000);
 }
 

@@ -40,8 +40,8 @@ static void gStop(NetworkCheck &check)
     QMetaObject::invokeMethod(&check, &NetworkCheck::_StopCheck, Qt::BlockingQueuedConnection);
 }
 
-/// How often @p check has fired. It counts on the watchdog's thread, where a count could not be read from
-/// this one, and lives as long as the connection.
+/// A count of the signals of @p check. It is incremented on the watchdog's thread, so it is atomic;
+/// it lives as long as the connection.
 static std::shared_ptr<const std::atomic<int>> gCountTimeOuts(NetworkCheck &check)
 {
     auto count = std::make_shared<std::atomic<int>>(0);
@@ -123,7 +123,7 @@ void tst_NetworkCheck::it_does_not_fire_when_it_is_rearmed_in_time()
     connect(&rearm, &QTimer::timeout, &check, &NetworkCheck::_Check);
     connect(&rearm, &QTimer::timeout, this, [&rearmed] { ++rearmed; });
     rearm.start(100);
-    // Longer than the interval in all, far shorter each time.
+    // The sum of the times is longer than the interval, each of them far shorter.
     QTRY_VERIFY_WITH_TIMEOUT(rearmed >= 30, 20000);
     rearm.stop();
     QCOMPARE(count->load(), 0);
@@ -138,7 +138,7 @@ void tst_NetworkCheck::it_fires_while_its_owners_thread_is_busy()
         &check, &NetworkCheck::TimeOut, &check, [&fired] { fired.release(); },
         Qt::DirectConnection);
     gArm(check);
-    // No event of this thread is handled while it waits here.
+    // This thread handles no events while it waits here.
     QVERIFY(fired.tryAcquire(2, 10000));
 }
 

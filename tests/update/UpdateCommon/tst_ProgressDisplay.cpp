@@ -29,7 +29,7 @@ CvButton *gCloseButton(const QWidget &page)
     return page.findChild<CvButton *>("CvCommonLib_Normal_Btn", Qt::FindDirectChildrenOnly);
 }
 
-/// The label without a name.
+/// The label with the percentage, which has no object name.
 QLabel *gPercentLabel(const QWidget &page)
 {
     for (auto *label : page.findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly)) {

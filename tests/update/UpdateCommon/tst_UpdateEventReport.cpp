@@ -20,8 +20,8 @@ Q_DECLARE_METATYPE(HttpAnswer::Fault)
 
 using Event = UpdateEventReport::EventType;
 
-/// The reports, as a real encrypted server receives them. The reporter is one for the process, so
-/// every function starts and ends with nothing on its way.
+/// The reports as a TLS server receives them. The process has one reporter, so every test function
+/// starts and ends without a report in flight.
 class tst_UpdateEventReport : public QObject
 {
     Q_OBJECT
@@ -32,7 +32,7 @@ private slots:
     void init();
     void cleanup();
 
-    // First: it needs a reporter that was told nothing yet.
+    // The first one, because it needs a reporter without a call of SetReportInfo.
     void an_event_before_set_report_info_has_empty_strings_but_machine_and_product();
     void the_reporter_has_one_slot_and_no_signal();
     void the_event_codes_are();
@@ -72,7 +72,7 @@ private:
         return m_statistics->Record(index).value("label").toObject();
     }
 
-    /// How many requests the server sees of a GET that is nothing to do with reports.
+    /// The number of requests that the server receives for one GET of Qt, without the reporter.
     int RequestsOfOneGet();
 
     TestCertificates m_certificates;
@@ -161,7 +161,7 @@ void tst_UpdateEventReport::a_record_is_one_get_without_a_body_and_without_heade
     QVERIFY2(request.target.startsWith("/tallow/visit/?data=%7B%22act%22:%22result%22,%22category"
                                        "%22:%22upgrade%22,%22dvalue%22:0,%22label%22:%7B"),
              request.target.constData());
-    // What Qt itself says in every request, and nothing else.
+    // Only the headers that Qt adds to every request.
     QByteArrayList headers = request.headers.keys();
     std::sort(headers.begin(), headers.end());
     const QByteArrayList expected{"accept-encoding", "accept-language", "connection", "host",
@@ -285,8 +285,8 @@ void tst_UpdateEventReport::a_closed_connection_is_retried_once_then_the_queue_m
 {
     QFETCH(HttpAnswer::Fault, fault);
     m_statistics->Answer(HttpAnswer::Broken(QByteArray(), fault));
-    // Qt itself sends a GET again, up to three times, when the server ends the connection before it
-    // answers. So one attempt of ours is several requests, as many as any other GET is.
+    // Qt itself repeats a GET up to three times when the server ends the connection before it
+    // answers. So one attempt of the reporter is as many requests as any other GET.
     const int sentPerAttempt = RequestsOfOneGet();
     QVERIFY(sentPerAttempt >= 1 && sentPerAttempt <= 4);
     Raise(Event::PatchMd5Mismatch);
@@ -311,7 +311,7 @@ void tst_UpdateEventReport::no_answer_within5000_ms_is_retried_once_then_the_que
     QVERIFY2(timer.elapsed() < 5000, "raising an event waits for nothing");
     QTRY_COMPARE_WITH_TIMEOUT(Results().size(), 2, 10000);
     QVERIFY(timer.elapsed() >= 5000);
-    // The second attempt is on its way to the silent server; whatever follows is answered.
+    // The second attempt is waiting for the silent server; later requests are answered.
     m_statistics->Answer(HttpAnswer::Status(200));
     QTRY_COMPARE_WITH_TIMEOUT(Results().size(), 3, 10000);
     QVERIFY(timer.elapsed() >= 10000);
@@ -341,7 +341,7 @@ void tst_UpdateEventReport::a_certificate_of_another_host_is_not_trusted()
     if (QHostInfo::fromName("localhost").addresses().isEmpty()) {
         QSKIP("This machine has no name for itself.");
     }
-    // It is issued for 127.0.0.1, and this is the same machine by another name.
+    // The certificate is issued for 127.0.0.1; "localhost" is another name of the same machine.
     m_rig->WriteSetting("StatisticsHost", m_statistics->Host().replace("127.0.0.1", "localhost"));
     Raise(Event::InstallStarted);
     gSettleReports();
@@ -355,7 +355,7 @@ void tst_UpdateEventReport::where_nobody_listens_nothing_is_held_up()
     Raise(Event::PatchMd5Mismatch);
     UpdateEventReport::GetInstance()->WaitForReports();
     QCoreApplication::processEvents();
-    // The retry goes to where the settings point by now.
+    // The retry reads the setting again.
     m_rig->SendReportsTo(*m_statistics);
     Raise(Event::PatchDispatchFailed);
     gSettleReports();

@@ -18,7 +18,7 @@ static QString gFullManifest(const QString &suffix)
         .arg(suffix);
 }
 
-/// The release notes as "version=notes", one behind the other.
+/// The release notes as "version=notes", joined.
 static QString gNotesText(const VersionInfo &info)
 {
     QStringList texts;

@@ -10,8 +10,8 @@
 
 Q_DECLARE_METATYPE(UpdateRig::Answer)
 
-/// From the complete package, or the kept installer, to the started installer or the next time. The
-/// installers are stand-ins that leave a mark behind.
+/// The hand-off to the installer: a complete package or a kept installer is offered, and then
+/// started or kept. The installers are stand-ins that write a file "mark".
 class tst_InstallHandOff : public QObject
 {
     Q_OBJECT
@@ -47,7 +47,7 @@ private slots:
 
 private:
     QString Mark() const { return m_rig->Path("mark"); }
-    /// An installer that leaves @p text as its mark.
+    /// An installer that writes @p text into "mark".
     QByteArray Installer(const QByteArray &text) const
     {
         return StandIn::Bytes("write\t" + Mark().toUtf8() + '\t' + text);
@@ -60,7 +60,7 @@ private:
     }
     QString Kept() const { return m_rig->Path("kept installer.exe"); }
 
-    /// Where the reports go to; each test that looks at them says so.
+    /// Starts a server for the event reports; called by the tests that compare them.
     void ReceiveReports()
     {
         m_statistics = std::make_unique<StatisticsServer>(m_certificates);
@@ -215,7 +215,7 @@ void tst_InstallHandOff::close_is_told_before_the_installer_starts()
 {
     KeepInstaller();
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
-    // Whatever had been started before would leave the other mark.
+    // An installer that was started before `Close` would write the other text.
     connect(&m_rig->Manager(), &LiveUpdateMgr::Close, this, [this] {
         QFile::remove(Kept());
         gWriteFile(Kept(), Installer("exchanged"));

@@ -48,7 +48,8 @@ private:
         m_rig->System().patchLimit = limit;
         return gPatchKeptInstaller(Kept(), Patch(), md5, m_rig->Context());
     }
-    /// Checks what every failure leaves behind.
+    /// After every failure: the kept installer is unchanged, the patch is left, no installer is
+    /// ready.
     void VerifyUntouched() const
     {
         QVERIFY(gReadFile(Kept()) == m_old);
@@ -75,7 +76,7 @@ static QString gMd5(const QByteArray &bytes)
     return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
 }
 
-/// What a stand-in does that takes the patch for the result.
+/// The script of a stand-in that copies the patch as the result.
 static const QByteArray copyPatch = "copy\t$3\t$2";
 static const QString startLine = "Start Patch IncreasePackage";
 static const QString endLine = "End Patch IncreasePackage";
@@ -93,7 +94,7 @@ void tst_InstallerPatch::init()
     m_statistics = std::make_unique<StatisticsServer>(m_certificates);
     m_rig->SendReportsTo(*m_statistics);
     QVERIFY(gWriteFile(Kept(), m_old));
-    // What the stand-ins below take for the result.
+    // The stand-ins below copy the patch file as the result.
     QVERIFY(gWriteFile(Patch(), m_new));
     QFile::remove(PatchProgram::Path());
     m_log = std::make_unique<LogCapture>();

@@ -16,7 +16,7 @@
 
 using namespace std::chrono_literals;
 
-/// When data goes to stable storage, and what is recorded of it.
+/// When data is flushed to stable storage, and what the resume state records of it.
 class tst_FlushSchedule : public QObject
 {
     Q_OBJECT
@@ -40,7 +40,7 @@ private:
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<ResumeState> m_state;
     DownloadSystem m_system;
-    /// One for each flush that may go on.
+    /// Released once for each flush that may continue.
     QSemaphore m_mayFlush;
     std::atomic<int> m_flushes{0};
     std::atomic<FlushResult> m_result{FlushResult::Flushed};

@@ -287,7 +287,7 @@ void tst_KeptInstaller::the_md5_never_matches()
     QCOMPARE(Reports(), QList<int>{-4});
 }
 
-/// A file of the kernel that nobody can read, not even the superuser, linked into @p folder.
+/// Links a file of the kernel into @p folder that no user can read, not even root.
 static bool gLinkUnreadableFile(const QString &folder)
 {
     const QString unreadable = "/proc/sys/net/ipv4/route/flush";
@@ -311,7 +311,7 @@ void tst_KeptInstaller::a_file_that_cannot_be_opened_has_an_empty_md5_that_is_re
     if (!gLinkUnreadableFile(Folder())) {
         QSKIP("This system has no file that the superuser cannot read.");
     }
-    // An empty version of the host is that of a file without one.
+    // The empty version of the host equals that of a file without a version.
     QVERIFY(gFindKeptInstaller(Folder(), "", gMd5(""), gProcessReports()).isEmpty());
     const QStringList expected{gVersionLine("", ""), gMd5Line("", gMd5("")), failedLine};
     QCOMPARE(Log(), expected);

@@ -7,7 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-/// Where a download of 1000 bytes goes on, before and after the machine was started again.
+/// The point from which a download of 1000 bytes resumes, before and after a restart of the
+/// machine.
 class tst_ResumePoint : public QObject
 {
     Q_OBJECT

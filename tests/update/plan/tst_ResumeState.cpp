@@ -103,7 +103,7 @@ void tst_ResumeState::a_text_is_read_back()
         state.SetPackageSize(7);
         QVERIFY(state.Sync());
     }
-    // Written anew under another name, so that nothing is remembered.
+    // A copy under another path, because `QSettings` caches a file by its path.
     QTemporaryDir other;
     QVERIFY(QFile::copy(File(), other.filePath("CvBreakResumeDownLoad.ini")));
     const ResumeState state(other.path());

@@ -9,7 +9,7 @@
 using Owner = SystemPlaces::Owner;
 Q_DECLARE_METATYPE(Owner)
 
-/// The client sign: how it is made of its sources, and when it is stored.
+/// The client sign: how it is made from its sources, and when it is stored.
 class tst_ClientIdentity : public QObject
 {
     Q_OBJECT
@@ -43,7 +43,7 @@ static const QString firstPlace = "Halvard/Halvard Tessel Pack";
 static const QString secondPlace = "Halvard/TPX";
 static const QString guid = "{01234567-89AB-CDEF-0123-456789ABCDEF}";
 
-/// Sources that say what the test wants them to.
+/// An identity with the given values as its sources.
 static ClientIdentity gIdentity(const QByteArray &address, const QByteArray &serial,
                                 const QByteArray &disk, const QString &newGuid = guid)
 {

@@ -28,7 +28,7 @@ private slots:
     void it_is_behind_a_cut_until_a_byte_arrives();
 
 private:
-    /// Cuts the connection and keeps the appointment, @p times times.
+    /// Cuts the connection and makes the delayed call, @p times times.
     void Cut(int times);
 
     LaterCalls m_later;
@@ -135,7 +135,7 @@ void tst_TransferWatch::a_byte_ends_the_count_of_silences()
 void tst_TransferWatch::a_warning_that_is_overtaken_by_the_end_is_void()
 {
     m_watch->Restart();
-    QTest::qSleep(100); // this thread is busy, and the watchdog, on its own one, warns it
+    QTest::qSleep(100); // this thread handles no events; the watchdog's thread posts its warning
     m_watch->Stop();
     QTest::qWait(100);
     QCOMPARE(m_asked->count() + m_givenUp->count(), 0);
