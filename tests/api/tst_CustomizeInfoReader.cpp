@@ -24,7 +24,7 @@ QString gInApplicationFolder(const QString &name)
     return QCoreApplication::applicationDirPath() + "/" + name;
 }
 
-QString gRead(const QString &language, const QString &key)
+QString gReadValue(const QString &language, const QString &key)
 {
     return CustomizeInfoReader().ReadCustomizeInfo(language, key);
 }
@@ -108,7 +108,7 @@ void tst_CustomizeInfoReader::WriteCustomization(const QByteArray &entries)
 void tst_CustomizeInfoReader::without_the_library_every_value_is_empty()
 {
     WriteCustomization("<Entry key=\"PID\">10001</Entry>");
-    QCOMPARE(gRead("ENG", "PID"), QString());
+    QCOMPARE(gReadValue("ENG", "PID"), QString());
 }
 
 void tst_CustomizeInfoReader::a_file_that_is_no_library_gives_empty_values()
@@ -116,7 +116,7 @@ void tst_CustomizeInfoReader::a_file_that_is_no_library_gives_empty_values()
     QFile file(gInApplicationFolder("HvUtilities.dll"));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write("no library\n") > 0);
     file.close();
-    QCOMPARE(gRead("ENG", "PID"), QString());
+    QCOMPARE(gReadValue("ENG", "PID"), QString());
 }
 
 void tst_CustomizeInfoReader::values_come_from_the_hosts_library_and_its_file_data()
@@ -145,21 +145,21 @@ void tst_CustomizeInfoReader::values_come_from_the_hosts_library_and_its_file()
     WriteCustomization("<Entry key=\"PID\">10001</Entry>"
                        "<Entry key=\"PID\" language=\"DEU\">10002</Entry>"
                        "<Entry key=\"Name\">Übersicht 更新</Entry>");
-    QTEST(gRead(language, key), "value");
+    QTEST(gReadValue(language, key), "value");
     QTEST(CustomizeValue(language, key), "value");
 }
 
 void tst_CustomizeInfoReader::without_the_customisation_file_every_value_is_empty()
 {
     Install(hostLibrary);
-    QCOMPARE(gRead("ENG", "PID"), QString());
+    QCOMPARE(gReadValue("ENG", "PID"), QString());
 }
 
 void tst_CustomizeInfoReader::the_arguments_arrive_in_the_order_of_the_export()
 {
     Install(oddLibrary);
     const KeptLibrary library;
-    gRead("ENG", "PID");
+    gReadValue("ENG", "PID");
     // First the file, then the look-up: key, language, a buffer of the digit zero and 255 zero
     // units, its size, and two zeros.
     QCOMPARE(library.Calls(),
@@ -198,13 +198,13 @@ void tst_CustomizeInfoReader::the_answer_of_the_store_decides()
 {
     QFETCH(QString, key);
     Install(oddLibrary);
-    QTEST(gRead("ENG", key), "value");
+    QTEST(gReadValue("ENG", key), "value");
 }
 
 void tst_CustomizeInfoReader::a_value_without_an_end_stays_within_the_buffer()
 {
     Install(oddLibrary);
-    const QString value = gRead("ENG", "endless");
+    const QString value = gReadValue("ENG", "endless");
     QVERIFY(value.size() <= 256);
     QCOMPARE(value, QString(value.size(), QChar('x')));
 }
@@ -212,14 +212,14 @@ void tst_CustomizeInfoReader::a_value_without_an_end_stays_within_the_buffer()
 void tst_CustomizeInfoReader::without_the_reading_export_every_value_is_empty()
 {
     Install(libraryWithoutRead);
-    QCOMPARE(gRead("ENG", "PID"), QString());
-    QCOMPARE(gRead("ENG", "silent"), QString());
+    QCOMPARE(gReadValue("ENG", "PID"), QString());
+    QCOMPARE(gReadValue("ENG", "silent"), QString());
 }
 
 void tst_CustomizeInfoReader::without_the_loading_export_values_are_read_all_the_same()
 {
     Install(libraryWithoutLoad);
-    QCOMPARE(gRead("ENG", "PID"), QString("value"));
+    QCOMPARE(gReadValue("ENG", "PID"), QString("value"));
 }
 
 void tst_CustomizeInfoReader::each_look_up_loads_and_unloads_the_library()

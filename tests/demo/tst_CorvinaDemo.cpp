@@ -16,7 +16,7 @@ namespace
 constexpr int patience = 30000;
 
 /// The JSON events that a run printed, one a line.
-QList<QJsonObject> gEvents(QProcess &process)
+QList<QJsonObject> gPrintedEvents(QProcess &process)
 {
     QList<QJsonObject> events;
     const QList<QByteArray> lines = process.readAllStandardOutput().trimmed().split('\n');
@@ -26,15 +26,16 @@ QList<QJsonObject> gEvents(QProcess &process)
     return events;
 }
 
-QString gName(const QJsonObject &event)
+QString gEventName(const QJsonObject &event)
 {
     return event.value(QStringLiteral("event")).toString();
 }
 
 QString gPageName(const QJsonObject &event)
 {
-    return gName(event) == QLatin1String("page") ? event.value(QStringLiteral("name")).toString()
-                                                 : QString();
+    return gEventName(event) == QLatin1String("page")
+               ? event.value(QStringLiteral("name")).toString()
+               : QString();
 }
 } // namespace
 
@@ -99,9 +100,9 @@ void tst_CorvinaDemo::wrong_usage_needs_no_display()
     Run(process, QStringList{"--timeout", "10"} + arguments, QStringLiteral("none"));
     QCOMPARE(process.exitCode(), 2);
     QVERIFY(process.readAllStandardError().startsWith("corvina-demo: "));
-    const QList<QJsonObject> events = gEvents(process);
+    const QList<QJsonObject> events = gPrintedEvents(process);
     QCOMPARE(events.size(), 1);
-    QCOMPARE(gName(events.constFirst()), QStringLiteral("exit"));
+    QCOMPARE(gEventName(events.constFirst()), QStringLiteral("exit"));
     QCOMPARE(events.constFirst().value(QStringLiteral("code")).toInt(), 2);
 }
 
@@ -127,11 +128,11 @@ void tst_CorvinaDemo::tells_the_outcome_of_a_silent_check()
     QProcess process;
     Run(process, {"--update-url", server.Template().trimmed(), "--check", "silent"});
     QCOMPARE(process.exitCode(), 0);
-    const QList<QJsonObject> events = gEvents(process);
+    const QList<QJsonObject> events = gPrintedEvents(process);
     QCOMPARE(events.size(), 2);
-    QCOMPARE(gName(events.at(0)), QStringLiteral("silent"));
+    QCOMPARE(gEventName(events.at(0)), QStringLiteral("silent"));
     QCOMPARE(events.at(0).value(QStringLiteral("needUpdate")).toBool(!needUpdate), needUpdate);
-    QCOMPARE(gName(events.at(1)), QStringLiteral("exit"));
+    QCOMPARE(gEventName(events.at(1)), QStringLiteral("exit"));
     QCOMPARE(events.at(1).value(QStringLiteral("code")).toInt(-1), 0);
 }
 
@@ -143,7 +144,7 @@ void tst_CorvinaDemo::ends_with_its_time_out_while_it_waits()
     Run(process, {"--update-url", "http://127.0.0.1:9/update?pid=&version=&email=", "--check",
                   "interactive", "--timeout", "1"});
     QCOMPARE(process.exitCode(), 3);
-    const QList<QJsonObject> events = gEvents(process);
+    const QList<QJsonObject> events = gPrintedEvents(process);
     QCOMPARE(gPageName(events.constFirst()), QStringLiteral("progress"));
     QCOMPARE(gPageName(events.at(events.size() - 2)), QStringLiteral("hint"));
     QCOMPARE(events.constLast().value(QStringLiteral("code")).toInt(), 3);

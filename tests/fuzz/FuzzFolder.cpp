@@ -8,7 +8,7 @@
 
 namespace
 {
-QString gTemplate()
+QString gFolderTemplate()
 {
     const QString inMemory = QStringLiteral("/dev/shm");
     return (QDir(inMemory).exists() ? inMemory : QDir::tempPath()) + QStringLiteral("/fuzz-XXXXXX");
@@ -16,7 +16,7 @@ QString gTemplate()
 } // namespace
 
 FuzzFolder::FuzzFolder()
-    : m_folder(gTemplate())
+    : m_folder(gFolderTemplate())
 {
 }
 

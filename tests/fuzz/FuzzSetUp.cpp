@@ -8,7 +8,8 @@
 
 namespace
 {
-void gKeepQuiet(QtMsgType type, const QMessageLogContext & /*context*/, const QString & /*message*/)
+void gDropMessage(QtMsgType type, const QMessageLogContext & /*context*/,
+                  const QString & /*message*/)
 {
     if (type == QtFatalMsg) {
         std::abort();
@@ -20,6 +21,6 @@ extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/);
 
 extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/)
 {
-    qInstallMessageHandler(gKeepQuiet);
+    qInstallMessageHandler(gDropMessage);
     return 0;
 }

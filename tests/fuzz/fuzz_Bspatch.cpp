@@ -31,7 +31,7 @@ QByteArray gTakePiece(QByteArray &bytes)
     return piece;
 }
 
-QByteArray gPatch(QByteArray input, bool packedHere)
+QByteArray gPatchFrom(QByteArray input, bool packedHere)
 {
     if (!packedHere) {
         return input;
@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const bool packedHere = input.startsWith('b');
     input.remove(0, 1);
     folder.Write("old", gTakePiece(input));
-    folder.Write("patch", gPatch(input, packedHere));
+    folder.Write("patch", gPatchFrom(input, packedHere));
     const std::filesystem::path path(folder.Path().toStdString());
     try {
         InputFile patch(path / "patch");

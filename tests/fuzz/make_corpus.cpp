@@ -109,7 +109,7 @@ void gWriteStates(const QString &folder)
 }
 
 /// @p bytes behind their length, as fuzz_Bspatch reads a piece.
-QByteArray gPiece(const QByteArray &bytes)
+QByteArray gPieceWithLength(const QByteArray &bytes)
 {
     return QByteArray(1, static_cast<char>(bytes.size() % 256)) +
            QByteArray(1, static_cast<char>(bytes.size() / 256)) + bytes;
@@ -124,22 +124,25 @@ void gWritePatches(const QString &folder)
     writer.AddStep(QByteArray(60, '\1'), "", -120);
     writer.AddStep("", "the end", 0);
     const BsdiffWriter::Blocks &blocks = writer.Unpacked();
-    corpus.Add("patch", 'a' + gPiece(old) + writer.Build());
-    corpus.Add("cut", 'a' + gPiece(old) + writer.Build().chopped(20));
+    corpus.Add("patch", 'a' + gPieceWithLength(old) + writer.Build());
+    corpus.Add("cut", 'a' + gPieceWithLength(old) + writer.Build().chopped(20));
     corpus.Add("empty", "a");
-    corpus.Add("no-blocks", 'a' + gPiece({}) + BsdiffWriter::Build({}, 0));
-    corpus.Add("blocks", 'b' + gPiece(old) + gPiece(blocks.control) + gPiece(blocks.diff) +
-                             gPiece(blocks.extra));
+    corpus.Add("no-blocks", 'a' + gPieceWithLength({}) + BsdiffWriter::Build({}, 0));
+    corpus.Add("blocks", 'b' + gPieceWithLength(old) + gPieceWithLength(blocks.control) +
+                             gPieceWithLength(blocks.diff) + gPieceWithLength(blocks.extra));
     BsdiffWriter far;
     far.AddStep("ab", "c", Q_INT64_C(-9000000000000000000));
     far.AddStep("de", "f", Q_INT64_C(9000000000000000000));
     BsdiffWriter farther;
     farther.AddStep("ab", "c", Q_INT64_C(9000000000000000000));
     farther.AddStep("", "f", Q_INT64_C(9000000000000000000));
-    corpus.Add("far", 'b' + gPiece(old) + gPiece(far.Unpacked().control) +
-                          gPiece(far.Unpacked().diff) + gPiece(far.Unpacked().extra));
-    corpus.Add("too-far", 'b' + gPiece(old) + gPiece(farther.Unpacked().control) +
-                              gPiece(farther.Unpacked().diff) + gPiece(farther.Unpacked().extra));
+    corpus.Add("far", 'b' + gPieceWithLength(old) + gPieceWithLength(far.Unpacked().control) +
+                          gPieceWithLength(far.Unpacked().diff) +
+                          gPieceWithLength(far.Unpacked().extra));
+    corpus.Add("too-far", 'b' + gPieceWithLength(old) +
+                              gPieceWithLength(farther.Unpacked().control) +
+                              gPieceWithLength(farther.Unpacked().diff) +
+                              gPieceWithLength(farther.Unpacked().extra));
 }
 } // namespace
 

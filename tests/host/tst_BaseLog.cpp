@@ -26,7 +26,7 @@ struct Line {
 QMutex gMutex;
 QVector<Line> gLines;
 
-void gCollect(QtMsgType type, const QMessageLogContext &context, const QString &message)
+void gCollectLine(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     const QMutexLocker lock(&gMutex);
     gLines.append({type, QString::fromUtf8(context.category), QString::fromUtf8(context.file),
@@ -35,7 +35,7 @@ void gCollect(QtMsgType type, const QMessageLogContext &context, const QString &
 
 void gCollectAndLogOnce(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
-    gCollect(type, context, message);
+    gCollectLine(type, context, message);
     if (message == QLatin1String("outer")) {
         GetGlobalLogInstance()->Log("BaseLogTest", "Handler", 1, "inner");
     }
@@ -65,7 +65,7 @@ private slots:
 void tst_BaseLog::init()
 {
     gLines.clear();
-    qInstallMessageHandler(&gCollect);
+    qInstallMessageHandler(&gCollectLine);
 }
 
 void tst_BaseLog::cleanup()

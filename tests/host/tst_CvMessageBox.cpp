@@ -18,17 +18,17 @@ namespace
 constexpr int question = CvMessageBox::Yes | CvMessageBox::Cancel;
 constexpr QSize usualSize(560, 186);
 
-QString gTextOf(const QWidget &box, const char *label)
+QString gLabelText(const QWidget &box, const char *label)
 {
     return box.findChild<QLabel *>(QString::fromLatin1(label))->text();
 }
 
-Answer gPress(int key)
+Answer gPressKeyAnswer(int key)
 {
     return [key](QWidget *box) { QTest::keyClick(box->focusWidget(), Qt::Key(key)); };
 }
 
-Answer gClick(const char *button)
+Answer gClickAnswer(const char *button)
 {
     return [button](QWidget *box) {
         QTest::mouseClick(box->findChild<QPushButton *>(QString::fromLatin1(button)),
@@ -45,7 +45,7 @@ void gCloseIfOpen(QWidget *box)
 }
 
 /// Where @p widget lies in @p window.
-QRect gPlace(const QWidget *widget, const QWidget &window)
+QRect gGeometryIn(const QWidget *widget, const QWidget &window)
 {
     return {widget->mapTo(&window, QPoint(0, 0)), widget->size()};
 }
@@ -117,18 +117,18 @@ void tst_CvMessageBox::only_yes_and_ok_are_affirmative_data()
     QTest::addColumn<int>("result");
     const int yesNo = CvMessageBox::Yes | CvMessageBox::No;
     const int okCancel = CvMessageBox::Ok | CvMessageBox::Cancel;
-    QTest::newRow("return_answers_yes") << question << gPress(Qt::Key_Return) << 1;
-    QTest::newRow("enter_answers_yes") << question << gPress(Qt::Key_Enter) << 1;
-    QTest::newRow("return_answers_ok") << okCancel << gPress(Qt::Key_Return) << 1;
-    QTest::newRow("escape_cancels") << question << gPress(Qt::Key_Escape) << 0;
+    QTest::newRow("return_answers_yes") << question << gPressKeyAnswer(Qt::Key_Return) << 1;
+    QTest::newRow("enter_answers_yes") << question << gPressKeyAnswer(Qt::Key_Enter) << 1;
+    QTest::newRow("return_answers_ok") << okCancel << gPressKeyAnswer(Qt::Key_Return) << 1;
+    QTest::newRow("escape_cancels") << question << gPressKeyAnswer(Qt::Key_Escape) << 0;
     QTest::newRow("tab_and_return_cancel") << question << Answer([](QWidget *box) {
         QTest::keyClick(box->focusWidget(), Qt::Key_Tab);
         QTest::keyClick(box->focusWidget(), Qt::Key_Return);
     }) << 0;
-    QTest::newRow("a_click_on_yes") << question << gClick("CvMessageBox_YesBtn") << 1;
-    QTest::newRow("a_click_on_ok") << okCancel << gClick("CvMessageBox_OkBtn") << 1;
-    QTest::newRow("a_click_on_no") << yesNo << gClick("CvMessageBox_NoBtn") << 0;
-    QTest::newRow("a_click_on_cancel") << question << gClick("CvMessageBox_CancelBtn") << 0;
+    QTest::newRow("a_click_on_yes") << question << gClickAnswer("CvMessageBox_YesBtn") << 1;
+    QTest::newRow("a_click_on_ok") << okCancel << gClickAnswer("CvMessageBox_OkBtn") << 1;
+    QTest::newRow("a_click_on_no") << yesNo << gClickAnswer("CvMessageBox_NoBtn") << 0;
+    QTest::newRow("a_click_on_cancel") << question << gClickAnswer("CvMessageBox_CancelBtn") << 0;
     QTest::newRow("closing_the_box") << question << Answer([](QWidget *box) { box->close(); }) << 0;
 }
 
@@ -152,9 +152,10 @@ void tst_CvMessageBox::information_ok_tells_the_button_from_closing_data()
 {
     QTest::addColumn<Answer>("answer");
     QTest::addColumn<int>("result");
-    QTest::newRow("return_is_ok") << gPress(Qt::Key_Return) << int(CvMessageBox::Ok);
-    QTest::newRow("a_click_is_ok") << gClick("CvMessageBox_OkBtn") << int(CvMessageBox::Ok);
-    QTest::newRow("escape_is_cancel") << gPress(Qt::Key_Escape) << int(CvMessageBox::Cancel);
+    QTest::newRow("return_is_ok") << gPressKeyAnswer(Qt::Key_Return) << int(CvMessageBox::Ok);
+    QTest::newRow("a_click_is_ok") << gClickAnswer("CvMessageBox_OkBtn") << int(CvMessageBox::Ok);
+    QTest::newRow("escape_is_cancel")
+        << gPressKeyAnswer(Qt::Key_Escape) << int(CvMessageBox::Cancel);
     QTest::newRow("closing_is_cancel")
         << Answer([](QWidget *box) { box->close(); }) << int(CvMessageBox::Cancel);
 }
@@ -170,8 +171,8 @@ void tst_CvMessageBox::information_ok_tells_the_button_from_closing()
         const auto closing = qScopeGuard([box = QPointer<QWidget>(box)]() { gCloseIfOpen(box); });
         QCOMPARE(box->parentWidget(), &parent);
         QCOMPARE(box->size(), usualSize);
-        QCOMPARE(gTextOf(*box, "CvMessageBox_TitleLabel"), QStringLiteral("Title"));
-        QCOMPARE(gTextOf(*box, "CvMessageBox_TextLabel"), QStringLiteral("Text"));
+        QCOMPARE(gLabelText(*box, "CvMessageBox_TitleLabel"), QStringLiteral("Title"));
+        QCOMPARE(gLabelText(*box, "CvMessageBox_TextLabel"), QStringLiteral("Text"));
         QVERIFY(box->findChild<QLabel *>(QStringLiteral("MessageBox_Icon_Information")));
         QVERIFY(QTest::qWaitForWindowActive(box));
         answer(box);
@@ -207,8 +208,8 @@ void tst_CvMessageBox::a_prompt_of_the_update_fits_the_usual_size()
     QVERIFY(text->height() >= text->heightForWidth(text->width()));
     const auto *yes = box.findChild<QPushButton *>(QStringLiteral("CvMessageBox_YesBtn"));
     const auto *title = box.findChild<QLabel *>(QStringLiteral("CvMessageBox_TitleLabel"));
-    QVERIFY(gPlace(text, box).bottom() < gPlace(yes, box).top());
-    QVERIFY(gPlace(text, box).top() > gPlace(title, box).bottom());
+    QVERIFY(gGeometryIn(text, box).bottom() < gGeometryIn(yes, box).top());
+    QVERIFY(gGeometryIn(text, box).top() > gGeometryIn(title, box).bottom());
 }
 
 void tst_CvMessageBox::a_longer_text_makes_the_box_grow()
@@ -244,9 +245,9 @@ void tst_CvMessageBox::the_buttons_stand_where_the_alignment_puts_them()
 
     const auto *yes = box.findChild<QPushButton *>(QStringLiteral("CvMessageBox_YesBtn"));
     const auto *cancel = box.findChild<QPushButton *>(QStringLiteral("CvMessageBox_CancelBtn"));
-    const int left = gPlace(yes, box).left();
-    const int right = box.width() - 1 - gPlace(cancel, box).right();
-    QVERIFY(gPlace(yes, box).right() < gPlace(cancel, box).left());
+    const int left = gGeometryIn(yes, box).left();
+    const int right = box.width() - 1 - gGeometryIn(cancel, box).right();
+    QVERIFY(gGeometryIn(yes, box).right() < gGeometryIn(cancel, box).left());
     QVERIFY(qAbs(left - right) <= 1 ? leftOverRight == 0 : (left > right) == (leftOverRight > 0));
     if (leftOverRight != 0) {
         QVERIFY(qAbs(left - right) > 100);
@@ -286,7 +287,7 @@ void tst_CvMessageBox::the_content_lies_inside_the_shadow()
     const QRect inside = box.rect().adjusted(border, border, -border, -border);
     const auto children = box.findChildren<QWidget *>();
     for (const QWidget *child : children) {
-        QVERIFY2(inside.contains(gPlace(child, box)), qPrintable(child->objectName()));
+        QVERIFY2(inside.contains(gGeometryIn(child, box)), qPrintable(child->objectName()));
     }
 }
 
@@ -326,7 +327,7 @@ void tst_CvMessageBox::the_box_is_dragged_by_its_title_only()
     box.move(100, 100);
     box.show();
     const QPoint start = box.pos();
-    const QPoint grip = gPlace(box.findChild<QLabel *>(label), box).center();
+    const QPoint grip = gGeometryIn(box.findChild<QLabel *>(label), box).center();
 
     gSendMouse(&box, QEvent::MouseButtonPress, grip, start + grip);
     gSendMouse(&box, QEvent::MouseMove, grip, start + grip + QPoint(30, -20));

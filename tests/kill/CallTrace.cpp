@@ -19,7 +19,7 @@ struct Line {
     qint64 result;
 };
 
-Line gSplit(const QByteArray &text)
+Line gParseLine(const QByteArray &text)
 {
     const int bracket = text.indexOf('(');
     const int fileStart = text.indexOf('<', bracket);
@@ -56,7 +56,7 @@ CallTrace::CallTrace(const QString &path, const QString &file)
         if (text.startsWith("<... ")) {
             text = begun.take(thread) + text.mid(text.indexOf('>') + 1);
         }
-        const Line line = gSplit(text);
+        const Line line = gParseLine(text);
         if (line.file != name || line.result < 0) {
             continue;
         }

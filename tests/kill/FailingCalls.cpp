@@ -12,7 +12,7 @@ constexpr qint64 packageSize = 300003;
 constexpr int bytesPerSecond = 3000000;
 const char failedText[] = "Failed to download the update.";
 
-QString gMark(const KillScene &scene)
+QString gMarkFile(const KillScene &scene)
 {
     return scene.Home() + "/failed";
 }
@@ -90,9 +90,9 @@ bool FailingCalls::Fail(const Failure &failure, int number, bool resumes)
                      {"FAILING_CALL", QString::number(number)},
                      {"FAILING_EVER", failure.isForEver ? "1" : "0"},
                      {"FAILING_HOW", failure.how},
-                     {"FAILING_MARK", gMark(m_scene)}});
+                     {"FAILING_MARK", gMarkFile(m_scene)}});
     m_scene.Run();
-    if (!QFileInfo::exists(gMark(m_scene))) {
+    if (!QFileInfo::exists(gMarkFile(m_scene))) {
         return false;
     }
     QStringList problems = m_scene.Problems(!isPackage) + ProblemsOfEnd(failure);
@@ -148,7 +148,7 @@ void FailingCalls::KeepOldState()
                      {"FAILING_CALL", "1"},
                      {"FAILING_EVER", "1"},
                      {"FAILING_HOW", "ENOSPC"},
-                     {"FAILING_MARK", gMark(m_scene)}});
+                     {"FAILING_MARK", gMarkFile(m_scene)}});
     m_scene.Inject({"-P", m_scene.Target(), "-e", "trace=lseek,write", "-e",
                     "inject=write:signal=SIGKILL:when=2"});
     m_scene.Run();

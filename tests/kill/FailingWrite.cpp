@@ -24,22 +24,22 @@ namespace
 {
 using WriteFunction = ssize_t (*)(int, const void *, size_t);
 
-std::string gText(const char *name)
+std::string gEnvironmentText(const char *name)
 {
     const char *value = std::getenv(name);
     return value == nullptr ? std::string() : std::string(value);
 }
 
 struct Order {
-    std::string path = gText("FAILING_PATH");
-    std::string text = gText("FAILING_TEXT");
-    std::string how = gText("FAILING_HOW");
-    std::string mark = gText("FAILING_MARK");
-    long call = std::strtol(gText("FAILING_CALL").c_str(), nullptr, 10);
-    bool ever = gText("FAILING_EVER") == "1";
+    std::string path = gEnvironmentText("FAILING_PATH");
+    std::string text = gEnvironmentText("FAILING_TEXT");
+    std::string how = gEnvironmentText("FAILING_HOW");
+    std::string mark = gEnvironmentText("FAILING_MARK");
+    long call = std::strtol(gEnvironmentText("FAILING_CALL").c_str(), nullptr, 10);
+    bool ever = gEnvironmentText("FAILING_EVER") == "1";
 };
 
-bool gIsMeant(const Order &order, int file, const void *bytes, size_t count)
+bool gIsToFail(const Order &order, int file, const void *bytes, size_t count)
 {
     if (!order.text.empty()) {
         return memmem(bytes, count, order.text.data(), order.text.size()) != nullptr;
@@ -51,7 +51,7 @@ bool gIsMeant(const Order &order, int file, const void *bytes, size_t count)
            std::memcmp(path.data(), order.path.data(), order.path.size()) == 0;
 }
 
-int gErrorOf(const std::string &how)
+int gErrorNumber(const std::string &how)
 {
     return how == "ENOSPC" ? ENOSPC : how == "EIO" ? EIO : EINTR;
 }
@@ -70,7 +70,7 @@ extern "C" ssize_t gFailingWrite(int file, const void *bytes, size_t count)
     // otherwise the caller would loop for ever.
     static std::atomic<bool> wasInterrupted{false};
 
-    if (order.call == 0 || !gIsMeant(order, file, bytes, count)) {
+    if (order.call == 0 || !gIsToFail(order, file, bytes, count)) {
         return real(file, bytes, count);
     }
     if (wasInterrupted.exchange(false)) {
@@ -86,6 +86,6 @@ extern "C" ssize_t gFailingWrite(int file, const void *bytes, size_t count)
         return real(file, bytes, count > 1 ? count / 2 : count);
     }
     wasInterrupted = order.how == "EINTR";
-    errno = gErrorOf(order.how);
+    errno = gErrorNumber(order.how);
     return -1;
 }

@@ -9,7 +9,7 @@
 
 namespace
 {
-bool gMount(const QString &folder, qint64 bytes, unsigned long flags)
+bool gMountMemory(const QString &folder, qint64 bytes, unsigned long flags)
 {
     const QByteArray options = "size=" + QByteArray::number(bytes);
     return mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", flags,
@@ -19,7 +19,7 @@ bool gMount(const QString &folder, qint64 bytes, unsigned long flags)
 
 SmallDisk::SmallDisk(const QString &folder, qint64 bytes)
     : m_folder(folder)
-    , m_isMounted(QDir().mkpath(folder) && gMount(folder, bytes, 0))
+    , m_isMounted(QDir().mkpath(folder) && gMountMemory(folder, bytes, 0))
 {
 }
 
@@ -32,5 +32,5 @@ SmallDisk::~SmallDisk()
 
 bool SmallDisk::Grow(qint64 bytes) const
 {
-    return gMount(m_folder, bytes, MS_REMOUNT);
+    return gMountMemory(m_folder, bytes, MS_REMOUNT);
 }

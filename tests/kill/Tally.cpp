@@ -8,7 +8,7 @@ namespace
 {
 constexpr int casesBetweenLines = 50;
 
-void gSay(const QString &text)
+void gPrintLine(const QString &text)
 {
     std::cout << text.toStdString() << std::endl;
 }
@@ -28,12 +28,12 @@ void Tally::Case(const QString &name, const QStringList &problems)
     ++m_cases;
     if (!problems.isEmpty()) {
         ++m_failures;
-        gSay(QStringLiteral("  FAILED %1, %2: %3")
-                 .arg(m_part, name, problems.join(QStringLiteral("; "))));
+        gPrintLine(QStringLiteral("  FAILED %1, %2: %3")
+                       .arg(m_part, name, problems.join(QStringLiteral("; "))));
     }
     if (m_talk == Talk::Progress && m_cases % casesBetweenLines == 0) {
         const QString of = m_planned > 0 ? QStringLiteral(" of %1").arg(m_planned) : QString();
-        gSay(QStringLiteral("  %1: %2%3").arg(m_part).arg(m_cases).arg(of));
+        gPrintLine(QStringLiteral("  %1: %2%3").arg(m_part).arg(m_cases).arg(of));
     }
 }
 
@@ -45,12 +45,12 @@ void Tally::End()
     if (m_talk == Talk::Progress) {
         const QString notes =
             m_notes.isEmpty() ? QString() : ", " + m_notes.join(QStringLiteral(", "));
-        gSay(QStringLiteral("%1: %2 cases, %3 kills, %4 states, %5 failures%6")
-                 .arg(m_part)
-                 .arg(m_cases)
-                 .arg(m_kills)
-                 .arg(m_states)
-                 .arg(m_failures - m_failuresBefore)
-                 .arg(notes));
+        gPrintLine(QStringLiteral("%1: %2 cases, %3 kills, %4 states, %5 failures%6")
+                       .arg(m_part)
+                       .arg(m_cases)
+                       .arg(m_kills)
+                       .arg(m_states)
+                       .arg(m_failures - m_failuresBefore)
+                       .arg(notes));
     }
 }

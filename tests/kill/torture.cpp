@@ -25,7 +25,7 @@ struct Part {
     std::function<void(Tally *, quint32 seed, bool isQuick)> run;
 };
 
-QList<Part> gParts()
+QList<Part> gAllParts()
 {
     const auto all = [](auto &&part, bool isQuick) { isQuick ? part.RunShort() : part.RunAll(); };
     return {
@@ -69,7 +69,7 @@ int main(int argc, char *argv[])
     }
     const QStringList wanted = parser.positionalArguments();
     Tally tally(Tally::Talk::Progress);
-    for (const Part &part : gParts()) {
+    for (const Part &part : gAllParts()) {
         if (wanted.isEmpty() || wanted.contains(QLatin1String(part.name))) {
             part.run(&tally, parser.value(seed).toUInt(), parser.isSet(quick));
         }

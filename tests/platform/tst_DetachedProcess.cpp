@@ -16,7 +16,7 @@ namespace
 constexpr char startOnly[] = "--start";
 
 /// The content of the file @p path, empty when there is none yet.
-QByteArray gContent(const QString &path)
+QByteArray gReadContent(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
@@ -89,13 +89,13 @@ QString tst_DetachedProcess::Installer(const QString &name)
 void tst_DetachedProcess::a_program_runs_without_arguments()
 {
     QVERIFY(gStartDetached(Installer("installer.exe")));
-    QTRY_COMPARE(gContent(Output()), QByteArray("0 arguments"));
+    QTRY_COMPARE(gReadContent(Output()), QByteArray("0 arguments"));
 }
 
 void tst_DetachedProcess::a_name_with_blanks_and_accents_is_one_program()
 {
     QVERIFY(gStartDetached(Installer(QString::fromUtf8("Corvina 9 für alle.exe"))));
-    QTRY_COMPARE(gContent(Output()), QByteArray("0 arguments"));
+    QTRY_COMPARE(gReadContent(Output()), QByteArray("0 arguments"));
 }
 
 void tst_DetachedProcess::the_process_outlives_its_starter_and_shares_no_output_with_it()
@@ -110,7 +110,7 @@ void tst_DetachedProcess::the_process_outlives_its_starter_and_shares_no_output_
     QVERIFY(!QFileInfo::exists(Output()));
 
     Write("gate", "");
-    QTRY_COMPARE(gContent(Output()), QByteArray("0 arguments"));
+    QTRY_COMPARE(gReadContent(Output()), QByteArray("0 arguments"));
     QCOMPARE(starter.readAllStandardOutput(), QByteArray());
     QCOMPARE(starter.readAllStandardError(), QByteArray());
 }

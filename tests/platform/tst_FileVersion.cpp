@@ -17,7 +17,7 @@ namespace
 const QString version = QStringLiteral("9.1.0.0");
 
 template<typename Integer>
-void gPatch(QByteArray &image, int offset, Integer value)
+void gOverwrite(QByteArray &image, int offset, Integer value)
 {
     const Integer little = qToLittleEndian(value);
     constexpr int size = sizeof(little);
@@ -31,7 +31,7 @@ QString gVersionOf(QByteArray image)
     return gPeFileVersion(device);
 }
 
-bool gIsPe(QByteArray image)
+bool gIsImagePe(QByteArray image)
 {
     QBuffer device(&image);
     device.open(QIODevice::ReadOnly);
@@ -220,7 +220,7 @@ void tst_FileVersion::a_portable_executable_is_recognised_by_both_signatures_dat
     QByteArray otherFormat = image;
     otherFormat.replace(0x80, 4, QByteArray("NE\0\0", 4));
     QByteArray farAway = image;
-    gPatch(farAway, 0x3c, 0x7fffffffU);
+    gOverwrite(farAway, 0x3c, 0x7fffffffU);
     QByteArray noDosHeader = image;
     noDosHeader.replace(0, 2, "ZM");
     QTest::newRow("pe32_plus") << image << true;
@@ -239,7 +239,7 @@ void tst_FileVersion::a_portable_executable_is_recognised_by_both_signatures()
 {
     QFETCH(QByteArray, image);
     QFETCH(bool, recognised);
-    QCOMPARE(gIsPe(image), recognised);
+    QCOMPARE(gIsImagePe(image), recognised);
     if (!recognised) {
         QCOMPARE(gVersionOf(image), QString());
     }
@@ -285,7 +285,7 @@ void tst_FileVersion::a_damaged_file_does_the_system_no_harm()
             continue;
         }
         QByteArray damaged = image;
-        gPatch(damaged, offset, 0xffffffffU);
+        gOverwrite(damaged, offset, 0xffffffffU);
         QFile file(directory.filePath(QString::number(offset)));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(damaged) == damaged.size());
         file.close();
@@ -321,13 +321,13 @@ void tst_FileVersion::damaged_numbers_never_crash_or_hang()
     const QByteArray image = PeBuilder::WithFileVersion(version).SetFormat(format).Build();
     for (int offset = 0; offset + 4 <= image.size(); offset += 2) {
         QByteArray damaged = image;
-        gPatch(damaged, offset, ownOffset ? static_cast<quint32>(offset) : number);
+        gOverwrite(damaged, offset, ownOffset ? static_cast<quint32>(offset) : number);
         QVERIFY(gVersionOf(damaged).size() < image.size());
         if (ownOffset && offset >= PeBuilder::resourceDirectory) {
             const int inSection = offset - PeBuilder::resourceDirectory;
-            gPatch(damaged, offset, 0x80000000U | static_cast<quint32>(inSection));
+            gOverwrite(damaged, offset, 0x80000000U | static_cast<quint32>(inSection));
             QVERIFY(gVersionOf(damaged).size() < image.size());
-            gPatch(damaged, offset, 0x3000U + static_cast<quint32>(inSection));
+            gOverwrite(damaged, offset, 0x3000U + static_cast<quint32>(inSection));
             QVERIFY(gVersionOf(damaged).size() < image.size());
         }
     }
@@ -339,7 +339,7 @@ void tst_FileVersion::a_resource_tree_that_leads_back_to_its_root_gives_no_versi
     // The second entry of the root is that of the version resources.
     const int versionEntry = PeBuilder::resourceDirectory + 16 + 8;
     QCOMPARE(qFromLittleEndian<quint32>(image.constData() + versionEntry), 16U);
-    gPatch(image, versionEntry + 4, 0x80000000U);
+    gOverwrite(image, versionEntry + 4, 0x80000000U);
     QCOMPARE(gVersionOf(image), QString());
 }
 
@@ -347,13 +347,13 @@ void tst_FileVersion::a_version_node_of_no_length_gives_no_version()
 {
     const PeBuilder builder = PeBuilder::WithFileVersion(version);
     QByteArray image = builder.Build();
-    gPatch(image, builder.VersionInfoOffset(), quint16(0));
+    gOverwrite(image, builder.VersionInfoOffset(), quint16(0));
     QCOMPARE(gVersionOf(image), QString());
 
     image = builder.Build();
     const int stringFileInfo = builder.VersionInfoOffset() + 40 + 52;
     QCOMPARE(image.mid(stringFileInfo + 6, 6), QByteArray("S\0t\0r\0", 6));
-    gPatch(image, stringFileInfo, quint16(0));
+    gOverwrite(image, stringFileInfo, quint16(0));
     QCOMPARE(gVersionOf(image), QString());
 }
 
@@ -364,7 +364,7 @@ void tst_FileVersion::a_resource_outside_every_section_gives_no_version()
     const int dataEntry = builder.VersionInfoOffset() - 16;
     QCOMPARE(qFromLittleEndian<quint32>(image.constData() + dataEntry + 4),
              quint32(builder.VersionInfoEnd() - builder.VersionInfoOffset()));
-    gPatch(image, dataEntry, 0x9000U);
+    gOverwrite(image, dataEntry, 0x9000U);
     QCOMPARE(gVersionOf(image), QString());
 }
 

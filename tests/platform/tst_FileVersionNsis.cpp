@@ -8,20 +8,20 @@
 
 namespace
 {
-QByteArray gRead(const QString &path)
+QByteArray gReadFile(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 /// The path of the installer that was built as @p name ("CASE-TARGET").
-QString gInstaller(const QString &name)
+QString gInstallerPath(const QString &name)
 {
     return QStringLiteral(NSIS_INSTALLERS "/%1.exe").arg(name);
 }
 
 /// @p text in the UTF-16 of version resources.
-QByteArray gStored(const QString &text)
+QByteArray gStoredText(const QString &text)
 {
     QByteArray bytes;
     for (const QChar unit : text) {
@@ -32,9 +32,9 @@ QByteArray gStored(const QString &text)
 }
 
 /// @p image with every @p from, as a version resource stores it, replaced by @p to.
-QByteArray gReplaced(QByteArray image, const QString &from, const QString &to)
+QByteArray gWithTextReplaced(QByteArray image, const QString &from, const QString &to)
 {
-    return image.replace(gStored(from), gStored(to));
+    return image.replace(gStoredText(from), gStoredText(to));
 }
 } // namespace
 
@@ -87,15 +87,15 @@ void tst_FileVersionNsis::an_installer_tells_the_version_of_its_first_translatio
 
 void tst_FileVersionNsis::an_installer_tells_the_version_of_its_first_translation()
 {
-    const QString installer = gInstaller(QString::fromLatin1(QTest::currentDataTag()));
+    const QString installer = gInstallerPath(QString::fromLatin1(QTest::currentDataTag()));
     QVERIFY(QFile::exists(installer));
     QTEST(FileVersionString(installer), "version");
 }
 
 void tst_FileVersionNsis::a_damaged_installer_tells_no_version_data()
 {
-    const QByteArray sound = gRead(gInstaller(QStringLiteral("english-amd64-unicode")));
-    const int resource = sound.indexOf(gStored(QStringLiteral("VS_VERSION_INFO")));
+    const QByteArray sound = gReadFile(gInstallerPath(QStringLiteral("english-amd64-unicode")));
+    const int resource = sound.indexOf(gStoredText(QStringLiteral("VS_VERSION_INFO")));
     QVERIFY(resource > 0);
 
     QTest::addColumn<QByteArray>("image");
@@ -103,15 +103,15 @@ void tst_FileVersionNsis::a_damaged_installer_tells_no_version_data()
     QTest::newRow("cut in front of its resources") << sound.left(4096);
     QTest::newRow("cut in its headers") << sound.left(200);
     QTest::newRow("no translations")
-        << gReplaced(sound, QStringLiteral("Translation"), QStringLiteral("Translatiom"));
-    QTest::newRow("no languages") << gReplaced(sound, QStringLiteral("VarFileInfo"),
-                                               QStringLiteral("VarFileInfp"));
-    QTest::newRow("no texts") << gReplaced(sound, QStringLiteral("StringFileInfo"),
-                                           QStringLiteral("StringFileInfp"));
+        << gWithTextReplaced(sound, QStringLiteral("Translation"), QStringLiteral("Translatiom"));
+    QTest::newRow("no languages") << gWithTextReplaced(sound, QStringLiteral("VarFileInfo"),
+                                                       QStringLiteral("VarFileInfp"));
+    QTest::newRow("no texts") << gWithTextReplaced(sound, QStringLiteral("StringFileInfo"),
+                                                   QStringLiteral("StringFileInfp"));
     QTest::newRow("texts of another code page")
-        << gReplaced(sound, QStringLiteral("040904e4"), QStringLiteral("040904e5"));
-    QTest::newRow("another text") << gReplaced(sound, QStringLiteral("FileVersion"),
-                                               QStringLiteral("FileVersiom"));
+        << gWithTextReplaced(sound, QStringLiteral("040904e4"), QStringLiteral("040904e5"));
+    QTest::newRow("another text") << gWithTextReplaced(sound, QStringLiteral("FileVersion"),
+                                                       QStringLiteral("FileVersiom"));
     QByteArray short0 = sound;
     short0.replace(resource - 6, 2, QByteArray(2, '\0'));
     QTest::newRow("a resource of no length") << short0;
@@ -133,7 +133,7 @@ void tst_FileVersionNsis::a_damaged_installer_tells_no_version()
 
 void tst_FileVersionNsis::an_installer_that_was_cut_behind_its_resources_still_tells_its_version()
 {
-    const QByteArray sound = gRead(gInstaller(QStringLiteral("english-amd64-unicode")));
+    const QByteArray sound = gReadFile(gInstallerPath(QStringLiteral("english-amd64-unicode")));
     QVERIFY(!sound.isEmpty());
     QCOMPARE(VersionOf(sound.left(sound.size() - 100)), QStringLiteral("9.2.0.0"));
 }

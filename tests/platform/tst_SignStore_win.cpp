@@ -56,12 +56,12 @@ QByteArray gUtf16(const QString &text)
 }
 
 /// Writes @p sign with a terminator, as most programs do.
-bool gWrite(HKEY root, const QString &place, const QString &sign)
+bool gWriteSign(HKEY root, const QString &place, const QString &sign)
 {
     return gWriteRaw(root, place, L"ClientSign", REG_SZ, gUtf16(sign) + QByteArray(2, '\0'));
 }
 
-bool gExists(HKEY root, const QString &place)
+bool gKeyExists(HKEY root, const QString &place)
 {
     HKEY key = nullptr;
     const LSTATUS status =
@@ -77,7 +77,8 @@ struct Stored {
     QByteArray bytes;
 };
 
-std::optional<Stored> gStored(HKEY root, const QString &place, const wchar_t *name = L"ClientSign")
+std::optional<Stored> gStoredValue(HKEY root, const QString &place,
+                                   const wchar_t *name = L"ClientSign")
 {
     HKEY key = nullptr;
     if (RegOpenKeyExW(root, place.toStdWString().c_str(), 0, KEY_QUERY_VALUE, &key) !=
@@ -163,28 +164,28 @@ void tst_SignStore_win::a_sign_is_found_in()
 {
     QFETCH(bool, ofUser);
     QFETCH(QString, place);
-    QVERIFY(gWrite(ofUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE, place, "{sign}"));
+    QVERIFY(gWriteSign(ofUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE, place, "{sign}"));
     QCOMPARE(gReadStoredSign(company), QString("{sign}"));
 }
 
 void tst_SignStore_win::the_users_sign_goes_before_those_of_the_machine()
 {
-    QVERIFY(gWrite(HKEY_CURRENT_USER, gFirstPlace(), "user"));
-    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
-    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
+    QVERIFY(gWriteSign(HKEY_CURRENT_USER, gFirstPlace(), "user"));
+    QVERIFY(gWriteSign(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
+    QVERIFY(gWriteSign(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
     QCOMPARE(gReadStoredSign(company), QString("user"));
 }
 
 void tst_SignStore_win::the_first_place_of_the_machine_goes_before_the_second()
 {
-    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
-    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
+    QVERIFY(gWriteSign(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
+    QVERIFY(gWriteSign(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
     QCOMPARE(gReadStoredSign(company), QString("first"));
 }
 
 void tst_SignStore_win::the_users_second_place_is_no_place()
 {
-    QVERIFY(gWrite(HKEY_CURRENT_USER, gSecondPlace(), "user"));
+    QVERIFY(gWriteSign(HKEY_CURRENT_USER, gSecondPlace(), "user"));
     QVERIFY(gReadStoredSign(company).isEmpty());
 }
 
@@ -192,14 +193,14 @@ void tst_SignStore_win::a_key_without_the_value_ends_no_search()
 {
     QVERIFY(gWriteRaw(HKEY_CURRENT_USER, gFirstPlace(), L"Other", REG_SZ, gUtf16("1")));
     QVERIFY(gWriteRaw(HKEY_LOCAL_MACHINE, gFirstPlace(), L"Other", REG_SZ, gUtf16("1")));
-    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
+    QVERIFY(gWriteSign(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
     QCOMPARE(gReadStoredSign(company), QString("second"));
 }
 
 void tst_SignStore_win::an_empty_sign_ends_the_search()
 {
-    QVERIFY(gWrite(HKEY_CURRENT_USER, gFirstPlace(), ""));
-    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
+    QVERIFY(gWriteSign(HKEY_CURRENT_USER, gFirstPlace(), ""));
+    QVERIFY(gWriteSign(HKEY_LOCAL_MACHINE, gFirstPlace(), "first"));
     QVERIFY(gReadStoredSign(company).isEmpty());
 }
 
@@ -207,32 +208,32 @@ void tst_SignStore_win::reading_writes_no_value()
 {
     gReadStoredSign(company);
     for (HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
-        QVERIFY(!gStored(root, gFirstPlace()).has_value());
-        QVERIFY(!gStored(root, gSecondPlace()).has_value());
+        QVERIFY(!gStoredValue(root, gFirstPlace()).has_value());
+        QVERIFY(!gStoredValue(root, gSecondPlace()).has_value());
     }
-    QVERIFY(!gExists(HKEY_CURRENT_USER, gSecondPlace()));
+    QVERIFY(!gKeyExists(HKEY_CURRENT_USER, gSecondPlace()));
 }
 
 void tst_SignStore_win::every_company_has_its_own_places()
 {
     gStoreSign(other, "{other}");
-    QVERIFY(gStored(HKEY_LOCAL_MACHINE, gFirstPlace(other)).has_value());
-    QVERIFY(gStored(HKEY_LOCAL_MACHINE, gSecondPlace(other)).has_value());
+    QVERIFY(gStoredValue(HKEY_LOCAL_MACHINE, gFirstPlace(other)).has_value());
+    QVERIFY(gStoredValue(HKEY_LOCAL_MACHINE, gSecondPlace(other)).has_value());
     QCOMPARE(gReadStoredSign(other), QString("{other}"));
     QVERIFY(gReadStoredSign(company).isEmpty());
 }
 
 void tst_SignStore_win::a_sign_of49_characters_is_read()
 {
-    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), QString(49, 'x')));
+    QVERIFY(gWriteSign(HKEY_LOCAL_MACHINE, gSecondPlace(), QString(49, 'x')));
     QCOMPARE(gReadStoredSign(company), QString(49, 'x'));
 }
 
 void tst_SignStore_win::a_longer_sign_is_passed_over()
 {
-    QVERIFY(gWrite(HKEY_CURRENT_USER, gFirstPlace(), QString(50, 'x')));
-    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gFirstPlace(), QString(600, 'x')));
-    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
+    QVERIFY(gWriteSign(HKEY_CURRENT_USER, gFirstPlace(), QString(50, 'x')));
+    QVERIFY(gWriteSign(HKEY_LOCAL_MACHINE, gFirstPlace(), QString(600, 'x')));
+    QVERIFY(gWriteSign(HKEY_LOCAL_MACHINE, gSecondPlace(), "second"));
     QCOMPARE(gReadStoredSign(company), QString("second"));
 }
 
@@ -253,10 +254,10 @@ void tst_SignStore_win::a_sign_is_stored_in_both_places_of_the_machine_and_not_i
 {
     const QString sign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
     gStoreSign(company, sign);
-    QVERIFY(gStored(HKEY_LOCAL_MACHINE, gFirstPlace()).has_value());
-    QVERIFY(gStored(HKEY_LOCAL_MACHINE, gSecondPlace()).has_value());
-    QVERIFY(!gExists(HKEY_CURRENT_USER, gFirstPlace()));
-    QVERIFY(!gExists(HKEY_CURRENT_USER, gSecondPlace()));
+    QVERIFY(gStoredValue(HKEY_LOCAL_MACHINE, gFirstPlace()).has_value());
+    QVERIFY(gStoredValue(HKEY_LOCAL_MACHINE, gSecondPlace()).has_value());
+    QVERIFY(!gKeyExists(HKEY_CURRENT_USER, gFirstPlace()));
+    QVERIFY(!gKeyExists(HKEY_CURRENT_USER, gSecondPlace()));
     QCOMPARE(gReadStoredSign(company), sign);
 }
 
@@ -265,7 +266,7 @@ void tst_SignStore_win::a_stored_sign_is_a_text_without_terminator()
     const QString sign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
     gStoreSign(company, sign);
     for (const QString &place : {gFirstPlace(), gSecondPlace()}) {
-        const auto stored = gStored(HKEY_LOCAL_MACHINE, place);
+        const auto stored = gStoredValue(HKEY_LOCAL_MACHINE, place);
         QVERIFY(stored.has_value());
         QCOMPARE(stored->type, DWORD{REG_SZ});
         QCOMPARE(stored->bytes, gUtf16(sign));
@@ -274,11 +275,11 @@ void tst_SignStore_win::a_stored_sign_is_a_text_without_terminator()
 
 void tst_SignStore_win::storing_replaces_the_sign_and_keeps_the_rest()
 {
-    QVERIFY(gWrite(HKEY_LOCAL_MACHINE, gSecondPlace(), "a longer sign from earlier"));
+    QVERIFY(gWriteSign(HKEY_LOCAL_MACHINE, gSecondPlace(), "a longer sign from earlier"));
     QVERIFY(gWriteRaw(HKEY_LOCAL_MACHINE, gSecondPlace(), L"Other", REG_SZ, gUtf16("1")));
     gStoreSign(company, "new");
-    QCOMPARE(gStored(HKEY_LOCAL_MACHINE, gSecondPlace())->bytes, gUtf16("new"));
-    QCOMPARE(gStored(HKEY_LOCAL_MACHINE, gSecondPlace(), L"Other")->bytes, gUtf16("1"));
+    QCOMPARE(gStoredValue(HKEY_LOCAL_MACHINE, gSecondPlace())->bytes, gUtf16("new"));
+    QCOMPARE(gStoredValue(HKEY_LOCAL_MACHINE, gSecondPlace(), L"Other")->bytes, gUtf16("1"));
 }
 
 void tst_SignStore_win::a_machine_that_cannot_be_written_is_overlooked()
@@ -287,8 +288,8 @@ void tst_SignStore_win::a_machine_that_cannot_be_written_is_overlooked()
     QVERIFY(gCreateVolatile(HKEY_LOCAL_MACHINE));
     gStoreSign(company, "sign");
     QVERIFY(gReadStoredSign(company).isEmpty());
-    QVERIFY(!gExists(HKEY_LOCAL_MACHINE, gFirstPlace()));
-    QVERIFY(!gExists(HKEY_CURRENT_USER, gSecondPlace()));
+    QVERIFY(!gKeyExists(HKEY_LOCAL_MACHINE, gFirstPlace()));
+    QVERIFY(!gKeyExists(HKEY_CURRENT_USER, gSecondPlace()));
 }
 
 QTEST_GUILESS_MAIN(tst_SignStore_win)

@@ -44,7 +44,7 @@ Function gQtFunction(const char *name)
 }
 
 /// Called by Qt before each event is delivered, on the receiver's thread.
-bool gOnEvent(void ** /*data*/)
+bool gBeforeEvent(void ** /*data*/)
 {
     gHappensAfter();
     gHappensBefore();
@@ -76,7 +76,7 @@ private:
     QRunnable *m_runnable;
 };
 
-const bool registered = QInternal::registerCallback(QInternal::EventNotifyCallback, gOnEvent);
+const bool registered = QInternal::registerCallback(QInternal::EventNotifyCallback, gBeforeEvent);
 } // namespace
 
 /// The body of a replacement: calls Qt's function @p symbol, after `gHappensBefore` and before

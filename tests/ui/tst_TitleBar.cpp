@@ -18,7 +18,7 @@ namespace
 
 constexpr QPoint pressedAt(10, 12);
 
-QLabel *gCaption(const TitleBar &bar)
+QLabel *gCaptionLabel(const TitleBar &bar)
 {
     return bar.findChild<QLabel *>("Quillon_TitleBar_CaptionLabel", Qt::FindDirectChildrenOnly);
 }
@@ -28,14 +28,14 @@ ImageButton *gCloseButton(const TitleBar &bar)
     return bar.findChild<ImageButton *>("Quillon_TitleBar_CloseBtn", Qt::FindDirectChildrenOnly);
 }
 
-void gPress(TitleBar &bar, const QPoint &position, Qt::MouseButton button = Qt::LeftButton)
+void gPressAt(TitleBar &bar, const QPoint &position, Qt::MouseButton button = Qt::LeftButton)
 {
     QMouseEvent event(QEvent::MouseButtonPress, position, bar.mapToGlobal(position), button, button,
                       Qt::NoModifier);
     QCoreApplication::sendEvent(&bar, &event);
 }
 
-void gDrag(TitleBar &bar, const QPoint &position)
+void gDragTo(TitleBar &bar, const QPoint &position)
 {
     QMouseEvent event(QEvent::MouseMove, position, bar.mapToGlobal(position), Qt::NoButton,
                       Qt::LeftButton, Qt::NoModifier);
@@ -124,16 +124,16 @@ void tst_TitleBar::its_signals_are_close_and_move_in_this_order()
 void tst_TitleBar::caption_and_close_button_carry_the_names_that_the_style_sheet_uses()
 {
     TitleBar bar(nullptr);
-    QVERIFY(gCaption(bar));
+    QVERIFY(gCaptionLabel(bar));
     QVERIFY(gCloseButton(bar));
-    QCOMPARE(bar.children(), QObjectList({gCaption(bar), gCloseButton(bar)}));
+    QCOMPARE(bar.children(), QObjectList({gCaptionLabel(bar), gCloseButton(bar)}));
 }
 
 void tst_TitleBar::it_sets_no_caption_no_fixed_size_and_no_window_flags()
 {
     QWidget window;
     auto *bar = new TitleBar(&window);
-    QCOMPARE(gCaption(*bar)->text(), QString());
+    QCOMPARE(gCaptionLabel(*bar)->text(), QString());
     QCOMPARE(bar->minimumSize(), QSize(0, 0));
     QCOMPARE(bar->maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
     QCOMPARE(bar->windowFlags(), QWidget(&window).windowFlags());
@@ -144,9 +144,9 @@ void tst_TitleBar::set_title_sets_the_caption()
 {
     TitleBar bar(nullptr);
     bar.SetTitle("Live Update");
-    QCOMPARE(gCaption(bar)->text(), QString("Live Update"));
+    QCOMPARE(gCaptionLabel(bar)->text(), QString("Live Update"));
     bar.SetTitle("");
-    QCOMPARE(gCaption(bar)->text(), QString());
+    QCOMPARE(gCaptionLabel(bar)->text(), QString());
 }
 
 void tst_TitleBar::set_close_enabled_switches_the_close_button_only()
@@ -155,7 +155,7 @@ void tst_TitleBar::set_close_enabled_switches_the_close_button_only()
     QVERIFY(gCloseButton(bar)->isEnabled());
     bar.SetCloseEnabled(false);
     QVERIFY(!gCloseButton(bar)->isEnabled());
-    QVERIFY(gCaption(bar)->isEnabled());
+    QVERIFY(gCaptionLabel(bar)->isEnabled());
     QVERIFY(bar.isEnabled());
     bar.SetCloseEnabled(true);
     QVERIFY(gCloseButton(bar)->isEnabled());
@@ -170,7 +170,7 @@ void tst_TitleBar::a_language_change_leaves_the_caption_to_the_owner()
     QVERIFY(QCoreApplication::installTranslator(&translator));
     QEvent event(QEvent::LanguageChange);
     QCoreApplication::sendEvent(&bar, &event);
-    QCOMPARE(gCaption(bar)->text(), QString("Live Update"));
+    QCOMPARE(gCaptionLabel(bar)->text(), QString("Live Update"));
 }
 
 void tst_TitleBar::the_close_button_is_centred_at_the_right_edge_data()
@@ -197,7 +197,7 @@ void tst_TitleBar::the_close_button_is_centred_at_the_right_edge()
     auto *bar = new TitleBar(&window);
     bar->resize(size);
     window.show();
-    QTEST(gCaption(*bar)->geometry(), "caption");
+    QTEST(gCaptionLabel(*bar)->geometry(), "caption");
     QTEST(gCloseButton(*bar)->geometry(), "button");
 }
 
@@ -234,7 +234,7 @@ void tst_TitleBar::a_press_alone_moves_nothing_and_stays_with_the_title_bar()
 {
     DragWindow window;
     QSignalSpy move(window.bar, &TitleBar::Move);
-    gPress(*window.bar, pressedAt);
+    gPressAt(*window.bar, pressedAt);
     QCOMPARE(move.count(), 0);
     QCOMPARE(window.pressesHandedOn, 0);
 }
@@ -252,8 +252,8 @@ void tst_TitleBar::a_drag_emits_the_displacement_since_the_press()
     QFETCH(QPoint, displacement);
     DragWindow window;
     QSignalSpy move(window.bar, &TitleBar::Move);
-    gPress(*window.bar, pressedAt);
-    gDrag(*window.bar, pressedAt + displacement);
+    gPressAt(*window.bar, pressedAt);
+    gDragTo(*window.bar, pressedAt + displacement);
     QCOMPARE(move, QList<QVariantList>({{displacement.x(), displacement.y()}}));
 }
 
@@ -261,16 +261,16 @@ void tst_TitleBar::a_drag_started_with_the_right_button_moves_as_well()
 {
     DragWindow window;
     QSignalSpy move(window.bar, &TitleBar::Move);
-    gPress(*window.bar, pressedAt, Qt::RightButton);
-    gDrag(*window.bar, pressedAt + QPoint(5, 6));
+    gPressAt(*window.bar, pressedAt, Qt::RightButton);
+    gDragTo(*window.bar, pressedAt + QPoint(5, 6));
     QCOMPARE(move, QList<QVariantList>({{5, 6}}));
 }
 
 void tst_TitleBar::the_bar_stays_where_it_is_when_it_has_a_window()
 {
     DragWindow window;
-    gPress(*window.bar, pressedAt);
-    gDrag(*window.bar, pressedAt + QPoint(50, 60));
+    gPressAt(*window.bar, pressedAt);
+    gDragTo(*window.bar, pressedAt + QPoint(50, 60));
     QCOMPARE(window.bar->geometry(), QRect(1, 1, 398, 30));
     QCOMPARE(window.geometry(), QRect(100, 200, 400, 300));
 }
@@ -280,9 +280,9 @@ void tst_TitleBar::a_window_that_follows_stays_below_the_mouse()
     DragWindow window;
     connect(window.bar, &TitleBar::Move, &window,
             [&window](int x, int y) { window.move(window.pos() + QPoint(x, y)); });
-    gPress(*window.bar, pressedAt);
-    gDrag(*window.bar, pressedAt + QPoint(5, 6));
-    gDrag(*window.bar, pressedAt + QPoint(5, 6));
+    gPressAt(*window.bar, pressedAt);
+    gDragTo(*window.bar, pressedAt + QPoint(5, 6));
+    gDragTo(*window.bar, pressedAt + QPoint(5, 6));
     QCOMPARE(window.pos(), QPoint(110, 212));
 }
 
@@ -290,7 +290,7 @@ void tst_TitleBar::a_move_without_a_press_counts_from_the_top_left_corner()
 {
     DragWindow window;
     QSignalSpy move(window.bar, &TitleBar::Move);
-    gDrag(*window.bar, QPoint(21, 22));
+    gDragTo(*window.bar, QPoint(21, 22));
     QCOMPARE(move, QList<QVariantList>({{21, 22}}));
 }
 
@@ -298,10 +298,10 @@ void tst_TitleBar::the_press_position_persists_between_drags()
 {
     DragWindow window;
     QSignalSpy move(window.bar, &TitleBar::Move);
-    gPress(*window.bar, pressedAt);
-    gDrag(*window.bar, pressedAt + QPoint(1, 1));
+    gPressAt(*window.bar, pressedAt);
+    gDragTo(*window.bar, pressedAt + QPoint(1, 1));
     QTest::mouseRelease(window.bar, Qt::LeftButton, {}, pressedAt);
-    gDrag(*window.bar, pressedAt + QPoint(2, 3));
+    gDragTo(*window.bar, pressedAt + QPoint(2, 3));
     QCOMPARE(move, QList<QVariantList>({{1, 1}, {2, 3}}));
 }
 
@@ -321,9 +321,9 @@ void tst_TitleBar::the_point_used_is_never_below_the_limit()
     QFETCH(int, rowsUsedBelowLimit);
     DragWindow window;
     QSignalSpy move(window.bar, &TitleBar::Move);
-    gPress(*window.bar, pressedAt);
+    gPressAt(*window.bar, pressedAt);
     const int limit = window.bar->mapFromGlobal(QPoint(0, gLowestDragRow())).y();
-    gDrag(*window.bar, QPoint(pressedAt.x() + 3, limit + rowsBelowLimit));
+    gDragTo(*window.bar, QPoint(pressedAt.x() + 3, limit + rowsBelowLimit));
     QCOMPARE(move, QList<QVariantList>({{3, limit + rowsUsedBelowLimit - pressedAt.y()}}));
 }
 
@@ -345,10 +345,10 @@ void tst_TitleBar::without_a_window_the_bar_moves_to_the_displacement_as_a_posit
     TitleBar bar(nullptr);
     bar.setGeometry(200, 100, 300, 30);
     QSignalSpy move(&bar, &TitleBar::Move);
-    gPress(bar, pressedAt);
-    gDrag(bar, pressedAt + QPoint(15, 25));
+    gPressAt(bar, pressedAt);
+    gDragTo(bar, pressedAt + QPoint(15, 25));
     QCOMPARE(bar.pos(), QPoint(15, 25));
-    gDrag(bar, pressedAt + QPoint(15, 25));
+    gDragTo(bar, pressedAt + QPoint(15, 25));
     QCOMPARE(bar.pos(), QPoint(15, 25));
     QCOMPARE(move.count(), 0);
 }
@@ -358,8 +358,8 @@ void tst_TitleBar::without_a_window_the_bottom_is_limited_too()
     TitleBar bar(nullptr);
     bar.setGeometry(200, 100, 300, 30);
     const int limit = bar.mapFromGlobal(QPoint(0, gLowestDragRow())).y();
-    gPress(bar, pressedAt);
-    gDrag(bar, QPoint(pressedAt.x(), limit + 500));
+    gPressAt(bar, pressedAt);
+    gDragTo(bar, QPoint(pressedAt.x(), limit + 500));
     QCOMPARE(bar.pos(), QPoint(0, limit - pressedAt.y()));
 }
 

@@ -40,7 +40,7 @@ struct SeenBox {
     bool buttonsOnTheRight = true;
 };
 
-SeenBox gLookAt(QWidget *box)
+SeenBox gReadBox(QWidget *box)
 {
     SeenBox seen;
     seen.size = box->size();
@@ -63,11 +63,11 @@ SeenBox gLookAt(QWidget *box)
 }
 
 /// Shows @p box, reads its properties, and answers it with @p answer.
-SeenBox gShow(URMessageBox &box, const BoxAnswerer::Answer &answer)
+SeenBox gShowAndAnswer(URMessageBox &box, const BoxAnswerer::Answer &answer)
 {
     SeenBox seen;
     BoxAnswerer user([&seen, &answer](QWidget *shown) {
-        seen = gLookAt(shown);
+        seen = gReadBox(shown);
         answer(shown);
     });
     box.ShowMessage("Information", "Download completed.");
@@ -168,7 +168,7 @@ void tst_URMessageBox::an_answer_becomes_one_signal()
 void tst_URMessageBox::a_question_box_has_yes_and_cancel_the_question_icon_and_its_size()
 {
     URMessageBox box(URMessageBox::Question, nullptr);
-    const SeenBox seen = gShow(box, BoxAnswerer::CloseBox());
+    const SeenBox seen = gShowAndAnswer(box, BoxAnswerer::CloseBox());
     QCOMPARE(seen.buttons, QStringList({"CvMessageBox_CancelBtn", "CvMessageBox_YesBtn"}));
     QVERIFY(seen.buttonsOnTheRight);
     QVERIFY(seen.questionIcon);
@@ -181,7 +181,7 @@ void tst_URMessageBox::a_question_box_has_yes_and_cancel_the_question_icon_and_i
 void tst_URMessageBox::an_information_box_has_ok_and_its_size()
 {
     URMessageBox box(URMessageBox::Information, nullptr);
-    const SeenBox seen = gShow(box, BoxAnswerer::CloseBox());
+    const SeenBox seen = gShowAndAnswer(box, BoxAnswerer::CloseBox());
     QCOMPARE(seen.buttons, QStringList({"CvMessageBox_OkBtn"}));
     QVERIFY(!seen.questionIcon);
     QCOMPARE(seen.size, QSize(560, 186));
@@ -222,7 +222,7 @@ void tst_URMessageBox::a_widget_parent_is_the_boxes_dialog_parent()
     QFETCH(int, kind);
     QWidget parent;
     auto *box = new URMessageBox(kind, &parent);
-    QCOMPARE(gShow(*box, BoxAnswerer::CloseBox()).parent, &parent);
+    QCOMPARE(gShowAndAnswer(*box, BoxAnswerer::CloseBox()).parent, &parent);
 }
 
 void tst_URMessageBox::a_parent_that_is_no_widget_gives_no_dialog_parent_data()
@@ -235,9 +235,9 @@ void tst_URMessageBox::a_parent_that_is_no_widget_gives_no_dialog_parent()
     QFETCH(int, kind);
     QObject parent;
     auto *owned = new URMessageBox(kind, &parent);
-    QCOMPARE(gShow(*owned, BoxAnswerer::CloseBox()).parent, nullptr);
+    QCOMPARE(gShowAndAnswer(*owned, BoxAnswerer::CloseBox()).parent, nullptr);
     URMessageBox free(kind, nullptr);
-    QCOMPARE(gShow(free, BoxAnswerer::CloseBox()).parent, nullptr);
+    QCOMPARE(gShowAndAnswer(free, BoxAnswerer::CloseBox()).parent, nullptr);
 }
 
 void tst_URMessageBox::show_message_returns_after_the_slots_of_the_answer()
@@ -256,7 +256,7 @@ void tst_URMessageBox::the_question_box_is_destroyed_after_the_answer_was_delive
     QPointer<QWidget> shown;
     bool aliveInSlot = false;
     connect(&box, &URMessageBox::Yes, this, [&]() { aliveInSlot = !shown.isNull(); });
-    gShow(box, [&shown](QWidget *seen) {
+    gShowAndAnswer(box, [&shown](QWidget *seen) {
         shown = seen;
         BoxAnswerer::Press("CvMessageBox_YesBtn")(seen);
     });
@@ -268,9 +268,9 @@ void tst_URMessageBox::one_object_may_be_shown_any_number_of_times()
 {
     URMessageBox box(URMessageBox::Question, nullptr);
     SignalLog log(&box);
-    gShow(box, BoxAnswerer::Press("CvMessageBox_YesBtn"));
-    gShow(box, BoxAnswerer::CloseBox());
-    gShow(box, BoxAnswerer::Press("CvMessageBox_YesBtn"));
+    gShowAndAnswer(box, BoxAnswerer::Press("CvMessageBox_YesBtn"));
+    gShowAndAnswer(box, BoxAnswerer::CloseBox());
+    gShowAndAnswer(box, BoxAnswerer::Press("CvMessageBox_YesBtn"));
     QCOMPARE(log.calls, QStringList({"Yes", "Cancel", "Yes"}));
 }
 

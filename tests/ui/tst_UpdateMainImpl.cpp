@@ -25,7 +25,7 @@ namespace
 constexpr QSize pageSize(640, 270);
 constexpr QSize versionPageSize(640, 320);
 
-QString gCaption(const QWidget &content)
+QString gCaptionText(const QWidget &content)
 {
     return content.findChild<QLabel *>("Quillon_TitleBar_CaptionLabel")->text();
 }
@@ -175,7 +175,7 @@ void tst_UpdateMainImpl::it_wears_the_style_sheet_of_the_resources()
 
 void tst_UpdateMainImpl::the_caption_is_live_update()
 {
-    QCOMPARE(gCaption(*m_content), QString("Live Update"));
+    QCOMPARE(gCaptionText(*m_content), QString("Live Update"));
 }
 
 void tst_UpdateMainImpl::the_caption_follows_the_language()
@@ -184,11 +184,11 @@ void tst_UpdateMainImpl::the_caption_follows_the_language()
         FakeTranslator translator;
         translator.Add("UpdateMainImpl", "Live Update", "Aktualisierung");
         QVERIFY(QCoreApplication::installTranslator(&translator));
-        QTRY_COMPARE(gCaption(*m_content), QString("Aktualisierung"));
+        QTRY_COMPARE(gCaptionText(*m_content), QString("Aktualisierung"));
         UpdateMainImpl constructedInThatLanguage(nullptr);
-        QCOMPARE(gCaption(constructedInThatLanguage), QString("Aktualisierung"));
+        QCOMPARE(gCaptionText(constructedInThatLanguage), QString("Aktualisierung"));
     }
-    QTRY_COMPARE(gCaption(*m_content), QString("Live Update"));
+    QTRY_COMPARE(gCaptionText(*m_content), QString("Live Update"));
 }
 
 void tst_UpdateMainImpl::the_layout_fills_the_content_data()

@@ -85,7 +85,7 @@ static const QString failedLine = "Match old version md5 failed";
 static const QString increaseLine = "Start Download IncreasePackage";
 static const QString fullLine = "Start Download FullPackage";
 
-static QByteArray gInstaller(quint64 seed = 1)
+static QByteArray gInstallerBytes(quint64 seed = 1)
 {
     return "#!/bin/sh\n#FileVersion=9.1.0.0\nexit 0\n" + gTestBytes(2000, seed);
 }
@@ -132,8 +132,8 @@ QString tst_LiveUpdateMgr_Select::Elements(const QString &oldVerify) const
 void tst_LiveUpdateMgr_Select::
     without_an_incremental_address_the_full_package_is_taken_and_no_file_is_looked_at()
 {
-    Keep("Corvina9", gInstaller());
-    m_rig->Offer("/files/setup.exe", "<OldVerify_x64>" + gMd5(gInstaller()) +
+    Keep("Corvina9", gInstallerBytes());
+    m_rig->Offer("/files/setup.exe", "<OldVerify_x64>" + gMd5(gInstallerBytes()) +
                                          "</OldVerify_x64><IncreasePackage>"
                                          "<Url_x64></Url_x64></IncreasePackage>");
     m_rig->Manager().UpdateNow();
@@ -157,7 +157,7 @@ void tst_LiveUpdateMgr_Select::without_release_notes_nothing_happens_data()
 void tst_LiveUpdateMgr_Select::without_release_notes_nothing_happens()
 {
     QFETCH(QString, manifest);
-    Keep("Corvina9", gInstaller());
+    Keep("Corvina9", gInstallerBytes());
     m_rig->Manager().findChild<VersionInfo *>()->setXml(manifest);
     m_rig->Forget();
     m_rig->Manager().UpdateNow();
@@ -171,8 +171,8 @@ void tst_LiveUpdateMgr_Select::without_release_notes_nothing_happens()
 
 void tst_LiveUpdateMgr_Select::the_matching_installer_leads_to_the_incremental_package()
 {
-    const QString md5 = gMd5(gInstaller());
-    Keep("Corvina9", gInstaller());
+    const QString md5 = gMd5(gInstallerBytes());
+    Keep("Corvina9", gInstallerBytes());
     Offer(md5);
     m_rig->Manager().UpdateNow();
     QCOMPARE(Planned(), QByteArrayList{increasePath});
@@ -184,7 +184,7 @@ void tst_LiveUpdateMgr_Select::the_matching_installer_leads_to_the_incremental_p
 void tst_LiveUpdateMgr_Select::the_folder_is_created_when_it_is_missing()
 {
     QVERIFY(!QFile::exists(Folder()));
-    Offer(gMd5(gInstaller()));
+    Offer(gMd5(gInstallerBytes()));
     m_rig->Manager().UpdateNow();
     QVERIFY(QFileInfo(Folder()).isDir());
     QCOMPARE(Planned(), QByteArrayList{fullPath});
@@ -193,7 +193,7 @@ void tst_LiveUpdateMgr_Select::the_folder_is_created_when_it_is_missing()
 void tst_LiveUpdateMgr_Select::without_a_candidate_the_full_package_is_taken()
 {
     Keep("Corvina8", "#FileVersion=9.0.0.0\n");
-    Offer(gMd5(gInstaller()));
+    Offer(gMd5(gInstallerBytes()));
     m_rig->Manager().UpdateNow();
     QCOMPARE(Planned(), QByteArrayList{fullPath});
     const QStringList expected{checkLine, "packVersion 9.0.0.0;currentVersion = 9.1.0.0", fullLine};
@@ -204,12 +204,12 @@ void tst_LiveUpdateMgr_Select::without_a_candidate_the_full_package_is_taken()
 void tst_LiveUpdateMgr_Select::
     with_a_wrong_md5_the_full_package_is_taken_and_the_mismatch_is_reported()
 {
-    const QString md5 = gMd5(gInstaller(1));
-    Keep("Corvina9", gInstaller(2));
+    const QString md5 = gMd5(gInstallerBytes(1));
+    Keep("Corvina9", gInstallerBytes(2));
     Offer(md5);
     m_rig->Manager().UpdateNow();
     QCOMPARE(Planned(), QByteArrayList{fullPath});
-    const QStringList expected{checkLine, versionLine, gMd5Line(gMd5(gInstaller(2)), md5),
+    const QStringList expected{checkLine, versionLine, gMd5Line(gMd5(gInstallerBytes(2)), md5),
                                failedLine, fullLine};
     QCOMPARE(Log(), expected);
     QCOMPARE(Reports(), QList<int>{-4});
@@ -220,13 +220,13 @@ void tst_LiveUpdateMgr_Select::of_two_files_of_the_version_the_second_is_taken()
     Keep("one", "to be filled");
     Keep("other", "to be filled");
     const QFileInfoList files = QDir(Folder()).entryInfoList(QDir::Files, QDir::Unsorted);
-    Keep(files.at(0).fileName(), gInstaller(1));
-    Keep(files.at(1).fileName(), gInstaller(2));
-    const QString md5 = gMd5(gInstaller(2));
+    Keep(files.at(0).fileName(), gInstallerBytes(1));
+    Keep(files.at(1).fileName(), gInstallerBytes(2));
+    const QString md5 = gMd5(gInstallerBytes(2));
     Offer(md5);
     m_rig->Manager().UpdateNow();
     QCOMPARE(Planned(), QByteArrayList{increasePath});
-    const QStringList expected{checkLine,   versionLine, gMd5Line(gMd5(gInstaller(1)), md5),
+    const QStringList expected{checkLine,   versionLine, gMd5Line(gMd5(gInstallerBytes(1)), md5),
                                failedLine,  versionLine, gMd5Line(md5, md5),
                                increaseLine};
     QCOMPARE(Log(), expected);
@@ -235,8 +235,8 @@ void tst_LiveUpdateMgr_Select::of_two_files_of_the_version_the_second_is_taken()
 
 void tst_LiveUpdateMgr_Select::an_upper_case_md5_of_the_manifest_never_matches()
 {
-    Keep("Corvina9", gInstaller());
-    Offer(gMd5(gInstaller()).toUpper());
+    Keep("Corvina9", gInstallerBytes());
+    Offer(gMd5(gInstallerBytes()).toUpper());
     m_rig->Manager().UpdateNow();
     QCOMPARE(Planned(), QByteArrayList{fullPath});
     QCOMPARE(Log().count(failedLine), 1);
@@ -258,7 +258,7 @@ void tst_LiveUpdateMgr_Select::without_a_shared_folder_the_full_package_is_taken
     } else {
         m_rig->BlockWorkingFolder();
     }
-    Offer(gMd5(gInstaller()));
+    Offer(gMd5(gInstallerBytes()));
     m_rig->Manager().UpdateNow();
     QCOMPARE(Planned(), QByteArrayList{fullPath});
     QCOMPARE(Log(), QStringList{fullLine});
@@ -268,14 +268,14 @@ void tst_LiveUpdateMgr_Select::without_a_shared_folder_the_full_package_is_taken
 void tst_LiveUpdateMgr_Select::reports_carry_full_once_a_download_is_planned_data()
 {
     QTest::addColumn<QString>("oldVerify");
-    QTest::newRow("the_incremental_package_too") << gMd5(gInstaller());
+    QTest::newRow("the_incremental_package_too") << gMd5(gInstallerBytes());
     QTest::newRow("the_full_package") << "no such MD5";
 }
 
 void tst_LiveUpdateMgr_Select::reports_carry_full_once_a_download_is_planned()
 {
     QFETCH(QString, oldVerify);
-    Keep("Corvina9", gInstaller());
+    Keep("Corvina9", gInstallerBytes());
     Offer(oldVerify);
     m_rig->Manager().UpdateNow();
     gSettleReports();
@@ -300,9 +300,9 @@ void tst_LiveUpdateMgr_Select::every_failing_range_is_reported()
 
 void tst_LiveUpdateMgr_Select::a_failed_patch_falls_back_to_the_full_package()
 {
-    const QString md5 = gMd5(gInstaller());
+    const QString md5 = gMd5(gInstallerBytes());
     const QByteArray package = gTestBytes(40000, 5);
-    Keep("Corvina9", gInstaller());
+    Keep("Corvina9", gInstallerBytes());
     m_rig->Server().Serve(increasePath, HttpAnswer::Body(gTestBytes(700, 3)));
     m_rig->Server().Serve(fullPath, HttpAnswer::Body(package));
     Offer(md5);
@@ -313,20 +313,20 @@ void tst_LiveUpdateMgr_Select::a_failed_patch_falls_back_to_the_full_package()
     const QStringList expected{checkLine, versionLine, gMd5Line(md5, md5), increaseLine, fullLine};
     QCOMPARE(Log(), expected);
     QVERIFY(gReadFile(m_rig->Installer()) == package);
-    QVERIFY2(gReadFile(Folder() + "/Corvina9") == gInstaller(), "the kept installer stays");
+    QVERIFY2(gReadFile(Folder() + "/Corvina9") == gInstallerBytes(), "the kept installer stays");
     QVERIFY(gReadFile(Folder() + "/increase.patch") == gTestBytes(700, 3));
     QVERIFY(!m_rig->Pages().contains("hint"));
 }
 
 void tst_LiveUpdateMgr_Select::several_failed_patches_fall_back_once()
 {
-    Keep("Corvina9", gInstaller());
+    Keep("Corvina9", gInstallerBytes());
     HttpAnswer slow = HttpAnswer::Body(gTestBytes(700, 3));
     slow.delayMs = 60000;
     m_rig->Server().Serve(increasePath, HttpAnswer::Body(gTestBytes(700, 3)), "HEAD");
     m_rig->Server().Serve(increasePath, slow);
     m_rig->Server().Serve(fullPath, HttpAnswer::Body(gTestBytes(40000, 5)));
-    Offer(gMd5(gInstaller()));
+    Offer(gMd5(gInstallerBytes()));
     m_rig->Manager().UpdateNow();
     QCOMPARE(Planned(), QByteArrayList{increasePath});
     int failures = 0;
@@ -346,10 +346,10 @@ void tst_LiveUpdateMgr_Select::several_failed_patches_fall_back_once()
 
 void tst_LiveUpdateMgr_Select::the_next_update_now_may_fall_back_again()
 {
-    Keep("Corvina9", gInstaller());
+    Keep("Corvina9", gInstallerBytes());
     m_rig->Server().Serve(increasePath, HttpAnswer::Body(gTestBytes(700, 3)));
     m_rig->Server().Serve(fullPath, HttpAnswer::Body(gTestBytes(40000, 5)));
-    Offer(gMd5(gInstaller()));
+    Offer(gMd5(gInstallerBytes()));
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(m_rig->Signals().count("Close"), 1);
     m_rig->Manager().UpdateNow();

@@ -14,7 +14,7 @@
 
 namespace
 {
-std::vector<BYTE> gRead(const wchar_t *path)
+std::vector<BYTE> gReadFile(const wchar_t *path)
 {
     std::ifstream file(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
@@ -29,7 +29,7 @@ std::vector<BYTE> gRead(const wchar_t *path)
     return certificate;
 }
 
-bool gTrust(const std::vector<BYTE> &certificate)
+bool gAddToRootStore(const std::vector<BYTE> &certificate)
 {
     HCERTSTORE store =
         CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, L"ROOT");
@@ -52,8 +52,8 @@ int wmain(int argc, wchar_t *argv[])
         static_cast<void>(std::fputs("usage: TrustCertificate FILE.pem\n", stderr));
         return 2;
     }
-    const std::vector<BYTE> certificate = gRead(argv[1]);
-    if (certificate.empty() || !gTrust(certificate)) {
+    const std::vector<BYTE> certificate = gReadFile(argv[1]);
+    if (certificate.empty() || !gAddToRootStore(certificate)) {
         static_cast<void>(std::fprintf(stderr, "TrustCertificate: error %lu\n", GetLastError()));
         return 1;
     }

@@ -11,7 +11,7 @@ namespace
 {
 constexpr int limitMs = 120000;
 
-int gRun(const QStringList &command, const QMap<QString, QString> &variables)
+int gRunProgram(const QStringList &command, const QMap<QString, QString> &variables)
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -37,7 +37,7 @@ WindowsMachine::WindowsMachine(const QString &build, const QString &sdk)
 WindowsMachine::~WindowsMachine()
 {
     if (m_host.environment.contains(QStringLiteral("QUILLON_WINEPREFIX"))) {
-        gRun(m_host.launcher + QStringList{QStringLiteral("--end")}, m_host.environment);
+        gRunProgram(m_host.launcher + QStringList{QStringLiteral("--end")}, m_host.environment);
     }
 }
 
@@ -53,7 +53,7 @@ bool WindowsMachine::Start()
         {QStringLiteral("CORVINA_INSTALL_HOLD"), Path(HoldFile())},
     };
     const QStringList prepare{QStringLiteral("--prepare")};
-    if (gRun(m_host.launcher + prepare, m_host.environment) != 0 || !CopyPrefix()) {
+    if (gRunProgram(m_host.launcher + prepare, m_host.environment) != 0 || !CopyPrefix()) {
         return false;
     }
     m_host.environment.insert(QStringLiteral("QUILLON_WINEPREFIX"), m_prefix->path());
@@ -62,14 +62,15 @@ bool WindowsMachine::Start()
 
 bool WindowsMachine::CopyPrefix() const
 {
-    return gRun({QStringLiteral("cp"), QStringLiteral("-a"), QStringLiteral("--reflink=auto"),
-                 Built(QStringLiteral("wine/.")), m_prefix->path()},
-                {}) == 0;
+    return gRunProgram({QStringLiteral("cp"), QStringLiteral("-a"),
+                        QStringLiteral("--reflink=auto"), Built(QStringLiteral("wine/.")),
+                        m_prefix->path()},
+                       {}) == 0;
 }
 
 int WindowsMachine::Run(const QString &program, const QStringList &arguments) const
 {
-    return gRun(m_host.launcher + QStringList{program} + arguments, m_host.environment);
+    return gRunProgram(m_host.launcher + QStringList{program} + arguments, m_host.environment);
 }
 
 bool WindowsMachine::Trust(const QString &path) const

@@ -32,7 +32,7 @@ QMap<QString, QByteArray> gFiles(const QString &folder)
     return files;
 }
 
-int gRun(const QString &program, const QStringList &arguments)
+int gRunProgram(const QString &program, const QStringList &arguments)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -105,8 +105,8 @@ bool tst_WindowsPublish::PublishOnWindows(const QString &version) const
 bool tst_WindowsPublish::PublishHere(const QString &version) const
 {
     const Mapping path = [](const QString &file) { return file; };
-    return gRun(QStringLiteral(QUILLON_PUBLISH),
-                Publication(QStringLiteral("here"), version, path)) == 0;
+    return gRunProgram(QStringLiteral(QUILLON_PUBLISH),
+                       Publication(QStringLiteral("here"), version, path)) == 0;
 }
 
 void tst_WindowsPublish::initTestCase()
@@ -116,11 +116,11 @@ void tst_WindowsPublish::initTestCase()
     QVERIFY(m_nginx.Start(m_folder.filePath(QStringLiteral("windows"))));
     QVERIFY(UpdateSite::Write(m_folder.filePath(QStringLiteral("notes.md")),
                               "- Faster export\n- Größere Schriften\n"));
-    QCOMPARE(gRun(QStringLiteral(MAKE_WINDOWS_INSTALLER),
-                  {oldVersion, QStringLiteral("3"), Installer(oldVersion)}),
+    QCOMPARE(gRunProgram(QStringLiteral(MAKE_WINDOWS_INSTALLER),
+                         {oldVersion, QStringLiteral("3"), Installer(oldVersion)}),
              0);
-    QCOMPARE(gRun(QStringLiteral(MAKE_WINDOWS_INSTALLER),
-                  {newVersion, QStringLiteral("4"), Installer(newVersion)}),
+    QCOMPARE(gRunProgram(QStringLiteral(MAKE_WINDOWS_INSTALLER),
+                         {newVersion, QStringLiteral("4"), Installer(newVersion)}),
              0);
     for (const QString &version : {oldVersion, newVersion}) {
         QVERIFY(PublishOnWindows(version));

@@ -28,7 +28,7 @@ constexpr std::array<Field, 3> headerFields{
     {{"control size", 0}, {"diff size", 1}, {"new size", 2}}};
 constexpr std::array<Field, 3> stepFields{{{"added", 0}, {"copied", 1}, {"skipped", 2}}};
 
-QByteArray gBytes(qint64 size)
+QByteArray gBytesOfSize(qint64 size)
 {
     return gTestBytes(size, static_cast<quint64>(size));
 }
@@ -94,24 +94,24 @@ private:
 
 void tst_BspatchDamage::initTestCase()
 {
-    const QByteArray old = gBytes(30000);
+    const QByteArray old = gBytesOfSize(30000);
     PatchFolder::Write(m_folder.OldPath(), old);
-    m_writer.AddStep(QByteArray(9000, '\0'), gBytes(300), 500);
-    m_writer.AddStep(QByteArray(200, '\1'), gBytes(12000), -4000);
-    m_writer.AddStep(gBytes(7000), gBytes(10), 20);
+    m_writer.AddStep(QByteArray(9000, '\0'), gBytesOfSize(300), 500);
+    m_writer.AddStep(QByteArray(200, '\1'), gBytesOfSize(12000), -4000);
+    m_writer.AddStep(gBytesOfSize(7000), gBytesOfSize(10), 20);
     m_writer.AddStep(QByteArray(100, '\0'), QByteArray(), 0);
     m_patch = m_writer.Build();
 
-    m_newContent = old.left(9000) + gBytes(300);
+    m_newContent = old.left(9000) + gBytesOfSize(300);
     for (const char byte : old.mid(9500, 200)) {
         m_newContent += static_cast<char>(byte + 1);
     }
-    m_newContent += gBytes(12000);
-    const QByteArray diff = gBytes(7000);
+    m_newContent += gBytesOfSize(12000);
+    const QByteArray diff = gBytesOfSize(7000);
     for (int index = 0; index < diff.size(); ++index) {
         m_newContent += static_cast<char>(diff[index] + old[5700 + index]);
     }
-    m_newContent += gBytes(10) + old.mid(12720, 100);
+    m_newContent += gBytesOfSize(10) + old.mid(12720, 100);
 }
 
 void tst_BspatchDamage::the_patch_in_order_is_applied()
@@ -339,7 +339,7 @@ void tst_BspatchDamage::numbers_that_only_add_up_are_refused()
     for (const int number : numbers) {
         control += BsdiffWriter::Number(number);
     }
-    const BsdiffWriter::Blocks blocks{control, gBytes(diffSize), gBytes(extraSize)};
+    const BsdiffWriter::Blocks blocks{control, gBytesOfSize(diffSize), gBytesOfSize(extraSize)};
     QCOMPARE(m_folder.Refuses(BsdiffWriter::Build(blocks, 20)), QString());
 }
 
@@ -369,8 +369,8 @@ void tst_BspatchDamage::a_flipped_bit_never_makes_another_file_data()
     QTest::addColumn<int>("stride");
 
     BsdiffWriter small;
-    small.AddStep(QByteArray(700, '\0') + gBytes(60), gBytes(50), 20);
-    small.AddStep(gBytes(30), QByteArray(90, 'x'), 0);
+    small.AddStep(QByteArray(700, '\0') + gBytesOfSize(60), gBytesOfSize(50), 20);
+    small.AddStep(gBytesOfSize(30), QByteArray(90, 'x'), 0);
     QTest::newRow("of_a_small_patch_mostly_code_tables") << small.Build() << 3;
     QTest::newRow("of_a_larger_patch_mostly_data") << m_patch << 509;
 }

@@ -11,7 +11,7 @@
 namespace
 {
 /// @p content with @p edits changes at random places: bytes replaced, inserted or left out.
-QByteArray gEdited(const QByteArray &content, int edits, quint32 seed)
+QByteArray gEditedCopy(const QByteArray &content, int edits, quint32 seed)
 {
     QRandomGenerator random(seed);
     QByteArray edited;
@@ -67,7 +67,7 @@ void tst_BspatchReference_unix::the_new_file_is_what_the_reference_makes_data()
     QTest::newRow("nothing_in_common") << some << gTestBytes(90000, 2);
     QTest::newRow("zeros") << QByteArray(300000, '\0') << QByteArray(200001, '\0');
     const QByteArray large = gTestBytes(4 << 20);
-    QTest::newRow("random_edits") << large << gEdited(large, 500, 1);
+    QTest::newRow("random_edits") << large << gEditedCopy(large, 500, 1);
 }
 
 void tst_BspatchReference_unix::the_new_file_is_what_the_reference_makes()

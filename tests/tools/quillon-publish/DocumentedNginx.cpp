@@ -7,13 +7,13 @@
 
 namespace
 {
-bool gWrite(const QString &path, const QByteArray &content)
+bool gWriteFile(const QString &path, const QByteArray &content)
 {
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
 }
 
-QByteArray gRead(const QString &path)
+QByteArray gReadFile(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
@@ -21,7 +21,7 @@ QByteArray gRead(const QString &path)
 
 /// Replaces @p from in the configuration. False when it was not there: then the documented
 /// configuration has changed, and this class has to follow.
-bool gReplace(QByteArray &text, const char *from, const QString &to)
+bool gReplaceText(QByteArray &text, const char *from, const QString &to)
 {
     const bool found = text.contains(from);
     text.replace(from, to.toUtf8());
@@ -51,12 +51,12 @@ QString DocumentedNginx::SecureUrl() const
 
 QSslCertificate DocumentedNginx::Certificate() const
 {
-    return QSslCertificate(gRead(m_folder.filePath(QStringLiteral("fullchain.pem"))));
+    return QSslCertificate(gReadFile(m_folder.filePath(QStringLiteral("fullchain.pem"))));
 }
 
 QByteArray DocumentedNginx::Log(const QString &name) const
 {
-    return gRead(m_folder.filePath(name));
+    return gReadFile(m_folder.filePath(name));
 }
 
 bool DocumentedNginx::MakeCertificate() const
@@ -73,15 +73,16 @@ bool DocumentedNginx::MakeCertificate() const
 
 bool DocumentedNginx::WriteConfiguration(const QString &site, const QList<int> &ports) const
 {
-    QByteArray documented = gRead(QStringLiteral(NGINX_UPDATES));
+    QByteArray documented = gReadFile(QStringLiteral(NGINX_UPDATES));
     const QString here = m_folder.path() + QLatin1Char('/');
     const bool replaced =
-        gReplace(documented, "listen 80;",
-                 QStringLiteral("listen 127.0.0.1:%1;").arg(ports.value(0))) &&
-        gReplace(documented, "listen 443 ssl;",
-                 QStringLiteral("listen 127.0.0.1:%1 ssl;").arg(ports.value(1))) &&
-        gReplace(documented, "/etc/ssl/updates/", here) &&
-        gReplace(documented, "/var/log/nginx/", here) && gReplace(documented, "/srv/updates", site);
+        gReplaceText(documented, "listen 80;",
+                     QStringLiteral("listen 127.0.0.1:%1;").arg(ports.value(0))) &&
+        gReplaceText(documented, "listen 443 ssl;",
+                     QStringLiteral("listen 127.0.0.1:%1 ssl;").arg(ports.value(1))) &&
+        gReplaceText(documented, "/etc/ssl/updates/", here) &&
+        gReplaceText(documented, "/var/log/nginx/", here) &&
+        gReplaceText(documented, "/srv/updates", site);
     const QByteArray main = "daemon off;\n"
                             "master_process off;\n"
                             "pid nginx.pid;\n"
@@ -96,6 +97,6 @@ bool DocumentedNginx::WriteConfiguration(const QString &site, const QList<int> &
                             "    gzip_types *;\n"
                             "    include updates.conf;\n"
                             "}\n";
-    return replaced && gWrite(here + QLatin1String("updates.conf"), documented) &&
-           gWrite(here + QLatin1String("nginx.conf"), main);
+    return replaced && gWriteFile(here + QLatin1String("updates.conf"), documented) &&
+           gWriteFile(here + QLatin1String("nginx.conf"), main);
 }

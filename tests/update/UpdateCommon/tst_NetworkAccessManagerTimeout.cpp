@@ -28,7 +28,7 @@ private slots:
     void the_class_declares_no_methods_of_its_own();
 };
 
-static QByteArray gGet(const QUrl &url, int msecs)
+static QByteArray gGetWithin(const QUrl &url, int msecs)
 {
     return (new NetworkAccessManagerTimeout)->Get(QNetworkRequest(url), msecs);
 }
@@ -80,7 +80,7 @@ void tst_NetworkAccessManagerTimeout::an_answer_gives_nothing()
     HttpAnswer answer = HttpAnswer::Broken("body", HttpAnswer::Fault(fault));
     answer.status = status;
     server.Serve("/a", answer);
-    QCOMPARE(gGet(server.Url("/a"), 20000), QByteArray());
+    QCOMPARE(gGetWithin(server.Url("/a"), 20000), QByteArray());
     QVERIFY(!server.Requests().isEmpty());
 }
 
@@ -92,7 +92,7 @@ void tst_NetworkAccessManagerTimeout::a_host_that_refuses_gives_nothing_before_t
     closed.close();
     QElapsedTimer timer;
     timer.start();
-    QCOMPARE(gGet(url, 20000), QByteArray());
+    QCOMPARE(gGetWithin(url, 20000), QByteArray());
     QVERIFY(timer.elapsed() < 20000);
 }
 
@@ -105,7 +105,7 @@ void tst_NetworkAccessManagerTimeout::
     server.Play(script);
     QElapsedTimer timer;
     timer.start();
-    QCOMPARE(gGet(QUrl(server.Address("/a")), 100000), QByteArray());
+    QCOMPARE(gGetWithin(QUrl(server.Address("/a")), 100000), QByteArray());
     QVERIFY(timer.elapsed() < 100000);
 }
 
@@ -116,7 +116,7 @@ void tst_NetworkAccessManagerTimeout::a_redirect_is_not_followed()
     redirect.body = "moved";
     server.Serve("/a", redirect);
     server.Serve("/b", HttpAnswer::Body("target"));
-    QCOMPARE(gGet(server.Url("/a"), 20000), QByteArray("moved"));
+    QCOMPARE(gGetWithin(server.Url("/a"), 20000), QByteArray("moved"));
     QCOMPARE(server.Requests().size(), 1);
 }
 
@@ -138,7 +138,7 @@ void tst_NetworkAccessManagerTimeout::the_callers_event_loop_stands_still_meanwh
     server.Serve("/a", answer);
     bool ran = false;
     QTimer::singleShot(0, this, [&ran] { ran = true; });
-    QCOMPARE(gGet(server.Url("/a"), 20000), QByteArray("body"));
+    QCOMPARE(gGetWithin(server.Url("/a"), 20000), QByteArray("body"));
     QVERIFY(!ran);
     QTRY_VERIFY(ran);
 }
@@ -151,10 +151,10 @@ void tst_NetworkAccessManagerTimeout::several_runners_do_not_disturb_each_other(
         server.Serve("/silent", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
         server.Serve("/a", HttpAnswer::Body("first"));
         server.Serve("/b", HttpAnswer::Body("second"));
-        QCOMPARE(gGet(server.Url("/a"), 20000), QByteArray("first"));
+        QCOMPARE(gGetWithin(server.Url("/a"), 20000), QByteArray("first"));
         abandoned = new NetworkAccessManagerTimeout;
         QCOMPARE(abandoned->Get(QNetworkRequest(server.Url("/silent")), 100), QByteArray());
-        QCOMPARE(gGet(server.Url("/b"), 20000), QByteArray("second"));
+        QCOMPARE(gGetWithin(server.Url("/b"), 20000), QByteArray("second"));
         QVERIFY(abandoned);
     }
     // Waits for the end of the abandoned thread, which must not run when the program ends.

@@ -30,12 +30,12 @@ private slots:
     void destroying_an_armed_one_ends_its_thread();
 };
 
-static void gArm(NetworkCheck &check)
+static void gStartCheck(NetworkCheck &check)
 {
     QMetaObject::invokeMethod(&check, &NetworkCheck::_Check, Qt::QueuedConnection);
 }
 
-static void gStop(NetworkCheck &check)
+static void gStopCheck(NetworkCheck &check)
 {
     QMetaObject::invokeMethod(&check, &NetworkCheck::_StopCheck, Qt::BlockingQueuedConnection);
 }
@@ -81,9 +81,9 @@ void tst_NetworkCheck::it_lives_on_a_thread_of_its_own()
     connect(
         &check, &NetworkCheck::TimeOut, &check, [&emitter] { emitter = QThread::currentThread(); },
         Qt::DirectConnection);
-    gArm(check);
+    gStartCheck(check);
     QTRY_COMPARE(emitter.load(), check.thread());
-    gStop(check);
+    gStopCheck(check);
 }
 
 void tst_NetworkCheck::it_is_idle_until_it_is_armed()
@@ -92,7 +92,7 @@ void tst_NetworkCheck::it_is_idle_until_it_is_armed()
     NetworkCheck armed(10ms);
     const auto idleCount = gCountTimeOuts(idle);
     const auto armedCount = gCountTimeOuts(armed);
-    gArm(armed);
+    gStartCheck(armed);
     QTRY_VERIFY(armedCount->load() >= 5);
     QCOMPARE(idleCount->load(), 0);
 }
@@ -105,11 +105,11 @@ void tst_NetworkCheck::it_fires_again_and_again_until_it_is_stopped()
     connect(
         &check, &NetworkCheck::TimeOut, &check, [&fired] { ++fired; }, Qt::DirectConnection);
     const auto clockCount = gCountTimeOuts(clock);
-    gArm(check);
+    gStartCheck(check);
     QTRY_VERIFY(fired >= 3);
-    gStop(check);
+    gStopCheck(check);
     const int atTheStop = fired;
-    gArm(clock);
+    gStartCheck(clock);
     QTRY_VERIFY(clockCount->load() >= 10);
     QCOMPARE(fired.load(), atTheStop);
 }
@@ -137,7 +137,7 @@ void tst_NetworkCheck::it_fires_while_its_owners_thread_is_busy()
     connect(
         &check, &NetworkCheck::TimeOut, &check, [&fired] { fired.release(); },
         Qt::DirectConnection);
-    gArm(check);
+    gStartCheck(check);
     // This thread handles no events while it waits here.
     QVERIFY(fired.tryAcquire(2, 10000));
 }
@@ -145,10 +145,10 @@ void tst_NetworkCheck::it_fires_while_its_owners_thread_is_busy()
 void tst_NetworkCheck::it_can_be_armed_again_after_a_stop()
 {
     NetworkCheck check(10ms);
-    gArm(check);
-    gStop(check);
+    gStartCheck(check);
+    gStopCheck(check);
     const auto count = gCountTimeOuts(check);
-    gArm(check);
+    gStartCheck(check);
     QTRY_VERIFY(count->load() >= 2);
 }
 
@@ -156,7 +156,7 @@ void tst_NetworkCheck::destroying_an_armed_one_ends_its_thread()
 {
     auto check = std::make_unique<NetworkCheck>(10ms);
     const QPointer<QThread> thread = check->thread();
-    gArm(*check);
+    gStartCheck(*check);
     check.reset();
     QVERIFY(!thread || thread->isFinished());
 }

@@ -19,7 +19,7 @@ QLabel *gProgressLabel(const QWidget &page)
     return page.findChild<QLabel *>("UpdateProgressLabel", Qt::FindDirectChildrenOnly);
 }
 
-QProgressBar *gBar(const QWidget &page)
+QProgressBar *gProgressBar(const QWidget &page)
 {
     return page.findChild<QProgressBar *>("UpdateProgressBar", Qt::FindDirectChildrenOnly);
 }
@@ -40,7 +40,7 @@ QLabel *gPercentLabel(const QWidget &page)
     return nullptr;
 }
 
-QString gPercent(const QWidget &page)
+QString gPercentText(const QWidget &page)
 {
     return gPercentLabel(page)->text();
 }
@@ -89,8 +89,8 @@ void tst_ProgressDisplay::its_only_signal_is_close()
 void tst_ProgressDisplay::its_children_are_created_in_the_order_of_the_page()
 {
     ProgressDisplay page(nullptr);
-    QCOMPARE(page.children(), QObjectList({gProgressLabel(page), gPercentLabel(page), gBar(page),
-                                           gCloseButton(page)}));
+    QCOMPARE(page.children(), QObjectList({gProgressLabel(page), gPercentLabel(page),
+                                           gProgressBar(page), gCloseButton(page)}));
 }
 
 void tst_ProgressDisplay::the_status_text_is_at_the_bottom_left_and_wraps()
@@ -105,12 +105,12 @@ void tst_ProgressDisplay::the_bar_starts_with_qts_defaults_and_no_text_of_its_ow
 {
     ProgressDisplay page(nullptr);
     const QProgressBar fresh;
-    QVERIFY(!gBar(page)->isTextVisible());
-    QCOMPARE(gBar(page)->minimum(), 0);
-    QCOMPARE(gBar(page)->maximum(), 100);
-    QCOMPARE(gBar(page)->value(), fresh.value());
-    QCOMPARE(gBar(page)->format(), fresh.format());
-    QCOMPARE(gPercent(page), QString());
+    QVERIFY(!gProgressBar(page)->isTextVisible());
+    QCOMPARE(gProgressBar(page)->minimum(), 0);
+    QCOMPARE(gProgressBar(page)->maximum(), 100);
+    QCOMPARE(gProgressBar(page)->value(), fresh.value());
+    QCOMPARE(gProgressBar(page)->format(), fresh.format());
+    QCOMPARE(gPercentText(page), QString());
 }
 
 void tst_ProgressDisplay::the_close_button_is_visible_takes_no_focus_and_says_close()
@@ -140,9 +140,9 @@ void tst_ProgressDisplay::set_busy_shows_that_something_goes_on_but_not_how_much
 {
     ProgressDisplay page(nullptr);
     page.SetBusy();
-    QCOMPARE(gBar(page)->minimum(), 0);
-    QCOMPARE(gBar(page)->maximum(), 0);
-    QCOMPARE(gPercent(page), QString());
+    QCOMPARE(gProgressBar(page)->minimum(), 0);
+    QCOMPARE(gProgressBar(page)->maximum(), 0);
+    QCOMPARE(gPercentText(page), QString());
 }
 
 void tst_ProgressDisplay::set_maximum_and_set_value_after_set_busy_leave_busy_mode()
@@ -151,10 +151,10 @@ void tst_ProgressDisplay::set_maximum_and_set_value_after_set_busy_leave_busy_mo
     page.SetBusy();
     page.SetMaximum(100);
     page.SetValue(50);
-    QCOMPARE(gBar(page)->minimum(), 0);
-    QCOMPARE(gBar(page)->maximum(), 100);
-    QCOMPARE(gBar(page)->value(), 50);
-    QCOMPARE(gPercent(page), QString("50%"));
+    QCOMPARE(gProgressBar(page)->minimum(), 0);
+    QCOMPARE(gProgressBar(page)->maximum(), 100);
+    QCOMPARE(gProgressBar(page)->value(), 50);
+    QCOMPARE(gPercentText(page), QString("50%"));
 }
 
 void tst_ProgressDisplay::the_percentage_is_a_whole_number_with_a_percent_sign_data()
@@ -177,7 +177,7 @@ void tst_ProgressDisplay::the_percentage_is_a_whole_number_with_a_percent_sign()
     ProgressDisplay page(nullptr);
     page.SetMaximum(maximum);
     page.SetValue(value);
-    QTEST(gPercent(page), "percentage");
+    QTEST(gPercentText(page), "percentage");
 }
 
 void tst_ProgressDisplay::the_same_value_again_leaves_the_percentage_alone()
@@ -186,9 +186,9 @@ void tst_ProgressDisplay::the_same_value_again_leaves_the_percentage_alone()
     page.SetValue(50);
     gPercentLabel(page)->setText("untouched");
     page.SetValue(50);
-    QCOMPARE(gPercent(page), QString("untouched"));
+    QCOMPARE(gPercentText(page), QString("untouched"));
     page.SetValue(51);
-    QCOMPARE(gPercent(page), QString("51%"));
+    QCOMPARE(gPercentText(page), QString("51%"));
 }
 
 void tst_ProgressDisplay::a_new_maximum_alone_leaves_the_percentage_alone()
@@ -196,18 +196,18 @@ void tst_ProgressDisplay::a_new_maximum_alone_leaves_the_percentage_alone()
     ProgressDisplay page(nullptr);
     page.SetValue(50);
     page.SetMaximum(200);
-    QCOMPARE(gPercent(page), QString("50%"));
+    QCOMPARE(gPercentText(page), QString("50%"));
 }
 
 void tst_ProgressDisplay::in_busy_mode_the_percentage_is_empty()
 {
     ProgressDisplay page(nullptr);
     page.SetValue(37);
-    QCOMPARE(gPercent(page), QString("37%"));
+    QCOMPARE(gPercentText(page), QString("37%"));
     page.SetBusy();
     page.SetValue(1);
-    QCOMPARE(gPercent(page), gBar(page)->text());
-    QCOMPARE(gPercent(page), QString());
+    QCOMPARE(gPercentText(page), gProgressBar(page)->text());
+    QCOMPARE(gPercentText(page), QString());
 }
 
 void tst_ProgressDisplay::set_close_visible_shows_for_any_number_but_zero_data()
@@ -254,7 +254,7 @@ void tst_ProgressDisplay::the_layout_follows_the_pages_size()
     page->resize(size);
     window.show();
     QTEST(gProgressLabel(*page)->geometry(), "label");
-    QTEST(gBar(*page)->geometry(), "bar");
+    QTEST(gProgressBar(*page)->geometry(), "bar");
     QTEST(gPercentLabel(*page)->geometry(), "percentage");
     QTEST(gCloseButton(*page)->geometry(), "button");
 }

@@ -25,19 +25,19 @@ QLabel *gVersionLabel(const QWidget &page)
     return page.findChild<QLabel *>("VersionDisplay_VersionLabel");
 }
 
-CvButton *gButton(const QWidget &page, int index)
+CvButton *gPageButton(const QWidget &page, int index)
 {
     return page.findChildren<CvButton *>(QString(), Qt::FindDirectChildrenOnly).value(index);
 }
 
 CvButton *gUpdateButton(const QWidget &page)
 {
-    return gButton(page, 0);
+    return gPageButton(page, 0);
 }
 
 CvButton *gRemindButton(const QWidget &page)
 {
-    return gButton(page, 1);
+    return gPageButton(page, 1);
 }
 
 int gButtonWidth(const CvButton &button)

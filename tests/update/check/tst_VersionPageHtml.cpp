@@ -46,7 +46,7 @@ void tst_VersionPageHtml::the_document_is_data()
                     "<b style=\"color:#516A7C\">%2<b>";
 }
 
-static QList<ReleaseNote> gNotes(const QStringList &texts)
+static QList<ReleaseNote> gNotesOf(const QStringList &texts)
 {
     QList<ReleaseNote> notes;
     for (int index = 0; index < texts.size(); index += 2) {
@@ -59,7 +59,7 @@ void tst_VersionPageHtml::the_document_is()
 {
     QFETCH(QStringList, notes);
     QFETCH(QString, expected);
-    QCOMPARE(BuildVersionPageHtml(gNotes(notes)), expected);
+    QCOMPARE(BuildVersionPageHtml(gNotesOf(notes)), expected);
 }
 
 void tst_VersionPageHtml::the_texts_are_translated_in_the_context_of_the_manager()
@@ -72,7 +72,7 @@ void tst_VersionPageHtml::the_texts_are_translated_in_the_context_of_the_manager
     translator.Add("LiveUpdateMgr", "What's new:", "Neues:");
     translator.Add("LiveUpdateMgr", "Version %1:", "Fassung %1:");
     QCoreApplication::installTranslator(&translator);
-    QCOMPARE(BuildVersionPageHtml(gNotes({"9.2", "<ol>a</ol>"})),
+    QCOMPARE(BuildVersionPageHtml(gNotesOf({"9.2", "<ol>a</ol>"})),
              QStringLiteral("<h4><b style=\"color:#D7D8DB\">Neu?</b><br></h4>"
                             "<h4><b style=\"color:#D7D8DB\">Neues:</b></h4>"
                             "<b style=\"color:#D7D8DB\">Fassung 9.2:</b>"

@@ -63,7 +63,7 @@ private:
 
 static const QString version = "9.1.0.0";
 
-static QByteArray gInstaller(quint64 seed = 1)
+static QByteArray gInstallerBytes(quint64 seed = 1)
 {
     return PeBuilder::WithFileVersion(version).Build() + gTestBytes(3000, seed);
 }
@@ -123,10 +123,10 @@ void tst_KeptInstaller::the_file_of_the_version_and_md5_is_found_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("an_executable") << "Corvina9.exe" << gInstaller();
+    QTest::newRow("an_executable") << "Corvina9.exe" << gInstallerBytes();
     QTest::newRow("a_script_with_a_version_line")
         << "Corvina9" << QByteArray("#!/bin/sh\n#FileVersion=9.1.0.0\nexit 0\n");
-    QTest::newRow("a_name_of_any_kind") << QString::fromUtf8("älter (1).bak") << gInstaller();
+    QTest::newRow("a_name_of_any_kind") << QString::fromUtf8("älter (1).bak") << gInstallerBytes();
 }
 
 void tst_KeptInstaller::the_file_of_the_version_and_md5_is_found()
@@ -154,13 +154,14 @@ void tst_KeptInstaller::there_is_none()
 {
     QFETCH(QString, name);
     if (!name.isEmpty()) {
-        QVERIFY(!Put(name, gInstaller()).isEmpty());
+        QVERIFY(!Put(name, gInstallerBytes()).isEmpty());
     }
-    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(gInstaller()), gProcessReports()).isEmpty());
+    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(gInstallerBytes()), gProcessReports())
+                .isEmpty());
     QCOMPARE(Log(), QStringList());
-    QVERIFY(
-        gFindKeptInstaller(m_rig->Path("missing"), version, gMd5(gInstaller()), gProcessReports())
-            .isEmpty());
+    QVERIFY(gFindKeptInstaller(m_rig->Path("missing"), version, gMd5(gInstallerBytes()),
+                               gProcessReports())
+                .isEmpty());
     QVERIFY(Reports().isEmpty());
 }
 
@@ -185,11 +186,12 @@ void tst_KeptInstaller::a_file_without_a_version_is_skipped()
 void tst_KeptInstaller::of_two_files_of_the_version_the_second_has_the_md5()
 {
     const QStringList paths = PutInOrder(2);
-    QVERIFY(gWriteFile(paths.at(0), gInstaller(1)) && gWriteFile(paths.at(1), gInstaller(2)));
-    const QString md5 = gMd5(gInstaller(2));
+    QVERIFY(gWriteFile(paths.at(0), gInstallerBytes(1)) &&
+            gWriteFile(paths.at(1), gInstallerBytes(2)));
+    const QString md5 = gMd5(gInstallerBytes(2));
     UpdateEventReport::GetInstance()->SetReportInfo(version, "9.2.0.0", "ins");
     QCOMPARE(gFindKeptInstaller(Folder(), version, md5, gProcessReports()), paths.at(1));
-    const QStringList expected{gVersionLine(version), gMd5Line(gMd5(gInstaller(1)), md5),
+    const QStringList expected{gVersionLine(version), gMd5Line(gMd5(gInstallerBytes(1)), md5),
                                failedLine, gVersionLine(version), gMd5Line(md5, md5)};
     QCOMPARE(Log(), expected);
     QCOMPARE(Reports(), QList<int>{-4});
@@ -201,8 +203,9 @@ void tst_KeptInstaller::of_two_files_of_the_version_the_second_has_the_md5()
 void tst_KeptInstaller::nothing_behind_the_match_is_looked_at()
 {
     const QStringList paths = PutInOrder(2);
-    QVERIFY(gWriteFile(paths.at(0), gInstaller(1)) && gWriteFile(paths.at(1), gInstaller(2)));
-    QCOMPARE(gFindKeptInstaller(Folder(), version, gMd5(gInstaller(1)), gProcessReports()),
+    QVERIFY(gWriteFile(paths.at(0), gInstallerBytes(1)) &&
+            gWriteFile(paths.at(1), gInstallerBytes(2)));
+    QCOMPARE(gFindKeptInstaller(Folder(), version, gMd5(gInstallerBytes(1)), gProcessReports()),
              paths.at(0));
     QCOMPARE(Log().size(), 2);
     QVERIFY(Reports().isEmpty());
@@ -212,7 +215,7 @@ void tst_KeptInstaller::every_file_of_the_version_with_another_md5_is_reported()
 {
     quint64 seed = 0;
     for (const QString &path : PutInOrder(3)) {
-        QVERIFY(gWriteFile(path, gInstaller(++seed)));
+        QVERIFY(gWriteFile(path, gInstallerBytes(++seed)));
     }
     QVERIFY(gFindKeptInstaller(Folder(), version, gMd5("other"), gProcessReports()).isEmpty());
     QCOMPARE(Log().count(failedLine), 3);
@@ -271,7 +274,7 @@ void tst_KeptInstaller::versions_differ()
 void tst_KeptInstaller::the_md5_never_matches_data()
 {
     QTest::addColumn<QString>("expected");
-    const QString md5 = gMd5(gInstaller());
+    const QString md5 = gMd5(gInstallerBytes());
     QTest::newRow("in_upper_case") << md5.toUpper();
     QTest::newRow("with_a_blank_in_front") << ' ' + md5;
     QTest::newRow("with_a_line_feed_behind") << md5 + '\n';
@@ -281,7 +284,7 @@ void tst_KeptInstaller::the_md5_never_matches_data()
 void tst_KeptInstaller::the_md5_never_matches()
 {
     QFETCH(QString, expected);
-    Put("Corvina9.exe", gInstaller());
+    Put("Corvina9.exe", gInstallerBytes());
     QVERIFY(gFindKeptInstaller(Folder(), version, expected, gProcessReports()).isEmpty());
     QCOMPARE(Log().count(failedLine), 1);
     QCOMPARE(Reports(), QList<int>{-4});

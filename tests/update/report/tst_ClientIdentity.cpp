@@ -44,16 +44,16 @@ static const QString secondPlace = "Halvard/TPX";
 static const QString guid = "{01234567-89AB-CDEF-0123-456789ABCDEF}";
 
 /// An identity with the given values as its sources.
-static ClientIdentity gIdentity(const QByteArray &address, const QByteArray &serial,
-                                const QByteArray &disk, const QString &newGuid = guid)
+static ClientIdentity gIdentityOf(const QByteArray &address, const QByteArray &serial,
+                                  const QByteArray &disk, const QString &newGuid = guid)
 {
     return ClientIdentity({[address] { return address; }, [serial] { return serial; },
                            [disk] { return disk; }, [newGuid] { return newGuid; }});
 }
 
-static ClientIdentity gFullIdentity()
+static ClientIdentity gIdentityWithAllSources()
 {
-    return gIdentity("00AABBCCDDEE", "0000ABCD", "AB-12 3");
+    return gIdentityOf("00AABBCCDDEE", "0000ABCD", "AB-12 3");
 }
 static const QString fullSign = "{0000ABCD-0000-000A-B123-00AABBCCDDEE}";
 
@@ -96,14 +96,14 @@ void tst_ClientIdentity::a_sign_is_made_of()
     QFETCH(QByteArray, address);
     QFETCH(QByteArray, serial);
     QFETCH(QByteArray, disk);
-    QTEST(gIdentity(address, serial, disk).MakeClientSign(), "sign");
-    QCOMPARE(gIdentity(address, serial, disk).MakeClientSign().size(), 38);
+    QTEST(gIdentityOf(address, serial, disk).MakeClientSign(), "sign");
+    QCOMPARE(gIdentityOf(address, serial, disk).MakeClientSign().size(), 38);
 }
 
 void tst_ClientIdentity::a_short_disk_identifier_is_padded_with_zeros_in_front()
 {
     // "AB123" behind seven zeros: the pieces 0000, 000A and B123.
-    QCOMPARE(gFullIdentity().MakeClientSign(), fullSign);
+    QCOMPARE(gIdentityWithAllSources().MakeClientSign(), fullSign);
 }
 
 void tst_ClientIdentity::the_guid_is_used_without_data()
@@ -122,12 +122,12 @@ void tst_ClientIdentity::the_guid_is_used_without()
 {
     QFETCH(QByteArray, address);
     QFETCH(QByteArray, serial);
-    QCOMPARE(gIdentity(address, serial, "123456789ABC").MakeClientSign(), guid);
+    QCOMPARE(gIdentityOf(address, serial, "123456789ABC").MakeClientSign(), guid);
 }
 
 void tst_ClientIdentity::without_any_source_the_sign_is_empty()
 {
-    const ClientIdentity identity = gIdentity({}, {}, {}, {});
+    const ClientIdentity identity = gIdentityOf({}, {}, {}, {});
     QVERIFY(identity.MakeClientSign().isEmpty());
     QVERIFY(identity.GetClientSign("Halvard").isEmpty());
 }
@@ -146,7 +146,7 @@ void tst_ClientIdentity::
 {
     SystemPlaces::PutSign(Owner::User, firstPlace, "user");
     SystemPlaces::PutSign(Owner::Machine, firstPlace, "first");
-    QCOMPARE(gFullIdentity().GetClientSign("Halvard"), QString("user"));
+    QCOMPARE(gIdentityWithAllSources().GetClientSign("Halvard"), QString("user"));
     QCOMPARE(SystemPlaces::Sign(Owner::Machine, firstPlace), QString("first"));
     QVERIFY(SystemPlaces::Sign(Owner::Machine, secondPlace).isEmpty());
 }
@@ -165,7 +165,7 @@ void tst_ClientIdentity::a_stored_sign_is_returned_as_it_is()
     QFETCH(Owner, owner);
     QFETCH(QString, place);
     SystemPlaces::PutSign(owner, place, "in lower case");
-    QCOMPARE(gFullIdentity().GetClientSign("Halvard"), QString("in lower case"));
+    QCOMPARE(gIdentityWithAllSources().GetClientSign("Halvard"), QString("in lower case"));
     int signs = 0;
     for (const QString &sign : {SystemPlaces::Sign(Owner::User, firstPlace),
                                 SystemPlaces::Sign(Owner::Machine, firstPlace),
@@ -177,7 +177,7 @@ void tst_ClientIdentity::a_stored_sign_is_returned_as_it_is()
 
 void tst_ClientIdentity::a_new_sign_is_stored_in_both_places_of_the_machine_and_not_in_the_users()
 {
-    QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
+    QCOMPARE(gIdentityWithAllSources().GetClientSign("Halvard"), fullSign);
     QCOMPARE(SystemPlaces::Sign(Owner::Machine, firstPlace), fullSign);
     QCOMPARE(SystemPlaces::Sign(Owner::Machine, secondPlace), fullSign);
     QVERIFY(SystemPlaces::Sign(Owner::User, firstPlace).isEmpty());
@@ -187,14 +187,14 @@ void tst_ClientIdentity::a_new_sign_is_stored_in_both_places_of_the_machine_and_
 void tst_ClientIdentity::an_empty_stored_sign_is_replaced()
 {
     SystemPlaces::PutSign(Owner::Machine, firstPlace, "");
-    QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
+    QCOMPARE(gIdentityWithAllSources().GetClientSign("Halvard"), fullSign);
     QCOMPARE(SystemPlaces::Sign(Owner::Machine, firstPlace), fullSign);
 }
 
 void tst_ClientIdentity::the_next_run_finds_the_sign()
 {
-    gFullIdentity().GetClientSign("Halvard");
-    const ClientIdentity other = gIdentity("FFFFFFFFFFFF", "FFFFFFFF", "other disk");
+    gIdentityWithAllSources().GetClientSign("Halvard");
+    const ClientIdentity other = gIdentityOf("FFFFFFFFFFFF", "FFFFFFFF", "other disk");
     QCOMPARE(other.GetClientSign("Halvard"), fullSign);
     QCOMPARE(other.ReadClientSign("Halvard"), fullSign);
     QVERIFY(other.ReadClientSign("Another").isEmpty());
@@ -203,17 +203,17 @@ void tst_ClientIdentity::the_next_run_finds_the_sign()
 void tst_ClientIdentity::a_sign_is_returned_though_it_cannot_be_stored()
 {
     SystemPlaces::BlockSignsOf("Halvard");
-    QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
-    QCOMPARE(gFullIdentity().GetClientSign("Halvard"), fullSign);
-    QVERIFY(gFullIdentity().ReadClientSign("Halvard").isEmpty());
+    QCOMPARE(gIdentityWithAllSources().GetClientSign("Halvard"), fullSign);
+    QCOMPARE(gIdentityWithAllSources().GetClientSign("Halvard"), fullSign);
+    QVERIFY(gIdentityWithAllSources().ReadClientSign("Halvard").isEmpty());
     QVERIFY(SystemPlaces::Sign(Owner::User, firstPlace).isEmpty());
 }
 
 void tst_ClientIdentity::a_guid_that_cannot_be_stored_is_another_one_in_the_next_run()
 {
     SystemPlaces::BlockSignsOf("Halvard");
-    QCOMPARE(gIdentity({}, {}, {}, "{1}").GetClientSign("Halvard"), QString("{1}"));
-    QCOMPARE(gIdentity({}, {}, {}, "{2}").GetClientSign("Halvard"), QString("{2}"));
+    QCOMPARE(gIdentityOf({}, {}, {}, "{1}").GetClientSign("Halvard"), QString("{1}"));
+    QCOMPARE(gIdentityOf({}, {}, {}, "{2}").GetClientSign("Halvard"), QString("{2}"));
 }
 
 QTEST_GUILESS_MAIN(tst_ClientIdentity)

@@ -27,7 +27,7 @@ private slots:
     void the_address_carries_the_text();
 };
 
-static EventRecord gRecord()
+static EventRecord gSampleRecord()
 {
     EventRecord record;
     record.pid = "1234";
@@ -40,7 +40,7 @@ static EventRecord gRecord()
     return record;
 }
 
-static QJsonObject gParsed(const EventRecord &record)
+static QJsonObject gParsedJson(const EventRecord &record)
 {
     return QJsonDocument::fromJson(gEventRecordJson(record)).object();
 }
@@ -49,7 +49,7 @@ void tst_EventRecord::the_text_is_exactly_this()
 {
     // The keys stand in the order of their names, whatever the order of the values above.
     QCOMPARE(
-        gEventRecordJson(gRecord()),
+        gEventRecordJson(gSampleRecord()),
         QByteArray(R"({"act":"result","category":"upgrade","dvalue":0,)"
                    R"("label":{"newver":"2.1.0","oldver":"2.0.0","pid":"1234","result":-3,)"
                    R"("type":"ins"},"modver":"4.0.0","ostime":1700000000,"pagepath":"",)"
@@ -77,16 +77,16 @@ void tst_EventRecord::blanks_are_deleted_inside_of_values_too_data()
 void tst_EventRecord::blanks_are_deleted_inside_of_values_too()
 {
     QFETCH(QString, value);
-    EventRecord record = gRecord();
+    EventRecord record = gSampleRecord();
     record.pid = record.oldVersion = record.newVersion = record.packageType = record.uid = value;
     const QByteArray json = gEventRecordJson(record);
     QVERIFY(!json.contains(' ') && !json.contains('\n'));
-    const QJsonObject label = gParsed(record).value("label").toObject();
+    const QJsonObject label = gParsedJson(record).value("label").toObject();
     QTEST(label.value("pid").toString(), "sent");
     QTEST(label.value("oldver").toString(), "sent");
     QTEST(label.value("newver").toString(), "sent");
     QTEST(label.value("type").toString(), "sent");
-    QTEST(gParsed(record).value("uid").toString(), "sent");
+    QTEST(gParsedJson(record).value("uid").toString(), "sent");
 }
 
 void tst_EventRecord::empty_strings_are_sent_as_empty_strings()
@@ -99,7 +99,7 @@ void tst_EventRecord::empty_strings_are_sent_as_empty_strings()
 
 void tst_EventRecord::numbers_are_integers_and_texts_are_texts()
 {
-    const QJsonObject record = gParsed(gRecord());
+    const QJsonObject record = gParsedJson(gSampleRecord());
     const QJsonObject label = record.value("label").toObject();
     for (const char *key : {"ostime", "dvalue"}) {
         QVERIFY2(record.value(QLatin1String(key)).isDouble(), key);
@@ -128,7 +128,7 @@ void tst_EventRecord::the_time_is_an_integer_of32_bits()
 {
     QFETCH(quint32, time);
     QFETCH(QByteArray, sent);
-    EventRecord record = gRecord();
+    EventRecord record = gSampleRecord();
     record.time = time;
     QVERIFY(gEventRecordJson(record).contains("\"ostime\":" + sent + ','));
 }
@@ -144,7 +144,7 @@ void tst_EventRecord::every_event_code_is_sent_as_it_is_data()
 void tst_EventRecord::every_event_code_is_sent_as_it_is()
 {
     QFETCH(int, code);
-    EventRecord record = gRecord();
+    EventRecord record = gSampleRecord();
     record.result = code;
     QVERIFY(gEventRecordJson(record).contains("\"result\":" + QByteArray::number(code) + ','));
 }
@@ -170,7 +170,7 @@ void tst_EventRecord::the_address_carries_the_text()
 {
     QFETCH(QString, version);
     QFETCH(QByteArray, encoded);
-    EventRecord record = gRecord();
+    EventRecord record = gSampleRecord();
     record.newVersion = version;
     const QByteArray json = gEventRecordJson(record);
     const QByteArray address = gEventRecordUrl("stats.example", json).toEncoded();
