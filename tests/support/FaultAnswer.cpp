@@ -2,7 +2,7 @@
 
 #include "tests/support/FaultAnswer.h"
 
-#include <QtEndian>
+#include "tests/support/GzipBytes.h"
 
 namespace
 {
@@ -23,50 +23,16 @@ std::optional<QPair<qint64, qint64>> gRange(const HttpRequest &request, qint64 s
     return QPair<qint64, qint64>(ends.value(0).toLongLong(),
                                  last.isEmpty() ? size - 1 : qMin(last.toLongLong(), size - 1));
 }
-
-quint32 gCrc32(const QByteArray &bytes)
-{
-    quint32 crc = 0xffffffffU;
-    for (const char byte : bytes) {
-        crc ^= static_cast<unsigned char>(byte);
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = (crc >> 1) ^ ((crc & 1U) != 0 ? 0xedb88320U : 0U);
-        }
-    }
-    return ~crc;
-}
-
-QByteArray gLittleEndian(quint32 number)
-{
-    QByteArray bytes(4, Qt::Uninitialized);
-    qToLittleEndian(number, bytes.data());
-    return bytes;
-}
-
-QByteArray gGzipped(const QByteArray &bytes)
-{
-    // Qt's own form: four bytes of its own, then the two of a zlib header, and four of a checksum.
-    const QByteArray deflated = qCompress(bytes).mid(6).chopped(4);
-    return QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\x03", 10) + deflated +
-           gLittleEndian(gCrc32(bytes)) + gLittleEndian(static_cast<quint32>(bytes.size()));
-}
 } // namespace
 
 FaultAnswer FaultAnswer::File(const QByteArray &file)
 {
-    FaultAnswer answer;
-    answer.m_file = file;
-    answer.m_type = "application/octet-stream";
-    return answer;
+    return FaultAnswer().With(&FaultAnswer::m_file, file).Type("application/octet-stream");
 }
 
 FaultAnswer FaultAnswer::Text(const QByteArray &text, const QByteArray &type)
 {
-    FaultAnswer answer;
-    answer.m_file = text;
-    answer.m_type = type;
-    answer.m_ranges = false;
-    return answer;
+    return File(text).Type(type).OverlookRange();
 }
 
 FaultAnswer FaultAnswer::Status(int status)
@@ -81,44 +47,32 @@ FaultAnswer FaultAnswer::Redirect(const QByteArray &location, int status)
 
 FaultAnswer FaultAnswer::Silence()
 {
-    FaultAnswer answer;
-    answer.m_end = FaultStep::Kind::Hold;
-    return answer;
+    return FaultAnswer().EndingAfter(-1, FaultStep::Kind::Hold);
 }
 
 FaultAnswer FaultAnswer::Closed()
 {
-    FaultAnswer answer;
-    answer.m_end = FaultStep::Kind::Close;
-    return answer;
+    return FaultAnswer().EndingAfter(-1, FaultStep::Kind::Close);
 }
 
 FaultAnswer FaultAnswer::WithReset()
 {
-    FaultAnswer answer;
-    answer.m_end = FaultStep::Kind::Reset;
-    return answer;
+    return FaultAnswer().EndingAfter(-1, FaultStep::Kind::Reset);
 }
 
 FaultAnswer FaultAnswer::Raw(const QByteArray &bytes)
 {
-    FaultAnswer answer = Closed();
-    answer.m_raw = bytes;
-    return answer;
+    return Closed().With(&FaultAnswer::m_raw, bytes);
 }
 
 FaultAnswer FaultAnswer::WithStatus(int status) const
 {
-    FaultAnswer answer = *this;
-    answer.m_status = status;
-    return answer;
+    return With(&FaultAnswer::m_status, status);
 }
 
 FaultAnswer FaultAnswer::Type(const QByteArray &type) const
 {
-    FaultAnswer answer = *this;
-    answer.m_type = type;
-    return answer;
+    return With(&FaultAnswer::m_type, type);
 }
 
 FaultAnswer FaultAnswer::Header(const QByteArray &name, const QByteArray &value) const
@@ -130,9 +84,7 @@ FaultAnswer FaultAnswer::Header(const QByteArray &name, const QByteArray &value)
 
 FaultAnswer FaultAnswer::ContentRange(const QByteArray &value) const
 {
-    FaultAnswer answer = *this;
-    answer.m_contentRange = value;
-    return answer;
+    return With(&FaultAnswer::m_contentRange, value);
 }
 
 FaultAnswer FaultAnswer::Length(const QByteArray &value) const
@@ -144,81 +96,57 @@ FaultAnswer FaultAnswer::Length(const QByteArray &value) const
 
 FaultAnswer FaultAnswer::NoLength() const
 {
-    FaultAnswer answer = *this;
-    answer.m_length = false;
-    return answer;
+    return With(&FaultAnswer::m_length, false);
 }
 
 FaultAnswer FaultAnswer::HeaderFlood(int bytes) const
 {
-    FaultAnswer answer = *this;
-    answer.m_headerFlood = bytes;
-    return answer;
+    return With(&FaultAnswer::m_headerFlood, bytes);
 }
 
 FaultAnswer FaultAnswer::OverlookRange() const
 {
-    FaultAnswer answer = *this;
-    answer.m_ranges = false;
-    return answer;
+    return With(&FaultAnswer::m_ranges, false);
 }
 
 FaultAnswer FaultAnswer::Shifted(qint64 bytes) const
 {
-    FaultAnswer answer = *this;
-    answer.m_shift = bytes;
-    return answer;
+    return With(&FaultAnswer::m_shift, bytes);
 }
 
 FaultAnswer FaultAnswer::Body(const QByteArray &bytes) const
 {
-    FaultAnswer answer = *this;
-    answer.m_body = bytes;
-    return answer;
+    return With(&FaultAnswer::m_body, bytes);
 }
 
 FaultAnswer FaultAnswer::Longer(int bytes) const
 {
-    FaultAnswer answer = *this;
-    answer.m_surplus = bytes;
-    return answer;
+    return With(&FaultAnswer::m_surplus, bytes);
 }
 
 FaultAnswer FaultAnswer::Gzip() const
 {
-    FaultAnswer answer = Header("Content-Encoding", "gzip");
-    answer.m_gzip = true;
-    return answer;
+    return Header("Content-Encoding", "gzip").With(&FaultAnswer::m_gzip, true);
 }
 
 FaultAnswer FaultAnswer::BodyToHead() const
 {
-    FaultAnswer answer = *this;
-    answer.m_bodyToHead = true;
-    return answer;
+    return With(&FaultAnswer::m_bodyToHead, true);
 }
 
 FaultAnswer FaultAnswer::FirstByteAfter(int ms) const
 {
-    FaultAnswer answer = *this;
-    answer.m_firstByteMs = ms;
-    return answer;
+    return With(&FaultAnswer::m_firstByteMs, ms);
 }
 
 FaultAnswer FaultAnswer::Pieces(int size, int pauseMs) const
 {
-    FaultAnswer answer = *this;
-    answer.m_pieceSize = size;
-    answer.m_piecePauseMs = pauseMs;
-    return answer;
+    return With(&FaultAnswer::m_pieceSize, size).With(&FaultAnswer::m_piecePauseMs, pauseMs);
 }
 
 FaultAnswer FaultAnswer::PauseAfter(qint64 bytes, int ms) const
 {
-    FaultAnswer answer = *this;
-    answer.m_pauseAfter = bytes;
-    answer.m_pauseMs = ms;
-    return answer;
+    return With(&FaultAnswer::m_pauseAfter, bytes).With(&FaultAnswer::m_pauseMs, ms);
 }
 
 FaultAnswer FaultAnswer::CutAfter(qint64 bytes) const
@@ -238,17 +166,12 @@ FaultAnswer FaultAnswer::StallAfter(qint64 bytes) const
 
 FaultAnswer FaultAnswer::EndingAfter(qint64 bytes, FaultStep::Kind kind) const
 {
-    FaultAnswer answer = *this;
-    answer.m_endAfter = bytes;
-    answer.m_end = kind;
-    return answer;
+    return With(&FaultAnswer::m_endAfter, bytes).With(&FaultAnswer::m_end, kind);
 }
 
 FaultAnswer FaultAnswer::Endless() const
 {
-    FaultAnswer answer = *this;
-    answer.m_endless = true;
-    return answer;
+    return With(&FaultAnswer::m_endless, true);
 }
 
 // --- On the wire ---------------------------------------------------------------------------------

@@ -11,7 +11,7 @@
 
 #include <optional>
 
-/// An answer of the fault server: an honest one, and what is changed about it.
+/// An answer of the test server: an honest one, and what is changed about it.
 ///
 ///     FaultAnswer::File(package).CutAfter(700)
 ///     FaultAnswer::File(package).Pieces(1, 1000)
@@ -91,6 +91,14 @@ private:
     QByteArray Head(const Content &content) const;
     void AppendBody(QList<FaultStep> &steps, const QByteArray &body) const;
     FaultAnswer EndingAfter(qint64 bytes, FaultStep::Kind kind) const;
+    /// This answer with another @p value of @p member.
+    template<typename Member, typename Value>
+    FaultAnswer With(Member FaultAnswer::*member, const Value &value) const
+    {
+        FaultAnswer answer = *this;
+        answer.*member = value;
+        return answer;
+    }
 
     QByteArray m_file;
     QByteArray m_raw;

@@ -10,10 +10,13 @@ FaultRule &FaultScript::When(const QByteArray &method, const QByteArray &path)
     return m_rules.last();
 }
 
-FaultAnswer FaultScript::Next(const HttpRequest &request)
+std::optional<FaultAnswer> FaultScript::Next(const HttpRequest &request)
 {
     const auto rule =
         std::find_if(m_rules.rbegin(), m_rules.rend(),
                      [&request](const FaultRule &candidate) { return candidate.Fits(request); });
-    return rule == m_rules.rend() ? FaultAnswer::Status(404) : rule->Next();
+    if (rule == m_rules.rend()) {
+        return std::nullopt;
+    }
+    return rule->Next();
 }

@@ -7,14 +7,17 @@
 #include <QByteArray>
 #include <QList>
 
-/// What a fault server answers. A later rule goes before an earlier one, so that a script first says
-/// what is in order and then what is not; a request that no rule fits gets 404.
+#include <optional>
+
+/// What a test server answers. A later rule goes before an earlier one, so that a script first says
+/// what is in order and then what is not.
 class FaultScript
 {
 public:
     FaultRule &When(const QByteArray &method, const QByteArray &path);
 
-    FaultAnswer Next(const HttpRequest &request);
+    /// The next answer to @p request; nothing when no rule fits it.
+    std::optional<FaultAnswer> Next(const HttpRequest &request);
 
 private:
     QList<FaultRule> m_rules;

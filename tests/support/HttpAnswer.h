@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "tests/support/FaultAnswer.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QPair>
@@ -41,6 +43,8 @@ struct HttpAnswer {
     int chunkPauseMs = 0;
     Fault fault = Fault::None;
     qint64 faultAfter = 0;
+
+    FaultAnswer AsFaultAnswer() const;
 
     static HttpAnswer Body(const QByteArray &body)
     {

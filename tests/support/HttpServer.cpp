@@ -3,13 +3,19 @@
 #include "tests/support/HttpServer.h"
 
 #include "tests/support/HttpConnection.h"
-#include "tests/support/Listener.h"
+#include "tests/support/TestCertificates.h"
+#include "tests/support/TlsListener.h"
 
 #include <QMutexLocker>
 #include <QTcpSocket>
 
 HttpServer::HttpServer()
     : HttpServer(std::make_unique<Listener>())
+{
+}
+
+HttpServer::HttpServer(const TestCertificates &certificates)
+    : HttpServer(std::make_unique<TlsListener>(certificates.Server(), certificates.ServerKey()))
 {
 }
 
@@ -51,7 +57,13 @@ QString HttpServer::Address(const QString &path) const
 void HttpServer::Serve(const QByteArray &path, const HttpAnswer &answer, const QByteArray &method)
 {
     const QMutexLocker lock(&m_mutex);
-    m_answers.insert(method + path, answer);
+    m_answers.insert(method + path, answer.AsFaultAnswer());
+}
+
+void HttpServer::Play(const FaultScript &script)
+{
+    const QMutexLocker lock(&m_mutex);
+    m_script = script;
 }
 
 QList<HttpRequest> HttpServer::Requests(const QByteArray &method) const
@@ -72,16 +84,17 @@ void HttpServer::ForgetRequests()
     m_requests.clear();
 }
 
-HttpAnswer HttpServer::Receive(const HttpRequest &request)
+QList<FaultStep> HttpServer::Receive(const HttpRequest &request)
 {
     const QMutexLocker lock(&m_mutex);
     m_requests.append(request);
-    const QByteArray path = request.Path();
-    const auto ofMethod = m_answers.constFind(request.method + path);
-    if (ofMethod != m_answers.constEnd()) {
-        return *ofMethod;
+    auto answer = m_script.Next(request);
+    if (!answer.has_value()) {
+        const QByteArray path = request.Path();
+        const FaultAnswer ofAll = m_answers.value(path, FaultAnswer::Status(404));
+        answer = m_answers.value(request.method + path, ofAll);
     }
-    return m_answers.value(path, HttpAnswer::Status(404));
+    return answer->StepsFor(request);
 }
 
 void HttpServer::Accept()

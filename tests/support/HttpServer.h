@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "tests/support/FaultScript.h"
 #include "tests/support/HttpAnswer.h"
 #include "tests/support/HttpRequest.h"
 
@@ -16,20 +17,21 @@
 #include <memory>
 
 class Listener;
+class TestCertificates;
 
-/// A small HTTP/1.1 server on a free port of 127.0.0.1, with a scripted answer for each path. A
-/// path without one gives 404.
+/// A small HTTP/1.1 server on a free port of 127.0.0.1. It gives what a test has set with `Serve`
+/// for a path, or what a script of `Play` says for a request; without either it gives 404. A script
+/// goes before what was set with `Serve`.
 ///
 /// Thread:    it runs on a thread of its own, so that it answers while the test's thread is
-/// blocked.
-///            All functions may be called from any thread.
+///            blocked. All functions may be called from any thread.
 /// Ownership: created by a test; the destructor closes every connection and joins the thread.
 class HttpServer
 {
 public:
     HttpServer();
-    /// A server behind @p listener, for example one that encrypts.
-    explicit HttpServer(std::unique_ptr<Listener> listener);
+    /// An encrypted one, which shows the certificate of @p certificates.
+    explicit HttpServer(const TestCertificates &certificates);
     ~HttpServer();
     HttpServer(const HttpServer &) = delete;
     HttpServer &operator=(const HttpServer &) = delete;
@@ -43,6 +45,8 @@ public:
     /// Sets what @p path answers from now on; an answer for one @p method goes before one for all.
     void Serve(const QByteArray &path, const HttpAnswer &answer,
                const QByteArray &method = QByteArray());
+    /// From now on this script holds. Answers that have begun go on.
+    void Play(const FaultScript &script);
 
     /// Every request so far, in the order of arrival; of one method, or of all.
     QList<HttpRequest> Requests(const QByteArray &method = QByteArray()) const;
@@ -52,14 +56,17 @@ public:
     /// All connections so far, those that brought no request included.
     int Connections() const { return m_connections; }
 
-    /// For the connections: files @p request and gives the answer to it.
-    HttpAnswer Receive(const HttpRequest &request);
+    /// For the connections: files @p request and gives the steps of the answer to it.
+    QList<FaultStep> Receive(const HttpRequest &request);
 
 private:
+    explicit HttpServer(std::unique_ptr<Listener> listener);
     void Accept();
 
     mutable QMutex m_mutex;
-    QHash<QByteArray, HttpAnswer> m_answers;
+    /// By method and path, or by the path alone.
+    QHash<QByteArray, FaultAnswer> m_answers;
+    FaultScript m_script;
     QList<HttpRequest> m_requests;
     std::atomic<int> m_openConnections{0};
     std::atomic<int> m_connections{0};

@@ -2,8 +2,6 @@
 
 #include "tests/support/StatisticsServer.h"
 
-#include "tests/support/TlsListener.h"
-
 #include <QJsonDocument>
 
 namespace
@@ -16,7 +14,7 @@ QJsonObject gRecord(const HttpRequest &request)
 } // namespace
 
 StatisticsServer::StatisticsServer(const TestCertificates &certificates)
-    : m_server(std::make_unique<TlsListener>(certificates.Server(), certificates.ServerKey()))
+    : m_server(certificates)
 {
     Answer(HttpAnswer::Status(200));
 }

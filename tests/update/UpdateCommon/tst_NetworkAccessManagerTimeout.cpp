@@ -2,7 +2,6 @@
 
 #include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
 
-#include "tests/support/FaultServer.h"
 #include "tests/support/HttpServer.h"
 
 #include <QElapsedTimer>
@@ -99,7 +98,7 @@ void tst_NetworkAccessManagerTimeout::a_host_that_refuses_gives_nothing_before_t
 void tst_NetworkAccessManagerTimeout::
     a_body_without_an_end_gives_nothing_and_is_not_read_to_the_limit()
 {
-    FaultServer server;
+    HttpServer server;
     FaultScript script;
     script.When("GET", "/a").Answer(FaultAnswer::File(QByteArray(65536, 'x')).NoLength().Endless());
     server.Play(script);

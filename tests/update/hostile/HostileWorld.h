@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "tests/support/FaultServer.h"
+#include "tests/support/HttpServer.h"
 #include "tests/support/LogCapture.h"
 #include "tests/update/UpdateRig.h"
 
@@ -44,7 +44,7 @@ public:
     /// The requests of one range of the package, whole or what is left of it.
     static FaultRule &Range(FaultScript &script, int number);
 
-    FaultServer &Server() { return m_server; }
+    HttpServer &Server() { return m_server; }
     UpdateRig &Rig() { return m_rig; }
     const LogCapture &Log() const { return m_log; }
     /// What the module has logged and asked for, for the report of a failed test.
@@ -73,6 +73,6 @@ private:
 
     LogCapture m_log;
     UpdateRig m_rig;
-    FaultServer m_server;
+    HttpServer m_server;
     int m_boxes = 0;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "api/UpdateInit.h"
-#include "tests/support/FaultServer.h"
+#include "tests/support/HttpServer.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestCertificates.h"
 #include "tests/update/UpdateRig.h"
@@ -119,7 +119,7 @@ void tst_HostileCheck::an_answer()
     QFETCH(QString, page);
     QFETCH(QString, text);
     QFETCH(bool, needed);
-    FaultServer server;
+    HttpServer server;
     server.Play(gScript(answer));
     const LogCapture log;
     UpdateRig rig;
@@ -143,7 +143,7 @@ void tst_HostileCheck::an_answer()
 void tst_HostileCheck::a_certificate_of_an_unknown_authority()
 {
     const TestCertificates certificates;
-    FaultServer server(certificates);
+    HttpServer server(certificates);
     server.Play(gScript(FaultAnswer::Text(gManifest())));
     const LogCapture log;
     UpdateRig rig;

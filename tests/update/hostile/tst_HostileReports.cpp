@@ -37,7 +37,7 @@ void tst_HostileReports::FailADownload(HostileWorld &world)
 void tst_HostileReports::an_endpoint_of_an_unknown_authority()
 {
     const TestCertificates unknown;
-    FaultServer endpoint(unknown);
+    HttpServer endpoint(unknown);
     HostileWorld world;
     world.Rig().WriteSetting("StatisticsHost", endpoint.Host());
     FailADownload(world);
@@ -67,7 +67,7 @@ void tst_HostileReports::an_endpoint()
     QFETCH(int, limitMs);
     static const TestCertificates certificates;
     certificates.TrustAuthority();
-    FaultServer endpoint(certificates);
+    HttpServer endpoint(certificates);
     FaultScript script;
     script.When("GET", "/tallow/visit/").Answer(answer).Then(FaultAnswer::Status(200));
     endpoint.Play(script);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "api/UpdateInit.h"
-#include "tests/support/FaultServer.h"
+#include "tests/support/HttpServer.h"
 #include "tests/update/UpdateRig.h"
 
 #include <QElapsedTimer>
@@ -37,7 +37,7 @@ void tst_HostileSilentCheck::it_ends_in_time()
 {
     QFETCH(FaultAnswer, answer);
     QFETCH(QString, scheme);
-    FaultServer server;
+    HttpServer server;
     FaultScript script;
     script.When("GET", "/check").Answer(answer);
     server.Play(script);
@@ -54,7 +54,7 @@ void tst_HostileSilentCheck::it_ends_in_time()
 void tst_HostileSilentCheck::elements_nested_a_hundred_thousand_deep()
 {
     constexpr int depth = 100000;
-    FaultServer server;
+    HttpServer server;
     FaultScript script;
     script.When("GET", "/check")
         .Answer(FaultAnswer::Text(QByteArray("<a>").repeated(depth) +

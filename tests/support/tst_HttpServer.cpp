@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "tests/support/FaultServer.h"
+#include "tests/support/HttpServer.h"
 #include "tests/support/SystemTraits.h"
 #include "tests/support/TestBytes.h"
 
@@ -9,12 +9,15 @@
 #include <QTcpSocket>
 #include <QtTest>
 
-/// The server of the hostile cases does on the wire what its script says.
-class tst_FaultServer : public QObject
+#include <memory>
+
+/// The test server does on the wire what its script, or the answer for a path, says.
+class tst_HttpServer : public QObject
 {
     Q_OBJECT
 
 private slots:
+    void init() { m_server = std::make_unique<HttpServer>(); }
     void on_the_wire_data();
     void on_the_wire();
     void a_stalled_answer_stays_open();
@@ -23,22 +26,37 @@ private slots:
     void a_later_rule_goes_before_an_earlier_one();
     void answers_come_one_after_the_other();
     void one_connection_carries_several_requests();
+    void a_served_answer_on_the_wire_data();
+    void a_served_answer_on_the_wire();
+    void a_served_silence_stays_open();
+    void an_answer_for_a_method_goes_before_one_for_all();
+    void a_script_goes_before_a_served_answer();
 
 private:
-    void Serve(const FaultAnswer &answer)
+    void Play(const FaultAnswer &answer)
     {
         FaultScript script;
         script.When("GET", "/f").Answer(answer);
-        m_server.Play(script);
+        m_server->Play(script);
     }
     void Send(QTcpSocket &socket, const QByteArray &range = QByteArray())
     {
         if (socket.state() == QAbstractSocket::UnconnectedState) {
             socket.connectToHost("127.0.0.1",
-                                 static_cast<quint16>(QUrl(m_server.Address("/")).port()));
+                                 static_cast<quint16>(QUrl(m_server->Address("/")).port()));
         }
         socket.write("GET /f HTTP/1.1\r\n" +
                      (range.isEmpty() ? range : "Range: bytes=" + range + "\r\n") + "\r\n");
+    }
+    /// All that comes before the server closes the connection.
+    QByteArray Received(const QByteArray &range)
+    {
+        QTcpSocket socket;
+        const QSignalSpy ended(&socket, &QTcpSocket::disconnected);
+        Send(socket, range);
+        return QTest::qWaitFor([&ended] { return ended.count() == 1; })
+                   ? socket.readAll()
+                   : QByteArray("the connection stays open");
     }
     QByteArray Status(const QByteArray &range = QByteArray())
     {
@@ -48,14 +66,15 @@ private:
         return answered ? socket.readLine().split(' ').value(1) : QByteArray();
     }
 
-    FaultServer m_server;
+    std::unique_ptr<HttpServer> m_server;
 };
 
 Q_DECLARE_METATYPE(FaultAnswer)
+Q_DECLARE_METATYPE(HttpAnswer)
 
 static const QByteArray file = "0123456789";
 
-void tst_FaultServer::on_the_wire_data()
+void tst_HttpServer::on_the_wire_data()
 {
     QTest::addColumn<FaultAnswer>("answer");
     QTest::addColumn<QByteArray>("range");
@@ -102,96 +121,174 @@ void tst_FaultServer::on_the_wire_data()
     row("a_reset_within_the_body", honest.ResetAfter(4), "", ok + "Content-Length: 10\r\n\r\n0123");
 }
 
-void tst_FaultServer::on_the_wire()
+void tst_HttpServer::on_the_wire()
 {
     QFETCH(FaultAnswer, answer);
     QFETCH(QByteArray, range);
     QFETCH(QByteArray, expected);
-    Serve(answer);
-    QTcpSocket socket;
-    const QSignalSpy ended(&socket, &QTcpSocket::disconnected);
-    Send(socket, range);
-    QTRY_COMPARE(ended.count(), 1);
-    QCOMPARE(socket.readAll(), expected);
+    Play(answer);
+    QCOMPARE(Received(range), expected);
 }
 
-void tst_FaultServer::a_stalled_answer_stays_open()
+void tst_HttpServer::a_stalled_answer_stays_open()
 {
-    Serve(FaultAnswer::File(file).StallAfter(4));
+    Play(FaultAnswer::File(file).StallAfter(4));
     QTcpSocket socket;
     Send(socket);
     QTRY_VERIFY(socket.peek(1000).endsWith("0123"));
     QTest::qWait(50);
     QVERIFY(socket.peek(1000).endsWith("0123"));
     QCOMPARE(socket.state(), QAbstractSocket::ConnectedState);
-    QCOMPARE(m_server.OpenConnections(), 1);
+    QCOMPARE(m_server->OpenConnections(), 1);
     socket.abort();
-    QTRY_COMPARE(m_server.OpenConnections(), 0);
+    QTRY_COMPARE(m_server->OpenConnections(), 0);
 }
 
-void tst_FaultServer::an_endless_body_ends_with_the_client()
+void tst_HttpServer::an_endless_body_ends_with_the_client()
 {
     if (!gTellsOfEarlyResets()) {
         QSKIP("This system does not always tell a server that its client is gone.");
     }
-    Serve(FaultAnswer::File(QByteArray(65536, 'x')).NoLength().Endless());
+    Play(FaultAnswer::File(QByteArray(65536, 'x')).NoLength().Endless());
     QTcpSocket socket;
     Send(socket);
     QTRY_VERIFY(socket.bytesAvailable() > 1000000);
     socket.abort();
-    QTRY_COMPARE(m_server.OpenConnections(), 0);
+    QTRY_COMPARE(m_server->OpenConnections(), 0);
 }
 
-void tst_FaultServer::a_compressed_body_is_one()
+void tst_HttpServer::a_compressed_body_is_one()
 {
     const QByteArray bytes = gTestBytes(5000) + QByteArray(5000, '\0');
-    Serve(FaultAnswer::File(bytes).Gzip());
+    Play(FaultAnswer::File(bytes).Gzip());
     QNetworkAccessManager manager;
     const std::unique_ptr<QNetworkReply> reply(
-        manager.get(QNetworkRequest(QUrl(m_server.Address("/f")))));
+        manager.get(QNetworkRequest(QUrl(m_server->Address("/f")))));
     QTRY_VERIFY(reply->isFinished());
     QVERIFY(reply->readAll() == bytes);
 }
 
-void tst_FaultServer::a_later_rule_goes_before_an_earlier_one()
+void tst_HttpServer::a_later_rule_goes_before_an_earlier_one()
 {
     FaultScript script;
     script.When("GET", "/f").Answer(FaultAnswer::Status(201));
     script.When("GET", "/f").From(3, 5).Answer(FaultAnswer::Status(202));
     script.When("GET", "/f").WithoutRange().Answer(FaultAnswer::Status(203));
-    m_server.Play(script);
+    m_server->Play(script);
     QCOMPARE(Status("2-9"), QByteArray("201"));
     QCOMPARE(Status("3-9"), QByteArray("202"));
     QCOMPARE(Status("5-"), QByteArray("202"));
     QCOMPARE(Status("6-"), QByteArray("201"));
     QCOMPARE(Status(), QByteArray("203"));
-    m_server.Play({});
+    m_server->Play({});
     QCOMPARE(Status(), QByteArray("404"));
 }
 
-void tst_FaultServer::answers_come_one_after_the_other()
+void tst_HttpServer::answers_come_one_after_the_other()
 {
     FaultScript script;
     script.When("GET", "/f")
         .Answer(2, FaultAnswer::Status(201))
         .Then(FaultAnswer::Status(202))
         .Then(FaultAnswer::Status(203));
-    m_server.Play(script);
+    m_server->Play(script);
     for (const char *status : {"201", "201", "202", "203", "203"}) {
         QCOMPARE(Status(), QByteArray(status));
     }
 }
 
-void tst_FaultServer::one_connection_carries_several_requests()
+void tst_HttpServer::one_connection_carries_several_requests()
 {
-    Serve(FaultAnswer::File(file));
+    Play(FaultAnswer::File(file));
     QTcpSocket socket;
     Send(socket, "0-1");
     Send(socket, "8-9");
     QTRY_VERIFY(socket.peek(1000).endsWith("\r\n\r\n89"));
     QVERIFY(socket.readAll().contains("\r\n\r\n01HTTP/1.1 206"));
-    QCOMPARE(m_server.Requests().size() >= 2, true);
+    QCOMPARE(m_server->Requests().size() >= 2, true);
 }
 
-QTEST_MAIN(tst_FaultServer)
-#include "tst_FaultServer.moc"
+void tst_HttpServer::a_served_answer_on_the_wire_data()
+{
+    using Fault = HttpAnswer::Fault;
+    QTest::addColumn<HttpAnswer>("answer");
+    QTest::addColumn<QByteArray>("range");
+    QTest::addColumn<QByteArray>("expected");
+    const QByteArray type = "Content-Type: application/octet-stream\r\n";
+    const QByteArray ok = "HTTP/1.1 200 Scripted\r\n" + type;
+    const QByteArray rest = "HTTP/1.1 206 Scripted\r\n" + type +
+                            "Content-Range: bytes 7-9/10\r\nContent-Length: 3\r\n\r\n";
+    const HttpAnswer ends = HttpAnswer::Broken(file, Fault::CloseAfter, 99);
+    const auto row = [](const char *name, const HttpAnswer &answer, const char *range,
+                        const QByteArray &expected) {
+        QTest::newRow(name) << answer << QByteArray(range) << expected;
+    };
+    row("the_whole_body", ends, "", ok + "Content-Length: 10\r\n\r\n0123456789");
+    row("a_range", ends, "7-", rest + "789");
+    row("a_cut_within_a_range", HttpAnswer::Broken(file, Fault::CloseAfter, 2), "7-", rest + "78");
+    row("a_reset_within_a_range", HttpAnswer::Broken(file, Fault::ResetAfter, 2), "7-",
+        rest + "78");
+    row("a_close", HttpAnswer::Broken(file, Fault::CloseAtOnce), "", "");
+    row("a_reset", HttpAnswer::Broken(file, Fault::ResetAtOnce), "", "");
+    HttpAnswer answer = ends;
+    answer.chunkSize = 4;
+    answer.chunkPauseMs = 1;
+    answer.delayMs = 1;
+    row("a_body_in_pieces", answer, "", ok + "Content-Length: 10\r\n\r\n0123456789");
+    answer = ends;
+    answer.ranges = false;
+    row("a_range_overlooked", answer, "7-", ok + "Content-Length: 10\r\n\r\n0123456789");
+    answer = ends;
+    answer.announcedLength = 6000000000;
+    row("another_length", answer, "", ok + "Content-Length: 6000000000\r\n\r\n0123456789");
+    answer = HttpAnswer::Body(file);
+    answer.announceLength = false;
+    row("no_length", answer, "", ok + "Connection: close\r\n\r\n0123456789");
+    answer = HttpAnswer::Redirect("/g", 301);
+    answer.announceLength = false;
+    answer.contentType = "text/html";
+    row("a_redirect", answer, "7-",
+        "HTTP/1.1 301 Scripted\r\nContent-Type: text/html\r\nLocation: /g\r\n"
+        "Connection: close\r\n\r\n");
+}
+
+void tst_HttpServer::a_served_answer_on_the_wire()
+{
+    QFETCH(HttpAnswer, answer);
+    QFETCH(QByteArray, range);
+    QFETCH(QByteArray, expected);
+    m_server->Serve("/f", answer);
+    QCOMPARE(Received(range), expected);
+}
+
+void tst_HttpServer::a_served_silence_stays_open()
+{
+    m_server->Serve("/f", HttpAnswer::Broken(file, HttpAnswer::Fault::Silence));
+    QTcpSocket socket;
+    Send(socket);
+    QTRY_COMPARE(m_server->Requests().size(), 1);
+    QTest::qWait(50);
+    QCOMPARE(socket.bytesAvailable(), qint64(0));
+    QCOMPARE(socket.state(), QAbstractSocket::ConnectedState);
+}
+
+void tst_HttpServer::an_answer_for_a_method_goes_before_one_for_all()
+{
+    m_server->Serve("/f", HttpAnswer::Status(201), "GET");
+    m_server->Serve("/f", HttpAnswer::Status(202));
+    QCOMPARE(Status(), QByteArray("201"));
+    m_server->Serve("/f", HttpAnswer::Status(203), "GET");
+    QCOMPARE(Status(), QByteArray("203"));
+}
+
+void tst_HttpServer::a_script_goes_before_a_served_answer()
+{
+    m_server->Serve("/f", HttpAnswer::Status(201), "GET");
+    Play(FaultAnswer::Status(202));
+    QCOMPARE(Status(), QByteArray("202"));
+    m_server->Play({});
+    QCOMPARE(Status(), QByteArray("201"));
+}
+
+QTEST_MAIN(tst_HttpServer)
+#include "tst_HttpServer.moc"
