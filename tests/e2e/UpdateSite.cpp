@@ -2,7 +2,8 @@
 
 #include "tests/e2e/UpdateSite.h"
 
-#include <QCryptographicHash>
+#include "tests/support/Md5.h"
+
 #include <QDir>
 #include <QFile>
 #include <QSettings>
@@ -10,11 +11,6 @@
 namespace
 {
 const char resumeFile[] = "/CvBreakResumeDownLoad.ini";
-
-QString gMd5(const QByteArray &content)
-{
-    return QString::fromLatin1(QCryptographicHash::hash(content, QCryptographicHash::Md5).toHex());
-}
 } // namespace
 
 UpdateSite::UpdateSite(const QString &workingFolder)

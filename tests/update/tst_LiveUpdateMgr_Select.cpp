@@ -2,6 +2,7 @@
 
 #include "api/UpdateInit.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Md5.h"
 #include "tests/support/PatchProgram.h"
 #include "tests/support/StatisticsServer.h"
 #include "tests/support/TestBytes.h"
@@ -9,7 +10,6 @@
 #include "update/UpdateCommon/UpdateEventReport.h"
 #include "update/UpdateCommon/VersionInfo.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QtTest>
 
@@ -88,11 +88,6 @@ static const QString fullLine = "Start Download FullPackage";
 static QByteArray gInstallerBytes(quint64 seed = 1)
 {
     return "#!/bin/sh\n#FileVersion=9.1.0.0\nexit 0\n" + gTestBytes(2000, seed);
-}
-
-static QString gMd5(const QByteArray &bytes)
-{
-    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
 }
 
 static QString gMd5Line(const QString &local, const QString &expected)

@@ -2,7 +2,8 @@
 
 #include "tests/tools/quillon-publish/ReleaseDesk.h"
 
-#include <QCryptographicHash>
+#include "tests/support/Md5.h"
+
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
@@ -134,9 +135,8 @@ QMap<QString, QByteArray> ReleaseDesk::Files() const
     while (entries.hasNext()) {
         const QString path = entries.next();
         // A digest, because a failed comparison would print the content of two installers.
-        files.insert(path, entries.fileInfo().isDir()
-                               ? QByteArray("folder")
-                               : QCryptographicHash::hash(Read(path), QCryptographicHash::Md5));
+        files.insert(path, entries.fileInfo().isDir() ? QByteArray("folder")
+                                                      : gMd5(Read(path)).toLatin1());
     }
     return files;
 }

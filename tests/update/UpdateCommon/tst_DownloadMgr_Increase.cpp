@@ -3,6 +3,7 @@
 #include "api/UpdateInit.h"
 #include "platform/FileVersion.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Md5.h"
 #include "tests/support/PatchProgram.h"
 #include "tests/support/StandIn.h"
 #include "tests/support/StatisticsServer.h"
@@ -10,7 +11,6 @@
 #include "tests/update/UpdateRig.h"
 #include "update/base/DownloadState.h"
 
-#include <QCryptographicHash>
 #include <QtTest>
 
 /// A whole incremental package: the download, the patch, and the question. The installers are
@@ -54,11 +54,6 @@ private:
     }
     QString Kept() const { return m_rig->WorkingFolder() + "/Corvina9"; }
     QString Target() const { return m_rig->WorkingFolder() + "/increase.patch"; }
-    static QString Md5(const QByteArray &bytes)
-    {
-        return QString::fromLatin1(
-            QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
-    }
     void Offer(const QByteArray &oldInstaller, const QString &newMd5,
                const QByteArray &patchPath = "/files/increase.patch");
     /// Starts one range of the package without a manager.
@@ -114,7 +109,7 @@ void tst_DownloadMgr_Increase::Offer(const QByteArray &oldInstaller, const QStri
     m_rig->Offer("/files/setup.exe",
                  QString("<OldVerify_x64>%1</OldVerify_x64><IncreasePackage><Url_x64>%2</Url_x64>"
                          "<Verify_x64>%3</Verify_x64></IncreasePackage>")
-                     .arg(Md5(oldInstaller), m_rig->Server().Address(patchPath), newMd5));
+                     .arg(gMd5(oldInstaller), m_rig->Server().Address(patchPath), newMd5));
 }
 
 std::unique_ptr<DownloadMgr> tst_DownloadMgr_Increase::Start(const QString &md5)
@@ -143,7 +138,7 @@ std::unique_ptr<DownloadMgr> tst_DownloadMgr_Increase::Start(const QString &md5)
 void tst_DownloadMgr_Increase::the_kept_installer_becomes_the_new_one()
 {
     const PatchProgram program;
-    Offer(m_old, Md5(m_new));
+    Offer(m_old, gMd5(m_new));
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(m_rig->BoxSaid("Information",
@@ -165,7 +160,7 @@ void tst_DownloadMgr_Increase::yes_starts_the_new_installer()
 {
     const PatchProgram program;
     m_rig->SetAnswer(UpdateRig::Answer::Yes);
-    Offer(m_old, Md5(m_new));
+    Offer(m_old, gMd5(m_new));
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(gReadFile(Mark()), QByteArray("9.2.0.0"));
     const QStringList expected{"BeginInstall", "Close", "InstallStarted"};
@@ -176,7 +171,7 @@ void tst_DownloadMgr_Increase::yes_starts_the_new_installer()
 void tst_DownloadMgr_Increase::the_result_is_the_base_of_the_next_incremental_update()
 {
     const PatchProgram program;
-    Offer(m_old, Md5(m_new));
+    Offer(m_old, gMd5(m_new));
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(m_rig->Signals().count("Close"), 1);
 
@@ -185,7 +180,7 @@ void tst_DownloadMgr_Increase::the_result_is_the_base_of_the_next_incremental_up
                           HttpAnswer::Body(PatchProgram::MakePatch(m_new, next)));
     UpdateInit::SetUpdateVersion(FileVersionString(Kept()));
     m_rig->Build();
-    Offer(m_new, Md5(next), "/files/next.patch");
+    Offer(m_new, gMd5(next), "/files/next.patch");
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(m_rig->Boxes(), 2);
     QVERIFY(gReadFile(Kept()) == next);
@@ -201,7 +196,7 @@ void tst_DownloadMgr_Increase::the_question_comes_after_the_patch()
         boxes = m_rig->Boxes();
         inPlace = gReadFile(Kept());
     });
-    Offer(m_old, Md5(m_new));
+    Offer(m_old, gMd5(m_new));
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QCOMPARE(boxes, 0);
@@ -212,7 +207,7 @@ void tst_DownloadMgr_Increase::the_download_is_told_as_finished_after_the_patch(
 {
     const PatchProgram program;
     QByteArray inPlace;
-    const auto downloader = Start(Md5(m_new));
+    const auto downloader = Start(gMd5(m_new));
     connect(downloader.get(), &DownloadMgr::DownloadFinished, this,
             [&] { inPlace = gReadFile(Kept()); });
     const QStringList expected{"DownloadFinished", "BeginInstall", "CancelInstall", "Close"};
@@ -235,7 +230,7 @@ void tst_DownloadMgr_Increase::a_failed_patch_is_told_and_asks_nothing()
 {
     QFETCH(QByteArray, orders);
     const auto program = orders.isEmpty() ? nullptr : std::make_unique<PatchProgram>(orders);
-    const auto downloader = Start(Md5(m_new));
+    const auto downloader = Start(gMd5(m_new));
     QTRY_COMPARE(m_told, QStringList{"PatchIncreasePackageFaild"});
     QTEST(Reports(), "reports");
     QCOMPARE(m_told, QStringList{"PatchIncreasePackageFaild"});
@@ -249,7 +244,7 @@ void tst_DownloadMgr_Increase::an_upper_case_md5_of_the_manifest_is_a_failed_pat
 {
     const PatchProgram program;
     m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(gTestBytes(30000)));
-    Offer(m_old, Md5(m_new).toUpper());
+    Offer(m_old, gMd5(m_new).toUpper());
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QCOMPARE(gDownloadState().installerReady, m_rig->Installer());
@@ -268,7 +263,7 @@ void tst_DownloadMgr_Increase::a_result_that_the_disk_does_not_keep_is_a_failed_
         return file == result ? FlushResult::Failed : FlushResult::Flushed;
     };
     m_rig->Build();
-    Offer(m_old, Md5(m_new));
+    Offer(m_old, gMd5(m_new));
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(
         log.CountContaining("disk failure, " + result + " cannot be put on stable storage"), 1);
@@ -289,7 +284,7 @@ void tst_DownloadMgr_Increase::a_host_may_delete_the_dialog_when_the_patch_ends(
 {
     QFETCH(bool, isRight);
     const PatchProgram program;
-    Offer(m_old, isRight ? Md5(m_new) : Md5(m_old));
+    Offer(m_old, isRight ? gMd5(m_new) : gMd5(m_old));
     m_rig->Manager().UpdateNow();
     const QPointer<LiveUpdateMgr> manager = &m_rig->Manager();
     const auto destroy = [this] { m_rig->Destroy(); };
@@ -311,7 +306,7 @@ void tst_DownloadMgr_Increase::a_redirected_package_is_patched()
     const PatchProgram program;
     m_rig->Server().Serve(path, HttpAnswer::Redirect(m_rig->Server().Address("/moved").toLatin1()));
     m_rig->Server().Serve("/moved", HttpAnswer::Body(m_patch));
-    const auto downloader = Start(Md5(m_new));
+    const auto downloader = Start(gMd5(m_new));
     const QStringList expected{"DownloadFinished", "BeginInstall", "CancelInstall", "Close"};
     QTRY_COMPARE(m_told, expected);
     QVERIFY(gReadFile(Kept()) == m_new);
@@ -325,7 +320,7 @@ void tst_DownloadMgr_Increase::five_redirected_ranges_patch_once()
     m_rig->Server().Serve(path, HttpAnswer::Redirect(m_rig->Server().Address("/moved").toLatin1()));
     m_rig->Server().Serve(path, HttpAnswer::Body(m_patch), "HEAD");
     m_rig->Server().Serve("/moved", HttpAnswer::Body(m_patch));
-    Offer(m_old, Md5(m_new));
+    Offer(m_old, gMd5(m_new));
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(m_rig->Signals().count("Close"), 1);
     gSettleReports();
@@ -339,7 +334,7 @@ void tst_DownloadMgr_Increase::a_redirected_package_that_cannot_be_patched_is_to
 {
     m_rig->Server().Serve(path, HttpAnswer::Redirect(m_rig->Server().Address("/moved").toLatin1()));
     m_rig->Server().Serve("/moved", HttpAnswer::Body(m_patch));
-    const auto downloader = Start(Md5(m_new));
+    const auto downloader = Start(gMd5(m_new));
     QTRY_COMPARE(m_told, QStringList{"PatchIncreasePackageFaild"});
     gSettleReports();
     QCOMPARE(m_told, QStringList{"PatchIncreasePackageFaild"});
@@ -373,7 +368,7 @@ void tst_DownloadMgr_Increase::a_package_that_is_all_there_is_patched_at_once()
                         {size, size - 1}}});
     QVERIFY(gWriteFile(Target(), m_patch));
     m_rig->Build();
-    Offer(m_old, Md5(m_new));
+    Offer(m_old, gMd5(m_new));
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(gReadFile(Kept()) == m_new);
@@ -398,7 +393,7 @@ void tst_DownloadMgr_Increase::a_package_that_is_half_there_is_resumed()
     half.replace(int(3 * part), int(size - 3 * part), QByteArray(int(size - 3 * part), '\0'));
     QVERIFY(gWriteFile(Target(), half));
     m_rig->Build();
-    Offer(m_old, Md5(m_new));
+    Offer(m_old, gMd5(m_new));
     m_rig->Manager().UpdateNow();
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(gReadFile(Kept()) == m_new);

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/support/BsdiffWriter.h"
+#include "tests/support/Md5.h"
 #include "tests/support/PatchProgram.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/hostile/HostileWorld.h"
 
-#include <QCryptographicHash>
 #include <QtTest>
 
 #include <functional>
@@ -27,11 +27,6 @@ private:
     enum class Outcome { Patched, FullPackage, Told };
     using Spoil = std::function<void(FaultScript &)>;
 
-    static QString Md5(const QByteArray &bytes)
-    {
-        return QString::fromLatin1(
-            QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
-    }
     void Begin(HostileWorld &world, const Spoil &spoil, const QString &address);
     /// Serves @p patch in place of the true one.
     static Spoil Another(const QByteArray &patch)
@@ -66,7 +61,7 @@ void tst_HostileIncrement::Begin(HostileWorld &world, const Spoil &spoil, const 
     world.Offer(world.Server().Address("/files/setup.exe"),
                 QString("<OldVerify_x64>%1</OldVerify_x64><IncreasePackage><Url_x64>%2</Url_x64>"
                         "<Verify_x64>%3</Verify_x64></IncreasePackage>")
-                    .arg(Md5(m_old), address, Md5(m_new)));
+                    .arg(gMd5(m_old), address, gMd5(m_new)));
     world.PressUpdateNow();
 }
 

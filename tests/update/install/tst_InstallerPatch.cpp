@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/support/LogCapture.h"
+#include "tests/support/Md5.h"
 #include "tests/support/PatchProgram.h"
 #include "tests/support/RunningProcess.h"
 #include "tests/support/StatisticsServer.h"
@@ -9,7 +10,6 @@
 #include "update/base/DownloadState.h"
 #include "update/install/InstallerPatch.h"
 
-#include <QCryptographicHash>
 #include <QtTest>
 
 using namespace std::chrono_literals;
@@ -70,11 +70,6 @@ private:
     std::unique_ptr<StatisticsServer> m_statistics;
     std::unique_ptr<LogCapture> m_log;
 };
-
-static QString gMd5(const QByteArray &bytes)
-{
-    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
-}
 
 /// The script of a stand-in that copies the patch as the result.
 static const QByteArray copyPatch = "copy\t$3\t$2";

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/support/LogCapture.h"
+#include "tests/support/Md5.h"
 #include "tests/support/PeBuilder.h"
 #include "tests/support/StatisticsServer.h"
 #include "tests/support/TestBytes.h"
@@ -8,7 +9,6 @@
 #include "update/plan/KeptInstaller.h"
 #include "update/UpdateCommon/UpdateEventReport.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QtTest>
 
@@ -66,11 +66,6 @@ static const QString version = "9.1.0.0";
 static QByteArray gInstallerBytes(quint64 seed = 1)
 {
     return PeBuilder::WithFileVersion(version).Build() + gTestBytes(3000, seed);
-}
-
-static QString gMd5(const QByteArray &bytes)
-{
-    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
 }
 
 static QString gVersionLine(const QString &packVersion, const QString &currentVersion = version)
