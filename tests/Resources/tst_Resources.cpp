@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "api/QuillonInit.h"
+#include "tests/support/TestFiles.h"
 #include "ui/ImageButton.h"
 #include "ui/TitleBar.h"
 #include "update/UpdateCommon/HintDisplay.h"
@@ -24,12 +25,6 @@ const QString normalSheet = folder + QStringLiteral("Quillon.qss");
 const QString denseSheet = folder + QStringLiteral("Quillon_2x.qss");
 const QColor panelColour("#1C232A");
 
-QByteArray gBytesOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QString gImageOf(const char *state, const char *suffix = "")
 {
     return folder +
@@ -40,7 +35,7 @@ QString gImageOf(const char *state, const char *suffix = "")
 QStringList gRulesOf(const QString &sheet)
 {
     QStringList rules;
-    const QString text = QString::fromUtf8(gBytesOf(sheet)).remove(QChar(QChar::ByteOrderMark));
+    const QString text = QString::fromUtf8(gReadFile(sheet)).remove(QChar(QChar::ByteOrderMark));
     const auto blocks = text.split(QStringLiteral("\r\r"));
     for (const QString &block : blocks) {
         QString rule = block.trimmed();
@@ -121,7 +116,7 @@ void tst_Resources::every_file_is_embedded_as_it_is_for_all_locales()
         const QResource resource(folder + name, QLocale(QLocale::German));
         QVERIFY(resource.isValid());
         QCOMPARE(resource.compressionAlgorithm(), QResource::NoCompression);
-        QCOMPARE(gBytesOf(folder + name), gBytesOf(QStringLiteral(RESOURCES_SOURCE "/") + name));
+        QCOMPARE(gReadFile(folder + name), gReadFile(QStringLiteral(RESOURCES_SOURCE "/") + name));
     }
 }
 
@@ -145,7 +140,7 @@ void tst_Resources::images_have_their_size_and_eight_bits_per_channel_with_alpha
 void tst_Resources::images_have_their_size_and_eight_bits_per_channel_with_alpha()
 {
     QFETCH(quint32, side);
-    const QByteArray png = gBytesOf(folder + QString::fromLatin1(QTest::currentDataTag()));
+    const QByteArray png = gReadFile(folder + QString::fromLatin1(QTest::currentDataTag()));
     QCOMPARE(png.mid(1, 3), QByteArray("PNG"));
     QCOMPARE(png.mid(12, 4), QByteArray("IHDR"));
     QCOMPARE(qFromBigEndian<quint32>(png.constData() + 16), side);
@@ -197,7 +192,7 @@ void tst_Resources::a_sheet_has_a_byte_order_mark_single_carriage_returns_and_ta
 void tst_Resources::a_sheet_has_a_byte_order_mark_single_carriage_returns_and_tabs()
 {
     QFETCH(QString, sheet);
-    const QByteArray bytes = gBytesOf(sheet);
+    const QByteArray bytes = gReadFile(sheet);
     QVERIFY(bytes.startsWith("\xef\xbb\xbf"));
     QCOMPARE(bytes.count('\n'), 0);
     QVERIFY(bytes.count('\r') > 100);
@@ -245,9 +240,9 @@ void tst_Resources::the_sheet_has_these_rules_in_this_order()
 
 void tst_Resources::the_dense_sheet_differs_in_the_close_button_only()
 {
-    QByteArray wanted = gBytesOf(normalSheet);
+    QByteArray wanted = gReadFile(normalSheet);
     wanted.replace("background-image:", "border-image:").replace(".png)", "_2x.png)");
-    QCOMPARE(gBytesOf(denseSheet), wanted);
+    QCOMPARE(gReadFile(denseSheet), wanted);
 }
 
 void tst_Resources::every_image_that_a_sheet_names_is_there_data()
@@ -259,7 +254,7 @@ void tst_Resources::every_image_that_a_sheet_names_is_there()
 {
     QFETCH(QString, sheet);
     const QRegularExpression url(QStringLiteral("url\\(([^)]*)\\)"));
-    auto match = url.globalMatch(QString::fromUtf8(gBytesOf(sheet)));
+    auto match = url.globalMatch(QString::fromUtf8(gReadFile(sheet)));
     int count = 0;
     for (; match.hasNext(); ++count) {
         QVERIFY(QFile::exists(match.next().captured(1)));

@@ -4,8 +4,8 @@
 
 #include "tests/support/Md5.h"
 #include "tests/support/TestBytes.h"
+#include "tests/support/TestFiles.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -30,11 +30,11 @@ private:
 
 QString tst_FileDigest::Write(const QByteArray &content)
 {
-    QFile file(m_directory.filePath("file"));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+    const QString path = m_directory.filePath("file");
+    if (!gWriteFile(path, content)) {
         qFatal("The test cannot write its file.");
     }
-    return file.fileName();
+    return path;
 }
 
 void tst_FileDigest::the_digest_is_that_of_the_published_test_values_data()

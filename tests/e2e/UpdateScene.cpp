@@ -4,6 +4,7 @@
 
 #include "tests/e2e/Nginx.h"
 #include "tests/e2e/QuillonServe.h"
+#include "tests/support/TestFiles.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -78,9 +79,7 @@ bool UpdateScene::InstallerHasRun(const QString &version) const
     constexpr int limitMs = 20000;
     const QByteArray expected = "Corvina " + version.toLatin1() + " installed: payload of ";
     return QTest::qWaitFor(
-        [&] {
-            return UpdateSite::Read(site.Home() + QStringLiteral("/installed")).contains(expected);
-        },
+        [&] { return gReadFile(site.Home() + QStringLiteral("/installed")).contains(expected); },
         limitMs);
 }
 
@@ -123,5 +122,5 @@ QByteArray UpdateScene::MakeInstaller(const QString &version, int megabytes)
     QProcess make;
     make.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     make.start(QStringLiteral(MAKE_INSTALLER), {version, QString::number(megabytes), path});
-    return make.waitForFinished() ? UpdateSite::Read(path) : QByteArray();
+    return make.waitForFinished() ? gReadFile(path) : QByteArray();
 }

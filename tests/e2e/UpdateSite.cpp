@@ -3,9 +3,9 @@
 #include "tests/e2e/UpdateSite.h"
 
 #include "tests/support/Md5.h"
+#include "tests/support/TestFiles.h"
 
 #include <QDir>
-#include <QFile>
 #include <QSettings>
 
 namespace
@@ -35,7 +35,7 @@ QString UpdateSite::Home() const
 
 bool UpdateSite::Publish(const QString &name, const QByteArray &content) const
 {
-    return Write(Folder() + QStringLiteral("/packages/") + name, content);
+    return gWriteFile(Folder() + QStringLiteral("/packages/") + name, content);
 }
 
 bool UpdateSite::WriteManifest(const QString &url) const
@@ -46,7 +46,7 @@ bool UpdateSite::WriteManifest(const QString &url) const
             "<Text><![CDATA[<li>Faster export</li><li>Fewer stalls</li>]]></Text></Item>"
             "</WhatNews></Update>")
             .arg(url);
-    return Write(Folder() + QStringLiteral("/manifest.xml"), manifest.toUtf8());
+    return gWriteFile(Folder() + QStringLiteral("/manifest.xml"), manifest.toUtf8());
 }
 
 QString UpdateSite::PatchName()
@@ -71,7 +71,8 @@ bool UpdateSite::PublishPatch(const QString &baseUrl, const QString &oldVersion,
                  baseUrl + QStringLiteral("/packages/") + PatchName(),
                  QString::number(patch.size()), newVersion);
     return Publish(PatchName(), patch) &&
-           Write(Folder() + QStringLiteral("/manifests/%1.xml").arg(oldVersion), manifest.toUtf8());
+           gWriteFile(Folder() + QStringLiteral("/manifests/%1.xml").arg(oldVersion),
+                      manifest.toUtf8());
 }
 
 int UpdateSite::ResumeValue(const QString &group, const QString &key) const
@@ -92,16 +93,4 @@ void UpdateSite::WriteResumeState(int size, int already, const QList<QPair<int, 
         settings.setValue(QStringLiteral("DownLoad_Tasks/End_Byte%1").arg(index + 1),
                           ranges.at(index).second);
     }
-}
-
-QByteArray UpdateSite::Read(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool UpdateSite::Write(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
 }

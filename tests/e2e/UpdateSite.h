@@ -39,9 +39,6 @@ public:
     /// Writes a resume state for a package of @p size bytes.
     void WriteResumeState(int size, int already, const QList<QPair<int, int>> &ranges) const;
 
-    static QByteArray Read(const QString &path);
-    static bool Write(const QString &path, const QByteArray &content);
-
 private:
     QTemporaryDir m_folder;
     QString m_workingFolder;

@@ -3,6 +3,7 @@
 #include "tests/e2e/ServerTestMain.h"
 #include "tests/e2e/UpdateScene.h"
 #include "tests/support/TestBytes.h"
+#include "tests/support/TestFiles.h"
 
 #include <QFileInfo>
 #include <QSettings>
@@ -100,7 +101,7 @@ void tst_FullUpdate::a_fresh_update_runs_the_installer_that_it_downloaded()
     QVERIFY(m_scene->PublishInstaller(m_installer));
     RunAndAnswer(QStringLiteral("yes"));
 
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), m_installer);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), m_installer);
     QVERIFY(!QFileInfo::exists(m_scene->TargetPath()));
     QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
     const int segment = m_installer.size() / rangeCount;
@@ -138,7 +139,7 @@ void tst_FullUpdate::a_killed_download_continues_where_its_state_stood()
     QVERIFY(m_scene->demo->WaitForBytes(m_installer.size() / 2));
     m_scene->demo->Kill();
 
-    const QByteArray target = UpdateSite::Read(m_scene->TargetPath());
+    const QByteArray target = gReadFile(m_scene->TargetPath());
     QCOMPARE(target.size(), m_installer.size());
     const int segment = m_installer.size() / rangeCount;
     int counted = 0;
@@ -164,7 +165,7 @@ void tst_FullUpdate::a_killed_download_continues_where_its_state_stood()
     QVERIFY(m_scene->PublishInstaller(m_installer));
     RunAndAnswer(QStringLiteral("yes"));
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()), expected);
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), m_installer);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), m_installer);
     QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
 }
 
@@ -177,7 +178,7 @@ void tst_FullUpdate::ranges_that_are_complete_are_not_asked_for_again()
     for (const int first : {0, 400000}) {
         partial.replace(first, 200000, content.mid(first, 200000));
     }
-    QVERIFY(UpdateSite::Write(m_scene->TargetPath(), partial));
+    QVERIFY(gWriteFile(m_scene->TargetPath(), partial));
     m_scene->site.WriteResumeState(content.size(), 400000,
                                    {{200000, 199999},
                                     {200000, 399999},
@@ -189,7 +190,7 @@ void tst_FullUpdate::ranges_that_are_complete_are_not_asked_for_again()
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()),
              gSorted({QStringLiteral("bytes=200000-399999"), QStringLiteral("bytes=600000-799999"),
                       QStringLiteral("bytes=800000-")}));
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), content);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), content);
     const QList<QJsonObject> progress = m_scene->demo->Events(QStringLiteral("progress"));
     QCOMPARE(progress.last().value(QLatin1String("value")).toInt(), content.size());
 }
@@ -208,7 +209,7 @@ void tst_FullUpdate::a_deleted_target_starts_from_the_beginning()
     RunAndAnswer(QStringLiteral("cancel"));
 
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()).size(), rangeCount);
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), content);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), content);
 }
 
 void tst_FullUpdate::everything_downloaded_but_not_in_place_is_put_in_place()
@@ -216,7 +217,7 @@ void tst_FullUpdate::everything_downloaded_but_not_in_place_is_put_in_place()
     const QByteArray content = gTestBytes(1000003);
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(content));
-    QVERIFY(UpdateSite::Write(m_scene->TargetPath(), content));
+    QVERIFY(gWriteFile(m_scene->TargetPath(), content));
     m_scene->site.WriteResumeState(content.size(), content.size(),
                                    {{200000, 199999},
                                     {400000, 399999},
@@ -226,7 +227,7 @@ void tst_FullUpdate::everything_downloaded_but_not_in_place_is_put_in_place()
     RunAndAnswer(QStringLiteral("cancel"));
 
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()), QStringList());
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), content);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), content);
 }
 
 void tst_FullUpdate::two_redirects_lead_to_the_package()
@@ -238,7 +239,7 @@ void tst_FullUpdate::two_redirects_lead_to_the_package()
         m_scene->PackageUrl(UpdateScene::InstallerName(), QStringLiteral("/redirect/redirect"))));
     RunAndAnswer(QStringLiteral("cancel"));
 
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), content);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), content);
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()).size(), rangeCount);
 }
 
@@ -276,7 +277,7 @@ void tst_FullUpdate::a_package_of_fewer_than_five_bytes_arrives()
     QVERIFY(m_scene->PublishInstaller("abc"));
     RunAndAnswer(QStringLiteral("cancel"));
 
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), QByteArray("abc"));
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), QByteArray("abc"));
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()),
              QStringList{QStringLiteral("bytes=0-")});
 }
@@ -284,7 +285,7 @@ void tst_FullUpdate::a_package_of_fewer_than_five_bytes_arrives()
 void tst_FullUpdate::a_kept_installer_is_started_on_yes_without_any_request()
 {
     QVERIFY(m_scene->StartServer());
-    QVERIFY(UpdateSite::Write(m_scene->InstalledPath(), m_installer));
+    QVERIFY(gWriteFile(m_scene->InstalledPath(), m_installer));
     QSettings(m_scene->site.Home() + QStringLiteral("/Corvina.ini"), QSettings::IniFormat)
         .setValue(QStringLiteral("Quillon/SetupFile"), m_scene->InstalledPath());
     RunAndAnswer(QStringLiteral("yes"));
@@ -301,7 +302,7 @@ void tst_FullUpdate::a_kept_installer_is_started_on_yes_without_any_request()
 void tst_FullUpdate::a_kept_installer_stays_kept_on_cancel()
 {
     QVERIFY(m_scene->StartServer());
-    QVERIFY(UpdateSite::Write(m_scene->InstalledPath(), m_installer));
+    QVERIFY(gWriteFile(m_scene->InstalledPath(), m_installer));
     const QString settings = m_scene->site.Home() + QStringLiteral("/Corvina.ini");
     QSettings(settings, QSettings::IniFormat)
         .setValue(QStringLiteral("Quillon/SetupFile"), m_scene->InstalledPath());
@@ -352,7 +353,7 @@ void tst_FullUpdate::closing_a_download_gives_five_close_and_the_next_run_contin
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(m_installer));
     RunAndAnswer(QStringLiteral("yes"));
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), m_installer);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), m_installer);
     QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
 }
 
@@ -386,7 +387,7 @@ void tst_FullUpdate::a_second_process_leaves_the_download_of_the_first_alone()
     QVERIFY(QFileInfo::exists(m_scene->TargetPath()));
 
     QCOMPARE(m_scene->demo->WaitForEnd(), 0);
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), m_installer);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), m_installer);
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()).size(), rangeCount);
 }
 

@@ -2,6 +2,7 @@
 
 #include "tests/e2e/ServerTestMain.h"
 #include "tests/e2e/UpdateScene.h"
+#include "tests/support/TestFiles.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -21,11 +22,11 @@ QByteArray gMakePatch(const QByteArray &oldFile, const QByteArray &newFile)
     const QString newPath = folder.filePath(QStringLiteral("new"));
     const QString patchPath = folder.filePath(QStringLiteral("patch"));
     QProcess bsdiff;
-    if (!UpdateSite::Write(oldPath, oldFile) || !UpdateSite::Write(newPath, newFile)) {
+    if (!gWriteFile(oldPath, oldFile) || !gWriteFile(newPath, newFile)) {
         return {};
     }
     bsdiff.start(QStringLiteral("bsdiff"), {oldPath, newPath, patchPath});
-    return bsdiff.waitForFinished(60000) ? UpdateSite::Read(patchPath) : QByteArray();
+    return bsdiff.waitForFinished(60000) ? gReadFile(patchPath) : QByteArray();
 }
 } // namespace
 
@@ -80,7 +81,7 @@ bool tst_IncrementalUpdate::UseSlowPatchProgram(const QString &folder)
     const QByteArray script = "#!/bin/sh\necho started > \"" + folder.toUtf8() +
                               "/started\"\nsleep 2\nexec \"" BSPATCH "\" \"$@\"\n";
     return QFile::copy(QStringLiteral(CORVINA_DEMO), folder + QStringLiteral("/corvina-demo")) &&
-           UpdateSite::Write(program, script) &&
+           gWriteFile(program, script) &&
            QFile::setPermissions(program, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
 }
 
@@ -98,7 +99,7 @@ void tst_IncrementalUpdate::init()
 {
     m_scene = std::make_unique<UpdateScene>(m_serverName);
     m_keptPath = m_scene->site.WorkingFolder() + QStringLiteral("/kept.run");
-    QVERIFY(UpdateSite::Write(m_keptPath, m_oldInstaller));
+    QVERIFY(gWriteFile(m_keptPath, m_oldInstaller));
 }
 
 void tst_IncrementalUpdate::cleanup()
@@ -117,7 +118,7 @@ void tst_IncrementalUpdate::a_patch_against_the_kept_installer_is_the_update()
     QCOMPARE(m_scene->Run(QStringLiteral("yes")), 0);
 
     QVERIFY(m_scene->InstallerHasRun(newVersion));
-    QCOMPARE(UpdateSite::Read(m_keptPath), m_newInstaller);
+    QCOMPARE(gReadFile(m_keptPath), m_newInstaller);
     QCOMPARE(m_scene->RangesAsked(UpdateSite::PatchName()).size(), UpdateScene::rangeCount);
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()), QStringList());
     QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
@@ -144,7 +145,7 @@ void tst_IncrementalUpdate::the_installer_of_a_full_update_is_the_base_of_the_ne
                           QStringLiteral("--on-prompt"), QStringLiteral("yes")});
     QCOMPARE(m_scene->demo->WaitForEnd(), 0);
     QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.3.0.0")));
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), third);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), third);
 }
 
 void tst_IncrementalUpdate::a_killed_patch_download_continues_where_its_state_stood()
@@ -163,7 +164,7 @@ void tst_IncrementalUpdate::a_killed_patch_download_continues_where_its_state_st
     QCOMPARE(m_scene->Run(QStringLiteral("yes")), 0);
     QVERIFY(!m_scene->RangesAsked(UpdateSite::PatchName()).contains(QStringLiteral("bytes=0-")));
     QVERIFY(m_scene->InstallerHasRun(newVersion));
-    QCOMPARE(UpdateSite::Read(m_keptPath), m_newInstaller);
+    QCOMPARE(gReadFile(m_keptPath), m_newInstaller);
 }
 
 void tst_IncrementalUpdate::a_host_killed_while_patching_patches_again()
@@ -178,13 +179,13 @@ void tst_IncrementalUpdate::a_host_killed_while_patching_patches_again()
     slowHost.Start({QStringLiteral("--on-version"), QStringLiteral("update")});
     QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(folder.filePath(QStringLiteral("started"))), 20000);
     slowHost.Kill();
-    QCOMPARE(UpdateSite::Read(m_keptPath), m_oldInstaller);
+    QCOMPARE(gReadFile(m_keptPath), m_oldInstaller);
 
     const int asked = m_scene->RangesAsked(UpdateSite::PatchName()).size();
     QCOMPARE(m_scene->Run(QStringLiteral("yes")), 0);
     QCOMPARE(m_scene->RangesAsked(UpdateSite::PatchName()).size(), asked);
     QVERIFY(m_scene->InstallerHasRun(newVersion));
-    QCOMPARE(UpdateSite::Read(m_keptPath), m_newInstaller);
+    QCOMPARE(gReadFile(m_keptPath), m_newInstaller);
 }
 
 void tst_IncrementalUpdate::a_damaged_patch_is_followed_by_the_full_package()
@@ -197,22 +198,22 @@ void tst_IncrementalUpdate::a_damaged_patch_is_followed_by_the_full_package()
 
     QVERIFY(m_scene->demo->Log().contains(QStringLiteral("DispatchPackageFailed!!!")));
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()).size(), UpdateScene::rangeCount);
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), m_newInstaller);
-    QCOMPARE(UpdateSite::Read(m_keptPath), m_oldInstaller);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), m_newInstaller);
+    QCOMPARE(gReadFile(m_keptPath), m_oldInstaller);
     QVERIFY(m_scene->InstallerHasRun(newVersion));
     QCOMPARE(m_scene->demo->Events(QStringLiteral("prompt")).size(), 1);
 }
 
 void tst_IncrementalUpdate::a_kept_installer_with_another_checksum_leads_to_the_full_package()
 {
-    QVERIFY(UpdateSite::Write(m_keptPath, m_oldInstaller + "x"));
+    QVERIFY(gWriteFile(m_keptPath, m_oldInstaller + "x"));
     QVERIFY(m_scene->StartServer());
     QVERIFY(Publish(m_patch));
     QCOMPARE(m_scene->Run(QStringLiteral("cancel")), 0);
 
     QVERIFY(m_scene->demo->Log().contains(QStringLiteral("Match old version md5 failed")));
     QCOMPARE(m_scene->RangesAsked(UpdateSite::PatchName()), QStringList());
-    QCOMPARE(UpdateSite::Read(m_scene->InstalledPath()), m_newInstaller);
+    QCOMPARE(gReadFile(m_scene->InstalledPath()), m_newInstaller);
 }
 
 QUILLON_SERVER_TEST_MAIN(tst_IncrementalUpdate)

@@ -2,10 +2,10 @@
 
 #include "tests/e2e/DemoProcess.h"
 #include "tests/e2e/UpdateSite.h"
+#include "tests/support/TestFiles.h"
 #include "tests/tools/quillon-publish/DocumentedNginx.h"
 #include "tests/tools/quillon-publish/ReleaseDesk.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QTest>
@@ -82,7 +82,7 @@ QList<int> tst_PublishedUpdate::ReportedResults() const
 
 QByteArray tst_PublishedUpdate::InstallLog() const
 {
-    return UpdateSite::Read(m_user->Home() + QStringLiteral("/installed"));
+    return gReadFile(m_user->Home() + QStringLiteral("/installed"));
 }
 
 void tst_PublishedUpdate::initTestCase()
@@ -90,8 +90,7 @@ void tst_PublishedUpdate::initTestCase()
     m_user = std::make_unique<UpdateSite>();
     QVERIFY(m_nginx.Start(m_desk.Site()));
     m_desk.Write(QStringLiteral("notes.md"), "- Faster export\n");
-    QVERIFY(UpdateSite::Write(m_user->Home() + QStringLiteral("/ca.pem"),
-                              m_nginx.Certificate().toPem()));
+    QVERIFY(gWriteFile(m_user->Home() + QStringLiteral("/ca.pem"), m_nginx.Certificate().toPem()));
 }
 
 void tst_PublishedUpdate::the_full_package_arrives_first()
@@ -102,7 +101,7 @@ void tst_PublishedUpdate::the_full_package_arrives_first()
 
     const QString installer = ReleaseDesk::Installer(version);
     m_kept = m_user->WorkingFolder() + QLatin1Char('/') + QFileInfo(installer).fileName();
-    QCOMPARE(UpdateSite::Read(m_kept), UpdateSite::Read(installer));
+    QCOMPARE(gReadFile(m_kept), gReadFile(installer));
     QTRY_VERIFY_WITH_TIMEOUT(InstallLog().contains("Corvina 9.2.0.0 installed"), 20000);
     QCOMPARE(ReportedResults(), QList<int>{1});
 }
@@ -114,7 +113,7 @@ void tst_PublishedUpdate::the_next_release_arrives_as_a_patch()
     QCOMPARE(Update(QStringLiteral("9.2.0.0")), 0);
 
     QVERIFY(m_host->Log().contains(QStringLiteral("End Patch IncreasePackage")));
-    QCOMPARE(UpdateSite::Read(m_kept), UpdateSite::Read(ReleaseDesk::Installer(version)));
+    QCOMPARE(gReadFile(m_kept), gReadFile(ReleaseDesk::Installer(version)));
     QTRY_VERIFY_WITH_TIMEOUT(InstallLog().contains("Corvina 9.3.0.0 installed"), 20000);
     QCOMPARE(ReportedResults(), (QList<int>{1, 1}));
 }

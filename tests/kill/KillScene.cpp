@@ -68,7 +68,7 @@ KillScene::Snapshot KillScene::Take() const
     QDirIterator entries(Home(), QDir::Files, QDirIterator::Subdirectories);
     while (entries.hasNext()) {
         const QString path = entries.next();
-        files.insert(QDir(Home()).relativeFilePath(path), UpdateSite::Read(path));
+        files.insert(QDir(Home()).relativeFilePath(path), gReadFile(path));
     }
     return files;
 }
@@ -90,7 +90,7 @@ void KillScene::Restore(const Snapshot &files) const
     for (auto file = files.begin(); file != files.end(); ++file) {
         const QString path = Home() + '/' + file.key();
         QDir().mkpath(QFileInfo(path).path());
-        UpdateSite::Write(path, file.value());
+        gWriteFile(path, file.value());
     }
 }
 
@@ -127,8 +127,7 @@ void KillScene::Run(int killAfterMs)
 void KillScene::KillHost(DemoProcess *demo) const
 {
     const QString tracer = QString::number(demo->ProcessId());
-    const QByteArray children =
-        UpdateSite::Read("/proc/" + tracer + "/task/" + tracer + "/children");
+    const QByteArray children = gReadFile("/proc/" + tracer + "/task/" + tracer + "/children");
     const int host = children.simplified().split(' ').first().toInt();
     if (host > 0) {
         ::kill(host, SIGKILL);
@@ -175,7 +174,7 @@ DiskState::Bytes KillScene::NextBytes(const DiskState &state) const
 
 QStringList KillScene::Problems(bool mayLag) const
 {
-    const QByteArray installed = UpdateSite::Read(Installed());
+    const QByteArray installed = gReadFile(Installed());
     if (!installed.isEmpty()) {
         return installed == m_package ? QStringList() : QStringList("another package is installed");
     }
@@ -192,7 +191,7 @@ QStringList KillScene::Problems(bool mayLag) const
 QStringList KillScene::ProblemsOfState(const DiskState &state, bool mayLag) const
 {
     QStringList problems;
-    const QByteArray target = UpdateSite::Read(Target());
+    const QByteArray target = gReadFile(Target());
     const auto bounds = gRangeBounds(m_package.size());
     for (size_t index = 0; index < state.start.size(); ++index) {
         const qint64 first = bounds.at(index);

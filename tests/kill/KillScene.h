@@ -7,6 +7,7 @@
 #include "tests/e2e/UpdateSite.h"
 #include "tests/kill/CallTrace.h"
 #include "tests/kill/DiskState.h"
+#include "tests/support/TestFiles.h"
 
 #include <QByteArray>
 #include <QMap>
@@ -48,7 +49,7 @@ public:
     /// killed.
     void Run(int killAfterMs = -1);
     bool WasKilled() const { return m_wasKilled; }
-    bool IsInstalled() const { return UpdateSite::Read(Installed()) == m_package; }
+    bool IsInstalled() const { return gReadFile(Installed()) == m_package; }
 
     /// The problems that are found after the run.
     /// @param mayLag the state may claim fewer bytes than were written
@@ -64,7 +65,7 @@ public:
     QString Installed() const { return WorkingFolder() + "/setup.run"; }
     QString StateFile() const { return Home() + "/CvBreakResumeDownLoad.ini"; }
     QString SettingsFile() const { return Home() + "/Corvina.ini"; }
-    QString Log() const { return QString::fromUtf8(UpdateSite::Read(Home() + "/log")); }
+    QString Log() const { return QString::fromUtf8(gReadFile(Home() + "/log")); }
     /// The texts of the hint pages of the last run.
     QStringList Hints() const { return m_hints; }
     const CallTrace &Trace() const { return *m_trace; }

@@ -2,6 +2,8 @@
 
 #include "platform/DetachedProcess.h"
 
+#include "tests/support/TestFiles.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -14,13 +16,6 @@ namespace
 {
 
 constexpr char startOnly[] = "--start";
-
-/// The content of the file @p path, empty when there is none yet.
-QByteArray gReadContent(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 } // namespace
 
@@ -70,11 +65,11 @@ void tst_DetachedProcess::cleanup()
 
 QString tst_DetachedProcess::Write(const QString &name, const QByteArray &content)
 {
-    QFile file(m_directory->filePath(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+    const QString path = m_directory->filePath(name);
+    if (!gWriteFile(path, content)) {
         qFatal("The test cannot write its file.");
     }
-    return file.fileName();
+    return path;
 }
 
 QString tst_DetachedProcess::Installer(const QString &name)
@@ -89,13 +84,13 @@ QString tst_DetachedProcess::Installer(const QString &name)
 void tst_DetachedProcess::a_program_runs_without_arguments()
 {
     QVERIFY(gStartDetached(Installer("installer.exe")));
-    QTRY_COMPARE(gReadContent(Output()), QByteArray("0 arguments"));
+    QTRY_COMPARE(gReadFile(Output()), QByteArray("0 arguments"));
 }
 
 void tst_DetachedProcess::a_name_with_blanks_and_accents_is_one_program()
 {
     QVERIFY(gStartDetached(Installer(QString::fromUtf8("Corvina 9 für alle.exe"))));
-    QTRY_COMPARE(gReadContent(Output()), QByteArray("0 arguments"));
+    QTRY_COMPARE(gReadFile(Output()), QByteArray("0 arguments"));
 }
 
 void tst_DetachedProcess::the_process_outlives_its_starter_and_shares_no_output_with_it()
@@ -110,7 +105,7 @@ void tst_DetachedProcess::the_process_outlives_its_starter_and_shares_no_output_
     QVERIFY(!QFileInfo::exists(Output()));
 
     Write("gate", "");
-    QTRY_COMPARE(gReadContent(Output()), QByteArray("0 arguments"));
+    QTRY_COMPARE(gReadFile(Output()), QByteArray("0 arguments"));
     QCOMPARE(starter.readAllStandardOutput(), QByteArray());
     QCOMPARE(starter.readAllStandardError(), QByteArray());
 }

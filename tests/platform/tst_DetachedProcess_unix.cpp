@@ -2,6 +2,8 @@
 
 #include "platform/DetachedProcess.h"
 
+#include "tests/support/TestFiles.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -37,11 +39,11 @@ void tst_DetachedProcess_unix::init()
 
 QString tst_DetachedProcess_unix::Write(const QString &name, const QByteArray &content)
 {
-    QFile file(m_directory->filePath(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+    const QString path = m_directory->filePath(name);
+    if (!gWriteFile(path, content)) {
         qFatal("The test cannot write its file.");
     }
-    return file.fileName();
+    return path;
 }
 
 QString tst_DetachedProcess_unix::WriteScript(const QByteArray &text)
@@ -53,8 +55,7 @@ QString tst_DetachedProcess_unix::WriteScript(const QByteArray &text)
 
 QByteArray tst_DetachedProcess_unix::Written() const
 {
-    QFile file(m_directory->filePath("output"));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return gReadFile(m_directory->filePath("output"));
 }
 
 void tst_DetachedProcess_unix::a_script_runs_without_arguments()

@@ -4,6 +4,7 @@
 #include "platform/PeVersionResource.h"
 
 #include "tests/support/PeBuilder.h"
+#include "tests/support/TestFiles.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -74,11 +75,11 @@ private:
 
 QString tst_FileVersion::Write(const QByteArray &content)
 {
-    QFile file(m_directory.filePath("file"));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+    const QString path = m_directory.filePath("file");
+    if (!gWriteFile(path, content)) {
         qFatal("The test cannot write its file.");
     }
-    return file.fileName();
+    return path;
 }
 
 void tst_FileVersion::the_text_of_the_version_resource_is_returned_data()

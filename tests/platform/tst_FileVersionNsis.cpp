@@ -2,18 +2,14 @@
 
 #include "platform/FileVersion.h"
 
+#include "tests/support/TestFiles.h"
+
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
 namespace
 {
-QByteArray gReadFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 /// The path of the installer that was built as @p name ("CASE-TARGET").
 QString gInstallerPath(const QString &name)
 {
@@ -58,12 +54,9 @@ private:
 
 QString tst_FileVersionNsis::VersionOf(const QByteArray &image)
 {
-    QFile file(m_folder.filePath(QStringLiteral("installer.exe")));
-    if (!file.open(QIODevice::WriteOnly) || file.write(image) != image.size()) {
-        return QStringLiteral("the test cannot write its file");
-    }
-    file.close();
-    return FileVersionString(file.fileName());
+    const QString path = m_folder.filePath(QStringLiteral("installer.exe"));
+    return gWriteFile(path, image) ? FileVersionString(path)
+                                   : QStringLiteral("the test cannot write its file");
 }
 
 void tst_FileVersionNsis::an_installer_tells_the_version_of_its_first_translation_data()

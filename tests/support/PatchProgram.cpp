@@ -3,6 +3,7 @@
 #include "tests/support/PatchProgram.h"
 
 #include "tests/support/StandIn.h"
+#include "tests/support/TestFiles.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -12,10 +13,9 @@
 
 namespace
 {
-void gWrite(const QString &path, const QByteArray &bytes)
+void gMustWrite(const QString &path, const QByteArray &bytes)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
+    if (!gWriteFile(path, bytes)) {
         qFatal("%s cannot be written.", qUtf8Printable(path));
     }
 }
@@ -32,7 +32,7 @@ PatchProgram::PatchProgram()
 
 PatchProgram::PatchProgram(const QByteArray &orders)
 {
-    gWrite(Path(), StandIn::Bytes(orders));
+    gMustWrite(Path(), StandIn::Bytes(orders));
     QFile::setPermissions(Path(),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
 }
@@ -53,11 +53,10 @@ QByteArray PatchProgram::MakePatch(const QByteArray &oldBytes, const QByteArray 
     const QStringList paths{folder.filePath(QStringLiteral("old")),
                             folder.filePath(QStringLiteral("new")),
                             folder.filePath(QStringLiteral("patch"))};
-    gWrite(paths.at(0), oldBytes);
-    gWrite(paths.at(1), newBytes);
+    gMustWrite(paths.at(0), oldBytes);
+    gMustWrite(paths.at(1), newBytes);
     if (QProcess::execute(QStringLiteral("bsdiff"), paths) != 0) {
         qFatal("The program bsdiff made no patch.");
     }
-    QFile patch(paths.at(2));
-    return patch.open(QIODevice::ReadOnly) ? patch.readAll() : QByteArray();
+    return gReadFile(paths.at(2));
 }

@@ -3,18 +3,9 @@
 #include "tests/support/TestCertificates.h"
 
 #include "tests/support/AuthorityTrust.h"
+#include "tests/support/TestFiles.h"
 
 #include <QFile>
-
-namespace
-{
-QByteArray gRead(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
 
 TestCertificates::TestCertificates()
 {
@@ -27,15 +18,15 @@ TestCertificates::TestCertificates()
 
 QSslCertificate TestCertificates::Server() const
 {
-    return QSslCertificate(gRead(Path("server.pem")));
+    return QSslCertificate(gReadFile(Path("server.pem")));
 }
 
 QSslKey TestCertificates::ServerKey() const
 {
-    return {gRead(Path("server.key")), QSsl::Rsa};
+    return {gReadFile(Path("server.key")), QSsl::Rsa};
 }
 
 void TestCertificates::TrustAuthority() const
 {
-    gTrustAuthority(QSslCertificate(gRead(Path("ca.pem"))));
+    gTrustAuthority(QSslCertificate(gReadFile(Path("ca.pem"))));
 }

@@ -11,8 +11,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QLabel>
 #include <QNetworkReply>
 #include <QPushButton>
@@ -199,19 +197,6 @@ void gSettleReports()
         // The outcome of the attempt, which starts the next one.
         QCoreApplication::processEvents();
     }
-}
-
-QByteArray gReadFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool gWriteFile(const QString &path, const QByteArray &bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
 }
 
 QStringList gRangeHeaders(const HttpServer &server)

@@ -7,15 +7,13 @@
 #include "tests/support/HttpServer.h"
 #include "tests/support/StatisticsServer.h"
 #include "tests/support/SystemPlaces.h"
-#include "update/base/DownloadSystem.h"
-#include "update/base/UpdateContext.h"
+#include "tests/support/TestFiles.h"
 #include "update/LiveUpdateMgr.h"
 #include "update/UpdateCommon/DownloadMgr.h"
 #include "update/UpdateCommon/HintDisplay.h"
 #include "update/UpdateCommon/ProgressDisplay.h"
 #include "update/UpdateCommon/VersionDisplay.h"
 
-#include <QByteArray>
 #include <QList>
 #include <QMap>
 #include <QProgressBar>
@@ -126,9 +124,5 @@ private:
 /// Ends the reports that are on their way or wait, retries included: up to twenty attempts.
 void gSettleReports();
 
-/// The whole content of a file; empty when it cannot be read.
-QByteArray gReadFile(const QString &path);
-/// Creates or replaces a file and the folders above it.
-bool gWriteFile(const QString &path, const QByteArray &bytes);
 /// The Range headers of all GET requests, sorted; "-" for a request without one.
 QStringList gRangeHeaders(const HttpServer &server);

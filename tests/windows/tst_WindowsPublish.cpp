@@ -2,6 +2,7 @@
 
 #include "tests/e2e/DemoProcess.h"
 #include "tests/e2e/UpdateSite.h"
+#include "tests/support/TestFiles.h"
 #include "tests/tools/quillon-publish/DocumentedNginx.h"
 #include "tests/windows/WindowsMachine.h"
 #include "tests/windows/WindowsTestMain.h"
@@ -27,7 +28,7 @@ QMap<QString, QByteArray> gFiles(const QString &folder)
     QDirIterator entries(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (entries.hasNext()) {
         const QString path = entries.next();
-        files.insert(path.mid(folder.size()), UpdateSite::Read(path));
+        files.insert(path.mid(folder.size()), gReadFile(path));
     }
     return files;
 }
@@ -114,10 +115,10 @@ void tst_WindowsPublish::initTestCase()
     QVERIFY(m_machine.Start());
     QVERIFY(m_machine.RemovePackages());
     QVERIFY(m_nginx.Start(m_folder.filePath(QStringLiteral("windows"))));
-    QVERIFY(UpdateSite::Write(m_folder.filePath(QStringLiteral("notes.md")),
-                              "- Faster export\n- Größere Schriften\n"));
-    QCOMPARE(gRunProgram(QStringLiteral(MAKE_WINDOWS_INSTALLER),
-                         {oldVersion, QStringLiteral("3"), Installer(oldVersion)}),
+    QVERIFY(gWriteFile(m_folder.filePath(QStringLiteral("notes.md")),
+                       "- Faster export\n- Größere Schriften\n"));
+    QCOMPARE(gRun(QStringLiteral(MAKE_WINDOWS_INSTALLER),
+                  {oldVersion, QStringLiteral("3"), Installer(oldVersion)}),
              0);
     QCOMPARE(gRunProgram(QStringLiteral(MAKE_WINDOWS_INSTALLER),
                          {newVersion, QStringLiteral("4"), Installer(newVersion)}),
@@ -142,11 +143,11 @@ void tst_WindowsPublish::the_site_is_the_same_as_on_other_systems()
 void tst_WindowsPublish::a_host_is_updated_by_the_patch_over_an_encrypted_connection()
 {
     const QString certificate = m_folder.filePath(QStringLiteral("authority.pem"));
-    QVERIFY(UpdateSite::Write(certificate, m_nginx.Certificate().toPem()));
+    QVERIFY(gWriteFile(certificate, m_nginx.Certificate().toPem()));
     QVERIFY(m_machine.Trust(certificate));
     const UpdateSite user(m_machine.PackageFolder());
     const QString kept = user.WorkingFolder() + QStringLiteral("/kept.exe");
-    QVERIFY(UpdateSite::Write(kept, UpdateSite::Read(Installer(oldVersion))));
+    QVERIFY(gWriteFile(kept, gReadFile(Installer(oldVersion))));
 
     DemoProcess host(user.Home(),
                      m_nginx.SecureUrl() + QStringLiteral("/update?pid=&version=&email="),
@@ -157,7 +158,7 @@ void tst_WindowsPublish::a_host_is_updated_by_the_patch_over_an_encrypted_connec
     QCOMPARE(host.WaitForEnd(), 0);
     QVERIFY2(host.Log().contains(QStringLiteral("End Patch IncreasePackage")),
              qUtf8Printable(host.Log()));
-    QVERIFY(UpdateSite::Read(kept) == UpdateSite::Read(Installer(newVersion)));
+    QVERIFY(gReadFile(kept) == gReadFile(Installer(newVersion)));
 }
 
 QUILLON_WINDOWS_TEST_MAIN(tst_WindowsPublish)

@@ -2,6 +2,7 @@
 
 #include "tests/e2e/UpdateScene.h"
 #include "tests/support/StatisticsServer.h"
+#include "tests/support/TestFiles.h"
 #include "tests/windows/WindowsMachine.h"
 #include "tests/windows/WindowsTestMain.h"
 
@@ -75,7 +76,7 @@ private slots:
 
 QByteArray tst_WindowsUpdate::Built(const QString &name) const
 {
-    return UpdateSite::Read(m_machine.Built(QStringLiteral("tests/windows/") + name));
+    return gReadFile(m_machine.Built(QStringLiteral("tests/windows/") + name));
 }
 
 /// Runs an update to its end, with event reports to @p statistics. @return the host's exit status
@@ -129,7 +130,7 @@ void tst_WindowsUpdate::a_fresh_update_runs_the_installer_that_it_downloaded()
     QCOMPARE(m_scene->Run(yes), 0);
 
     QVERIFY(m_scene->InstallerHasRun(version));
-    QVERIFY(UpdateSite::Read(m_scene->InstalledPath()) == m_installer);
+    QVERIFY(gReadFile(m_scene->InstalledPath()) == m_installer);
     QVERIFY(!QFileInfo::exists(m_scene->TargetPath()));
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()).size(), UpdateScene::rangeCount);
     QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
@@ -139,7 +140,7 @@ void tst_WindowsUpdate::a_fresh_update_runs_the_installer_that_it_downloaded()
 
 void tst_WindowsUpdate::the_installer_outlives_the_host()
 {
-    QVERIFY(UpdateSite::Write(m_machine.HoldFile(), QByteArray()));
+    QVERIFY(gWriteFile(m_machine.HoldFile(), QByteArray()));
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(m_installer));
     QCOMPARE(m_scene->Run(yes), 0);
@@ -152,7 +153,7 @@ void tst_WindowsUpdate::the_installer_outlives_the_host()
 void tst_WindowsUpdate::a_patch_against_the_kept_installer_is_the_update()
 {
     const QString kept = m_scene->site.WorkingFolder() + QStringLiteral("/kept.exe");
-    QVERIFY(UpdateSite::Write(kept, m_installer));
+    QVERIFY(gWriteFile(kept, m_installer));
     QVERIFY(m_scene->StartServer());
     const QString fullPackage = QStringLiteral("full.exe");
     QVERIFY(m_scene->site.PublishPatch(m_scene->server->BaseUrl(), version, m_installer,
@@ -166,7 +167,7 @@ void tst_WindowsUpdate::a_patch_against_the_kept_installer_is_the_update()
 
     QVERIFY(m_scene->demo->Log().contains(QStringLiteral("End Patch IncreasePackage")));
     QVERIFY(m_scene->InstallerHasRun(nextVersion));
-    QVERIFY(UpdateSite::Read(kept) == m_nextInstaller);
+    QVERIFY(gReadFile(kept) == m_nextInstaller);
     QCOMPARE(m_scene->RangesAsked(UpdateSite::PatchName()).size(), UpdateScene::rangeCount);
     QCOMPARE(m_scene->RangesAsked(fullPackage), QStringList());
 }
@@ -191,7 +192,7 @@ void tst_WindowsUpdate::a_killed_download_continues_where_its_state_stood()
     QCOMPARE(m_scene->Run(yes), 0);
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()), left);
     QVERIFY(m_scene->InstallerHasRun(version));
-    QVERIFY(UpdateSite::Read(m_scene->InstalledPath()) == m_installer);
+    QVERIFY(gReadFile(m_scene->InstalledPath()) == m_installer);
 }
 
 void tst_WindowsUpdate::an_installer_put_off_is_offered_by_the_next_run()

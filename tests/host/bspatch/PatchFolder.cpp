@@ -4,9 +4,9 @@
 
 #include "host/bspatch/BspatchProgram.h"
 #include "host/bspatch/PatchError.h"
+#include "tests/support/TestFiles.h"
 
 #include <QDir>
-#include <QFile>
 #include <QtTest>
 
 QStringList PatchFolder::Names() const
@@ -17,15 +17,7 @@ QStringList PatchFolder::Names() const
 
 void PatchFolder::Write(const QString &path, const QByteArray &content)
 {
-    QFile file(path);
-    QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(file.errorString()));
-    QCOMPARE(file.write(content), qint64(content.size()));
-}
-
-QByteArray PatchFolder::Read(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QVERIFY2(gWriteFile(path, content), qPrintable(path));
 }
 
 QString PatchFolder::Refuses(const QByteArray &patch) const
@@ -44,7 +36,7 @@ QString PatchFolder::Refuses(const QByteArray &patch) const
     if (!message.startsWith(PatchPath() + QLatin1String(": is ")) || message.contains('\n')) {
         return QStringLiteral("it says: ") + message;
     }
-    if (Read(NewPath()) != earlier) {
+    if (gReadFile(NewPath()) != earlier) {
         return QStringLiteral("the earlier new file is changed");
     }
     if (Names() !=

@@ -21,8 +21,6 @@ public:
 
     /// Writes one file. Errors are not reported; the test that uses the file fails.
     static void Write(const QString &path, const QByteArray &content);
-    /// The content of a file; a null array when there is none.
-    static QByteArray Read(const QString &path);
 
     /// Puts @p patch into the folder, beside a new file from earlier, and applies it in this
     /// process, which is to fail.

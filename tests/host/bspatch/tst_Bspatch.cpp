@@ -5,6 +5,7 @@
 #include "tests/host/bspatch/RandomPatch.h"
 #include "tests/support/BsdiffWriter.h"
 #include "tests/support/TestBytes.h"
+#include "tests/support/TestFiles.h"
 
 #include <QDir>
 #include <QOperatingSystemVersion>
@@ -54,7 +55,7 @@ void tst_Bspatch::the_patch_of_another_program_is_applied()
                                    {folder.OldPath(), wanted, folder.PatchPath()}),
              QString());
     QCOMPARE(ProgramRun::ComplaintOfBspatch(folder), QString());
-    QVERIFY(PatchFolder::Read(folder.NewPath()) == PatchFolder::Read(wanted));
+    QVERIFY(gReadFile(folder.NewPath()) == gReadFile(wanted));
 }
 
 void tst_Bspatch::an_empty_file_is_a_file_data()
@@ -82,7 +83,7 @@ void tst_Bspatch::an_empty_file_is_a_file()
     PatchFolder::Write(folder.PatchPath(), writer.Build());
     QCOMPARE(ProgramRun::ComplaintOfBspatch(folder), QString());
     QVERIFY(QFile::exists(folder.NewPath()));
-    QVERIFY(PatchFolder::Read(folder.NewPath()) == newContent);
+    QVERIFY(gReadFile(folder.NewPath()) == newContent);
 }
 
 void tst_Bspatch::steps_to_any_place_are_followed_data()
@@ -114,7 +115,7 @@ void tst_Bspatch::steps_to_any_place_are_followed()
     PatchFolder::Write(folder.OldPath(), old);
     PatchFolder::Write(folder.PatchPath(), patch.writer.Build());
     QCOMPARE(ProgramRun::ComplaintOfBspatch(folder), QString());
-    QVERIFY(PatchFolder::Read(folder.NewPath()) == patch.newContent);
+    QVERIFY(gReadFile(folder.NewPath()) == patch.newContent);
 }
 
 void tst_Bspatch::a_position_far_outside_the_old_file_adds_nothing_data()
@@ -142,7 +143,7 @@ void tst_Bspatch::a_position_far_outside_the_old_file_adds_nothing()
     PatchFolder::Write(folder.OldPath(), old);
     PatchFolder::Write(folder.PatchPath(), writer.Build());
     QCOMPARE(ProgramRun::ComplaintOfBspatch(folder), QString());
-    QCOMPARE(PatchFolder::Read(folder.NewPath()),
+    QCOMPARE(gReadFile(folder.NewPath()),
              old.left(300) + "extra" + RandomPatch::Sum(old, 300 + skipped, diff) + "extra");
 }
 
@@ -155,7 +156,7 @@ void tst_Bspatch::an_earlier_new_file_is_replaced()
     PatchFolder::Write(folder.PatchPath(), writer.Build());
     PatchFolder::Write(folder.NewPath(), "a longer new file from earlier");
     QCOMPARE(ProgramRun::ComplaintOfBspatch(folder), QString());
-    QCOMPARE(PatchFolder::Read(folder.NewPath()), QByteArray("0123456789new"));
+    QCOMPARE(gReadFile(folder.NewPath()), QByteArray("0123456789new"));
     QCOMPARE(folder.Names().size(), 3);
 }
 
@@ -186,7 +187,7 @@ void tst_Bspatch::names_are_taken_as_they_are()
                                    {QStringLiteral("old"), name, QStringLiteral("patch")},
                                    folder.Path(QString())),
              QString());
-    QCOMPARE(PatchFolder::Read(folder.Path(name)), QByteArray("new"));
+    QCOMPARE(gReadFile(folder.Path(name)), QByteArray("new"));
     QCOMPARE(folder.Names().size(), 4);
 }
 
@@ -289,9 +290,9 @@ void tst_Bspatch::a_failure_says_why_in_one_line()
     QCOMPARE(result.errors, "bspatch: " + message + '\n');
     QCOMPARE(result.output, QByteArray());
     QCOMPARE(folder.Names(), names);
-    QCOMPARE(PatchFolder::Read(folder.NewPath()), QByteArray("a new file from earlier"));
-    QCOMPARE(PatchFolder::Read(folder.OldPath()), gTestBytes(500));
-    QCOMPARE(PatchFolder::Read(folder.PatchPath()), patch);
+    QCOMPARE(gReadFile(folder.NewPath()), QByteArray("a new file from earlier"));
+    QCOMPARE(gReadFile(folder.OldPath()), gTestBytes(500));
+    QCOMPARE(gReadFile(folder.PatchPath()), patch);
 }
 
 QTEST_GUILESS_MAIN(tst_Bspatch)

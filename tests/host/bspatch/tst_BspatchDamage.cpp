@@ -5,6 +5,7 @@
 #include "tests/host/bspatch/PatchFolder.h"
 #include "tests/support/BsdiffWriter.h"
 #include "tests/support/TestBytes.h"
+#include "tests/support/TestFiles.h"
 
 #include <QtTest>
 
@@ -117,7 +118,7 @@ void tst_BspatchDamage::initTestCase()
 void tst_BspatchDamage::the_patch_in_order_is_applied()
 {
     QCOMPARE(m_folder.Refuses(m_patch), QStringLiteral("the patch was applied"));
-    QVERIFY(PatchFolder::Read(m_folder.NewPath()) == m_newContent);
+    QVERIFY(gReadFile(m_folder.NewPath()) == m_newContent);
 }
 
 void tst_BspatchDamage::a_patch_that_is_cut_off_is_refused()
@@ -381,7 +382,7 @@ void tst_BspatchDamage::a_flipped_bit_never_makes_another_file()
     QFETCH(int, stride);
 
     QCOMPARE(m_folder.Refuses(patch), QStringLiteral("the patch was applied"));
-    const QByteArray right = PatchFolder::Read(m_folder.NewPath());
+    const QByteArray right = gReadFile(m_folder.NewPath());
     int flips = 0;
     int harmless = 0;
     for (int bit = 0; bit < patch.size() * 8; bit += stride) {
@@ -393,8 +394,7 @@ void tst_BspatchDamage::a_flipped_bit_never_makes_another_file()
             continue;
         }
         QVERIFY2(problem == QLatin1String("the patch was applied"), qPrintable(problem));
-        QVERIFY2(PatchFolder::Read(m_folder.NewPath()) == right,
-                 QByteArray::number(bit).constData());
+        QVERIFY2(gReadFile(m_folder.NewPath()) == right, QByteArray::number(bit).constData());
         ++harmless;
     }
     // Some bits are padding, or belong to codes that do not occur in the data.
@@ -419,7 +419,7 @@ void tst_BspatchDamage::rubbish_behind_the_compressed_data_is_no_damage()
     *blocks.at(static_cast<size_t>(block)) += "rubbish";
     QCOMPARE(m_folder.Refuses(BsdiffWriter::Assemble(packed, m_writer.NewSize())),
              QStringLiteral("the patch was applied"));
-    QVERIFY(PatchFolder::Read(m_folder.NewPath()) == m_newContent);
+    QVERIFY(gReadFile(m_folder.NewPath()) == m_newContent);
 }
 
 QTEST_GUILESS_MAIN(tst_BspatchDamage)

@@ -4,6 +4,7 @@
 #include "tests/host/bspatch/ProgramRun.h"
 #include "tests/host/bspatch/RandomPatch.h"
 #include "tests/support/TestBytes.h"
+#include "tests/support/TestFiles.h"
 
 #include <QRandomGenerator>
 #include <QtTest>
@@ -33,8 +34,7 @@ QString gDifferenceToReference(const PatchFolder &folder)
     if (complaint.isEmpty()) {
         complaint = ProgramRun::ComplaintOfBspatch(folder);
     }
-    if (complaint.isEmpty() &&
-        PatchFolder::Read(folder.NewPath()) != PatchFolder::Read(reference)) {
+    if (complaint.isEmpty() && gReadFile(folder.NewPath()) != gReadFile(reference)) {
         return QStringLiteral("the new files differ");
     }
     return complaint;
@@ -83,7 +83,7 @@ void tst_BspatchReference_unix::the_new_file_is_what_the_reference_makes()
                                    {folder.OldPath(), wanted, folder.PatchPath()}),
              QString());
     QCOMPARE(gDifferenceToReference(folder), QString());
-    QVERIFY(PatchFolder::Read(folder.NewPath()) == newContent);
+    QVERIFY(gReadFile(folder.NewPath()) == newContent);
 }
 
 void tst_BspatchReference_unix::the_installers_of_two_versions_are_patched()
@@ -101,7 +101,7 @@ void tst_BspatchReference_unix::the_installers_of_two_versions_are_patched()
              QString());
     QCOMPARE(gDifferenceToReference(folder), QString());
     QVERIFY(QFileInfo(wanted).size() > 4 << 20);
-    QVERIFY(PatchFolder::Read(folder.NewPath()) == PatchFolder::Read(wanted));
+    QVERIFY(gReadFile(folder.NewPath()) == gReadFile(wanted));
 }
 
 void tst_BspatchReference_unix::steps_go_where_those_of_the_reference_go_data()
@@ -132,7 +132,7 @@ void tst_BspatchReference_unix::steps_go_where_those_of_the_reference_go()
     PatchFolder::Write(folder.OldPath(), old);
     PatchFolder::Write(folder.PatchPath(), patch.writer.Build());
     QCOMPARE(gDifferenceToReference(folder), QString());
-    QVERIFY(PatchFolder::Read(folder.NewPath()) == patch.newContent);
+    QVERIFY(gReadFile(folder.NewPath()) == patch.newContent);
 }
 
 QTEST_GUILESS_MAIN(tst_BspatchReference_unix)

@@ -2,26 +2,15 @@
 
 #include "tests/tools/quillon-publish/DocumentedNginx.h"
 
+#include "tests/support/TestFiles.h"
+
 #include <QFile>
 #include <QProcess>
 
 namespace
 {
-bool gWriteFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-QByteArray gReadFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// Replaces @p from in the configuration. False when it was not there: then the documented
-/// configuration has changed, and this class has to follow.
-bool gReplaceText(QByteArray &text, const char *from, const QString &to)
+/// False unless @p from was there: the configuration would be another one than documented.
+bool gReplace(QByteArray &text, const char *from, const QString &to)
 {
     const bool found = text.contains(from);
     text.replace(from, to.toUtf8());

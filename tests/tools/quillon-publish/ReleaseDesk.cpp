@@ -3,6 +3,7 @@
 #include "tests/tools/quillon-publish/ReleaseDesk.h"
 
 #include "tests/support/Md5.h"
+#include "tests/support/TestFiles.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -33,11 +34,7 @@ QString ReleaseDesk::Installer(const QString &version)
 
 QString ReleaseDesk::Write(const QString &name, const QByteArray &content) const
 {
-    QFile file(Path(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-        return {};
-    }
-    return file.fileName();
+    return gWriteFile(Path(name), content) ? Path(name) : QString();
 }
 
 QString ReleaseDesk::Script(const QString &name, const QByteArray &body) const
@@ -52,12 +49,6 @@ QMap<QString, QString> ReleaseDesk::QuickPatches() const
 {
     return {{QStringLiteral("bsdiff"), Script(QStringLiteral("bsdiff"), "cp \"$2\" \"$3\"\n")},
             {QStringLiteral("bspatch"), Script(QStringLiteral("bspatch"), "cp \"$3\" \"$2\"\n")}};
-}
-
-QByteArray ReleaseDesk::Read(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QStringList ReleaseDesk::Arguments(const QMap<QString, QString> &changes,
@@ -107,7 +98,7 @@ std::unique_ptr<QProcess> ReleaseDesk::Start(const QStringList &arguments)
 std::unique_ptr<VersionInfo> ReleaseDesk::Manifest(const QString &relative) const
 {
     return std::make_unique<VersionInfo>(
-        QString::fromUtf8(Read(Site() + QLatin1Char('/') + relative)), nullptr);
+        QString::fromUtf8(gReadFile(Site() + QLatin1Char('/') + relative)), nullptr);
 }
 
 QStringList ReleaseDesk::MissingPackages() const
@@ -116,7 +107,7 @@ QStringList ReleaseDesk::MissingPackages() const
     QDirIterator manifests(Site(), {QStringLiteral("*.xml")}, QDir::Files,
                            QDirIterator::Subdirectories);
     while (manifests.hasNext()) {
-        const VersionInfo manifest(QString::fromUtf8(Read(manifests.next())), nullptr);
+        const VersionInfo manifest(QString::fromUtf8(gReadFile(manifests.next())), nullptr);
         for (const QString &url : {manifest.ExeUrl(), manifest.IncreaseUrl()}) {
             if (!url.isEmpty() &&
                 !QFileInfo::exists(Site() + QLatin1String("/packages/") + gPackageName(url))) {
@@ -136,7 +127,7 @@ QMap<QString, QByteArray> ReleaseDesk::Files() const
         const QString path = entries.next();
         // A digest, because a failed comparison would print the content of two installers.
         files.insert(path, entries.fileInfo().isDir() ? QByteArray("folder")
-                                                      : gMd5(Read(path)).toLatin1());
+                                                      : gMd5(gReadFile(path)).toLatin1());
     }
     return files;
 }

@@ -37,9 +37,7 @@ public:
     /// An executable shell script, as a stand-in for a program.
     QString Script(const QString &name, const QByteArray &body) const;
 
-    static QByteArray Read(const QString &path);
-
-    /// Values for the options "bsdiff" and "bspatch": scripts that take no time, whose patch is the
+    /// Values for the options "bsdiff" and "bspatch": stand-ins that take no time, whose patch is the
     /// new installer itself.
     QMap<QString, QString> QuickPatches() const;
 

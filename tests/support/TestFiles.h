@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// The whole content of a file; empty when it cannot be read.
+QByteArray gReadFile(const QString &path);
+/// Creates or replaces a file and the folders above it. @return whether it holds @p bytes
+bool gWriteFile(const QString &path, const QByteArray &bytes);
