@@ -7,6 +7,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QMetaType>
 #include <QPair>
 
 #include <optional>
@@ -124,3 +125,4 @@ private:
     std::optional<FaultStep::Kind> m_end;
     bool m_endless = false;
 };
+Q_DECLARE_METATYPE(FaultAnswer)

@@ -69,7 +69,6 @@ private:
     std::unique_ptr<HttpServer> m_server;
 };
 
-Q_DECLARE_METATYPE(FaultAnswer)
 Q_DECLARE_METATYPE(HttpAnswer)
 
 static const QByteArray file = "0123456789";

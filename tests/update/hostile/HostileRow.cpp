@@ -9,6 +9,21 @@ namespace
 constexpr int limitMs = 5000;
 }
 
+void gAddHostileRows(const QList<HostileRow> &rows)
+{
+    QTest::addColumn<HostileRow>("row");
+    for (const HostileRow &row : rows) {
+        QTest::newRow(row.sentence) << row;
+    }
+}
+
+void gCheckHostileRow()
+{
+    QFETCH(HostileRow, row);
+    HostileWorld world;
+    gCheckHostileDownload(row, world);
+}
+
 void gCheckHostileDownload(const HostileRow &row, HostileWorld &world)
 {
     using End = HostileWorld::End;

@@ -10,8 +10,6 @@
 
 #include <functional>
 
-Q_DECLARE_METATYPE(FaultAnswer)
-
 /// Answers to the check that no honest service gives, to the interactive check and to the silent one.
 class tst_HostileCheck : public QObject
 {

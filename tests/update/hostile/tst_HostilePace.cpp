@@ -11,36 +11,15 @@ class tst_HostilePace : public QObject
 
 private slots:
     void an_odd_pace_data();
-    void an_odd_pace() { Check(); }
+    void an_odd_pace() { gCheckHostileRow(); }
     void a_mixed_file_data();
-    void a_mixed_file() { Check(); }
-
-private:
-    static void AddRows(const QList<HostileRow> &rows)
-    {
-        QTest::addColumn<HostileRow>("row");
-        for (const HostileRow &row : rows) {
-            QTest::newRow(row.sentence) << row;
-        }
-    }
-    static void Check()
-    {
-        QFETCH(HostileRow, row);
-        HostileWorld world;
-        gCheckHostileDownload(row, world);
-    }
+    void a_mixed_file() { gCheckHostileRow(); }
 };
-
-namespace
-{
-constexpr auto installed = HostileWorld::End::Installed;
-constexpr auto told = HostileWorld::End::Told;
-} // namespace
 
 void tst_HostilePace::an_odd_pace_data()
 {
     const FaultAnswer stalls = gHonest().StallAfter(7000);
-    AddRows({
+    gAddHostileRows({
         {"the_second_range_stalls_once", gAtFirst(2, stalls), installed},
         {"the_last_range_stalls_once", gAtFirst(5, stalls), installed},
         {"all_ranges_stall_once", gAllRangesAtFirst(stalls), installed},
@@ -72,7 +51,7 @@ void tst_HostilePace::a_mixed_file_data()
     static const QByteArray sameSize = QByteArray(HostileWorld::Package()).replace(0, 5, "OTHER");
     static const QByteArray larger = HostileWorld::Package() + QByteArray(5000, 'l');
     static const QByteArray smaller = HostileWorld::Package().chopped(5000);
-    AddRows({
+    gAddHostileRows({
         {"a_larger_file_from_the_third_range_on", gAlways(3, FaultAnswer::File(larger)), told,
          "belongs to another package"},
         {"a_larger_file_for_the_last_range", gAlways(5, FaultAnswer::File(larger)), told},

@@ -11,33 +11,15 @@ class tst_HostileRanges : public QObject
 
 private slots:
     void a_cut_connection_data();
-    void a_cut_connection() { Check(); }
+    void a_cut_connection() { gCheckHostileRow(); }
     void another_answer_than_the_one_asked_for_data();
-    void another_answer_than_the_one_asked_for() { Check(); }
+    void another_answer_than_the_one_asked_for() { gCheckHostileRow(); }
     void a_lie_in_the_head_data();
-    void a_lie_in_the_head() { Check(); }
-
-private:
-    static void AddRows(const QList<HostileRow> &rows)
-    {
-        QTest::addColumn<HostileRow>("row");
-        for (const HostileRow &row : rows) {
-            QTest::newRow(row.sentence) << row;
-        }
-    }
-    static void Check()
-    {
-        QFETCH(HostileRow, row);
-        HostileWorld world;
-        gCheckHostileDownload(row, world);
-    }
+    void a_lie_in_the_head() { gCheckHostileRow(); }
 };
 
 namespace
 {
-constexpr auto installed = HostileWorld::End::Installed;
-constexpr auto told = HostileWorld::End::Told;
-
 QByteArray gContentRange(qint64 first, qint64 last, qint64 size)
 {
     return "bytes " + QByteArray::number(first) + '-' + QByteArray::number(last) + '/' +
@@ -49,7 +31,7 @@ void tst_HostileRanges::a_cut_connection_data()
 {
     const FaultAnswer cut = gHonest().CutAfter(7000);
     const FaultAnswer reset = gHonest().ResetAfter(7000);
-    AddRows({
+    gAddHostileRows({
         {"the_first_range_is_cut_once", gAtFirst(1, cut), installed},
         {"the_third_range_is_cut_once", gAtFirst(3, cut), installed},
         {"the_last_range_is_cut_once", gAtFirst(5, cut), installed},
@@ -86,7 +68,7 @@ void tst_HostileRanges::a_cut_connection_data()
 void tst_HostileRanges::another_answer_than_the_one_asked_for_data()
 {
     const FaultAnswer page = FaultAnswer::Text("<html>Please log in</html>", "text/html");
-    AddRows({
+    gAddHostileRows({
         {"the_whole_file_for_the_first_range", gAlways(1, gHonest().OverlookRange()), told,
          "range 1 is refused, HTTP status 200"},
         {"the_whole_file_for_the_second_range", gAlways(2, gHonest().OverlookRange()), told,
@@ -140,7 +122,7 @@ void tst_HostileRanges::another_answer_than_the_one_asked_for_data()
 void tst_HostileRanges::a_lie_in_the_head_data()
 {
     using World = HostileWorld;
-    AddRows({
+    gAddHostileRows({
         {"no_content_range_but_the_length_asked_for", gAlways(2, gHonest().ContentRange("")),
          installed},
         {"neither_content_range_nor_length", gAlways(2, gHonest().ContentRange("").NoLength()),

@@ -6,8 +6,6 @@
 #include <QElapsedTimer>
 #include <QtTest>
 
-Q_DECLARE_METATYPE(FaultAnswer)
-
 /// Statistics endpoints that misbehave: the user is told at once, and the report ends in time.
 class tst_HostileReports : public QObject
 {

@@ -7,8 +7,6 @@
 #include <QElapsedTimer>
 #include <QtTest>
 
-Q_DECLARE_METATYPE(FaultAnswer)
-
 /// Servers that keep the silent check waiting: it ends all the same.
 class tst_HostileSilentCheck : public QObject
 {
