@@ -27,8 +27,8 @@ void gTrustAuthority(const QSslCertificate &authority)
         CertCloseStore(store, 0) == FALSE) {
         qFatal("The test cannot write to the store of certificates.");
     }
-    // What the first look at the stores finds is what the process trusts, and only now are they its
-    // own.
+    // The process trusts what it finds when it first opens the stores, and the stores are its own
+    // only from here on.
     CERT_CHAIN_PARA parameters{};
     parameters.cbSize = sizeof parameters;
     const CERT_CHAIN_CONTEXT *chain = nullptr;

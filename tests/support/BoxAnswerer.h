@@ -8,15 +8,14 @@
 
 class QWidget;
 
-/// The user in front of the host's message boxes: answers every modal box that comes up while the
-/// object lives, from within the box's own event loop.
+/// Answers every modal message box that comes up while the object lives, from within the box's own
+/// event loop, as a user would.
 ///
-/// Thread: GUI thread. Errors: a box without the wanted button is closed, so that no test waits
-/// forever.
+/// Thread: GUI thread. Errors: a box without the named button is closed, so that the test goes on.
 class BoxAnswerer
 {
 public:
-    /// Called with the box, which is modal and visible; has to end it.
+    /// Called with the box, which is modal and visible. It has to end the box.
     using Answer = std::function<void(QWidget *box)>;
 
     explicit BoxAnswerer(Answer answer);

@@ -5,7 +5,7 @@
 #include <QByteArray>
 #include <QtGlobal>
 
-/// Writes binary patches step by step, also such as no tool makes.
+/// Writes binary patches step by step, also patches that no tool makes.
 class BsdiffWriter
 {
 public:
@@ -27,7 +27,7 @@ public:
     /// The patch of the steps so far.
     QByteArray Build() const;
 
-    /// A patch of any blocks, which need not fit one another.
+    /// A patch of any blocks, even if they do not fit one another.
     static QByteArray Build(const Blocks &unpacked, qint64 newSize);
     /// Puts blocks that are packed already behind a header that fits them.
     static QByteArray Assemble(const Blocks &packed, qint64 newSize);

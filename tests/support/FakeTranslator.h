@@ -8,15 +8,14 @@
 #include <QString>
 #include <QTranslator>
 
-/// A translation of a few texts, given in code: what an installed language looks like to the
-/// classes under test.
+/// A translation of a few texts, given in code, in the place of an installed language.
 ///
 /// Thread: GUI thread. Ownership: as any `QTranslator`; destroying it takes the language away
 /// again.
 class FakeTranslator : public QTranslator
 {
 public:
-    /// Taken out of use first: network threads translate their own texts at any time.
+    /// Removes the translator first, since network threads translate their own texts at any time.
     ~FakeTranslator() override { QCoreApplication::removeTranslator(this); }
 
     /// From now on @p source of the class @p context reads @p translation.

@@ -12,7 +12,7 @@
 
 #include <optional>
 
-/// An answer of the test server: an honest one, and what is changed about it.
+/// An answer of the test server: a right one, and what is changed about it.
 ///
 ///     FaultAnswer::File(package).CutAfter(700)
 ///     FaultAnswer::File(package).Pieces(1, 1000)
@@ -24,16 +24,16 @@ class FaultAnswer
 public:
     /// The whole of @p file, or the range of it that is asked for.
     static FaultAnswer File(const QByteArray &file);
-    /// A text of @p type that knows no ranges, for example a manifest or an error page.
+    /// A text of @p type, for example a manifest or an error page. Range headers are ignored.
     static FaultAnswer Text(const QByteArray &text, const QByteArray &type = "text/xml");
     static FaultAnswer Status(int status);
-    /// @p location is sent as it stands; an address that is only a path is one, too.
+    /// @p location is sent as it stands; it may be a path alone.
     static FaultAnswer Redirect(const QByteArray &location, int status = 302);
     /// The request is read, and nothing is ever sent.
     static FaultAnswer Silence();
     static FaultAnswer Closed();
     static FaultAnswer WithReset();
-    /// @p bytes in place of anything that HTTP knows; then the connection is closed.
+    /// @p bytes in place of a head and a body; then the connection is closed.
     static FaultAnswer Raw(const QByteArray &bytes);
 
     // --- The head
@@ -41,9 +41,9 @@ public:
     FaultAnswer WithStatus(int status) const;
     FaultAnswer Type(const QByteArray &type) const;
     FaultAnswer Header(const QByteArray &name, const QByteArray &value) const;
-    /// This Content-Range in place of the true one; an empty one: none.
+    /// This Content-Range in place of the right one; empty: none.
     FaultAnswer ContentRange(const QByteArray &value) const;
-    /// This Content-Length in place of the true one; a second call sends a second one.
+    /// This Content-Length in place of the right one; a second call sends a second one.
     FaultAnswer Length(const QByteArray &value) const;
     FaultAnswer NoLength() const;
     /// @p bytes of further header fields behind the others.
@@ -51,11 +51,11 @@ public:
 
     // --- The body
 
-    /// The Range header is overlooked: the whole file, with 200.
+    /// The Range header is ignored: the whole file, with 200.
     FaultAnswer OverlookRange() const;
     /// The range is answered as if it began so many bytes later, in the head and in the body.
     FaultAnswer Shifted(qint64 bytes) const;
-    /// The head is true; the bytes are these.
+    /// The head is that of the file; the bytes are these.
     FaultAnswer Body(const QByteArray &bytes) const;
     /// So many bytes more than the head announces.
     FaultAnswer Longer(int bytes) const;
@@ -75,7 +75,7 @@ public:
     FaultAnswer CutAfter(qint64 bytes) const;
     FaultAnswer ResetAfter(qint64 bytes) const;
     FaultAnswer StallAfter(qint64 bytes) const;
-    /// The body is followed by more and more of it.
+    /// Further bytes follow the body until the client closes the connection.
     FaultAnswer Endless() const;
 
     /// What happens on the wire when @p request is answered.

@@ -10,7 +10,8 @@
 
 #include <limits>
 
-/// Which requests are meant, and what they are answered, one after the other.
+/// Names requests by method, path and range, and holds the answers that they get, one after the
+/// other.
 ///
 ///     script.When("GET", "/setup.exe").From(200, 399).Answer(cut).Then(honest)
 class FaultRule
@@ -27,7 +28,7 @@ public:
     /// Only requests without a range.
     FaultRule &WithoutRange();
 
-    /// What is answered; the last answer holds for all requests from then on.
+    /// Adds answers; the last one holds for all requests from then on.
     FaultRule &Answer(const FaultAnswer &answer) { return Then(answer); }
     FaultRule &Answer(int times, const FaultAnswer &answer);
     FaultRule &Then(const FaultAnswer &answer);

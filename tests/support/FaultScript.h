@@ -9,8 +9,8 @@
 
 #include <optional>
 
-/// What a test server answers. A later rule goes before an earlier one, so that a script first says
-/// what is in order and then what is not.
+/// The rules by which a test server answers. A later rule goes before an earlier one, so that a
+/// script first describes a server that is in order and then the faults.
 class FaultScript
 {
 public:

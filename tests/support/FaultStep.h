@@ -4,7 +4,7 @@
 
 #include <QByteArray>
 
-/// One thing that a scripted answer does on the wire.
+/// One step of an answer on the wire.
 struct FaultStep {
     enum class Kind {
         Send,
@@ -20,7 +20,7 @@ struct FaultStep {
     /// The bytes are sent in pieces of this size with `pauseMs` between them; 0: in one piece.
     int pieceSize = 0;
     int pauseMs = 0;
-    /// The bytes are sent again and again, until the client has had enough.
+    /// The bytes are sent again and again, until the client closes the connection.
     bool forEver = false;
 
     static FaultStep Send(const QByteArray &bytes)

@@ -9,8 +9,8 @@
 #include <QPair>
 #include <QtGlobal>
 
-/// What the test server gives to the requests of one path. Without any change: the whole body, or
-/// the range asked for, at once.
+/// The answer to all requests of one path. By default the whole body, or the range asked for, is
+/// sent at once.
 struct HttpAnswer {
     enum class Fault {
         None,
@@ -31,11 +31,11 @@ struct HttpAnswer {
     QByteArray contentType = "application/octet-stream";
     /// Further header fields, for example a Location.
     QList<QPair<QByteArray, QByteArray>> headers;
-    /// A Range header is answered with 206; otherwise it is overlooked.
+    /// Whether a Range header is answered with 206; otherwise it is ignored.
     bool ranges = true;
-    /// Without a Content-Length the end of the body is the end of the connection.
+    /// Whether a Content-Length is sent. Without one, the body ends with the connection.
     bool announceLength = true;
-    /// A Content-Length other than the body's own; -1: the true one.
+    /// A Content-Length other than the size of the body; -1: the size of the body.
     qint64 announcedLength = -1;
     int delayMs = 0;
     /// The body is sent in pieces of this size with a pause between them; 0: in one piece.

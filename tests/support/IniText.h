@@ -5,6 +5,6 @@
 #include <QMap>
 #include <QString>
 
-/// What really stands in the settings file at @p path, as "group/key" and text, read without the
-/// settings class, whose objects share what is not on disk yet.
+/// The values in the settings file at @p path, as "group/key" and text. The file is read without
+/// `QSettings`, whose objects also give values that are not on disk yet.
 QMap<QString, QString> gReadIniText(const QString &path);

@@ -9,8 +9,8 @@
 #include <chrono>
 #include <functional>
 
-/// Stands in for the clock of what is to be done later: collects the appointments, and keeps them
-/// when the test says so, or at once.
+/// Takes the place of the timers of the code under test: collects the delayed calls, and makes them
+/// when the test says so, or in the next pass of the event loop.
 ///
 /// Thread: one.
 class LaterCalls
@@ -19,15 +19,15 @@ public:
     using Function =
         std::function<void(std::chrono::milliseconds, QObject *, const std::function<void()> &)>;
 
-    /// What code under test is given. It must not outlive this object.
+    /// The function that the code under test is given. It must not outlive this object.
     Function Seam();
 
     /// Every delay so far, in seconds.
     QList<int> Seconds() const { return m_seconds; }
 
-    /// Keeps the appointments that are waiting.
+    /// Makes the calls that are waiting.
     void Run();
-    /// From now on every appointment is kept in the next pass of the event loop.
+    /// From now on every call is made in the next pass of the event loop.
     void RunAtOnce() { m_atOnce = true; }
 
 private:

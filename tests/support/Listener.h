@@ -6,7 +6,7 @@
 
 /// Accepts the connections of an `HttpServer`.
 ///
-/// Thread: the server's, but for the construction. Ownership: the server's.
+/// Thread: the server's, except for the constructor. Ownership: the server's.
 class Listener : public QTcpServer
 {
 public:

@@ -6,7 +6,7 @@
 
 namespace
 {
-// A message handler is a plain function: it finds its capture here.
+// A message handler is a plain function without data of its own, so its capture stands here.
 LogCapture *gCapture = nullptr;
 } // namespace
 

@@ -8,10 +8,10 @@
 #include <QStringList>
 #include <QtGlobal>
 
-/// Collects what is logged while it lives, and keeps it from the console.
+/// Collects what is logged while the object lives. Nothing of it is written to the console.
 ///
-/// Thread: lines may come from any thread. One capture at a time; the destructor puts the message
-/// handler of before back.
+/// Thread: lines may come from any thread. One capture at a time; the destructor restores the
+/// earlier message handler.
 class LogCapture
 {
 public:
@@ -20,7 +20,7 @@ public:
     LogCapture(const LogCapture &) = delete;
     LogCapture &operator=(const LogCapture &) = delete;
 
-    /// How many lines of @p function and of the source @p file say @p message, and nothing more.
+    /// How many lines of @p function and of the source @p file consist of @p message.
     int Count(const QString &file, const QString &function, const QString &message) const;
 
     /// How many lines of any source and level contain @p text.

@@ -25,7 +25,7 @@ public:
     /// Starts nginx with the "nginx.conf" in @p folder. @return whether it is ready
     bool Start(const QString &folder, int portCount, const WriteConfiguration &write);
 
-    /// Ends the process; whoever asks it then is refused.
+    /// Ends the process; later connections are refused.
     void Stop();
 
     QList<int> Ports() const { return m_ports; }

@@ -2,9 +2,9 @@
 
 #pragma once
 
-/// A customisation store that writes down how it is called and behaves oddly on request. It is
-/// built as libraries of its own, which tests put in the place of the host's "HvUtilities.dll": the
-/// whole one, one without the export that reads, and one without the export that loads.
+/// A customisation store that records how it is called and gives odd values for some keys. It is
+/// built as three libraries that tests put in the place of the host's "HvUtilities.dll": one with
+/// both exports, one without the export that reads, and one without the export that loads.
 extern "C" {
 
 /// The last call of `ReadCustomizeInfoW` and of `LoadCustomizeXMLFileW`, as text:
@@ -12,10 +12,10 @@ extern "C" {
 /// where the buffer before is its first unit and the zeros are counted behind it.
 __attribute__((visibility("default"))) const char *OddCustomizationCalls();
 
-/// Writes down the path. @return 0, as if the file could not be loaded.
+/// Records the path. @return 0, as if the file could not be loaded.
 __attribute__((visibility("default"))) int LoadCustomizeXMLFileW(const char16_t *path);
 
-/// Writes down its arguments, and then, depending on the key: "silent" succeeds and writes nothing,
+/// Records its arguments, and then, depending on the key: "silent" succeeds and writes nothing,
 /// "refuse" writes and fails, "empty" writes an empty value, "long" writes 255 units and a zero,
 /// "endless" writes 256 units without a zero, "halves" writes "front", a zero and "back"; any other
 /// writes "value".

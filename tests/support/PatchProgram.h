@@ -14,7 +14,7 @@ class PatchProgram
 public:
     /// The real program, the one in the system's path.
     PatchProgram();
-    /// A stand-in that follows @p orders, see StandIn.
+    /// A stand-in that executes @p orders, see StandIn.
     explicit PatchProgram(const QByteArray &orders);
     ~PatchProgram();
     PatchProgram(const PatchProgram &) = delete;

@@ -9,8 +9,7 @@
 #include <QtGlobal>
 
 /// Builds a small Windows executable in memory: headers, a code section, and a resource section
-/// whose tree holds an icon and, unless it is told otherwise, a version resource. Nothing in it can
-/// run.
+/// whose tree holds an icon and, by default, a version resource. The program cannot be run.
 ///
 ///     0x000 DOS header, 0x080 "PE\0\0", COFF header, optional header, section table
 ///     0x400 .text
@@ -30,7 +29,7 @@ public:
     /// Appends a string to the table @p table, for example "040904b0"; @p value is stored with one
     /// terminating zero behind what it contains itself.
     PeBuilder &AddString(const QString &table, const QString &name, const QString &value);
-    /// The four numbers of the binary part, which no text is made of.
+    /// The four numbers of the binary part; no text is made from them.
     PeBuilder &SetFixedVersion(quint16 major, quint16 minor, quint16 build, quint16 revision);
     PeBuilder &PutTranslationsFirst();
     PeBuilder &LeaveOutVersionResource();

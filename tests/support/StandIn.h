@@ -4,9 +4,9 @@
 
 #include <QByteArray>
 
-/// A small program that follows orders: what tests start in the place of an installer or of the patch program,
-/// on every system. The orders stand at the end of the program's own file, one a line, its words separated by
-/// tabs; "$1" to "$9" stand for the program's arguments:
+/// A small program that tests start in the place of an installer or of the patch program, on every
+/// system. The orders that it executes stand at the end of its own file, one a line, with tabs
+/// between the words; "$1" to "$9" stand for the program's arguments:
 ///
 ///     write FILE TEXT     copy FROM TO     arguments FILE     pid FILE
 ///     sleep SECONDS       exit CODE        crash
@@ -17,6 +17,6 @@
 class StandIn
 {
 public:
-    /// The bytes of a program that follows @p orders. @p padding, bytes of any kind, makes it larger.
+    /// The bytes of a program that executes @p orders. @p padding, bytes of any kind, makes it larger.
     static QByteArray Bytes(const QByteArray &orders, const QByteArray &padding = {});
 };

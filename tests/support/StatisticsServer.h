@@ -8,16 +8,16 @@
 #include <QJsonObject>
 #include <QList>
 
-/// A statistics endpoint: a real encrypted server, and what it was sent.
+/// A statistics endpoint: an encrypted server and the records that it received.
 ///
-/// Thread: as the server's. Errors: what is no record reads as an empty object.
+/// Thread: any, as `HttpServer`. Errors: a request without a record reads as an empty object.
 class StatisticsServer
 {
 public:
     /// The server shows the certificate of @p certificates, and answers 200.
     explicit StatisticsServer(const TestCertificates &certificates);
 
-    /// What every record is answered from now on.
+    /// Sets the answer to every record from now on.
     void Answer(const HttpAnswer &answer) { m_server.Serve("/tallow/visit/", answer); }
 
     HttpServer &Server() { return m_server; }

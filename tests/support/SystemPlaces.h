@@ -27,7 +27,7 @@ public:
     /// The client sign at @p place, like "Halvard/TPX"; empty when there is none.
     static QString Sign(Owner owner, const QString &place);
     static void PutSign(Owner owner, const QString &place, const QString &sign);
-    /// From now on the machine keeps no sign of @p company. None has to be there.
+    /// From now on no sign of @p company can be stored. There must be none yet.
     static void BlockSignsOf(const QString &company);
 
 private:

@@ -2,11 +2,11 @@
 
 #pragma once
 
-/// What systems do differently and a test has to know. One that needs what a system does not do skips itself.
+/// What systems do differently. A test that needs what a system does not do is skipped there.
 
-/// A client learns of a connection that is reset before a single byte has come. Windows tells; Wine, under
-/// which its programs are tested, does so only now and then.
+/// A client is told of a connection that is reset before the first byte. Windows does that; Wine, under
+/// which the Windows programs are tested, does it only sometimes.
 bool gTellsOfEarlyResets();
 
-/// A file that somebody has open can be removed.
+/// A file that is open can be removed.
 bool gRemovesOpenFiles();

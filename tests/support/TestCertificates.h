@@ -6,10 +6,10 @@
 #include <QSslKey>
 #include <QString>
 
-/// A certificate authority of its own and a certificate that it issued for 127.0.0.1. They are made with the
-/// tests; each object of a process has another pair.
+/// A certificate authority and a certificate that it issued for 127.0.0.1. They are made when the
+/// tests are built; each object of a process has another pair.
 ///
-/// Thread: GUI thread. Errors: a process that wants more pairs than were made ends.
+/// Thread: GUI thread. Errors: a process that asks for more pairs than were made ends.
 class TestCertificates
 {
 public:

@@ -9,11 +9,10 @@
 
 /// Accepts encrypted connections for an `HttpServer`.
 ///
-/// Where the system has no encryption for servers, which is so under Wine, another program stands
-/// in front of it: the environment variable QUILLON_TLS_FRONT_PORT names its port then, and the
-/// connections come from there, see tls-front/main.cpp.
+/// Wine has no encryption for servers. There another program encrypts and passes the connections
+/// on, see tls-front/main.cpp; the environment variable QUILLON_TLS_FRONT_PORT names its port.
 ///
-/// Errors: a program in front that is not there lets no server start.
+/// Errors: without a program at that port no server starts.
 class TlsListener : public Listener
 {
     Q_OBJECT

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// A program that does what is written at its own end: an installer or a patch program for tests, on every
-// system. See tests/support/StandIn.h.
+// A program that executes the orders at the end of its own file: an installer or a patch program for
+// tests, on every system. See tests/support/StandIn.h.
 
 #include <chrono>
 #include <cstdio>
@@ -29,7 +29,7 @@ std::string gRead(const std::string &path)
     return bytes;
 }
 
-/// Whoever waits for the file sees it complete or not at all.
+/// Renames the file when it is complete, so that a test never reads a part of it.
 void gWrite(const std::string &path, const std::string &bytes)
 {
     const std::string part = path + ".part";
@@ -96,7 +96,7 @@ void gFollow(const Words &words, const Words &arguments)
 int main(int argc, char *argv[])
 {
     const std::string self = gRead(argv[0]);
-    // In two pieces, so that the program's own code does not hold it.
+    // In two pieces, so that the mark does not occur in the program's own code.
     const std::string mark = std::string("\n--stand-in") + "--\n";
     const std::size_t start = self.rfind(mark);
     if (start == std::string::npos) {

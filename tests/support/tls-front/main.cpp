@@ -39,8 +39,8 @@ void gForward(QTcpSocket *from, QTcpSocket *to)
     QObject::connect(from, &QTcpSocket::disconnected, to, &QTcpSocket::disconnectFromHost);
 }
 
-/// Connects with the test at once, before anything is encrypted: it counts connections of clients
-/// that do not like the certificate, too.
+/// Connects with the test at once, before anything is encrypted, so that the test also counts the
+/// connections of clients that reject the certificate.
 void gServe(QTcpSocket *client, quint16 port)
 {
     auto *test = new QTcpSocket(client->parent());
@@ -51,8 +51,7 @@ void gServe(QTcpSocket *client, quint16 port)
     test->connectToHost(QHostAddress::LocalHost, port);
 }
 
-/// A test asks with its own port, a certificate and the key of that, and is told the port for
-/// clients.
+/// A test sends its own port, a certificate and the key of that; the answer is the port for clients.
 void gAnswer(QTcpSocket *asker)
 {
     QDataStream stream(asker);

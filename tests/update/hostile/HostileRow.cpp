@@ -36,7 +36,7 @@ void gCheckHostileDownload(const HostileRow &row, HostileWorld &world)
     if (!QTest::qWaitFor([&world] { return world.Ended() != End::None; }, limitMs)) {
         QFAIL(world.Story().constData());
     }
-    // What comes after the end must not do damage either.
+    // Bytes that arrive after the end must not do damage either.
     QTest::qWait(50);
     // Bytes of another version may be in the target; they must not be there when it is complete.
     if (!row.otherVersion) {

@@ -18,7 +18,7 @@ struct HostileRow {
     const char *sentence = "";
     Spoil spoil;
     HostileWorld::End end = HostileWorld::End::Told;
-    /// What some line of the log contains, from which an operator can tell what it was.
+    /// A text in some line of the log that tells an operator what was wrong.
     const char *logged = "";
     /// Two versions of the package were served; the module cannot tell which one is meant.
     bool otherVersion = false;

@@ -4,7 +4,7 @@
 
 #include "tests/update/hostile/HostileRow.h"
 
-/// The package as it is.
+/// The answer of a server that is in order.
 const FaultAnswer &gHonest();
 
 /// The range @p number is answered with @p answer every time.
@@ -15,5 +15,5 @@ HostileRow::Spoil gAtFirst(int number, const FaultAnswer &answer, int times = 1)
 HostileRow::Spoil gAllRanges(const FaultAnswer &answer);
 HostileRow::Spoil gAllRangesAtFirst(const FaultAnswer &answer);
 
-/// The question for the size is answered with @p answer.
+/// The HEAD request for the size is answered with @p answer.
 HostileRow::Spoil gHead(const FaultAnswer &answer);

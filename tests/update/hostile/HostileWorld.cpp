@@ -12,7 +12,7 @@
 
 namespace
 {
-const QByteArray neighbour = "nobody may touch this";
+const QByteArray neighbour = "not a file of the module";
 } // namespace
 
 HostileWorld::HostileWorld()
@@ -125,7 +125,7 @@ QString HostileWorld::Damage() const
     return damage.join(QStringLiteral("; "));
 }
 
-/// Files that the module has no business with, or has changed or removed.
+/// Files that the module must not create, and those that it must not change or remove.
 QStringList HostileWorld::StrangeFiles() const
 {
     static const QStringList known{QStringLiteral("config/Corvina.ini"),

@@ -10,8 +10,8 @@
 #include <QString>
 #include <QStringList>
 
-/// A user who presses "Update Now", and a server from which anything may come. Whatever comes, the
-/// installer that is put in place has the right bytes, and nothing else in the folders is touched.
+/// An update rig and a server that a test lets misbehave. After every download the installer that is
+/// in place has the right bytes, and nothing else in the folders is changed; see `Damage`.
 ///
 /// Thread: GUI thread. Ownership: one for each test function; everything ends with it.
 class HostileWorld
@@ -19,7 +19,7 @@ class HostileWorld
 public:
     /// How an update has ended.
     enum class End {
-        /// It has not.
+        /// It has not ended.
         None,
         /// The installer is in place, and the user was asked.
         Installed,
@@ -39,7 +39,7 @@ public:
     static qint64 First(int number);
     static qint64 Last(int number);
 
-    /// A server in perfect order, with the package at "/files/setup.exe".
+    /// A server that is in order, with the package at "/files/setup.exe".
     static FaultScript Honest();
     /// The requests of one range of the package, whole or what is left of it.
     static FaultRule &Range(FaultScript &script, int number);
@@ -59,13 +59,13 @@ public:
 
     End Ended() const;
 
-    /// What must never be, whatever came from the server; empty when all is well.
+    /// Files that are wrong, missing or out of place, as one text; empty when there are none.
     QString Damage() const;
 
 private:
     void Prepare();
-    /// The limits and the pauses of the module are short here, in the same order as the real ones.
-    static void ShortenWaits(DownloadSystem &system);
+    /// Makes the limits and the pauses of the module short, and keeps their order by length.
+    static void ShortenWaits(DownloadSystem &seams);
     QStringList StrangeFiles() const;
     QStringList WrongTarget() const;
     qint64 PlannedSize() const;

@@ -10,7 +10,7 @@
 
 #include <functional>
 
-/// Answers to the check that no honest service gives, to the interactive check and to the silent one.
+/// Wrong answers to the version check, the interactive one and the silent one.
 class tst_HostileCheck : public QObject
 {
     Q_OBJECT
@@ -90,7 +90,8 @@ void tst_HostileCheck::an_answer_data()
     ends("a redirect with a page", honest.WithStatus(302).Body("<html>moved</html>").Length("18"),
          latest);
     ends("a manifest cut in the middle", honest.CutAfter(60), failed);
-    // The interactive check takes one look at what has arrived; the silent one waits for all of it.
+    // The interactive check reads the reply once, when the first bytes are there; the silent one waits
+    // for all of it.
     QTest::newRow("a_manifest_whose_second_half_comes_late")
         << honest.PauseAfter(60, 50) << "hint" << latest << true;
     ends("half a manifest that claims to be whole", FaultAnswer::Text(gManifest().left(60)),

@@ -10,8 +10,8 @@
 
 #include <functional>
 
-/// Incremental packages from a hostile server. Either the kept installer becomes the new one, or it
-/// stays as it is and the full package takes over, or the user is told.
+/// Incremental packages from a server that misbehaves. Either the kept installer becomes the new
+/// one, or it stays as it is and the full package is downloaded, or the user is told.
 class tst_HostileIncrement : public QObject
 {
     Q_OBJECT
@@ -140,7 +140,7 @@ void tst_HostileIncrement::a_package()
         return;
     }
 
-    // The server is mended: what was left behind must not stand in the way.
+    // The server is in order again: what the failed update left must not prevent the next one.
     QFile::remove(world.Rig().Installer());
     Begin(
         world, [](FaultScript &) {}, world.Server().Address("/increase.patch"));

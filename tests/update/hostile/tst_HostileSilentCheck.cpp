@@ -7,7 +7,7 @@
 #include <QElapsedTimer>
 #include <QtTest>
 
-/// Servers that keep the silent check waiting: it ends all the same.
+/// The silent check ends in time when a server keeps it waiting.
 class tst_HostileSilentCheck : public QObject
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ void tst_HostileSilentCheck::it_ends_in_time_data()
     QTest::newRow("with_a_body_without_an_end")
         << honest.NoLength().Endless().Pieces(4096, 5) << "http:";
     QTest::newRow("with_one_byte_at_a_time") << honest.Pieces(1, 1000) << "http:";
-    // It waits for the end of a request, and the client for a greeting.
+    // The server waits for the end of a request, and the client for the start of the encryption.
     QTest::newRow("with_a_server_that_does_not_encrypt") << honest << "https:";
 }
 

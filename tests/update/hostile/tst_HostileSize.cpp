@@ -6,7 +6,7 @@
 #include <QTcpServer>
 #include <QtTest>
 
-/// The question for the size of the package, and addresses that no honest manifest names.
+/// Wrong answers to the request for the size of the package, and wrong addresses in the manifest.
 class tst_HostileSize : public QObject
 {
     Q_OBJECT
