@@ -57,6 +57,13 @@ public:
 
     /// The values of the field @p field in all events with the name @p event, in order.
     QStringList Values(const QString &event, const QString &field) const;
+    /// The names of all signals so far, in order.
+    QStringList Signals() const { return Values(QStringLiteral("signal"), QStringLiteral("name")); }
+    /// The text of the last page.
+    QString PageText() const
+    {
+        return Values(QStringLiteral("page"), QStringLiteral("text")).last();
+    }
 
     /// What the module wrote to the log.
     QString Log() const;

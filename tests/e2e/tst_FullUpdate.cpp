@@ -119,7 +119,7 @@ void tst_FullUpdate::the_host_hears_every_signal_of_a_fresh_update_in_order()
     QVERIFY(m_scene->PublishInstaller(m_installer));
     RunAndAnswer(QStringLiteral("yes"));
 
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+    QCOMPARE(m_scene->demo->Signals(),
              (QStringList{QStringLiteral("BeginInstall"), QStringLiteral("Close"),
                           QStringLiteral("InstallStarted")}));
     QStringList pages = m_scene->demo->Values(QStringLiteral("page"), QStringLiteral("name"));
@@ -251,8 +251,7 @@ void tst_FullUpdate::one_redirect_fails_without_touching_anything()
         m_scene->PackageUrl(UpdateScene::InstallerName(), QStringLiteral("/redirect"))));
     RunAndAnswer(QStringLiteral("cancel"));
 
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
-             failedText);
+    QCOMPARE(m_scene->demo->PageText(), failedText);
     QVERIFY(!QFileInfo::exists(m_scene->TargetPath()));
     QVERIFY(
         !QFileInfo::exists(m_scene->site.Home() + QStringLiteral("/CvBreakResumeDownLoad.ini")));
@@ -264,10 +263,8 @@ void tst_FullUpdate::a_package_of_no_bytes_fails()
     QVERIFY(m_scene->PublishInstaller(QByteArray()));
     RunAndAnswer(QStringLiteral("cancel"));
 
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
-             failedText);
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
-             QStringList{QStringLiteral("Close")});
+    QCOMPARE(m_scene->demo->PageText(), failedText);
+    QCOMPARE(m_scene->demo->Signals(), QStringList{QStringLiteral("Close")});
     QVERIFY(!QFileInfo::exists(m_scene->TargetPath()));
 }
 
@@ -292,7 +289,7 @@ void tst_FullUpdate::a_kept_installer_is_started_on_yes_without_any_request()
 
     QVERIFY(m_scene->InstallerHasRun(QStringLiteral("9.2.0.0")));
     QCOMPARE(m_scene->server->Requests(), QStringList());
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+    QCOMPARE(m_scene->demo->Signals(),
              (QStringList{QStringLiteral("Close"), QStringLiteral("InstallStarted")}));
     QVERIFY(m_scene->demo->Values(QStringLiteral("prompt"), QStringLiteral("text"))
                 .first()
@@ -312,7 +309,7 @@ void tst_FullUpdate::a_kept_installer_stays_kept_on_cancel()
                  .value(QStringLiteral("Quillon/SetupFile"))
                  .toString(),
              m_scene->InstalledPath());
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+    QCOMPARE(m_scene->demo->Signals(),
              (QStringList{QStringLiteral("CancelInstall"), QStringLiteral("Close")}));
     QVERIFY(!QFileInfo::exists(m_scene->site.Home() + QStringLiteral("/installed")));
 }
@@ -322,7 +319,7 @@ void tst_FullUpdate::an_installer_put_off_is_offered_by_the_next_run()
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->PublishInstaller(m_installer));
     RunAndAnswer(QStringLiteral("cancel"));
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+    QCOMPARE(m_scene->demo->Signals(),
              (QStringList{QStringLiteral("BeginInstall"), QStringLiteral("CancelInstall"),
                           QStringLiteral("Close")}));
     QVERIFY(!QFileInfo::exists(m_scene->site.Home() + QStringLiteral("/installed")));
@@ -345,7 +342,7 @@ void tst_FullUpdate::closing_a_download_gives_five_close_and_the_next_run_contin
     for (int range = 0; range < rangeCount; ++range) {
         fiveTimes.append(QStringLiteral("Close"));
     }
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")), fiveTimes);
+    QCOMPARE(m_scene->demo->Signals(), fiveTimes);
     const QString already = QStringLiteral("AlreadyDownload_size");
     QVERIFY(m_scene->site.ResumeValue(already, already) >= m_installer.size() / 3);
     QVERIFY(m_scene->site.ResumeValue(already, already) < m_installer.size());
@@ -365,8 +362,7 @@ void tst_FullUpdate::the_title_bar_closes_a_download_with_six_close()
                           QStringLiteral("--titlebar-close-at-bytes"),
                           QString::number(m_installer.size() / 3)});
     QCOMPARE(m_scene->demo->WaitForEnd(), 0);
-    const QStringList signalNames =
-        m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name"));
+    const QStringList signalNames = m_scene->demo->Signals();
     QCOMPARE(signalNames.size(), rangeCount + 1);
     QCOMPARE(signalNames.count(QStringLiteral("Close")), rangeCount + 1);
 }
@@ -383,7 +379,7 @@ void tst_FullUpdate::a_second_process_leaves_the_download_of_the_first_alone()
     second.Start({QStringLiteral("--on-version"), QStringLiteral("update"),
                   QStringLiteral("--on-hint"), QStringLiteral("close")});
     QCOMPARE(second.WaitForEnd(), 0);
-    QCOMPARE(second.Values(QStringLiteral("page"), QStringLiteral("text")).last(), failedText);
+    QCOMPARE(second.PageText(), failedText);
     QVERIFY(QFileInfo::exists(m_scene->TargetPath()));
 
     QCOMPARE(m_scene->demo->WaitForEnd(), 0);
@@ -419,8 +415,7 @@ void tst_FullUpdate::remind_me_later_downloads_nothing()
     QVERIFY(m_scene->PublishInstaller(m_installer));
     m_scene->demo->Start({QStringLiteral("--on-version"), QStringLiteral("remind")});
     QCOMPARE(m_scene->demo->WaitForEnd(), 0);
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
-             QStringList{QStringLiteral("RemindMeLater")});
+    QCOMPARE(m_scene->demo->Signals(), QStringList{QStringLiteral("RemindMeLater")});
     QCOMPARE(m_scene->server->Requests().size(), 1);
     QVERIFY(m_scene->demo->Events(QStringLiteral("page"))
                 .last()
@@ -434,7 +429,7 @@ void tst_FullUpdate::no_newer_version_says_so()
     QVERIFY(m_scene->StartServer());
     QVERIFY(m_scene->site.WriteManifest(QString()));
     RunAndAnswer(QStringLiteral("cancel"));
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
+    QCOMPARE(m_scene->demo->PageText(),
              QStringLiteral("Your current version is the latest version!"));
 }
 
@@ -443,8 +438,7 @@ void tst_FullUpdate::an_unreachable_service_says_so()
     QVERIFY(m_scene->StartServer());
     m_scene->server->Stop();
     RunAndAnswer(QStringLiteral("cancel"));
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
-             QStringLiteral("Failed to check update!"));
+    QCOMPARE(m_scene->demo->PageText(), QStringLiteral("Failed to check update!"));
 }
 
 QUILLON_SERVER_TEST_MAIN(tst_FullUpdate)

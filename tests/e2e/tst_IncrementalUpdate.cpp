@@ -121,7 +121,7 @@ void tst_IncrementalUpdate::a_patch_against_the_kept_installer_is_the_update()
     QCOMPARE(gReadFile(m_keptPath), m_newInstaller);
     QCOMPARE(m_scene->RangesAsked(UpdateSite::PatchName()).size(), UpdateScene::rangeCount);
     QCOMPARE(m_scene->RangesAsked(UpdateScene::InstallerName()), QStringList());
-    QCOMPARE(m_scene->demo->Values(QStringLiteral("signal"), QStringLiteral("name")),
+    QCOMPARE(m_scene->demo->Signals(),
              (QStringList{QStringLiteral("BeginInstall"), QStringLiteral("Close"),
                           QStringLiteral("InstallStarted")}));
 }

@@ -121,8 +121,7 @@ void tst_PublishedUpdate::the_next_release_arrives_as_a_patch()
 void tst_PublishedUpdate::the_newest_version_is_offered_nothing()
 {
     QCOMPARE(Update(QStringLiteral("9.3.0.0")), 0);
-    QCOMPARE(m_host->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
-             QStringLiteral("Your current version is the latest version!"));
+    QCOMPARE(m_host->PageText(), QStringLiteral("Your current version is the latest version!"));
 }
 
 void tst_PublishedUpdate::a_host_that_does_not_trust_the_service_says_so()
@@ -131,8 +130,7 @@ void tst_PublishedUpdate::a_host_that_does_not_trust_the_service_says_so()
         m_user->Home(), m_nginx.SecureUrl() + QStringLiteral("/update?pid=&version=&email="));
     m_host->Start({QStringLiteral("--on-hint"), QStringLiteral("close")});
     QCOMPARE(m_host->WaitForEnd(), 0);
-    QCOMPARE(m_host->Values(QStringLiteral("page"), QStringLiteral("text")).last(),
-             QStringLiteral("Failed to check update!"));
+    QCOMPARE(m_host->PageText(), QStringLiteral("Failed to check update!"));
 }
 
 QTEST_GUILESS_MAIN(tst_PublishedUpdate)
