@@ -57,7 +57,22 @@ private slots:
     void the_values_are_logged_in_order();
     void absent_elements_are_not_logged();
     void an_empty_incremental_package_is_logged_with_empty_values();
+
+private:
+    static void CheckAllButTheFullMd5IsEmpty(const VersionInfo &info);
 };
+
+void tst_VersionInfo::CheckAllButTheFullMd5IsEmpty(const VersionInfo &info)
+{
+    QVERIFY(info.ExeUrl().isEmpty());
+    QVERIFY(info.ReleaseNotes().isEmpty());
+    QVERIFY(info.IncreaseUrl().isEmpty());
+    QVERIFY(info.IncreaseVersion().isEmpty());
+    QVERIFY(info.IncreaseMd5().isEmpty());
+    QCOMPARE(info.IncreaseSize(), qint64(0));
+    QVERIFY(!info.AutoNotify());
+    QVERIFY(info.OldVerify().isEmpty());
+}
 
 void tst_VersionInfo::every_element_reaches_its_field()
 {
@@ -90,15 +105,8 @@ void tst_VersionInfo::what_does_not_parse_gives_nothing_and_no_log_line()
     QFETCH(QString, xml);
     const LogCapture log;
     VersionInfo info(xml, nullptr);
-    QVERIFY(info.ExeUrl().isEmpty());
     QVERIFY(info.FullPackageMd5().isEmpty());
-    QVERIFY(info.ReleaseNotes().isEmpty());
-    QVERIFY(info.IncreaseUrl().isEmpty());
-    QVERIFY(info.IncreaseVersion().isEmpty());
-    QVERIFY(info.IncreaseMd5().isEmpty());
-    QCOMPARE(info.IncreaseSize(), qint64(0));
-    QVERIFY(!info.AutoNotify());
-    QVERIFY(info.OldVerify().isEmpty());
+    CheckAllButTheFullMd5IsEmpty(info);
     QVERIFY(!info.HasExeUrl());
     QVERIFY(!info.HasIncreasePackage());
     QCOMPARE(log.CountContaining({}), 0);
@@ -125,14 +133,7 @@ void tst_VersionInfo::a_second_manifest_without_verify_keeps_the_firsts_md5_and_
     VersionInfo info(gFullManifest("1"), nullptr);
     info.setXml("<a/>");
     QCOMPARE(info.FullPackageMd5(), QStringLiteral("md51"));
-    QVERIFY(info.ExeUrl().isEmpty());
-    QVERIFY(info.ReleaseNotes().isEmpty());
-    QVERIFY(info.IncreaseUrl().isEmpty());
-    QVERIFY(info.IncreaseVersion().isEmpty());
-    QVERIFY(info.IncreaseMd5().isEmpty());
-    QCOMPARE(info.IncreaseSize(), qint64(0));
-    QVERIFY(!info.AutoNotify());
-    QVERIFY(info.OldVerify().isEmpty());
+    CheckAllButTheFullMd5IsEmpty(info);
 }
 
 void tst_VersionInfo::a_second_manifest_replaces_the_release_notes()
