@@ -30,11 +30,7 @@ private:
 
 QString tst_FileDigest::Write(const QByteArray &content)
 {
-    const QString path = m_directory.filePath("file");
-    if (!gWriteFile(path, content)) {
-        qFatal("The test cannot write its file.");
-    }
-    return path;
+    return gPutFile(m_directory.filePath("file"), content);
 }
 
 void tst_FileDigest::the_digest_is_that_of_the_published_test_values_data()

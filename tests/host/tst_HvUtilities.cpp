@@ -2,6 +2,8 @@
 
 #include "host/HvUtilities/HvUtilities.h"
 
+#include "tests/support/TestFiles.h"
+
 #include <QLibrary>
 #include <QtTest>
 
@@ -56,12 +58,8 @@ private:
 
 int tst_HvUtilities::Load(const QByteArray &content)
 {
-    QFile file(m_folder.filePath(QString::fromUtf8("Customization-\u00fc.xml")));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-        return -1;
-    }
-    file.close();
-    return m_load(file.fileName().toStdU16String().c_str());
+    const QString path = m_folder.filePath(QString::fromUtf8("Customization-\u00fc.xml"));
+    return gWriteFile(path, content) ? m_load(path.toStdU16String().c_str()) : -1;
 }
 
 int tst_HvUtilities::Read(const QString &key, const QString &language, Buffer *buffer,

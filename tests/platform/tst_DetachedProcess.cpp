@@ -65,11 +65,7 @@ void tst_DetachedProcess::cleanup()
 
 QString tst_DetachedProcess::Write(const QString &name, const QByteArray &content)
 {
-    const QString path = m_directory->filePath(name);
-    if (!gWriteFile(path, content)) {
-        qFatal("The test cannot write its file.");
-    }
-    return path;
+    return gPutFile(m_directory->filePath(name), content);
 }
 
 QString tst_DetachedProcess::Installer(const QString &name)

@@ -39,11 +39,7 @@ void tst_DetachedProcess_unix::init()
 
 QString tst_DetachedProcess_unix::Write(const QString &name, const QByteArray &content)
 {
-    const QString path = m_directory->filePath(name);
-    if (!gWriteFile(path, content)) {
-        qFatal("The test cannot write its file.");
-    }
-    return path;
+    return gPutFile(m_directory->filePath(name), content);
 }
 
 QString tst_DetachedProcess_unix::WriteScript(const QByteArray &text)

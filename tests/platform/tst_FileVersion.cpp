@@ -75,11 +75,7 @@ private:
 
 QString tst_FileVersion::Write(const QByteArray &content)
 {
-    const QString path = m_directory.filePath("file");
-    if (!gWriteFile(path, content)) {
-        qFatal("The test cannot write its file.");
-    }
-    return path;
+    return gPutFile(m_directory.filePath("file"), content);
 }
 
 void tst_FileVersion::the_text_of_the_version_resource_is_returned_data()

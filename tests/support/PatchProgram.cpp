@@ -11,16 +11,6 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
-namespace
-{
-void gMustWrite(const QString &path, const QByteArray &bytes)
-{
-    if (!gWriteFile(path, bytes)) {
-        qFatal("%s cannot be written.", qUtf8Printable(path));
-    }
-}
-} // namespace
-
 PatchProgram::PatchProgram()
 {
     QFile::remove(Path());
@@ -32,7 +22,7 @@ PatchProgram::PatchProgram()
 
 PatchProgram::PatchProgram(const QByteArray &orders)
 {
-    gMustWrite(Path(), StandIn::Bytes(orders));
+    gPutFile(Path(), StandIn::Bytes(orders));
     QFile::setPermissions(Path(),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
 }
@@ -53,8 +43,8 @@ QByteArray PatchProgram::MakePatch(const QByteArray &oldBytes, const QByteArray 
     const QStringList paths{folder.filePath(QStringLiteral("old")),
                             folder.filePath(QStringLiteral("new")),
                             folder.filePath(QStringLiteral("patch"))};
-    gMustWrite(paths.at(0), oldBytes);
-    gMustWrite(paths.at(1), newBytes);
+    gPutFile(paths.at(0), oldBytes);
+    gPutFile(paths.at(1), newBytes);
     if (QProcess::execute(QStringLiteral("bsdiff"), paths) != 0) {
         qFatal("The program bsdiff made no patch.");
     }

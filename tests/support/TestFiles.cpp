@@ -18,3 +18,11 @@ bool gWriteFile(const QString &path, const QByteArray &bytes)
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
 }
+
+QString gPutFile(const QString &path, const QByteArray &bytes)
+{
+    if (!gWriteFile(path, bytes)) {
+        qFatal("%s cannot be written.", qUtf8Printable(path));
+    }
+    return path;
+}

@@ -9,3 +9,6 @@
 QByteArray gReadFile(const QString &path);
 /// Creates or replaces a file and the folders above it. @return whether it holds @p bytes
 bool gWriteFile(const QString &path, const QByteArray &bytes);
+/// As `gWriteFile`, for a file that the test cannot do without: on failure the whole test ends.
+/// @return @p path
+QString gPutFile(const QString &path, const QByteArray &bytes);
