@@ -14,19 +14,29 @@ shift
 export memory=${XDG_CACHE_HOME:-$HOME/.cache}/quillon/clean-sources
 mkdir -p "$memory"
 find "$memory" -type f -mtime +30 -delete
-failed=$(mktemp)
-export failed
-trap 'rm -f "$failed"' EXIT
+work=$(mktemp -d)
+export work failed=$work/failed
+trap 'rm -rf "$work"' EXIT
+touch "$failed"
+
+# GCC's precompiled headers are not for clang, and without them a source that forgets an include is found.
+jq 'map(.command |= gsub(" (-Winvalid-pch|-include [^ ]*/cmake_pch.hxx)"; ""))' \
+    "$database/compile_commands.json" >"$work/compile_commands.json"
 
 # The digest for a source; fails when the build does not know what it includes.
 digest() {
-    local directory command included
+    local directory command included precompiled
     IFS=$'\t' read -r directory command < <(
         jq -r --arg file "$PWD/$1" 'first(.[] | select(.file == $file)) | "\(.directory)\t\(.command)"' \
             "$database/compile_commands.json")
     included=$(ninja -C "$directory" -t deps "$(sed 's/.* -o \([^ ]*\) -c .*/\1/' <<<"$command")" |
         sed -n 's/^    //p')
     [ -n "$included" ] || return 1
+    precompiled=$(sed -n 's/.* -include \([^ ]*cmake_pch.hxx\) .*/\1.gch/p' <<<"$command")
+    if [ -n "$precompiled" ]; then
+        included+=$'\n'$(ninja -C "$directory" -t deps "$(realpath --relative-to="$directory" "$precompiled")" |
+            sed -n '/\.gch: /,/^$/s/^    //p')
+    fi
     {
         clang-tidy --version
         clang-tidy -p "$database" --dump-config "$1" # of the folders that it lies in
@@ -41,7 +51,7 @@ look_at() {
     key=$(digest "$1") || key=
     if [ -n "$key" ] && [ -e "$memory/$key" ]; then
         echo "  $1 (remembered)"
-    elif found=$(clang-tidy --quiet -p "$database" "$1" 2>&1); then
+    elif found=$(clang-tidy --quiet -p "$work" "$1" 2>&1); then
         [ -z "$key" ] || touch "$memory/$key"
         echo "  $1"
     else
