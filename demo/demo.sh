@@ -13,8 +13,8 @@
 set -euo pipefail
 
 readonly versions=(9.1.0.0 9.2.0.0 9.3.0.0)
-readonly payload_mb=(0 52 53)   # no two packages of one size: a client could take one for the other
-readonly rate=12000000   # bytes per second: some seconds to look at
+readonly payload_mb=(0 24 25)   # no two packages of one size: a client could take one for the other
+readonly rate=6000000   # bytes per second: some seconds to look at
 
 die() {
     echo "demo: $*" >&2
@@ -44,6 +44,10 @@ done
 for program in demo/quillon-serve demo/corvina-demo demo/bspatch.exe tools/quillon-publish; do
     [ -x "$build/$program" ] || die "$build/$program is not built"
 done
+
+shopt -s checkwinsize
+(:) # after which COLUMNS is known, if there is a terminal
+readonly columns=${COLUMNS:-110}
 
 work=$(mktemp -d)
 server_pid='' host_pid='' url='' tls_address=''
@@ -108,35 +112,74 @@ publish() { # INDEX PREVIOUS-OPTIONS...
     local version=${versions[$1]} megabytes=${payload_mb[$1]} installer
     installer=$work/$(package_name "$version")
     shift
-    echo "Building the installer of Corvina $version"
+    renew "Building the installer of Corvina $version"
     "$script_dir/make-installer.sh" "$version" "$megabytes" "$installer"
-    echo "Publishing Corvina $version"
     "$build/tools/quillon-publish" --site "$work/site" --base-url "${url%%/update*}" \
         --product-version "$version" --installer "$installer" \
-        --notes "$script_dir/notes-$version.md" "$@"
+        --notes "$script_dir/notes-$version.md" "$@" 2>&1 | tee "$work/publish.log" | renew_each ||
+        { cat "$work/publish.log" >&2; die "Corvina $version could not be published"; }
+    grep -E '^(Installer|  patch:|Published) ' "$work/publish.log"
 }
 
+# A terminal has one line that renews itself, until another one is written.
+renew() { # TEXT
+    [ ! -t 1 ] || printf '\r\033[K%s\r' "${1:0:columns - 1}"
+}
+renew_each() {
+    local line
+    while IFS= read -r line; do
+        renew "$line"
+    done
+    renew ''
+}
+
+# What the host tells of itself: what it shows, answers and signals, and how far a download is, which is one line
+# on a terminal and one for each tenth elsewhere.
 timeline() {
     jq -r --unbuffered '
         def pad(n): tostring | " " * (n - length) + .;
         def line: gsub("\\s*\n\\s*"; " | ");
+        (if .event == "progress" then .value * 100 / .maximum | floor else "-" end | tostring) + "\t" +
         (.t_ms | pad(7)) + " ms  " +
         if .event == "page" then "page \(.name): \(.text | line)"
-        elif .event == "progress" then "       \(.value * 100 / .maximum | floor | pad(3))%  \(.text)"
-        elif .event == "prompt" then "prompt \(.title): \(.text | line) [\(.answer)]"
+        elif .event == "progress" then "\(.value * 100 / .maximum | floor | pad(3)) %  \(.text)"
+        elif .event == "prompt" then "prompt [\(.answer)]: \(.text | line)"
         elif .event == "signal" then "signal \(.name)"
         elif .event == "silent" then "silent check: update \(if .needUpdate then "found" else "not found" end) in \(.ms) ms"
-        else "end with status \(.code)" end'
+        else "end with status \(.code)" end' | show_timeline
+}
+
+show_timeline() {
+    local percent line tenth=0 page=''
+    while IFS=$'\t' read -r percent line; do
+        case $line in
+            *' page progress: '*) # the same page again, or the one with the download
+                [ -z "$page" ] || continue
+                page=shown ;;
+        esac
+        if [ "$percent" != - ]; then
+            renew "$line"
+            [ $((percent / 10)) -gt $tenth ] || continue
+            tenth=$((percent / 10))
+            [ ! -t 1 ] || [ $tenth -eq 10 ] || continue
+        fi
+        renew ''
+        echo "${line:0:columns - 1}"
+    done
 }
 
 # Runs the demo host with its own settings and data below $work/NAME and prints what happens.
+show=timeline
+show_hint() {
+    timeline | sed -n '/ page hint: /p'
+}
 run_host() { # NAME VERSION OPTIONS...
     local state=$work/$1 version=$2 reader_pid status=0
     shift 2
     mkdir -p "$state/config" "$state/host" "$state/data" "$state/tmp"
     rm -f "$state/pipe"
     mkfifo "$state/pipe"
-    tee "$state/events.jsonl" < "$state/pipe" | timeline &
+    tee "$state/events.jsonl" < "$state/pipe" | "$show" &
     reader_pid=$!
     XDG_DATA_HOME=$state/data XDG_CONFIG_HOME=$state/config XDG_CONFIG_DIRS=$state/machine \
         TMPDIR=$state/tmp \
@@ -184,6 +227,7 @@ update() { # NAME SCALE FROM TO KEPT-FILE PREFIX
 
 # The version that has just been installed asks whether there is a newer one.
 ask_again() { # NAME SCALE VERSION PREFIX
+    local show=show_hint
     echo "Corvina $3 asks whether there is a newer version"
     QT_QPA_PLATFORM=offscreen QT_SCALE_FACTOR=$2 run_host "$1" "$3" \
         --check interactive --on-hint close --timeout 60 --screenshots "$work/pictures" ||
@@ -224,8 +268,8 @@ automatic() {
     update plain 1 "${versions[1]}" "${versions[2]}" "$kept" patch-
     ask_again plain 1 "${versions[2]}"
 
-    echo "Once more at twice the pixels, with the full package"
-    update fine 2 "${versions[0]}" "${versions[2]}" "$(package_name "${versions[2]}")" full-
+    echo "Once more at twice the pixels, from Corvina ${versions[0]}, with the full package"
+    show=show_hint update fine 2 "${versions[0]}" "${versions[2]}" "$(package_name "${versions[2]}")" full-
     ask_again fine 2 "${versions[2]}"
     check_pictures
 
@@ -233,7 +277,6 @@ automatic() {
         die "the service received other reports than it should: $(sed 1,2d "$work/served")"
     show_reports
     echo "The installers equal the published ones; pictures are in $screenshots"
-    tail -n 1 "$work/plain/install.log"
 }
 
 # Fails when the person closed the window instead.
