@@ -28,6 +28,9 @@ if(WIN32)
     install(TARGETS HvUtilities LIBRARY DESTINATION "${CMAKE_INSTALL_BINDIR}")
     install(FILES host/HvUtilities/Customization.xml DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
+if(NOT WIN32)
+    install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+endif()
 install(EXPORT QuillonTargets
     NAMESPACE Quillon::
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/Quillon"

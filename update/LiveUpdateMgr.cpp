@@ -109,7 +109,7 @@ void LiveUpdateMgr::ConnectCheck()
     connect(m_check, &VersionCheck::Answered, this, &LiveUpdateMgr::ShowAnswer);
     connect(m_check, &VersionCheck::Failed, m_pages,
             [this] { m_pages->ShowCheckFailure(m_interactive == 1); });
-    // Spelled out after a silent check, too: nothing else says that the service is not trusted.
+    // Spelled out after a silent check, too: no other text names a service that is not trusted.
     connect(m_check, &VersionCheck::Untrusted, m_pages,
             [this] { m_pages->ShowCheckFailure(true); });
 }
@@ -219,7 +219,7 @@ qint64 LiveUpdateMgr::QueryPackageSize(const QUrl &url)
 {
     const Alive alive(this);
     PackageSizeProbe probe(m_context.system.sizeLimit);
-    // A dialog that is closed meanwhile must not start to download behind the user's back.
+    // A dialog that is closed meanwhile must not start to download.
     connect(m_progressPage, &ProgressDisplay::Close, &probe, &PackageSizeProbe::Cancel);
     connect(this, &QObject::destroyed, &probe, &PackageSizeProbe::Cancel);
     const PackageSizeProbe::Package package = probe.Query(url);

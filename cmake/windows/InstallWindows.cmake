@@ -32,4 +32,6 @@ install(PROGRAMS "${sdk}/plugins/styles/qwindowsvistastyle.dll"
     DESTINATION "${CMAKE_INSTALL_BINDIR}/styles"
 )
 install(DIRECTORY "${sdk}/licences" DESTINATION .)
-install(FILES docs/windows.md docs/publishing.md README.md CHANGELOG.md DESTINATION .)
+install(FILES docs/windows.md docs/publishing.md README.md CHANGELOG.md LICENSE SECURITY.md
+    DESTINATION .
+)

@@ -8,6 +8,8 @@
 #include "tests/support/StatisticsServer.h"
 #include "tests/support/SystemPlaces.h"
 #include "tests/support/TestFiles.h"
+#include "update/base/DownloadSystem.h"
+#include "update/base/UpdateContext.h"
 #include "update/LiveUpdateMgr.h"
 #include "update/UpdateCommon/DownloadMgr.h"
 #include "update/UpdateCommon/HintDisplay.h"

@@ -85,8 +85,7 @@ public:
     void HoldLock(std::shared_ptr<ProcessLock> lock) { m_lock = std::move(lock); }
 
 signals:
-    /// Bytes of the chunk just written, and 1; on a redirected reply the bytes received and the
-    /// total.
+    /// Bytes of the chunk just written, and 1; on a redirected reply bytes received, and the total.
     void DownloadProgress(qint64 bytesReceived, qint64 bytesTotal);
     void Error(QString error);
     void Close();
@@ -95,8 +94,7 @@ signals:
     void BeginInstall();
     void CancelInstall();
     void InstallStarted();
-    /// The incremental package could not be turned into an installer. The downloader does nothing
-    /// more.
+    /// The incremental package could not be turned into an installer. The downloader stops there.
     void PatchIncreasePackageFaild();
 
 public slots:

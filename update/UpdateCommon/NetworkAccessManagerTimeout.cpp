@@ -26,7 +26,7 @@ QByteArray NetworkAccessManagerTimeout::Get(const QNetworkRequest &request, int 
         QUILLON_LOG("UpdateCommon", "NetworkAccessManagerTimeout::Get",
                     "stall, no answer within %d ms, %s", msecs,
                     gLogAddress(request.url()).toStdString().c_str());
-        // The thread still runs and owns the result; nothing here may look at it any more.
+        // The thread still runs and owns the result; it must not be read here.
         return {};
     }
     return m_data;

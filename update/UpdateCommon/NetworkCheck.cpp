@@ -17,8 +17,7 @@ NetworkCheck::NetworkCheck(std::chrono::milliseconds interval)
 
 NetworkCheck::~NetworkCheck()
 {
-    // A timer can only be stopped on its own thread, and the object only leave that thread from
-    // there.
+    // Only the thread of a timer can stop it, and only the thread of an object can move it away.
     QThread *const caller = QThread::currentThread();
     QMetaObject::invokeMethod(
         this,

@@ -12,8 +12,7 @@
 #include <QObject>
 #include <QString>
 
-/// Sends one statistics record for each notable outcome of an update, without holding up the
-/// dialog.
+/// Sends one statistics record for each notable outcome of an update, without blocking the dialog.
 ///
 ///     ReportEvent ─┬─► StartReport ─► Report (pool thread: one GET, at most 5 s)
 ///                  │                    └─► _ReportFinished (back on this thread)
@@ -37,7 +36,7 @@ public:
     /// Waits for every report that was started.
     ~UpdateEventReport() override;
 
-    /// What the records that follow tell about the update. @p packageType is "full" or "ins".
+    /// Sets the versions and the package type, "full" or "ins", of the records that follow.
     void SetReportInfo(const QString &oldVersion, const QString &newVersion,
                        const QString &packageType) override;
 
@@ -48,8 +47,7 @@ public:
     /// that still wait behind one in flight are not started meanwhile.
     void WaitForReports() override;
 
-    /// Sends the record and tells the outcome through a queued `_ReportFinished`. For `StartReport`
-    /// only.
+    /// Sends the record, then calls `_ReportFinished` queued. For `StartReport` only.
     void Report(EventType type, bool firstAttempt);
 
 public slots:

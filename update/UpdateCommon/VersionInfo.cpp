@@ -87,14 +87,13 @@ void VersionInfo::ParseXml()
 
     QDomDocument document;
     if (!gIsShallow(m_xml) || !document.setContent(m_xml, false)) {
-        // The parser keeps what it read before the error. Half a manifest must not start an update.
+        // The parser keeps what it read before the error, and half a manifest could start an update.
         document.clear();
     }
     const QDomElement root = document.documentElement();
 
     m_exeUrl = gTextOfFirst(root, "ExeUrl_x64");
-    // Searched in the whole document: it has to stand before the incremental package's own
-    // checksum.
+    // Searched in the whole document, so it has to stand before the incremental package's checksum.
     if (const QDomElement verify = gFirstElement(root, "Verify_x64"); !verify.isNull()) {
         m_fullPackageMd5 = verify.text();
         QUILLON_LOG(logFile, logFunction, "full package md5 = %s",

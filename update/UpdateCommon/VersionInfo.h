@@ -10,8 +10,7 @@
 
 class QDomElement;
 
-/// One entry of the release notes: the version that the notes belong to, and the notes as an HTML
-/// list.
+/// One entry of the release notes: a version, and its notes as an HTML list.
 struct ReleaseNote {
     QString version;
     QString notes;

@@ -4,8 +4,8 @@
 
 class QNetworkReply;
 
-/// Gives @p reply up, with a line in the log, when it brings more than any answer of the service has. A body
-/// without an end must neither fill the memory nor keep anyone waiting.
+/// Aborts @p reply, with a line in the log, when it brings more than 16 MiB: a body without an end
+/// would fill the memory and keep the caller waiting.
 ///
 /// Thread: that of @p reply.
 void gLimitAnswer(QNetworkReply *reply, const char *logFile, const char *logFunction);

@@ -5,8 +5,8 @@
 #include <QString>
 #include <QtGlobal>
 
-/// Receives the outcomes of an update that operators are told of. `UpdateEventReport` sends them; a
-/// test may collect them.
+/// Receives the outcomes of an update for its operators. `UpdateEventReport` sends them; a test may
+/// collect them.
 ///
 /// Thread: GUI thread. Errors: none reach the caller.
 class EventSink
@@ -27,7 +27,7 @@ public:
     EventSink &operator=(const EventSink &) = delete;
     virtual ~EventSink() = default;
 
-    /// Sets what the events that follow say about the update. @p packageType is "full" or "ins".
+    /// Sets the versions and the package type, "full" or "ins", of the events that follow.
     virtual void SetReportInfo(const QString &oldVersion, const QString &newVersion,
                                const QString &packageType) = 0;
 

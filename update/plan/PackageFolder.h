@@ -17,6 +17,6 @@ QString gSharedPackageFolder();
 QString gPackageFolder();
 
 /// One download at a time in `gPackageFolder()`, for all processes that share it.
-/// @return the lock; null while somebody else has it. Where nobody can tell, because the folder
-///         cannot be locked, it is returned all the same, and that is logged.
+/// @return the lock; null while another download holds it. Where the folder cannot be locked, a lock
+///         without effect is returned, and that is logged.
 std::shared_ptr<ProcessLock> gLockPackages();

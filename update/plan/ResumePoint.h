@@ -21,8 +21,8 @@ struct ResumePoint {
 /// Reads @p state, which belongs to a package of @p total bytes.
 ///
 /// Within the boot that wrote the data, a range goes on at its next byte. After another start of the
-/// machine, it goes on at the byte up to which its data were flushed. A state that says nothing of
-/// any boot was not written by this module, and is taken at its word.
+/// machine, it goes on at the byte up to which its data were flushed. A state that names
+/// no boot was written by another version of the module, and its next bytes are used.
 /// @param boot the identity of this boot; empty counts as another one
 ResumePoint gResumePoint(const ResumeState &state, qint64 total, const QString &boot);
 
@@ -35,6 +35,6 @@ ResumePoint gFreshStart(qint64 total);
 
 /// Writes into @p state, all at once, that a package of @p total bytes goes on at @p point, and that
 /// what lies before that is on stable storage.
-/// @return false when it cannot be written, which the log says. An older plan is removed then, if this one
-/// starts anew: it would be taken for the plan of the new, empty file.
+/// @return false when it cannot be written, which is logged. If this plan starts anew, an older one
+/// is removed then: it would be taken for the plan of the new, empty file.
 bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot);

@@ -118,8 +118,8 @@ bool ResumeState::Sync()
     if (m_settings.status() == QSettings::NoError) {
         return true;
     }
-    // An object that has failed once says so for ever. Another one on the same file shares what is
-    // not on disk yet, and knows whether that can be written now.
+    // A QSettings that has failed once keeps that status. Another one on the same file shares the
+    // values that are not on disk yet, and has a status of its own.
     QSettings again(m_settings.fileName(), gStateFormat());
     again.sync();
     return again.status() == QSettings::NoError;

@@ -45,7 +45,7 @@ public:
     qint32 EndByte(int rangeNumber) const;
     void SetEndByte(int rangeNumber, qint64 byte);
 
-    /// Whether the state says anything about a boot and what was flushed during it.
+    /// Whether the state names a boot, and so what was flushed during it.
     bool KnowsBoot() const;
     QString BootId() const;
     void SetBootId(const QString &boot);

@@ -70,7 +70,7 @@ bool gWrite(QIODevice &device, const QSettings::SettingsMap &values)
         text += value.key().section(QLatin1Char('/'), 1).toUtf8() + '=' +
                 gQuoted(value.value().toString()) + '\n';
     }
-    // The settings class does not look at what becomes of its buffer.
+    // QSettings does not check whether its buffer reaches the disk.
     auto *const file = qobject_cast<QFileDevice *>(&device);
     return device.write(text) == text.size() && (file == nullptr || file->flush());
 }

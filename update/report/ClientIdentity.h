@@ -15,7 +15,7 @@
 class ClientIdentity
 {
 public:
-    /// Where the parts of a sign come from; the real machine unless a caller says otherwise.
+    /// Where the parts of a sign come from; the real machine unless a caller passes others.
     struct Sources {
         std::function<QByteArray()> adapterAddressHex;
         std::function<QByteArray()> systemVolumeSerialHex;

@@ -6,7 +6,7 @@
 #include <QString>
 #include <QUrl>
 
-/// What one statistics record tells: the machine, the update, and how it went.
+/// The content of one statistics record: the machine, the update, and its result.
 struct EventRecord {
     QString pid;
     QString oldVersion;
@@ -22,8 +22,8 @@ struct EventRecord {
 };
 
 /// The record as compact JSON, keys in ascending order. Every blank and line feed is gone, those
-/// inside of values included: "1.2 beta" is sent as "1.2beta". Deliberate; the endpoint compares
-/// such texts.
+/// inside of values included: "1.2 beta" is sent as "1.2beta". The endpoint compares
+/// such texts, so this must not change.
 QByteArray gEventRecordJson(const EventRecord &record);
 
 /// Where the record is sent: @p host (with its port, if any) over https.

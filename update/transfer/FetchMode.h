@@ -39,6 +39,6 @@ public:
     /// The fetch ends with its last byte, whatever the reply does after it.
     virtual bool EndsWithLastByte() const = 0;
 
-    /// The reply that ended with @p code was cut, and its own end has not said so.
+    /// The reply that ended with @p code was cut, and its end was not handled as a cut before.
     virtual bool IsLateCut(QNetworkReply::NetworkError code) const = 0;
 };

@@ -31,7 +31,7 @@ qint64 PackageFile::Write(const QByteArray &bytes)
 {
     qint64 written = 0;
     while (written < bytes.size()) {
-        // A disk that fills up takes a part first; only the next attempt says why.
+        // A disk that fills up takes a part first; only the next attempt gives the reason.
         const qint64 count = m_file.write(bytes.constData() + written, bytes.size() - written);
         if (count <= 0) {
             m_failure = m_file.errorString();

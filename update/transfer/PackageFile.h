@@ -9,7 +9,7 @@
 /// The file that a package is written into. Never creates it: a target that has vanished is a
 /// failure and not a new, empty package.
 ///
-/// Thread: GUI thread. Errors: `Failure` says what the last call that failed ran into.
+/// Thread: GUI thread. Errors: `Failure` has the system's text for the last call that failed.
 class PackageFile
 {
 public:

@@ -56,8 +56,8 @@ std::optional<ContentRange> gParseContentRange(const QByteArray &text)
     return range;
 }
 
-/// A field that was sent several times arrives as a list. The same length again says nothing new;
-/// lengths that differ say nothing at all.
+/// A field that was sent several times arrives as a list. Equal lengths count as one; different
+/// lengths count as none.
 std::optional<qint64> gParseLength(const QByteArray &text)
 {
     const QList<QByteArray> values = text.split(',');

@@ -14,7 +14,7 @@ struct RangeQuestion {
     qint64 packageSize = 0;
 };
 
-/// The fields of the answer that say what its body is, as they stood on the wire.
+/// The header fields of an answer that describe its body, as received.
 struct RangeAnswer {
     int status = 0;
     QByteArray contentRange;
@@ -32,7 +32,7 @@ enum class RangeVerdict {
     OtherOffset,
     /// It is cut out of a package of another size.
     OtherPackage,
-    /// It does not say where it starts, and is not as long as what was asked for: the whole package
+    /// It names no start, and is not as long as what was asked for: the whole package
     /// for a part of it, for example.
     OtherLength,
     /// It is cut out of another version of the package. `gJudgeAnswer` does not compare versions.
@@ -52,6 +52,6 @@ RangeVerdict gJudgeWholePackage(const RangeAnswer &answer);
 /// The verdict in words, for the log.
 const char *gVerdictText(RangeVerdict verdict);
 
-/// What tells one version of a package from the next: the entity tag, or the date where there is
-/// none. Empty when the server names neither.
+/// What identifies a version of a package: the entity tag, or the date where there is none. Empty
+/// when the server sends neither.
 QByteArray gValidator(const RangeAnswer &answer);

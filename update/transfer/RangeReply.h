@@ -16,7 +16,7 @@ QNetworkRequest gPackageRequest(const QUrl &url);
 /// Asks for @p question; an open-ended request names no last byte.
 QNetworkRequest gRangeRequest(const QUrl &url, const RangeQuestion &question, bool isOpenEnded);
 
-/// The fields that say what the body is.
+/// The fields that describe the body.
 RangeAnswer gRangeAnswer(const QNetworkReply &reply);
 
 /// The body is a page that goes with an error or a redirect. Both are handled when the reply ends.

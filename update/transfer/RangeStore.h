@@ -10,7 +10,7 @@
 #include <QString>
 
 /// One range of a package on this machine: its place in the target file, how far it has come, and
-/// the resume state that says so.
+/// its place in the resume state.
 ///
 /// Thread: GUI thread. Errors: logged here, under the function that is named.
 class RangeStore
@@ -20,8 +20,7 @@ public:
     explicit RangeStore(ResumeState &state);
 
     void Begin(const QString &targetPath, int rangeNumber, qint64 startByte, qint64 endByte);
-    /// From now on the whole package is written, from its first byte. That says nothing about the
-    /// range, so it is not recorded.
+    /// From now on the whole package is written, from its first byte, and nothing is recorded.
     void BeginWhole();
 
     bool Open(const char *function);

@@ -7,8 +7,8 @@
 class RangeStore;
 
 /// Fetches the whole package from where a redirect leads: asks for it without a range, and writes it
-/// from its first byte. That says nothing about the range, so nothing is counted or saved, and what
-/// was cut is fetched from its beginning again.
+/// from its first byte. The resume state has no place for that, so nothing is counted or saved, and
+/// what was cut is fetched from its beginning again.
 class WholeFetch : public FetchMode
 {
 public:
