@@ -2,61 +2,22 @@
 
 #include "platform/PeVersionResource.h"
 
+#include "platform/LittleEndianBytes.h"
+
 #include <QByteArray>
 #include <QIODevice>
-#include <QtEndian>
 
 #include <optional>
 #include <vector>
 
 namespace
 {
-
-/// Reads little-endian numbers out of a block of bytes; a place outside the block gives no value.
-class Bytes
-{
-public:
-    Bytes() = default;
-    explicit Bytes(QByteArray data)
-        : m_data(std::move(data))
-    {
-    }
-
-    qint64 Size() const { return m_data.size(); }
-
-    template<typename Number>
-    std::optional<Number> At(qint64 offset) const
-    {
-        if (offset < 0 || offset > Size() - static_cast<qint64>(sizeof(Number))) {
-            return std::nullopt;
-        }
-        return qFromLittleEndian<Number>(m_data.constData() + offset);
-    }
-
-    /// The UTF-16 text from @p offset up to its terminator, or up to @p end when it has none.
-    QString TextAt(qint64 offset, qint64 end) const
-    {
-        QString text;
-        for (; offset + 2 <= end; offset += 2) {
-            const auto unit = At<quint16>(offset);
-            if (!unit.has_value() || *unit == 0) {
-                break;
-            }
-            text += QChar(*unit);
-        }
-        return text;
-    }
-
-private:
-    QByteArray m_data;
-};
-
-Bytes gReadBlock(QIODevice &device, qint64 offset, qint64 size)
+LittleEndianBytes gReadBlock(QIODevice &device, qint64 offset, qint64 size)
 {
     if (offset < 0 || size < 0 || offset > device.size() - size || !device.seek(offset)) {
         return {};
     }
-    return Bytes(device.read(size));
+    return LittleEndianBytes(device.read(size));
 }
 
 // --- Headers and sections ------------------------------------------------------------------------
@@ -68,7 +29,7 @@ constexpr qint64 coffHeaderSize = 24; // with the signature "PE\0\0" in front
 /// Where the PE header begins, or nothing when the file has none.
 std::optional<qint64> gPeHeaderOffset(QIODevice &device)
 {
-    const Bytes dos = gReadBlock(device, 0, dosHeaderSize);
+    const LittleEndianBytes dos = gReadBlock(device, 0, dosHeaderSize);
     if (dos.At<quint16>(0) != 0x5a4d) { // "MZ"
         return std::nullopt;
     }
@@ -112,11 +73,11 @@ std::optional<Image> gReadImage(QIODevice &device)
     if (!peOffset.has_value()) {
         return std::nullopt;
     }
-    const Bytes coff = gReadBlock(device, *peOffset, coffHeaderSize);
+    const LittleEndianBytes coff = gReadBlock(device, *peOffset, coffHeaderSize);
     const qint64 sectionCount = coff.At<quint16>(6).value_or(0);
     const qint64 optionalSize = coff.At<quint16>(20).value_or(0);
     const qint64 optionalOffset = *peOffset + coffHeaderSize;
-    const Bytes optional = gReadBlock(device, optionalOffset, optionalSize);
+    const LittleEndianBytes optional = gReadBlock(device, optionalOffset, optionalSize);
 
     // PE32 (0x10b) and PE32+ (0x20b) differ in the width of the fields before the data directories.
     const quint16 magic = optional.At<quint16>(0).value_or(0);
@@ -131,7 +92,7 @@ std::optional<Image> gReadImage(QIODevice &device)
     Image image;
     image.resourceAddress =
         optional.At<quint32>(directories + resourceDirectoryIndex * directoryEntry).value_or(0);
-    const Bytes table =
+    const LittleEndianBytes table =
         gReadBlock(device, optionalOffset + optionalSize, sectionCount * sectionHeaderSize);
     for (qint64 at = 0; at + sectionHeaderSize <= table.Size(); at += sectionHeaderSize) {
         image.sections.push_back({*table.At<quint32>(at + 12), *table.At<quint32>(at + 16),
@@ -156,7 +117,7 @@ std::optional<quint32> gFindEntry(QIODevice &device, const Image &image, quint32
     if (!headerOffset.has_value()) {
         return std::nullopt;
     }
-    const Bytes header = gReadBlock(device, *headerOffset, directoryHeaderSize);
+    const LittleEndianBytes header = gReadBlock(device, *headerOffset, directoryHeaderSize);
     const qint64 count =
         qint64{header.At<quint16>(12).value_or(0)} + header.At<quint16>(14).value_or(0);
     const qint64 size = count * directoryEntrySize;
@@ -164,7 +125,7 @@ std::optional<quint32> gFindEntry(QIODevice &device, const Image &image, quint32
     if (!entriesOffset.has_value()) {
         return std::nullopt;
     }
-    const Bytes entries = gReadBlock(device, *entriesOffset, size);
+    const LittleEndianBytes entries = gReadBlock(device, *entriesOffset, size);
     for (qint64 at = 0; at + directoryEntrySize <= entries.Size(); at += directoryEntrySize) {
         if (!id.has_value() || entries.At<quint32>(at) == *id) {
             return entries.At<quint32>(at + 4);
@@ -190,7 +151,7 @@ std::optional<quint32> gFindLanguage(QIODevice &device, const Image &image, quin
 
 /// The bytes of the file's version resource; empty when it has none. Exactly three levels (type,
 /// name, language) are read, so entries that lead back up the tree cause no loop.
-Bytes gReadVersionResource(QIODevice &device)
+LittleEndianBytes gReadVersionResource(QIODevice &device)
 {
     constexpr quint32 versionType = 16;
     constexpr quint32 versionName = 1;
@@ -216,7 +177,7 @@ Bytes gReadVersionResource(QIODevice &device)
     if (!entryOffset.has_value()) {
         return {};
     }
-    const Bytes entry = gReadBlock(device, *entryOffset, 16);
+    const LittleEndianBytes entry = gReadBlock(device, *entryOffset, 16);
     const qint64 size = entry.At<quint32>(4).value_or(0);
     const auto offset = image->FileOffset(entry.At<quint32>(0).value_or(0), size);
     if (!offset.has_value() || size > largestResource) {
@@ -242,7 +203,7 @@ qint64 gAligned(qint64 offset)
     return (offset + 3) & ~qint64{3};
 }
 
-std::optional<Block> gReadBlockAt(const Bytes &resource, qint64 offset, qint64 limit)
+std::optional<Block> gReadBlockAt(const LittleEndianBytes &resource, qint64 offset, qint64 limit)
 {
     constexpr qint64 headerSize = 6;
 
@@ -264,7 +225,8 @@ std::optional<Block> gReadBlockAt(const Bytes &resource, qint64 offset, qint64 l
 }
 
 /// The child of @p parent with @p key, compared without case as the system's own look-up does.
-std::optional<Block> gFindChild(const Bytes &resource, const Block &parent, const QString &key)
+std::optional<Block> gFindChild(const LittleEndianBytes &resource, const Block &parent,
+                                const QString &key)
 {
     qint64 offset = parent.children;
     while (const auto child = gReadBlockAt(resource, offset, parent.end)) {
@@ -277,7 +239,7 @@ std::optional<Block> gFindChild(const Bytes &resource, const Block &parent, cons
 }
 
 /// Follows @p path from the structure's root, one key a level.
-std::optional<Block> gBlockAtPath(const Bytes &resource, const QStringList &path)
+std::optional<Block> gBlockAtPath(const LittleEndianBytes &resource, const QStringList &path)
 {
     auto block = gReadBlockAt(resource, 0, resource.Size());
     for (const QString &key : path) {
@@ -303,7 +265,7 @@ bool gIsPortableExecutable(QIODevice &device)
 
 QString gPeFileVersion(QIODevice &device)
 {
-    const Bytes resource = gReadVersionResource(device);
+    const LittleEndianBytes resource = gReadVersionResource(device);
     const auto translation =
         gBlockAtPath(resource, {QStringLiteral("VarFileInfo"), QStringLiteral("Translation")});
     if (!translation.has_value() || translation->valueEnd - translation->value < 4) {

@@ -117,7 +117,7 @@ void tst_WindowsPublish::initTestCase()
     QVERIFY(m_nginx.Start(m_folder.filePath(QStringLiteral("windows"))));
     QVERIFY(gWriteFile(m_folder.filePath(QStringLiteral("notes.md")),
                        "- Faster export\n- Größere Schriften\n"));
-    QCOMPARE(gRun(QStringLiteral(MAKE_WINDOWS_INSTALLER),
+    QCOMPARE(gRunProgram(QStringLiteral(MAKE_WINDOWS_INSTALLER),
                   {oldVersion, QStringLiteral("3"), Installer(oldVersion)}),
              0);
     QCOMPARE(gRunProgram(QStringLiteral(MAKE_WINDOWS_INSTALLER),

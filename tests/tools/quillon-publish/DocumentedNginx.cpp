@@ -10,7 +10,7 @@
 namespace
 {
 /// False unless @p from was there: the configuration would be another one than documented.
-bool gReplace(QByteArray &text, const char *from, const QString &to)
+bool gReplaceText(QByteArray &text, const char *from, const QString &to)
 {
     const bool found = text.contains(from);
     text.replace(from, to.toUtf8());

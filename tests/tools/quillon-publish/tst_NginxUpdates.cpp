@@ -123,8 +123,8 @@ void tst_NginxUpdates::the_manifest_is_chosen_by_the_version_of_the_client()
     QFETCH(QString, query);
     QFETCH(QString, file);
     for (const QString &base : {m_nginx.PlainUrl(), m_nginx.SecureUrl()}) {
-        const ReplyPointer reply = Get(base + gText("/update?") + query);
-        QCOMPARE(gStatus(*reply), 200);
+        const ReplyPointer reply = Get(base + gLatin1("/update?") + query);
+        QCOMPARE(gHttpStatus(*reply), 200);
         QCOMPARE(gHeader(*reply, "Content-Type"), QByteArray("application/xml"));
         QCOMPARE(reply->readAll(), gReadFile(m_desk.Site() + QLatin1Char('/') + file));
     }
@@ -204,8 +204,8 @@ void tst_NginxUpdates::head_tells_the_length_of_a_package()
 
 void tst_NginxUpdates::a_range_of_a_package_is_served()
 {
-    const QByteArray package = gReadFile(ReleaseDesk::Installer(gText("9.3.0.0")));
-    const QString url = m_nginx.SecureUrl() + gText("/packages/corvina-9.3.0.0.exe");
+    const QByteArray package = gReadFile(ReleaseDesk::Installer(gLatin1("9.3.0.0")));
+    const QString url = m_nginx.SecureUrl() + gLatin1("/packages/corvina-9.3.0.0.exe");
     const ReplyPointer middle = Get(url, "bytes=1000-1999");
     QCOMPARE(gHttpStatus(*middle), 206);
     QVERIFY(middle->readAll() == package.mid(1000, 1000));

@@ -145,7 +145,7 @@ void tst_QuillonPublish::publishes_a_package_that_patches_rebuild_and_manifests_
 void tst_QuillonPublish::clients_of_the_new_version_are_offered_nothing()
 {
     QVERIFY(Publish());
-    const QByteArray document = gReadFile(m_desk->Site() + gText("/manifests/9.3.0.0.xml"));
+    const QByteArray document = gReadFile(m_desk->Site() + gLatin1("/manifests/9.3.0.0.xml"));
     QVERIFY(!document.isEmpty());
     QVERIFY(!m_desk->Manifest(gLatin1("manifests/9.3.0.0.xml"))->HasExeUrl());
 }
@@ -182,9 +182,9 @@ void tst_QuillonPublish::the_next_release_replaces_every_older_offer()
     QVERIFY(m_desk->Manifest(gLatin1("manifests/9.1.0.0.xml"))->HasIncreasePackage());
 
     QVERIFY(Publish(changes, {Installer("9.2.0.0")}));
-    QCOMPARE(gReadFile(m_desk->Site() + gText("/manifests/9.1.0.0.xml")),
-             gReadFile(m_desk->Site() + gText("/manifest.xml")));
-    QVERIFY(m_desk->Manifest(gText(mainManifest))
+    QCOMPARE(gReadFile(m_desk->Site() + gLatin1("/manifests/9.1.0.0.xml")),
+             gReadFile(m_desk->Site() + gLatin1("/manifest.xml")));
+    QVERIFY(m_desk->Manifest(gLatin1(mainManifest))
                 ->ExeUrl()
                 .endsWith(gLatin1("/packages/corvina-9.3.0.0.exe")));
     QVERIFY(m_desk->Manifest(gLatin1("manifests/9.2.0.0.xml"))->HasIncreasePackage());
