@@ -38,8 +38,8 @@ digest() {
             sed -n '/\.gch: /,/^$/s/^    //p')
     fi
     {
-        clang-tidy --version
-        clang-tidy -p "$database" --dump-config "$1" # of the folders that it lies in
+        clang-tidy-22 --version
+        clang-tidy-22 -p "$database" --dump-config "$1" # of the folders that it lies in
         # Where the checkout lies does not matter.
         echo "${command//$PWD/.}"
         (cd "$directory" && xargs -d '\n' cat) <<<"$included"
@@ -51,7 +51,7 @@ look_at() {
     key=$(digest "$1") || key=
     if [ -n "$key" ] && [ -e "$memory/$key" ]; then
         echo "  $1 (remembered)"
-    elif found=$(clang-tidy --quiet -p "$work" "$1" 2>&1); then
+    elif found=$(clang-tidy-22 --quiet -p "$work" "$1" 2>&1); then
         [ -z "$key" ] || touch "$memory/$key"
         echo "  $1"
     else
