@@ -11,7 +11,7 @@
 #include "update/base/DownloadSystem.h"
 #include "update/base/EventSink.h"
 #include "update/check/VersionCheck.h"
-#include "update/install/SetupFileSetting.h"
+#include "update/install/PostponedInstaller.h"
 #include "update/PackageDownload.h"
 #include "update/plan/PackageChoice.h"
 #include "update/plan/PackageOffer.h"

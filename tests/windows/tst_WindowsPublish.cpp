@@ -118,7 +118,7 @@ void tst_WindowsPublish::initTestCase()
     QVERIFY(gWriteFile(m_folder.filePath(QStringLiteral("notes.md")),
                        "- Faster export\n- Größere Schriften\n"));
     QCOMPARE(gRunProgram(QStringLiteral(MAKE_WINDOWS_INSTALLER),
-                  {oldVersion, QStringLiteral("3"), Installer(oldVersion)}),
+                         {oldVersion, QStringLiteral("3"), Installer(oldVersion)}),
              0);
     QCOMPARE(gRunProgram(QStringLiteral(MAKE_WINDOWS_INSTALLER),
                          {newVersion, QStringLiteral("4"), Installer(newVersion)}),

@@ -8,8 +8,8 @@
 #include "update/base/DownloadSystem.h"
 #include "update/base/NetworkFailure.h"
 #include "update/base/Texts.h"
-#include "update/transfer/RangeReply.h"
-#include "update/transfer/RangeWire.h"
+#include "update/transfer/RangeHttp.h"
+#include "update/transfer/RangeRequester.h"
 #include "update/transfer/TransferWatch.h"
 #include "update/UpdateCommon/NetworkCheck.h"
 
@@ -29,14 +29,16 @@ DownloadMgr::DownloadMgr(const UpdateContext &context, QObject *parent)
     , m_transfer(new RangeTransfer(m_resumeSettings, context, this))
     , m_end(new PackageEnd(m_transfer->Store(), context, this))
 {
-    const RangeWire *const wire = &m_transfer->Wire();
-    connect(wire, &RangeWire::Readable, this, &DownloadMgr::_ReadyRead);
-    connect(wire, &RangeWire::Ended, this, &DownloadMgr::_DownloadFinished);
-    connect(wire, &RangeWire::Failed, this, &DownloadMgr::ReplyError);
-    connect(wire, &RangeWire::ManagerFinished, this, &DownloadMgr::ReplyFinished);
-    connect(wire, &RangeWire::AskAgain, m_transfer, &RangeTransfer::AskForRest);
-    connect(wire, &RangeWire::GivenUp, this, [this] { FailRange(FailureText::downloadFailed); });
-    connect(&m_transfer->Wire().Watch(), &TransferWatch::Armed, this, &DownloadMgr::ArmWatchdog);
+    const RangeRequester *const requester = &m_transfer->Requester();
+    connect(requester, &RangeRequester::Readable, this, &DownloadMgr::_ReadyRead);
+    connect(requester, &RangeRequester::Ended, this, &DownloadMgr::_DownloadFinished);
+    connect(requester, &RangeRequester::Failed, this, &DownloadMgr::ReplyError);
+    connect(requester, &RangeRequester::ManagerFinished, this, &DownloadMgr::ReplyFinished);
+    connect(requester, &RangeRequester::AskAgain, m_transfer, &RangeTransfer::AskForRest);
+    connect(requester, &RangeRequester::GivenUp, this,
+            [this] { FailRange(FailureText::downloadFailed); });
+    connect(&m_transfer->Requester().Watch(), &TransferWatch::Armed, this,
+            &DownloadMgr::ArmWatchdog);
     connect(m_end, &PackageEnd::PlaceFailed, this,
             [this] { ReportFailure(FailureText::downloadFailed); });
     connect(m_end, &PackageEnd::Patched, this, &DownloadMgr::DownloadFinished);
@@ -97,7 +99,7 @@ void DownloadMgr::ArmWatchdog()
 {
     if (m_networkCheck == nullptr) {
         m_networkCheck = new NetworkCheck(m_context.system.stallLimit);
-        const TransferWatch *const watch = &m_transfer->Wire().Watch();
+        const TransferWatch *const watch = &m_transfer->Requester().Watch();
         connect(watch, &TransferWatch::Disarmed, m_networkCheck, &NetworkCheck::_StopCheck);
         connect(m_networkCheck, &NetworkCheck::TimeOut, watch, &TransferWatch::OnTimeOut);
     }
@@ -106,10 +108,10 @@ void DownloadMgr::ArmWatchdog()
 
 void DownloadMgr::FollowRedirect(QNetworkReply *reply)
 {
-    const RangeWire *const wire = &m_transfer->Wire();
+    const RangeRequester *const requester = &m_transfer->Requester();
     // From now on the progress of the reply says when all of the package is there.
-    disconnect(wire, &RangeWire::Ended, this, &DownloadMgr::_DownloadFinished);
-    connect(wire, &RangeWire::Progressed, this, &DownloadMgr::slotDownloadProgress,
+    disconnect(requester, &RangeRequester::Ended, this, &DownloadMgr::_DownloadFinished);
+    connect(requester, &RangeRequester::Progressed, this, &DownloadMgr::slotDownloadProgress,
             Qt::UniqueConnection);
     m_receivedOnRedirect = 0;
     if (!m_transfer->FollowRedirect(reply)) {
@@ -188,7 +190,7 @@ void DownloadMgr::ReplyError(QNetworkReply::NetworkError code)
     if (!gIsSilent(code)) {
         m_errorText = FailureText::downloadFailed;
     }
-    if (QNetworkReply *const reply = m_transfer->Wire().Reply()) {
+    if (QNetworkReply *const reply = m_transfer->Requester().Reply()) {
         gLogFailure(logFile, function, *reply);
         // The network layer emits it later; the range ends here and now.
         emit reply->finished();
@@ -197,7 +199,7 @@ void DownloadMgr::ReplyError(QNetworkReply::NetworkError code)
 
 void DownloadMgr::ReplyFinished(QNetworkReply *reply)
 {
-    if (reply != m_transfer->Wire().Reply()) {
+    if (reply != m_transfer->Requester().Reply()) {
         return; // It was dropped.
     }
     const QNetworkReply::NetworkError code = reply->error();

@@ -3,7 +3,7 @@
 #include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
 
 #include "api/Log.h"
-#include "update/base/AnswerLimit.h"
+#include "update/base/AnswerSizeLimit.h"
 #include "update/base/NetworkFailure.h"
 
 #include <QEventLoop>

@@ -3,7 +3,7 @@
 #include "update/plan/ResumeState.h"
 
 #include "platform/SettingsLock.h"
-#include "update/plan/StateFormat.h"
+#include "update/plan/IniFormat.h"
 
 namespace
 {
@@ -43,7 +43,7 @@ QString gFlushedByteKey(int rangeNumber)
 
 ResumeState::ResumeState(const QString &configDirectory)
     : m_settings(gWithoutStaleLock(configDirectory + QStringLiteral("/CvBreakResumeDownLoad.ini")),
-                 gStateFormat())
+                 gIniFormat())
 {
 }
 
@@ -120,7 +120,7 @@ bool ResumeState::Sync()
     }
     // A QSettings that has failed once keeps that status. Another one on the same file shares the
     // values that are not on disk yet, and has a status of its own.
-    QSettings again(m_settings.fileName(), gStateFormat());
+    QSettings again(m_settings.fileName(), gIniFormat());
     again.sync();
     return again.status() == QSettings::NoError;
 }

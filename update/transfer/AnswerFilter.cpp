@@ -4,7 +4,7 @@
 
 #include "api/Log.h"
 #include "update/transfer/FetchMode.h"
-#include "update/transfer/RangeReply.h"
+#include "update/transfer/RangeHttp.h"
 #include "update/transfer/RangeStore.h"
 
 namespace

@@ -9,8 +9,8 @@
 
 class QUrl;
 
-/// How bytes of a package are asked for, judged and recorded. There are two: `RangeFetch` for the
-/// range of a downloader, and `WholeFetch` behind a redirect.
+/// How bytes of a package are asked for, judged and recorded. There are two: `RangeMode` for the
+/// range of a downloader, and `WholePackageMode` behind a redirect.
 ///
 /// Thread: GUI thread.
 class FetchMode

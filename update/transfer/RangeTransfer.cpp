@@ -6,11 +6,11 @@
 #include "update/base/NetworkFailure.h"
 #include "update/base/ServerAddress.h"
 #include "update/base/Texts.h"
-#include "update/transfer/RangeFetch.h"
-#include "update/transfer/RangeReply.h"
-#include "update/transfer/RangeWire.h"
+#include "update/transfer/RangeHttp.h"
+#include "update/transfer/RangeMode.h"
+#include "update/transfer/RangeRequester.h"
 #include "update/transfer/TransferWatch.h"
-#include "update/transfer/WholeFetch.h"
+#include "update/transfer/WholePackageMode.h"
 
 namespace
 {
@@ -23,7 +23,7 @@ RangeTransfer::RangeTransfer(ResumeState &state, const UpdateContext &context, Q
     , m_context(context)
     , m_store(state)
     , m_filter(m_store)
-    , m_wire(new RangeWire(context.system, this))
+    , m_requester(new RangeRequester(context.system, this))
 {
 }
 
@@ -32,30 +32,30 @@ bool RangeTransfer::Begin(const RangeTask &task)
     m_url = task.url;
     m_redirects = 0;
     m_furthestByte = task.range.start;
-    m_mode = std::make_unique<RangeFetch>(m_store, m_context.state, task.IsLast());
+    m_mode = std::make_unique<RangeMode>(m_store, m_context.state, task.IsLast());
     m_store.Begin(task.targetPath, task.number, task.range.start, task.range.end);
-    m_wire->Watch().SetRange(task.number);
+    m_requester->Watch().SetRange(task.number);
     return m_store.Open("DownloadMgr::ResumeDownload");
 }
 
 void RangeTransfer::AskForRest()
 {
-    m_wire->Drop();
+    m_requester->Drop();
     m_store.Close();
     m_filter.Begin(*m_mode);
-    m_wire->Send(m_mode->MakeRequest(m_url));
+    m_requester->Send(m_mode->MakeRequest(m_url));
 }
 
 bool RangeTransfer::FollowRedirect(QNetworkReply *reply)
 {
     m_url = gRedirectTarget(*reply);
-    m_wire->Drop();
+    m_requester->Drop();
     if (++m_redirects > mostRedirects || !gIsServerAddress(m_url)) {
         QUILLON_LOG(logFile, "DownloadMgr::ReplyFinished", "redirect no. %d to %s is not followed",
                     m_redirects, gLogAddress(m_url).toStdString().c_str());
         return false;
     }
-    m_mode = std::make_unique<WholeFetch>(m_store);
+    m_mode = std::make_unique<WholePackageMode>(m_store);
     m_furthestByte = 0;
     AskForRest();
     return true;
@@ -64,18 +64,18 @@ bool RangeTransfer::FollowRedirect(QNetworkReply *reply)
 void RangeTransfer::Lose()
 {
     m_store.Close();
-    m_wire->Cut();
+    m_requester->Cut();
 }
 
 void RangeTransfer::Close()
 {
-    m_wire->Stop();
+    m_requester->Stop();
     m_store.Close();
 }
 
 RangeTransfer::Received RangeTransfer::Receive(const char *function)
 {
-    QNetworkReply *const reply = m_wire->Reply();
+    QNetworkReply *const reply = m_requester->Reply();
     if (reply == nullptr) {
         return {};
     }
@@ -97,12 +97,12 @@ RangeTransfer::Received RangeTransfer::Receive(const char *function)
 
 RangeTransfer::Received RangeTransfer::WriteChunk(const char *function)
 {
-    m_wire->Watch().Restart();
-    const QByteArray chunk = m_wire->Reply()->readAll();
+    m_requester->Watch().Restart();
+    const QByteArray chunk = m_requester->Reply()->readAll();
     const qint64 written = m_store.Write(chunk, function);
     if (m_store.NextByte() > m_furthestByte) {
         m_furthestByte = m_store.NextByte();
-        m_wire->Watch().ByteReceived();
+        m_requester->Watch().ByteReceived();
     }
     const bool isCounted = written > 0 && m_mode->Record(written);
     const bool isRefused = written != chunk.size() && m_mode->RefusesExcess();
@@ -116,7 +116,7 @@ bool RangeTransfer::HasRange() const
 
 bool RangeTransfer::IsShort() const
 {
-    const QNetworkReply *const reply = m_wire->Reply();
+    const QNetworkReply *const reply = m_requester->Reply();
     if (reply == nullptr || m_store.HasAllBytes()) {
         return false;
     }
@@ -142,5 +142,5 @@ bool RangeTransfer::HasPackage() const
 
 bool RangeTransfer::IsCut(QNetworkReply::NetworkError code) const
 {
-    return (m_wire->Watch().IsBehindCut() && gIsUnreachable(code)) || m_mode->IsLateCut(code);
+    return (m_requester->Watch().IsBehindCut() && gIsUnreachable(code)) || m_mode->IsLateCut(code);
 }

@@ -13,7 +13,7 @@
 
 #include <memory>
 
-class RangeWire;
+class RangeRequester;
 class ResumeState;
 
 /// The bytes of one downloader: asks for them, judges each answer, writes it, and asks again for what
@@ -68,7 +68,7 @@ public:
     bool IsCut(QNetworkReply::NetworkError code) const;
 
     RangeStore &Store() { return m_store; }
-    RangeWire &Wire() { return *m_wire; }
+    RangeRequester &Requester() { return *m_requester; }
 
 private:
     Received WriteChunk(const char *function);
@@ -76,7 +76,7 @@ private:
     UpdateContext m_context;
     RangeStore m_store;
     AnswerFilter m_filter;
-    RangeWire *m_wire;
+    RangeRequester *m_requester;
     std::unique_ptr<FetchMode> m_mode;
     QUrl m_url;
     int m_redirects = 0;

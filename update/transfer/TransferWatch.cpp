@@ -38,7 +38,7 @@ void TransferWatch::Cut()
     const auto delay = m_retries.Cut();
     if (!delay.has_value()) {
         QUILLON_LOG(logFile, function, "range %d is given up, cut %d times without a byte",
-                    m_rangeNumber, RetryCount::mostCuts + 1);
+                    m_rangeNumber, RetryPolicy::mostCuts + 1);
         emit GivenUp();
         return;
     }

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "update/transfer/RetryCount.h"
+#include "update/transfer/RetryPolicy.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -53,7 +53,7 @@ private:
     void JudgeStall(int beat);
 
     const DownloadSystem &m_system;
-    RetryCount m_retries;
+    RetryPolicy m_retries;
     /// Not valid while nothing is waited for.
     QElapsedTimer m_sinceBeat;
     /// Counts requests, chunks and stops. An appointment or a time-out remembers the count, and is

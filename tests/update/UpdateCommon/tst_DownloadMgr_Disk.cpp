@@ -4,7 +4,7 @@
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
 #include "update/base/DownloadState.h"
-#include "update/install/SetupFileSetting.h"
+#include "update/install/PostponedInstaller.h"
 #include "update/plan/ResumePoint.h"
 
 #include <QtTest>

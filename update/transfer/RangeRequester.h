@@ -23,13 +23,13 @@ struct DownloadSystem;
 /// Ownership: its Qt parent. The system outlives it. It may be deleted in any slot; the network
 ///            manager is deleted from the event loop then.
 /// Errors:    signals; TLS errors are logged here.
-class RangeWire : public QObject
+class RangeRequester : public QObject
 {
     Q_OBJECT
 
 public:
-    RangeWire(const DownloadSystem &system, QObject *parent);
-    ~RangeWire() override;
+    RangeRequester(const DownloadSystem &system, QObject *parent);
+    ~RangeRequester() override;
 
     /// Sends @p request and watches over its reply.
     void Send(const QNetworkRequest &request);

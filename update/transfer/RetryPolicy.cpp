@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 
-#include "update/transfer/RetryCount.h"
+#include "update/transfer/RetryPolicy.h"
 
-void RetryCount::ByteReceived()
+void RetryPolicy::ByteReceived()
 {
     m_cuts = 0;
     m_stalls = 0;
 }
 
-std::optional<std::chrono::milliseconds> RetryCount::Cut()
+std::optional<std::chrono::milliseconds> RetryPolicy::Cut()
 {
     if (m_cuts == mostCuts) {
         return std::nullopt;
@@ -16,7 +16,7 @@ std::optional<std::chrono::milliseconds> RetryCount::Cut()
     return std::chrono::seconds(1 << m_cuts++);
 }
 
-bool RetryCount::Stalled()
+bool RetryPolicy::Stalled()
 {
     return ++m_stalls < mostStalls;
 }

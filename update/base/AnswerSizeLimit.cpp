@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "update/base/AnswerLimit.h"
+#include "update/base/AnswerSizeLimit.h"
 
 #include "api/Log.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "update/base/LateDeletion.h"
+#include "update/base/DeferredDeletion.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "update/install/SetupFileSetting.h"
+#include "update/install/PostponedInstaller.h"
 
 #include "api/Log.h"
 #include "api/ProductSettings.h"

@@ -9,10 +9,10 @@ class RangeStore;
 /// Fetches the whole package from where a redirect leads: asks for it without a range, and writes it
 /// from its first byte. The resume state has no place for that, so nothing is counted or saved, and
 /// what was cut is fetched from its beginning again.
-class WholeFetch : public FetchMode
+class WholePackageMode : public FetchMode
 {
 public:
-    explicit WholeFetch(RangeStore &store);
+    explicit WholePackageMode(RangeStore &store);
 
     QNetworkRequest MakeRequest(const QUrl &url) override;
     RangeVerdict Judge(const RangeAnswer &answer) const override;

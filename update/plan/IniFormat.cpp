@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "update/plan/StateFormat.h"
+#include "update/plan/IniFormat.h"
 
 #include <QByteArray>
 #include <QFileDevice>
@@ -76,7 +76,7 @@ bool gWrite(QIODevice &device, const QSettings::SettingsMap &values)
 }
 } // namespace
 
-QSettings::Format gStateFormat()
+QSettings::Format gIniFormat()
 {
     static const QSettings::Format format =
         QSettings::registerFormat(QStringLiteral("ini"), gRead, gWrite, Qt::CaseSensitive);

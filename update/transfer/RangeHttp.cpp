@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "update/transfer/RangeReply.h"
+#include "update/transfer/RangeHttp.h"
 
 QNetworkRequest gPackageRequest(const QUrl &url)
 {

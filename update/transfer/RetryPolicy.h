@@ -6,7 +6,7 @@
 #include <optional>
 
 /// How often a range is asked for again, and when. A byte that arrives resets the count.
-class RetryCount
+class RetryPolicy
 {
 public:
     static constexpr int mostCuts = 5;

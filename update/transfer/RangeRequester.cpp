@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-#include "update/transfer/RangeWire.h"
+#include "update/transfer/RangeRequester.h"
 
-#include "update/base/LateDeletion.h"
+#include "update/base/DeferredDeletion.h"
 #include "update/base/NetworkFailure.h"
 #include "update/transfer/TransferWatch.h"
 
@@ -16,38 +16,38 @@ namespace
 constexpr qint64 readBufferSize = qint64{1024} * 1024;
 } // namespace
 
-RangeWire::RangeWire(const DownloadSystem &system, QObject *parent)
+RangeRequester::RangeRequester(const DownloadSystem &system, QObject *parent)
     : QObject(parent)
     , m_manager(new QNetworkAccessManager(this))
     , m_watch(new TransferWatch(system, this))
 {
-    connect(m_manager, &QNetworkAccessManager::finished, this, &RangeWire::ManagerFinished);
-    connect(m_watch, &TransferWatch::AskAgain, this, &RangeWire::AskAgain);
-    connect(m_watch, &TransferWatch::GivenUp, this, &RangeWire::GivenUp);
+    connect(m_manager, &QNetworkAccessManager::finished, this, &RangeRequester::ManagerFinished);
+    connect(m_watch, &TransferWatch::AskAgain, this, &RangeRequester::AskAgain);
+    connect(m_watch, &TransferWatch::GivenUp, this, &RangeRequester::GivenUp);
 }
 
-RangeWire::~RangeWire()
+RangeRequester::~RangeRequester()
 {
     Drop();
     m_manager->disconnect(this);
     gDeleteLater(m_manager);
 }
 
-void RangeWire::Send(const QNetworkRequest &request)
+void RangeRequester::Send(const QNetworkRequest &request)
 {
     m_reply = m_manager->get(request);
     m_reply->setReadBufferSize(readBufferSize);
-    connect(m_reply, &QNetworkReply::readyRead, this, &RangeWire::Readable);
-    connect(m_reply, &QNetworkReply::downloadProgress, this, &RangeWire::Progressed);
-    connect(m_reply, &QNetworkReply::finished, this, &RangeWire::Ended);
-    connect(m_reply, &QNetworkReply::errorOccurred, this, &RangeWire::Failed);
+    connect(m_reply, &QNetworkReply::readyRead, this, &RangeRequester::Readable);
+    connect(m_reply, &QNetworkReply::downloadProgress, this, &RangeRequester::Progressed);
+    connect(m_reply, &QNetworkReply::finished, this, &RangeRequester::Ended);
+    connect(m_reply, &QNetworkReply::errorOccurred, this, &RangeRequester::Failed);
     connect(m_reply, &QNetworkReply::sslErrors, this, [](const QList<QSslError> &errors) {
         gLogTlsErrors("UpdateCommon", "DownloadMgr::ReplyError", errors);
     });
     m_watch->Restart();
 }
 
-void RangeWire::Drop()
+void RangeRequester::Drop()
 {
     if (m_reply != nullptr) {
         QNetworkReply *const reply = m_reply;
@@ -60,13 +60,13 @@ void RangeWire::Drop()
     }
 }
 
-void RangeWire::Cut()
+void RangeRequester::Cut()
 {
     Drop();
     m_watch->Cut();
 }
 
-void RangeWire::Stop()
+void RangeRequester::Stop()
 {
     m_watch->Stop();
     Drop();

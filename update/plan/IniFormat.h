@@ -11,4 +11,4 @@
 /// part of the new one, when the disk is full or fails at the end of the write, without an error.
 ///
 /// Thread: any.
-QSettings::Format gStateFormat();
+QSettings::Format gIniFormat();

@@ -11,10 +11,10 @@ class RangeStore;
 /// package and saves how far it has come.
 ///
 /// All ranges of a plan have to come from one version of the package: the first answer names it.
-class RangeFetch : public FetchMode
+class RangeMode : public FetchMode
 {
 public:
-    RangeFetch(RangeStore &store, DownloadState &state, bool isLastRange);
+    RangeMode(RangeStore &store, DownloadState &state, bool isLastRange);
 
     QNetworkRequest MakeRequest(const QUrl &url) override;
     RangeVerdict Judge(const RangeAnswer &answer) const override;
