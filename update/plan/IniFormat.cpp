@@ -41,7 +41,7 @@ QByteArray gQuoted(const QString &value)
     return '"' + text + '"';
 }
 
-bool gRead(QIODevice &device, QSettings::SettingsMap &values)
+bool gReadIni(QIODevice &device, QSettings::SettingsMap &values)
 {
     QString group;
     while (!device.atEnd()) {
@@ -57,7 +57,7 @@ bool gRead(QIODevice &device, QSettings::SettingsMap &values)
     return true;
 }
 
-bool gWrite(QIODevice &device, const QSettings::SettingsMap &values)
+bool gWriteIni(QIODevice &device, const QSettings::SettingsMap &values)
 {
     QByteArray text;
     QString group;
@@ -79,6 +79,6 @@ bool gWrite(QIODevice &device, const QSettings::SettingsMap &values)
 QSettings::Format gIniFormat()
 {
     static const QSettings::Format format =
-        QSettings::registerFormat(QStringLiteral("ini"), gRead, gWrite, Qt::CaseSensitive);
+        QSettings::registerFormat(QStringLiteral("ini"), gReadIni, gWriteIni, Qt::CaseSensitive);
     return format;
 }

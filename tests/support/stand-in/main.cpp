@@ -15,12 +15,13 @@ namespace
 {
 using Words = std::vector<std::string>;
 
-std::string gRead(const std::string &path)
+std::string gReadFile(const std::string &path)
 {
     std::string bytes;
     if (std::FILE *file = std::fopen(path.c_str(), "rb")) {
         char buffer[65536];
-        for (std::size_t got = 1; got > 0;) {
+        std::size_t got = sizeof buffer;
+        while (got == sizeof buffer) {
             got = std::fread(buffer, 1, sizeof buffer, file);
             bytes.append(buffer, got);
         }
@@ -30,7 +31,7 @@ std::string gRead(const std::string &path)
 }
 
 /// Renames the file when it is complete, so that a test never reads a part of it.
-void gWrite(const std::string &path, const std::string &bytes)
+void gWriteFile(const std::string &path, const std::string &bytes)
 {
     const std::string part = path + ".part";
     std::FILE *file = std::fopen(part.c_str(), "wb");
@@ -69,17 +70,17 @@ void gFollow(const Words &words, const Words &arguments)
 {
     const std::string &order = words.at(0);
     if (order == "write") {
-        gWrite(words.at(1), words.at(2));
+        gWriteFile(words.at(1), words.at(2));
     } else if (order == "copy") {
-        gWrite(words.at(2), gRead(words.at(1)));
+        gWriteFile(words.at(2), gReadFile(words.at(1)));
     } else if (order == "arguments") {
         std::string lines = std::to_string(arguments.size()) + '\n';
         for (const std::string &argument : arguments) {
             lines += argument + '\n';
         }
-        gWrite(words.at(1), lines);
+        gWriteFile(words.at(1), lines);
     } else if (order == "pid") {
-        gWrite(words.at(1), std::to_string(getpid()));
+        gWriteFile(words.at(1), std::to_string(getpid()));
     } else if (order == "sleep") {
         std::this_thread::sleep_for(std::chrono::seconds(std::stoi(words.at(1))));
     } else if (order == "exit") {
@@ -95,7 +96,7 @@ void gFollow(const Words &words, const Words &arguments)
 
 int main(int argc, char *argv[])
 {
-    const std::string self = gRead(argv[0]);
+    const std::string self = gReadFile(argv[0]);
     // In two pieces, so that the mark does not occur in the program's own code.
     const std::string mark = std::string("\n--stand-in") + "--\n";
     const std::size_t start = self.rfind(mark);

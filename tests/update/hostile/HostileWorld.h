@@ -65,7 +65,7 @@ public:
 private:
     void Prepare();
     /// Makes the limits and the pauses of the module short, and keeps their order by length.
-    static void ShortenWaits(DownloadSystem &seams);
+    static void ShortenWaits(DownloadSystem &system);
     QStringList StrangeFiles() const;
     QStringList WrongTarget() const;
     qint64 PlannedSize() const;

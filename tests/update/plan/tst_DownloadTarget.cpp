@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/plan/DownloadTarget.h"
+
+#include "tests/update/UpdateRig.h"
+#include "update/plan/PackageOffer.h"
+
+#include <QtTest>
+
+/// Which file a package is written into. The manifest chooses the name, never the folder.
+class tst_DownloadTarget : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void the_installer_gets_the_last_part_of_the_address_data();
+    void the_installer_gets_the_last_part_of_the_address();
+    void a_full_package_has_a_file_of_its_own();
+    void an_incremental_package_keeps_its_name();
+};
+
+void tst_DownloadTarget::the_installer_gets_the_last_part_of_the_address_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("behind_a_slash") << "https://u.example/files/setup.exe"
+                                    << "setup.exe";
+    QTest::newRow("behind_a_backslash") << "https://u.example/..\\..\\setup.exe"
+                                        << "setup.exe";
+    QTest::newRow("behind_the_last_of_both") << "https://u.example/a\\b/setup.exe"
+                                             << "setup.exe";
+    QTest::newRow("a_folder_has_no_name") << "https://u.example/files/"
+                                          << "";
+    QTest::newRow("a_bare_name") << "setup.exe"
+                                 << "setup.exe";
+}
+
+void tst_DownloadTarget::the_installer_gets_the_last_part_of_the_address()
+{
+    QFETCH(QString, address);
+    QFETCH(QString, name);
+    const UpdateRig rig;
+    PackageOffer offer;
+    offer.fullUrl = address;
+    QCOMPARE(gDownloadTarget(offer, false).installerPath, rig.WorkingFolder() + '/' + name);
+}
+
+void tst_DownloadTarget::a_full_package_has_a_file_of_its_own()
+{
+    const UpdateRig rig;
+    PackageOffer offer;
+    offer.fullUrl = "https://u.example/files/setup.exe";
+    offer.incrementalMd5 = "0123";
+    const DownloadTarget target = gDownloadTarget(offer, false);
+    QCOMPARE(target.url, QUrl("https://u.example/files/setup.exe"));
+    QCOMPARE(target.path, rig.Target());
+    QVERIFY(target.expectedMd5.isEmpty());
+    QVERIFY(!target.isIncremental);
+}
+
+void tst_DownloadTarget::an_incremental_package_keeps_its_name()
+{
+    const UpdateRig rig;
+    PackageOffer offer;
+    offer.fullUrl = "https://u.example/files/setup.exe";
+    offer.incrementalUrl = "https://u.example/patches\\increase.patch";
+    offer.incrementalMd5 = "0123";
+    const DownloadTarget target = gDownloadTarget(offer, true);
+    QCOMPARE(target.path, rig.WorkingFolder() + "/increase.patch");
+    QCOMPARE(target.installerPath, rig.WorkingFolder() + "/setup.exe");
+    QCOMPARE(target.expectedMd5, QStringLiteral("0123"));
+    QVERIFY(target.isIncremental);
+}
+
+QTEST_MAIN(tst_DownloadTarget)
+#include "tst_DownloadTarget.moc"
