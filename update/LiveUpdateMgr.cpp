@@ -191,7 +191,10 @@ void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePat
         return;
     }
     target.url = m_downloadUrl;
-    EndDownload(); // another one may have been planned while the size was awaited
+    if (m_download != nullptr) {
+        m_pages->ShowPlanFailure(); // Another one was planned while the size was awaited.
+        return;
+    }
     m_download =
         new PackageDownload(target, oldPackagePath, total, m_resumeSettings, m_context, this);
     ConnectDownload();
@@ -255,8 +258,9 @@ void LiveUpdateMgr::OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
 
 void LiveUpdateMgr::ShowDownloadError(const QString &text)
 {
+    m_pages->SetHint(text);
     m_context.events.ReportEvent(EventSink::DownloadError);
-    m_pages->ShowDownloadError(text);
+    m_pages->ShowHintPage();
 }
 
 // --- The end ---------------------------------------------------------------------------------------

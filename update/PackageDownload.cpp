@@ -94,6 +94,9 @@ void PackageDownload::StartAnew(const ResumePoint &start)
 
 void PackageDownload::StartRanges()
 {
+    if (m_lock == nullptr) {
+        return; // The plan was closed or ended meanwhile.
+    }
     const std::shared_ptr<ProcessLock> lock = std::move(m_lock);
     m_counted = m_context.state.alreadyDownloaded;
     m_flushSchedule->Begin(m_target.path);
@@ -159,12 +162,13 @@ void PackageDownload::CloseRange(int rangeNumber)
     if (downloader != nullptr && downloader->IsRunning()) {
         downloader->SaveResumeState();
         downloader->Stop();
+        // Only by a plan that runs: another dialog of this process may be downloading.
+        m_context.state.downloadStarted = false;
     }
     if (rangeNumber == ResumeState::rangeCount) {
         // The last range gives the lock back: from here on the state may be another process's.
         m_flushSchedule->End();
         m_lock.reset();
-        m_context.state.downloadStarted = false;
     }
 }
 

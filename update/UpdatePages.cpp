@@ -21,6 +21,8 @@ constexpr char downloadStarts[] =
     QT_TRANSLATE_NOOP("LiveUpdateMgr", "Downloading the update, please wait.");
 constexpr char downloading[] = QT_TRANSLATE_NOOP(
     "LiveUpdateMgr", "Downloading the update, please wait...(downloaded %1,total %2)");
+constexpr char downloadFailed[] =
+    QT_TRANSLATE_NOOP("LiveUpdateMgr", "Failed to download the update.");
 } // namespace
 
 UpdatePages::UpdatePages(ProgressDisplay *progress, VersionDisplay *version, HintDisplay *hint,
@@ -62,15 +64,16 @@ void UpdatePages::SetReleaseNotes(const QList<ReleaseNote> &notes)
 
 void UpdatePages::ShowUpToDate()
 {
-    ShowHint(gTranslateForUpdate(upToDate));
+    SetHint(gTranslateForUpdate(upToDate));
+    ShowHintPage();
 }
 
 void UpdatePages::ShowCheckFailure(bool isSpelledOut)
 {
     if (isSpelledOut) {
-        m_hintPage->SetText(gTranslateForUpdate(checkFailed));
+        SetHint(gTranslateForUpdate(checkFailed));
     }
-    emit SetCurrentWidget(m_hintPage);
+    ShowHintPage();
 }
 
 void UpdatePages::SetDownloadStart()
@@ -89,21 +92,21 @@ void UpdatePages::SetProgress(qint64 downloaded, qint64 total)
 
 void UpdatePages::ShowPlanFailure()
 {
-    ShowHint(QLatin1String(FailureText::downloadFailed));
+    SetHint(QLatin1String(downloadFailed));
+    ShowHintPage();
 }
 
-void UpdatePages::ShowDownloadError(const QString &text)
+void UpdatePages::SetHint(const QString &text)
 {
-    ShowHint(text);
+    m_hintPage->SetText(text);
+}
+
+void UpdatePages::ShowHintPage()
+{
+    emit SetCurrentWidget(m_hintPage);
 }
 
 QString UpdatePages::DownloadFailedText()
 {
-    return gTranslateForUpdate(FailureText::downloadFailed);
-}
-
-void UpdatePages::ShowHint(const QString &text)
-{
-    m_hintPage->SetText(text);
-    emit SetCurrentWidget(m_hintPage);
+    return gTranslateForUpdate(downloadFailed);
 }

@@ -45,7 +45,8 @@ public:
     void SetProgress(qint64 downloaded, qint64 total);
     /// The size of the package could not be found out, or another download is running.
     void ShowPlanFailure();
-    void ShowDownloadError(const QString &text);
+    void SetHint(const QString &text);
+    void ShowHintPage();
 
     /// What a download that the disk could not keep ends with.
     static QString DownloadFailedText();
@@ -54,8 +55,6 @@ signals:
     void SetCurrentWidget(QWidget *page);
 
 private:
-    void ShowHint(const QString &text);
-
     ProgressDisplay *m_progressPage;
     VersionDisplay *m_versionPage;
     HintDisplay *m_hintPage;

@@ -5,7 +5,9 @@
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
 #include "update/base/DownloadState.h"
+#include "update/UpdateCommon/VersionInfo.h"
 
+#include <QLabel>
 #include <QtTest>
 
 /// Two downloads at the same time, and a restart of the machine.
@@ -18,6 +20,7 @@ private slots:
     void cleanup();
 
     void the_second_download_says_so_and_writes_nothing();
+    void a_dialog_that_was_refused_leaves_the_download_of_another_alone();
     void a_download_holds_the_lock_until_it_is_closed();
     void a_download_holds_the_lock_until_its_ranges_have_failed();
     void a_complete_package_leaves_no_lock();
@@ -78,6 +81,25 @@ void tst_LiveUpdateMgr_Lock::the_second_download_says_so_and_writes_nothing()
     other.Unlock();
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
     QTRY_COMPARE(m_rig->Boxes(), 1);
+}
+
+void tst_LiveUpdateMgr_Lock::a_dialog_that_was_refused_leaves_the_download_of_another_alone()
+{
+    HttpAnswer slow = HttpAnswer::Body(m_package);
+    slow.chunkSize = 2000;
+    slow.chunkPauseMs = 50;
+    m_rig->StartFullDownload(slow);
+    ProgressDisplay progress(nullptr);
+    VersionDisplay version(nullptr);
+    HintDisplay hint(nullptr);
+    LiveUpdateMgr second(&progress, &version, &hint, m_rig->Context(), nullptr);
+    second.findChild<VersionInfo *>()->setXml(
+        UpdateRig::Manifest(m_rig->Server().Address("/files/setup.exe")));
+    second.UpdateNow();
+    QCOMPARE(hint.findChild<QLabel *>()->text(), QStringLiteral("Failed to download the update."));
+    emit hint.Close();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
 void tst_LiveUpdateMgr_Lock::a_download_holds_the_lock_until_it_is_closed()

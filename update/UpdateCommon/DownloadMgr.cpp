@@ -34,7 +34,10 @@ DownloadMgr::DownloadMgr(const UpdateContext &context, QObject *parent)
     connect(requester, &RangeRequester::Ended, this, &DownloadMgr::_DownloadFinished);
     connect(requester, &RangeRequester::Failed, this, &DownloadMgr::ReplyError);
     connect(requester, &RangeRequester::ManagerFinished, this, &DownloadMgr::ReplyFinished);
-    connect(requester, &RangeRequester::AskAgain, m_transfer, &RangeTransfer::AskForRest);
+    connect(requester, &RangeRequester::AskAgain, this, [this] {
+        m_receivedOnRedirect = 0;
+        m_transfer->AskAgain();
+    });
     connect(requester, &RangeRequester::GivenUp, this,
             [this] { FailRange(FailureText::downloadFailed); });
     connect(&m_transfer->Requester().Watch(), &TransferWatch::Armed, this,

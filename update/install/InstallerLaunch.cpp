@@ -11,9 +11,9 @@ bool gLaunchInstaller(const QString &installer, EventSink &events)
     QString failure;
     const bool started = gStartDetached(installer, &failure);
     if (!started) {
+        QUILLON_LOG("UpdateCommon", "gStartDetached", "%s", failure.toStdString().c_str());
         QUILLON_LOG("UpdateCommon", "DownloadMgr::Install", "the installer %s could not be started",
                     installer.toStdString().c_str());
-        QUILLON_LOG("UpdateCommon", "DownloadMgr::Install", "%s", failure.toStdString().c_str());
     }
     events.ReportEvent(started ? EventSink::InstallStarted : EventSink::InstallStartFailed);
     events.WaitForReports();

@@ -41,9 +41,14 @@ bool RangeTransfer::Begin(const RangeTask &task)
 void RangeTransfer::AskForRest()
 {
     m_requester->Drop();
-    m_store.Close();
     m_filter.Begin(*m_mode);
     m_requester->Send(m_mode->MakeRequest(m_url));
+}
+
+void RangeTransfer::AskAgain()
+{
+    m_store.Close();
+    AskForRest();
 }
 
 bool RangeTransfer::FollowRedirect(QNetworkReply *reply)

@@ -20,8 +20,9 @@ class ResumeState;
 /// is missing. What an end means is decided by its owner.
 ///
 ///     Begin ─► AskForRest ─► Receive, Receive, … ─► the owner calls Close
-///                  ▲            └─ cut: Lose ─► a pause ─┐
-///                  └─ redirected: FollowRedirect ◄───────┘ AskAgain
+///                 ▲ ▲          │  └─ cut: Lose ─► a pause ─► AskAgain ─┐
+///                 │ └──────────┼───────────────────────────────────────┘
+///                 └────────────┴─ redirected: FollowRedirect
 ///
 /// Thread:    GUI thread.
 /// Ownership: its Qt parent. The resume state and what the context names outlive it.
@@ -46,6 +47,8 @@ public:
 
     /// Sends the request for what is missing; a reply at hand is dropped.
     void AskForRest();
+    /// The same, behind a cut or a stall.
+    void AskAgain();
     /// Fetches the whole package from where @p reply leads.
     /// @return false when the address is none to follow; nothing is asked for then
     bool FollowRedirect(QNetworkReply *reply);
