@@ -10,13 +10,11 @@
 #include "update/base/DownloadState.h"
 #include "update/base/DownloadSystem.h"
 #include "update/base/EventSink.h"
-#include "update/check/VersionCheck.h"
 #include "update/install/PostponedInstaller.h"
 #include "update/PackageDownload.h"
 #include "update/plan/PackageChoice.h"
 #include "update/plan/PackageOffer.h"
 #include "update/plan/PackageSizeProbe.h"
-#include "update/UpdateCommon/DownloadMgr.h"
 #include "update/UpdateCommon/HintDisplay.h"
 #include "update/UpdateCommon/ProgressDisplay.h"
 #include "update/UpdateCommon/VersionDisplay.h"
@@ -121,22 +119,6 @@ void LiveUpdateMgr::ShowAnswer()
     } else {
         m_pages->ShowUpToDate();
     }
-}
-
-QUrl LiveUpdateMgr::BuildCheckUrl(const QString &pid, const QString &version,
-                                  const QString &email) const
-{
-    return m_check->Address({pid, version, email});
-}
-
-void LiveUpdateMgr::OnCheckReplyReady()
-{
-    m_check->ReadAnswer();
-}
-
-void LiveUpdateMgr::OnRequestFinished(QNetworkReply *reply)
-{
-    m_check->ReportEnd(reply);
 }
 
 // --- "Update Now" ----------------------------------------------------------------------------------
@@ -288,11 +270,6 @@ void LiveUpdateMgr::EndDownload()
         m_download->deleteLater();
         m_download = nullptr;
     }
-}
-
-void LiveUpdateMgr::Install()
-{
-    m_downloadMgr->Install();
 }
 
 void LiveUpdateMgr::KeepInstaller()

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "update/base/UpdateContext.h"
+#include "update/check/VersionCheck.h"
 #include "update/plan/ResumeState.h"
+#include "update/UpdateCommon/DownloadMgr.h"
 
 #include <QObject>
 #include <QPointer>
@@ -11,13 +13,10 @@
 #include <QString>
 #include <QUrl>
 
-class DownloadMgr;
 class HintDisplay;
 class PackageDownload;
 class ProgressDisplay;
-class QNetworkReply;
 class UpdatePages;
-class VersionCheck;
 class VersionDisplay;
 class VersionInfo;
 
@@ -50,13 +49,16 @@ public:
     bool IsNeedUpdate();
 
     /// Starts the kept installer if the user has agreed to that; otherwise nothing happens.
-    void Install();
+    void Install() { m_downloadMgr->Install(); }
 
     /// The interactive check: offers a kept installer, or asks the service.
     void CheckVersion(const QString &pid, const QString &version, const QString &email);
-    QUrl BuildCheckUrl(const QString &pid, const QString &version, const QString &email) const;
-    void OnCheckReplyReady();
-    void OnRequestFinished(QNetworkReply *reply);
+    QUrl BuildCheckUrl(const QString &pid, const QString &version, const QString &email) const
+    {
+        return m_check->Address({pid, version, email});
+    }
+    void OnCheckReplyReady() { m_check->ReadAnswer(); }
+    void OnRequestFinished(QNetworkReply *reply) { m_check->ReportEnd(reply); }
 
     /// The version page's "Update Now".
     void UpdateNow();
