@@ -2,7 +2,9 @@
 
 #pragma once
 
+#include "platform/AtomicRename.h"
 #include "platform/BootIdentity.h"
+#include "platform/FileIdentity.h"
 #include "platform/StableStorage.h"
 #include "update/base/BackgroundFlush.h"
 
@@ -28,6 +30,9 @@ struct DownloadSystem {
     std::chrono::milliseconds stallLimit{30000};
     /// How long the patch program may take.
     std::chrono::milliseconds patchLimit{90000};
+    /// How long a file that another program holds is waited for, and how often it is tried.
+    std::chrono::milliseconds replaceLimit{10000};
+    std::chrono::milliseconds replacePause{250};
     /// At the latest after so many bytes, and after so much time, data goes to stable storage.
     qint64 flushBytes = qint64{64} * 1024 * 1024;
     std::chrono::milliseconds flushTime{5000};
@@ -36,6 +41,9 @@ struct DownloadSystem {
         callLater = gCallLater;
     std::function<QString()> bootIdentity = gBootIdentity;
     FlushFunction flush = gFlushToDisk;
+    std::function<QString(const QString &)> fileIdentity = gFileIdentity;
+    std::function<RenameResult(const QString &, const QString &, QString *)> renameOver =
+        gRenameOver;
 };
 
 /// The real system, for the dialog.
