@@ -5,6 +5,7 @@
 #include <QCryptographicHash>
 #include <QDebug>
 #include <QFile>
+#include <QRegularExpression>
 
 QString FileMd5Hex(QString path)
 {
@@ -27,4 +28,10 @@ QString FileMd5Hex(QString path)
         remaining -= chunk.size();
     }
     return QString::fromLatin1(hash.result().toHex());
+}
+
+bool gIsMd5(const QString &text)
+{
+    static const QRegularExpression md5(QStringLiteral("\\A[0-9A-Fa-f]{32}\\z"));
+    return md5.match(text).hasMatch();
 }

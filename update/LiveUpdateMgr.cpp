@@ -132,11 +132,24 @@ void LiveUpdateMgr::UpdateNow()
     case PackageChoice::Kind::Nothing:
         break;
     case PackageChoice::Kind::Incremental:
-        StartDownload(true, choice.keptInstaller);
+        StartIncrementalPackage(choice.keptInstaller);
         break;
     case PackageChoice::Kind::Full:
         StartFullPackage();
         break;
+    }
+}
+
+/// Not again where its patch could not be applied: the full package's progress would be lost for it.
+void LiveUpdateMgr::StartIncrementalPackage(const QString &keptInstaller)
+{
+    m_resumeSettings.Sync();
+    if (m_resumeSettings.IsFailedPatch(m_versionInfo->Offer().incrementalMd5)) {
+        QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::UpdateNow",
+                    "the incremental package could not be applied before and is not taken");
+        StartFullPackage();
+    } else {
+        StartDownload(true, keptInstaller);
     }
 }
 

@@ -93,6 +93,7 @@ private slots:
 private:
     void ConnectCheck();
     void ConnectDownload();
+    void StartIncrementalPackage(const QString &keptInstaller);
     void RunDownload();
     void CloseRange(int rangeNumber);
     void EndDownload();

@@ -3,15 +3,16 @@
 #include "update/PackageDownload.h"
 
 #include "api/Log.h"
-#include "api/QuillonInit.h"
 #include "platform/ProcessLock.h"
 #include "update/base/DownloadState.h"
 #include "update/base/DownloadSystem.h"
+#include "update/base/FileReplacement.h"
 #include "update/plan/FlushSchedule.h"
 #include "update/plan/PackageFolder.h"
 #include "update/UpdateCommon/DownloadMgr.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <utility>
@@ -20,6 +21,11 @@ namespace
 {
 constexpr char logFile[] = "LiveUpdateMgr";
 constexpr char logFunction[] = "LiveUpdateMgr::StartDownload";
+
+QString gFolderOf(const QString &file)
+{
+    return QFileInfo(file).path();
+}
 } // namespace
 
 PackageDownload::PackageDownload(const DownloadTarget &target, const QString &oldPackagePath,
@@ -32,8 +38,12 @@ PackageDownload::PackageDownload(const DownloadTarget &target, const QString &ol
     , m_resumeState(state)
     , m_context(context)
     , m_flushSchedule(new FlushSchedule(state, context.system, this))
+    , m_replacement(new FileReplacement(context.system, this))
 {
     connect(m_flushSchedule, &FlushSchedule::Failed, this, &PackageDownload::EndAfterFlushFailure);
+    connect(m_replacement, &FileReplacement::Replaced, this, &PackageDownload::AfterReplacement);
+    connect(m_replacement, &FileReplacement::Failed, this,
+            &PackageDownload::AfterFailedReplacement);
 }
 
 // --- The plan --------------------------------------------------------------------------------------
@@ -51,15 +61,31 @@ bool PackageDownload::Plan()
         return false;
     }
     const ResumePoint point = gResumePoint(m_resumeState, m_total, m_context.system.bootIdentity());
-    const bool isResumed =
-        m_resumeState.PackageSize() == m_total && QFile::exists(m_target.path) && gIsUsable(point);
-    m_isFresh = !isResumed;
-    if (isResumed) {
-        Resume(point);
-    } else {
+    m_isFresh = !CanResume(point);
+    if (m_isFresh) {
         StartAnew(gFreshStart(m_total));
+    } else {
+        Resume(point);
     }
     return true;
+}
+
+bool PackageDownload::CanResume(const ResumePoint &point) const
+{
+    if (m_resumeState.PackageSize() != m_total || !QFile::exists(m_target.path)) {
+        return false;
+    }
+    if (!gBelongsTo(m_resumeState, IdentityWith(m_target.path))) {
+        QUILLON_LOG(logFile, logFunction,
+                    "the resume state belongs to another package or file, starting anew");
+        return false;
+    }
+    return gIsUsable(point, m_total);
+}
+
+DownloadIdentity PackageDownload::IdentityWith(const QString &file) const
+{
+    return {m_context.system.fileIdentity(file), gIdentifyingMd5(m_target), m_target.version};
 }
 
 void PackageDownload::Resume(const ResumePoint &point)
@@ -67,7 +93,12 @@ void PackageDownload::Resume(const ResumePoint &point)
     if (point.isTakenBack) {
         QUILLON_LOG(logFile, logFunction, "the machine was started again, going on with %lld bytes",
                     static_cast<long long>(point.alreadyDownloaded));
-        gRecordPlan(&m_resumeState, m_total, point, m_context.system.bootIdentity());
+        gRecordPlan(&m_resumeState, m_total, point, m_context.system.bootIdentity(),
+                    IdentityWith(m_target.path));
+    } else if (!m_resumeState.KnowsIdentity()) {
+        // From now on the word of another version of the module holds for this file and package only.
+        m_resumeState.SetIdentity(IdentityWith(m_target.path));
+        m_resumeState.Sync();
     }
     m_ranges = point.ranges;
     m_downloaded = point.alreadyDownloaded;
@@ -79,12 +110,13 @@ void PackageDownload::Resume(const ResumePoint &point)
 
 void PackageDownload::StartAnew(const ResumePoint &start)
 {
-    // In this order, a process that ends in between leaves no file that an old plan seems to fit:
-    // first the old file is removed, then the plan is on disk, then the new file is made.
-    QFile::remove(m_target.path);
-    gRecordPlan(&m_resumeState, m_total, start, m_context.system.bootIdentity());
-    gFlushFolder(QuillonInit::GetConfigFileDir());
-    gCreateEmptyFile(m_target.path, m_total);
+    // In this order, a process that ends in between leaves no file that a plan wrongly fits: the plan
+    // names the new file, and is on disk before that takes the place of the old one.
+    const QString newFile = m_target.path + QStringLiteral(".new");
+    m_newFile = gCreateEmptyFile(newFile, m_total) ? newFile : QString();
+    gRecordPlan(&m_resumeState, m_total, start, m_context.system.bootIdentity(),
+                IdentityWith(m_newFile.isEmpty() ? m_target.path : m_newFile));
+    m_context.system.flushFolder(gFolderOf(m_resumeState.Path()));
     m_ranges = start.ranges;
     m_context.state.alreadyDownloaded = 0;
     m_context.state.activeSegments = ResumeState::rangeCount;
@@ -97,6 +129,38 @@ void PackageDownload::StartRanges()
     if (m_lock == nullptr) {
         return; // The plan was closed or ended meanwhile.
     }
+    if (m_newFile.isEmpty()) {
+        RunRanges();
+    } else {
+        m_replacement->Start(m_newFile, m_target.path, logFunction);
+    }
+}
+
+void PackageDownload::AfterReplacement()
+{
+    m_newFile.clear();
+    // Windows may give a file the time of another one that had its name a moment before.
+    const DownloadIdentity identity = IdentityWith(m_target.path);
+    if (identity.targetFile != m_resumeState.Identity().targetFile) {
+        m_resumeState.SetIdentity(identity);
+        m_resumeState.Sync();
+    }
+    m_context.system.flushFolder(gFolderOf(m_target.path));
+    RunRanges();
+}
+
+/// As with any target that cannot be made, the ranges start all the same, and report what fails. The
+/// plan is not that of the file that is there, so nothing of it is resumed.
+void PackageDownload::AfterFailedReplacement()
+{
+    QUILLON_LOG(logFile, "LiveUpdateMgr::CreateEmptyFile", "Create file Filed!");
+    QFile::remove(m_newFile);
+    m_newFile.clear();
+    RunRanges();
+}
+
+void PackageDownload::RunRanges()
+{
     const std::shared_ptr<ProcessLock> lock = std::move(m_lock);
     m_counted = m_context.state.alreadyDownloaded;
     m_flushSchedule->Begin(m_target.path);
@@ -122,6 +186,7 @@ void PackageDownload::StartRange(int rangeNumber, ByteRange range,
     auto *downloader = new DownloadMgr(m_context, this);
     m_downloaders.at(static_cast<size_t>(rangeNumber - 1)) = downloader;
     downloader->HoldLock(lock);
+    downloader->SetPackageMd5(m_target.packageMd5);
     Connect(downloader);
     downloader->ResumeDownload(m_target.path, m_target.url, m_target.installerPath, range.start,
                                range.end, rangeNumber, m_target.isIncremental, m_target.expectedMd5,
@@ -138,7 +203,7 @@ void PackageDownload::Connect(DownloadMgr *downloader)
     connect(downloader, &DownloadMgr::CancelInstall, this, &PackageDownload::CancelInstall);
     connect(downloader, &DownloadMgr::Error, this, &PackageDownload::Error);
     connect(downloader, &DownloadMgr::PatchIncreasePackageFaild, this,
-            &PackageDownload::PatchIncreasePackageFaild);
+            &PackageDownload::RememberFailedPatch);
     // The package may be complete while other ranges run, when a server sent the whole of it for
     // one: they close the file before it is moved into place.
     connect(downloader, &DownloadMgr::DownloadFinished, this,
@@ -154,6 +219,13 @@ void PackageDownload::CountWritten()
     m_counted = written;
 }
 
+void PackageDownload::RememberFailedPatch()
+{
+    m_resumeState.SetFailedPatch(m_target.expectedMd5);
+    m_resumeState.Sync();
+    emit PatchIncreasePackageFaild();
+}
+
 // --- The ends --------------------------------------------------------------------------------------
 
 void PackageDownload::CloseRange(int rangeNumber)
@@ -167,6 +239,7 @@ void PackageDownload::CloseRange(int rangeNumber)
     }
     if (rangeNumber == ResumeState::rangeCount) {
         // The last range gives the lock back: from here on the state may be another process's.
+        m_replacement->Cancel();
         m_flushSchedule->End();
         m_lock.reset();
     }
@@ -190,6 +263,7 @@ void PackageDownload::StopOthers(const DownloadMgr *downloader)
 
 void PackageDownload::End()
 {
+    m_replacement->Cancel();
     m_flushSchedule->End();
     m_lock.reset();
     for (QPointer<DownloadMgr> &downloader : m_downloaders) {

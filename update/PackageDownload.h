@@ -15,14 +15,16 @@
 #include <memory>
 
 class DownloadMgr;
+class FileReplacement;
 class FlushSchedule;
 class ProcessLock;
 
 /// One plan: a package of a known size, its five ranges, and the downloaders that fetch them.
 ///
 ///     Plan ─► lock ─┬─► an earlier download goes on: what is left of each range
-///                   └─► a fresh start: the state is written, the file is made
-///     StartRanges ─► a DownloadMgr for each range with bytes missing ─► the signals below
+///                   └─► a fresh start: a new file is made, and the state is written for it
+///     StartRanges ─► a new file takes the target's name
+///                 ─► a DownloadMgr for each range with bytes missing ─► the signals below
 ///     CloseRange, CloseAll, End ─► the ranges that still run are ended
 ///
 /// Thread:    GUI thread.
@@ -78,10 +80,16 @@ signals:
 
 private slots:
     void EndAfterFlushFailure();
+    void RunRanges();
+    void RememberFailedPatch();
 
 private:
+    bool CanResume(const ResumePoint &point) const;
     void Resume(const ResumePoint &point);
     void StartAnew(const ResumePoint &start);
+    void AfterReplacement();
+    void AfterFailedReplacement();
+    DownloadIdentity IdentityWith(const QString &file) const;
     void StartRange(int rangeNumber, ByteRange range, const std::shared_ptr<ProcessLock> &lock);
     void Connect(DownloadMgr *downloader);
     void CountWritten();
@@ -93,11 +101,14 @@ private:
     ResumeState &m_resumeState;
     UpdateContext m_context;
     FlushSchedule *m_flushSchedule;
+    FileReplacement *m_replacement;
     /// Held from `Plan` until the downloaders hold it.
     std::shared_ptr<ProcessLock> m_lock;
     std::array<ByteRange, ResumeState::rangeCount> m_ranges{};
     std::array<QPointer<DownloadMgr>, ResumeState::rangeCount> m_downloaders;
     bool m_isFresh = false;
+    /// The file of a fresh start, until it has the target's name; empty when there is none.
+    QString m_newFile;
     qint64 m_downloaded = 0;
     /// Written bytes that the flush schedule has been given.
     qint64 m_counted = 0;

@@ -14,7 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const ResumeState state(folder.Path());
     const qint64 total = state.PackageSize();
     for (const QString &boot : {state.BootId(), QStringLiteral("another boot")}) {
-        gIsUsable(gResumePoint(state, total, boot));
+        gIsUsable(gResumePoint(state, total, boot), total);
+        gBelongsTo(state, state.Identity());
     }
     return 0;
 }

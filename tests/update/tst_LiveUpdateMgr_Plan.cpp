@@ -111,6 +111,7 @@ void tst_LiveUpdateMgr_Plan::a_fresh_start_fetches_five_ranges_and_completes_the
 void tst_LiveUpdateMgr_Plan::a_fresh_start_writes_its_plan_into_the_state_file()
 {
     m_rig->System().bootIdentity = [] { return QStringLiteral("this boot"); };
+    m_rig->System().fileIdentity = [](const QString &) { return QStringLiteral("a file"); };
     m_rig->Build();
     m_rig->StartFullDownload(gSilentPackage());
     const QMap<QString, QString> expected{{"Flushed/Boot_Id", "this boot"},
@@ -119,6 +120,9 @@ void tst_LiveUpdateMgr_Plan::a_fresh_start_writes_its_plan_into_the_state_file()
                                           {"Flushed/Flushed_Byte3", "400000"},
                                           {"Flushed/Flushed_Byte4", "600000"},
                                           {"Flushed/Flushed_Byte5", "800000"},
+                                          {"Identity/Target_File", "a file"},
+                                          {"Identity/Package_Md5", ""},
+                                          {"Identity/Package_Version", "9.2.0.0"},
                                           {"FullPackage_size/FullPackage_size", "1000003"},
                                           {"AlreadyDownload_size/AlreadyDownload_size", "0"},
                                           {"DownLoad_Tasks/Start_Byte1", "0"},
@@ -260,7 +264,7 @@ void tst_LiveUpdateMgr_Plan::resuming_shows_and_sets_how_far_it_was()
                         {600000, 599999},
                         {600000, 799999},
                         {800000, 1000002}}});
-    const QByteArray state = gReadFile(m_rig->StateFile());
+    const QMap<QString, QString> state = m_rig->State();
     gDownloadState().finishedSegments = 2;
     m_rig->StartFullDownload(gSilentPackage());
     QCOMPARE(m_rig->Pages(), QStringList{"progress"});
@@ -275,7 +279,10 @@ void tst_LiveUpdateMgr_Plan::resuming_shows_and_sets_how_far_it_was()
     QCOMPARE(gDownloadState().finishedSegments, 0);
     QVERIFY(gDownloadState().downloadStarted);
     QTRY_COMPARE(m_rig->Server().Requests("GET").size(), 3);
-    QCOMPARE(gReadFile(m_rig->StateFile()), state);
+    const QMap<QString, QString> now = m_rig->State();
+    for (auto value = state.begin(); value != state.end(); ++value) {
+        QCOMPARE(now.value(value.key()), value.value());
+    }
 }
 
 void tst_LiveUpdateMgr_Plan::a_range_that_was_never_written_starts_at_byte_zero()

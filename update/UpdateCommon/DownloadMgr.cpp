@@ -72,7 +72,8 @@ void DownloadMgr::ResumeDownload(const QString &targetPath, const QUrl &url,
            rangeNumber,
            incremental,
            expectedMd5,
-           oldPackagePath.isNull() ? targetPath : oldPackagePath});
+           oldPackagePath.isNull() ? targetPath : oldPackagePath,
+           m_packageMd5});
 }
 
 void DownloadMgr::Fetch(const RangeTask &task)

@@ -81,6 +81,10 @@ public:
     /// Puts on disk how far this range has come.
     void SaveResumeState() { m_transfer->Store().Save(m_context.state.alreadyDownloaded); }
 
+    /// A full package is compared with @p md5 before it is moved into place, where that is one. To be
+    /// called before `ResumeDownload`.
+    void SetPackageMd5(const QString &md5) { m_packageMd5 = md5; }
+
     /// Holds @p lock until this range has ended, one way or the other.
     void HoldLock(std::shared_ptr<ProcessLock> lock) { m_lock = std::move(lock); }
 
@@ -138,6 +142,7 @@ private:
     /// On a thread of its own; made with the first request.
     NetworkCheck *m_networkCheck = nullptr;
     std::shared_ptr<ProcessLock> m_lock;
+    QString m_packageMd5;
     RangeTask m_task;
     State m_state = State::Idle;
     /// Source text of the message that `Error` carries; null while nothing has failed.

@@ -23,6 +23,23 @@ QString gTextOfFirst(const QDomElement &context, const char *tag)
     return gFirstElement(context, tag).text();
 }
 
+/// The MD5 that @p document names for the full package: the first one outside of the incremental
+/// package, whose own would be compared with the wrong file.
+QString gOwnFullPackageMd5(const QDomElement &document)
+{
+    const QDomNodeList all = document.elementsByTagName(QStringLiteral("Verify_x64"));
+    for (int index = 0; index < all.length(); ++index) {
+        QDomNode parent = all.at(index).parentNode();
+        while (!parent.isNull() && parent.nodeName() != QLatin1String("IncreasePackage")) {
+            parent = parent.parentNode();
+        }
+        if (parent.isNull()) {
+            return all.at(index).toElement().text();
+        }
+    }
+    return {};
+}
+
 /// Whether the elements of @p xml are nested as a manifest's are, and not so deep that walking down to
 /// them would take more stack than there is.
 bool gIsShallow(const QString &xml)
@@ -61,8 +78,9 @@ PackageOffer VersionInfo::Offer() const
 {
     const bool namesVersion = !m_releaseNotes.isEmpty();
     return {namesVersion,  namesVersion ? m_releaseNotes.first().version : QString(),
-            m_exeUrl,      m_increaseUrl,
-            m_increaseMd5, m_oldVerify};
+            m_exeUrl,      m_ownFullPackageMd5,
+            m_increaseUrl, m_increaseMd5,
+            m_oldVerify};
 }
 
 QString VersionInfo::wrapNotes(QString notes)
@@ -99,6 +117,7 @@ void VersionInfo::ParseXml()
         QUILLON_LOG(logFile, logFunction, "full package md5 = %s",
                     m_fullPackageMd5.toLocal8Bit().constData());
     }
+    m_ownFullPackageMd5 = gOwnFullPackageMd5(root);
     ParseReleaseNotes(root);
     ParseIncreasePackage(root);
     if (const QDomElement oldVerify = gFirstElement(root, "OldVerify_x64"); !oldVerify.isNull()) {

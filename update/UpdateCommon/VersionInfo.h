@@ -77,6 +77,9 @@ private:
     QString m_xml;
     QString m_exeUrl;
     QString m_fullPackageMd5;
+    /// What this manifest names for the full package, wherever it stands; empty for none. The value above
+    /// can be that of an earlier manifest, or of the incremental package.
+    QString m_ownFullPackageMd5;
     QList<ReleaseNote> m_releaseNotes;
     QString m_increaseUrl;
     QString m_increaseVersion;

@@ -41,6 +41,7 @@ struct DownloadSystem {
         callLater = gCallLater;
     std::function<QString()> bootIdentity = gBootIdentity;
     FlushFunction flush = gFlushToDisk;
+    std::function<void(const QString &)> flushFolder = gFlushFolder;
     std::function<QString(const QString &)> fileIdentity = gFileIdentity;
     std::function<RenameResult(const QString &, const QString &, QString *)> renameOver =
         gRenameOver;

@@ -27,22 +27,39 @@ DownloadTarget gDownloadTarget(const PackageOffer &offer, bool incremental)
     const QString folder = gPackageFolder() + QLatin1Char('/');
     const QString installerPath = folder + gLastComponent(offer.fullUrl);
     if (incremental) {
-        return {QUrl(offer.incrementalUrl), folder + gLastComponent(offer.incrementalUrl),
-                installerPath, offer.incrementalMd5, true};
+        return {QUrl(offer.incrementalUrl),
+                folder + gLastComponent(offer.incrementalUrl),
+                installerPath,
+                offer.incrementalMd5,
+                true,
+                QString(),
+                offer.version};
     }
-    return {QUrl(offer.fullUrl), folder + QStringLiteral("Corvina9(x64).tmp"), installerPath,
-            QString(), false};
+    return {QUrl(offer.fullUrl),
+            folder + QStringLiteral("Corvina9(x64).tmp"),
+            installerPath,
+            QString(),
+            false,
+            offer.fullMd5,
+            offer.version};
 }
 
-void gCreateEmptyFile(const QString &path, qint64 size)
+QString gIdentifyingMd5(const DownloadTarget &target)
+{
+    return (target.isIncremental ? target.expectedMd5 : target.packageMd5).toLower();
+}
+
+bool gCreateEmptyFile(const QString &path, qint64 size)
 {
     constexpr char file[] = "LiveUpdateMgr";
     constexpr char function[] = "LiveUpdateMgr::CreateEmptyFile";
 
     QFile target(path);
-    if (!target.open(QIODevice::WriteOnly | QIODevice::Truncate) || !target.resize(size)) {
+    const bool isOpen = target.open(QIODevice::WriteOnly | QIODevice::Truncate);
+    if (!isOpen || !target.resize(size)) {
         QUILLON_LOG(file, function, "Create file Filed!");
         QUILLON_LOG(file, function, "disk failure, file path = %s, %s", path.toStdString().c_str(),
                     target.errorString().toStdString().c_str());
     }
+    return isOpen;
 }

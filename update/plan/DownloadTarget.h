@@ -17,11 +17,19 @@ struct DownloadTarget {
     /// MD5 of the result of an incremental package; empty for the full one.
     QString expectedMd5;
     bool isIncremental = false;
+    /// MD5 of a full package itself; empty when the manifest names none, and for an incremental one.
+    QString packageMd5;
+    QString version;
 };
 
 /// The full or the incremental package of @p offer, in the folder of `gPackageFolder()`.
 DownloadTarget gDownloadTarget(const PackageOffer &offer, bool incremental);
 
+/// The MD5 that tells the package of @p target from others, in lower case: its own, or that of what an
+/// incremental one makes.
+QString gIdentifyingMd5(const DownloadTarget &target);
+
 /// Makes @p path an empty file of @p size bytes. What fails is logged only: the downloads start all
 /// the same, and report what fails when they write.
-void gCreateEmptyFile(const QString &path, qint64 size);
+/// @return whether the file is there
+bool gCreateEmptyFile(const QString &path, qint64 size);

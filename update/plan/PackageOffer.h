@@ -11,6 +11,8 @@ struct PackageOffer {
     bool namesVersion = false;
     QString version;
     QString fullUrl;
+    /// MD5 of the full package; empty when this manifest names none.
+    QString fullMd5;
     /// Empty when there is no incremental package.
     QString incrementalUrl;
     /// MD5 of the installer that the incremental package makes.

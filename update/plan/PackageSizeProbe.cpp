@@ -16,8 +16,20 @@ namespace
 constexpr char logFile[] = "LiveUpdateMgr";
 constexpr char logFunction[] = "LiveUpdateMgr::QueryPackageSize";
 
+/// A page instead of the package: a network that wants a login first answers everything with one.
+bool gIsPage(const QNetworkReply &reply)
+{
+    const QString type = reply.header(QNetworkRequest::ContentTypeHeader).toString();
+    return type.trimmed().startsWith(QLatin1String("text/"), Qt::CaseInsensitive);
+}
+
 qint64 gContentLength(const QNetworkReply &reply)
 {
+    if (gIsPage(reply)) {
+        QUILLON_LOG(logFile, logFunction, "size query failed, the answer is a page, %s",
+                    gLogAddress(reply.url()).toStdString().c_str());
+        return 0;
+    }
     const qint64 length = reply.header(QNetworkRequest::ContentLengthHeader).toLongLong();
     if (length <= 0 && reply.error() == QNetworkReply::NoError) {
         QUILLON_LOG(logFile, logFunction, "size query failed, no length is given, %s",

@@ -30,7 +30,7 @@ public:
 
     /// A server that answers 200 is asked once. Any other first answer has to be the first of
     /// exactly two redirects, whatever the status codes behind it; the second target becomes the
-    /// package's address.
+    /// package's address. An answer with a text type is a page, and gives no size.
     Package Query(const QUrl &url);
 
     /// Ends a running query, which then gives 0 bytes.

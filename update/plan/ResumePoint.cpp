@@ -41,11 +41,25 @@ ResumePoint gResumePoint(const ResumeState &state, qint64 total, const QString &
     return point;
 }
 
-bool gIsUsable(const ResumePoint &point)
+bool gIsUsable(const ResumePoint &point, qint64 total)
 {
-    return std::all_of(point.ranges.begin(), point.ranges.end(), [](const ByteRange &range) {
+    const auto &ranges = point.ranges;
+    const bool isPossible = std::all_of(ranges.begin(), ranges.end(), [](const ByteRange &range) {
         return range.start >= 0 && range.start <= range.end + 1;
     });
+    const bool hasMissing = std::any_of(ranges.begin(), ranges.end(),
+                                        [](const ByteRange &range) { return !range.IsEmpty(); });
+    return isPossible && (hasMissing || point.alreadyDownloaded == total);
+}
+
+bool gBelongsTo(const ResumeState &state, const DownloadIdentity &download)
+{
+    if (!state.KnowsIdentity()) {
+        return true;
+    }
+    const DownloadIdentity recorded = state.Identity();
+    return !recorded.targetFile.isEmpty() && recorded.targetFile == download.targetFile &&
+           recorded.packageMd5 == download.packageMd5 && recorded.version == download.version;
 }
 
 ResumePoint gFreshStart(qint64 total)
@@ -55,11 +69,13 @@ ResumePoint gFreshStart(qint64 total)
     return point;
 }
 
-bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot)
+bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot,
+                 const DownloadIdentity &download)
 {
     state->SetAlreadyDownloaded(point.alreadyDownloaded);
     state->SetPackageSize(total);
     state->SetBootId(boot);
+    state->SetIdentity(download);
     int number = 1;
     for (const ByteRange &range : point.ranges) {
         state->SetEndByte(number, range.end);

@@ -26,15 +26,20 @@ struct ResumePoint {
 /// @param boot the identity of this boot; empty counts as another one
 ResumePoint gResumePoint(const ResumeState &state, qint64 total, const QString &boot);
 
-/// Whether every range of @p point lies where a plan can have put it. Nothing can be resumed
-/// otherwise: a server would refuse such a range every time.
-bool gIsUsable(const ResumePoint &point);
+/// Whether every range of @p point lies where a plan can have put it, and something can come of it: a
+/// server would refuse other ranges every time, and a package of @p total bytes whose ranges are all
+/// complete with another number of bytes would never be.
+bool gIsUsable(const ResumePoint &point, qint64 total);
+
+/// Whether @p state is that of @p download. One that does not say so is taken at its word.
+bool gBelongsTo(const ResumeState &state, const DownloadIdentity &download);
 
 /// The beginning of a package of @p total bytes.
 ResumePoint gFreshStart(qint64 total);
 
-/// Writes into @p state, all at once, that a package of @p total bytes goes on at @p point, and that
-/// what lies before that is on stable storage.
+/// Writes into @p state, all at once, that @p download, of @p total bytes, goes on at @p point, and
+/// that what lies before that is on stable storage.
 /// @return false when it cannot be written, which is logged. If this plan starts anew, an older one
 /// is removed then: it would be taken for the plan of the new, empty file.
-bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot);
+bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot,
+                 const DownloadIdentity &download);

@@ -39,6 +39,30 @@ QString gFlushedByteKey(int rangeNumber)
 {
     return QStringLiteral("Flushed/Flushed_Byte%1").arg(rangeNumber);
 }
+
+const QString &gTargetFileKey()
+{
+    static const QString key = QStringLiteral("Identity/Target_File");
+    return key;
+}
+
+const QString &gPackageMd5Key()
+{
+    static const QString key = QStringLiteral("Identity/Package_Md5");
+    return key;
+}
+
+const QString &gPackageVersionKey()
+{
+    static const QString key = QStringLiteral("Identity/Package_Version");
+    return key;
+}
+
+const QString &gFailedPatchKey()
+{
+    static const QString key = QStringLiteral("Failed_Patch/Result_Md5");
+    return key;
+}
 } // namespace
 
 ResumeState::ResumeState(const QString &configDirectory)
@@ -110,6 +134,36 @@ qint32 ResumeState::FlushedByte(int rangeNumber) const
 void ResumeState::SetFlushedByte(int rangeNumber, qint64 byte)
 {
     m_settings.setValue(gFlushedByteKey(rangeNumber), byte);
+}
+
+bool ResumeState::KnowsIdentity() const
+{
+    return m_settings.contains(gTargetFileKey());
+}
+
+DownloadIdentity ResumeState::Identity() const
+{
+    return {m_settings.value(gTargetFileKey()).toString(),
+            m_settings.value(gPackageMd5Key()).toString(),
+            m_settings.value(gPackageVersionKey()).toString()};
+}
+
+void ResumeState::SetIdentity(const DownloadIdentity &identity)
+{
+    m_settings.setValue(gTargetFileKey(), identity.targetFile);
+    m_settings.setValue(gPackageMd5Key(), identity.packageMd5);
+    m_settings.setValue(gPackageVersionKey(), identity.version);
+}
+
+bool ResumeState::IsFailedPatch(const QString &resultMd5) const
+{
+    return m_settings.contains(gFailedPatchKey()) &&
+           m_settings.value(gFailedPatchKey()).toString() == resultMd5;
+}
+
+void ResumeState::SetFailedPatch(const QString &resultMd5)
+{
+    m_settings.setValue(gFailedPatchKey(), resultMd5);
 }
 
 bool ResumeState::Sync()

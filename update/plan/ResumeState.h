@@ -5,6 +5,16 @@
 #include <QSettings>
 #include <QString>
 
+/// What a resume state belongs to: the file that its ranges lie in, and the package that they are cut
+/// out of.
+struct DownloadIdentity {
+    /// Empty for no file at all, which no file ever is.
+    QString targetFile;
+    /// In lower case; empty when the manifest names none.
+    QString packageMd5;
+    QString version;
+};
+
 /// The resume-state file "CvBreakResumeDownLoad.ini": which package is being downloaded, and how
 /// far each of its five ranges has come. It lies in the configuration directory and outlives the
 /// process.
@@ -18,6 +28,10 @@
 ///
 /// | Flushed              | Boot_Id              | text         | boot that wrote the data     |
 /// | Flushed              | Flushed_Byte1 to 5   | integer      | next byte not yet flushed    |
+/// | Identity             | Target_File          | text         | `gFileIdentity` of the file  |
+/// | Identity             | Package_Md5          | text         | as the manifest names it     |
+/// | Identity             | Package_Version      | text         | as the manifest names it     |
+/// | Failed_Patch         | Result_Md5           | text         | see `IsFailedPatch`          |
 ///
 /// Every number is read as a 32-bit integer: 0 when it is missing, the low 32 bits of a number that
 /// does not fit. Range N is complete when Start_ByteN equals End_ByteN + 1.
@@ -53,6 +67,16 @@ public:
     /// The byte of a range up to which, exclusively, its data are on stable storage.
     qint32 FlushedByte(int rangeNumber) const;
     void SetFlushedByte(int rangeNumber, qint64 byte);
+
+    /// Whether the state says what it belongs to. One that another version of the module wrote does
+    /// not, and is taken at its word.
+    bool KnowsIdentity() const;
+    DownloadIdentity Identity() const;
+    void SetIdentity(const DownloadIdentity &identity);
+
+    /// Whether the incremental package that makes the installer with this MD5 could not be applied.
+    bool IsFailedPatch(const QString &resultMd5) const;
+    void SetFailedPatch(const QString &resultMd5);
 
     QString Path() const { return m_settings.fileName(); }
 

@@ -2,7 +2,9 @@
 
 #include "update/transfer/RangeAnswer.h"
 
+#include <QDateTime>
 #include <QList>
+#include <QLocale>
 
 #include <optional>
 
@@ -69,6 +71,13 @@ std::optional<qint64> gParseLength(const QByteArray &text)
     }
     return gParseNumber(length);
 }
+
+/// "Sun, 06 Nov 1994 08:49:37 GMT"; not valid when the text is not of this form.
+QDateTime gParseDate(const QByteArray &text)
+{
+    return QLocale::c().toDateTime(QString::fromLatin1(text.trimmed()),
+                                   QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
+}
 } // namespace
 
 RangeVerdict gJudgeWholePackage(const RangeAnswer &answer)
@@ -120,5 +129,14 @@ const char *gVerdictText(RangeVerdict verdict)
 
 QByteArray gValidator(const RangeAnswer &answer)
 {
-    return answer.entityTag.isEmpty() ? answer.lastModified : answer.entityTag;
+    constexpr qint64 leastAgeSeconds = 60;
+
+    const QByteArray tag = answer.entityTag.trimmed();
+    if (!tag.isEmpty()) {
+        return tag.startsWith("W/") ? QByteArray() : tag;
+    }
+    const QDateTime changed = gParseDate(answer.lastModified);
+    const QDateTime sent = gParseDate(answer.date);
+    const bool isStrong = changed.isValid() && changed.secsTo(sent) >= leastAgeSeconds;
+    return isStrong ? answer.lastModified : QByteArray();
 }

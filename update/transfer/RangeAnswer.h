@@ -22,6 +22,7 @@ struct RangeAnswer {
     QByteArray contentEncoding;
     QByteArray entityTag;
     QByteArray lastModified;
+    QByteArray date;
 };
 
 enum class RangeVerdict {
@@ -52,6 +53,7 @@ RangeVerdict gJudgeWholePackage(const RangeAnswer &answer);
 /// The verdict in words, for the log.
 const char *gVerdictText(RangeVerdict verdict);
 
-/// What identifies a version of a package: the entity tag, or the date where there is none. Empty
-/// when the server sends neither.
+/// What names the version of the package that @p answer is cut out of: two that differ stand for
+/// different bytes. A strong entity tag; where there is no tag, the date of the file if it is a minute
+/// older than the answer (RFC 7232, 2.1 and 2.2.2). Empty when it has neither.
 QByteArray gValidator(const RangeAnswer &answer);

@@ -28,7 +28,8 @@ RangeAnswer gRangeAnswer(const QNetworkReply &reply)
             reply.rawHeader("Content-Length"),
             reply.rawHeader("Content-Encoding"),
             reply.rawHeader("ETag"),
-            reply.rawHeader("Last-Modified")};
+            reply.rawHeader("Last-Modified"),
+            reply.rawHeader("Date")};
 }
 
 bool gIsErrorOrRedirect(const QNetworkReply &reply)

@@ -2,14 +2,17 @@
 
 #include "update/transfer/RangeMode.h"
 
+#include "api/FileDigest.h"
 #include "update/base/DownloadState.h"
 #include "update/transfer/RangeHttp.h"
 #include "update/transfer/RangeStore.h"
+#include "update/transfer/RangeTask.h"
 
-RangeMode::RangeMode(RangeStore &store, DownloadState &state, bool isLastRange)
+RangeMode::RangeMode(RangeStore &store, DownloadState &state, const RangeTask &task)
     : m_store(store)
     , m_state(state)
-    , m_isLastRange(isLastRange)
+    , m_isLastRange(task.IsLast())
+    , m_isVerifiedAtEnd(gIsMd5(task.isIncremental ? task.expectedMd5 : task.packageMd5))
 {
 }
 
@@ -27,7 +30,7 @@ RangeVerdict RangeMode::Judge(const RangeAnswer &answer) const
     const QByteArray version = gValidator(answer);
     const bool isOther =
         !version.isEmpty() && !m_state.validator.isEmpty() && version != m_state.validator;
-    return isOther ? RangeVerdict::OtherVersion : RangeVerdict::Accepted;
+    return isOther && !m_isVerifiedAtEnd ? RangeVerdict::OtherVersion : RangeVerdict::Accepted;
 }
 
 void RangeMode::Accept(const RangeAnswer &answer)

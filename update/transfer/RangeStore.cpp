@@ -92,6 +92,12 @@ void RangeStore::Discard()
     m_state.Sync();
 }
 
+void RangeStore::ForgetTarget()
+{
+    m_state.SetIdentity({});
+    m_state.Sync();
+}
+
 void RangeStore::MarkAsDoubtful()
 {
     m_state.SetBootId(QString());

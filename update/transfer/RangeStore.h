@@ -45,6 +45,8 @@ public:
 
     /// Marks the plan as void: the next one starts anew.
     void Discard();
+    /// The package was moved away: the state vouches for no file any more.
+    void ForgetTarget();
     /// What was written may not be on disk: the next plan goes back to what was flushed.
     void MarkAsDoubtful();
 

@@ -22,6 +22,8 @@ struct RangeTask {
     QString expectedMd5;
     /// The installer that an incremental package applies to; the target for a full one.
     QString oldPackagePath;
+    /// MD5 of a full package itself; empty when there is none to compare with.
+    QString packageMd5;
 
     bool IsLast() const { return number >= ResumeState::rangeCount; }
 };

@@ -32,7 +32,7 @@ bool RangeTransfer::Begin(const RangeTask &task)
     m_url = task.url;
     m_redirects = 0;
     m_furthestByte = task.range.start;
-    m_mode = std::make_unique<RangeMode>(m_store, m_context.state, task.IsLast());
+    m_mode = std::make_unique<RangeMode>(m_store, m_context.state, task);
     m_store.Begin(task.targetPath, task.number, task.range.start, task.range.end);
     m_requester->Watch().SetRange(task.number);
     return m_store.Open("DownloadMgr::ResumeDownload");

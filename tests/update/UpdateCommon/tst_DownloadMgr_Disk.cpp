@@ -145,7 +145,7 @@ void tst_DownloadMgr_Disk::a_package_that_the_disk_does_not_keep_is_not_put_in_p
 void tst_DownloadMgr_Disk::a_state_that_the_disk_cannot_take_stays_as_it_was()
 {
     ResumeState state(m_rig->ConfigFolder());
-    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one"));
+    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one", {}));
     const QByteArray before = gReadFile(m_rig->StateFile());
     QVERIFY(before.size() > longestLock);
     state.SetStartByte(1, 4711);
@@ -158,12 +158,12 @@ void tst_DownloadMgr_Disk::a_state_that_the_disk_cannot_take_stays_as_it_was()
 void tst_DownloadMgr_Disk::a_plan_that_the_disk_cannot_take_leaves_no_older_one()
 {
     ResumeState state(m_rig->ConfigFolder());
-    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one"));
+    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one", {}));
     LimitFiles(longestLock);
-    QVERIFY(!gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot two"));
+    QVERIFY(!gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot two", {}));
     LimitFiles(RLIM_INFINITY);
     QVERIFY(!QFile::exists(m_rig->StateFile()));
-    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot two"));
+    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot two", {}));
     QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("1000003"));
 }
 

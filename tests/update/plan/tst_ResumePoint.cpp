@@ -23,6 +23,11 @@ private slots:
     void a_recorded_plan_is_read_back();
     void whether_a_plan_is_usable_data();
     void whether_a_plan_is_usable();
+    void ranges_that_are_all_complete_need_all_bytes();
+    void a_state_belongs_to_one_file_and_one_package_data();
+    void a_state_belongs_to_one_file_and_one_package();
+    void a_state_of_no_file_belongs_to_none();
+    void a_state_that_names_nothing_belongs_to_every_file();
 
 private:
     QList<qint64> Starts(const ResumePoint &point) const
@@ -46,7 +51,7 @@ void tst_ResumePoint::init()
 
 void tst_ResumePoint::WriteHalf(ResumeState *state) const
 {
-    QVERIFY(gRecordPlan(state, 1000, gFreshStart(1000), "boot one"));
+    QVERIFY(gRecordPlan(state, 1000, gFreshStart(1000), "boot one", {"file", "md5", "9.2"}));
     for (int number = 1; number <= 5; ++number) {
         state->SetStartByte(number, (number - 1) * 200 + 50);
         state->SetFlushedByte(number, (number - 1) * 200 + 30);
@@ -112,7 +117,7 @@ void tst_ResumePoint::a_state_that_knows_of_no_boot_is_taken_at_its_word()
 void tst_ResumePoint::a_recorded_plan_is_read_back()
 {
     ResumeState state(m_folder->path());
-    QVERIFY(gRecordPlan(&state, 1003, gFreshStart(1003), "boot one"));
+    QVERIFY(gRecordPlan(&state, 1003, gFreshStart(1003), "boot one", {"file", "md5", "9.2"}));
     QCOMPARE(state.PackageSize(), 1003);
     QCOMPARE(state.BootId(), QStringLiteral("boot one"));
     QCOMPARE(state.FlushedByte(5), 800);
@@ -141,7 +146,76 @@ void tst_ResumePoint::whether_a_plan_is_usable()
     QFETCH(bool, usable);
     ResumePoint point = gFreshStart(1000);
     point.ranges.front() = {start, end};
-    QCOMPARE(gIsUsable(point), usable);
+    QCOMPARE(gIsUsable(point, 1000), usable);
+}
+
+void tst_ResumePoint::ranges_that_are_all_complete_need_all_bytes()
+{
+    ResumePoint point = gFreshStart(1000);
+    for (ByteRange &range : point.ranges) {
+        range.start = range.end + 1;
+    }
+    point.alreadyDownloaded = 999;
+    QVERIFY(!gIsUsable(point, 1000));
+    point.alreadyDownloaded = 1000;
+    QVERIFY(gIsUsable(point, 1000));
+    // With a range that is missing, the number is what its writer counted, and goes on from there.
+    point.ranges.back().start -= 1;
+    point.alreadyDownloaded = 7;
+    QVERIFY(gIsUsable(point, 1000));
+}
+
+void tst_ResumePoint::a_state_belongs_to_one_file_and_one_package_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("md5");
+    QTest::addColumn<QString>("version");
+    QTest::addColumn<bool>("belongs");
+    QTest::newRow("the_same") << "file"
+                              << "md5"
+                              << "9.2" << true;
+    QTest::newRow("another_file") << "other"
+                                  << "md5"
+                                  << "9.2" << false;
+    QTest::newRow("another_package") << "file"
+                                     << "other"
+                                     << "9.2" << false;
+    QTest::newRow("a_package_without_an_md5") << "file"
+                                              << ""
+                                              << "9.2" << false;
+    QTest::newRow("another_version") << "file"
+                                     << "md5"
+                                     << "9.3" << false;
+}
+
+void tst_ResumePoint::a_state_belongs_to_one_file_and_one_package()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, md5);
+    QFETCH(QString, version);
+    QFETCH(bool, belongs);
+    {
+        ResumeState state(m_folder->path());
+        WriteHalf(&state);
+        QVERIFY(state.Sync());
+    }
+    const ResumeState state(m_folder->path());
+    QCOMPARE(gBelongsTo(state, {file, md5, version}), belongs);
+}
+
+void tst_ResumePoint::a_state_of_no_file_belongs_to_none()
+{
+    ResumeState state(m_folder->path());
+    WriteHalf(&state);
+    state.SetIdentity({QString(), "md5", "9.2"});
+    QVERIFY(!gBelongsTo(state, {QString(), "md5", "9.2"}));
+}
+
+void tst_ResumePoint::a_state_that_names_nothing_belongs_to_every_file()
+{
+    QVERIFY(gWriteFile(m_folder->filePath("CvBreakResumeDownLoad.ini"),
+                       "[FullPackage_size]\nFullPackage_size=1000\n"));
+    QVERIFY(gBelongsTo(ResumeState(m_folder->path()), {"file", "md5", "9.2"}));
 }
 
 QTEST_GUILESS_MAIN(tst_ResumePoint)

@@ -13,7 +13,8 @@ private slots:
     void an_answer_is_judged_data();
     void an_answer_is_judged();
     void the_size_of_an_unknown_package_is_not_compared();
-    void the_version_is_the_tag_or_the_date();
+    void what_names_a_version_data();
+    void what_names_a_version();
     void every_verdict_has_words();
 };
 
@@ -84,21 +85,38 @@ void tst_RangeAnswer::an_answer_is_judged()
     QFETCH(QByteArray, contentLength);
     QFETCH(QByteArray, contentEncoding);
     QFETCH(RangeVerdict, verdict);
-    const RangeAnswer answer{status, contentRange, contentLength, contentEncoding, {}, {}};
+    const RangeAnswer answer{status, contentRange, contentLength, contentEncoding, {}, {}, {}};
     QCOMPARE(gJudgeAnswer({200, 100, 1000}, answer), verdict);
 }
 
 void tst_RangeAnswer::the_size_of_an_unknown_package_is_not_compared()
 {
-    const RangeAnswer answer{206, "bytes 200-299/77777", "100", {}, {}, {}};
+    const RangeAnswer answer{206, "bytes 200-299/77777", "100", {}, {}, {}, {}};
     QCOMPARE(gJudgeAnswer({200, 100, 0}, answer), RangeVerdict::Accepted);
 }
 
-void tst_RangeAnswer::the_version_is_the_tag_or_the_date()
+void tst_RangeAnswer::what_names_a_version_data()
 {
-    QCOMPARE(gValidator({206, {}, {}, {}, "\"tag\"", "date"}), QByteArray("\"tag\""));
-    QCOMPARE(gValidator({206, {}, {}, {}, {}, "date"}), QByteArray("date"));
-    QCOMPARE(gValidator({206, {}, {}, {}, {}, {}}), QByteArray());
+    QTest::addColumn<QByteArray>("tag");
+    QTest::addColumn<QByteArray>("lastModified");
+    QTest::addColumn<QByteArray>("version");
+    const QByteArray minuteAgo = "Mon, 02 Mar 2026 09:59:00 GMT";
+    QTest::newRow("a_strong_tag") << QByteArray(" \"tag\" ") << minuteAgo << QByteArray("\"tag\"");
+    QTest::newRow("a_weak_tag") << QByteArray("W/\"tag\"") << minuteAgo << QByteArray();
+    QTest::newRow("a_date_a_minute_ago") << QByteArray() << minuteAgo << minuteAgo;
+    QTest::newRow("a_later_date") << QByteArray() << QByteArray("Mon, 02 Mar 2026 09:59:01 GMT")
+                                  << QByteArray();
+    QTest::newRow("no_date") << QByteArray() << QByteArray("yesterday") << QByteArray();
+    QTest::newRow("nothing") << QByteArray() << QByteArray() << QByteArray();
+}
+
+void tst_RangeAnswer::what_names_a_version()
+{
+    QFETCH(QByteArray, tag);
+    QFETCH(QByteArray, lastModified);
+    const QByteArray date = "Mon, 02 Mar 2026 10:00:00 GMT";
+    QTEST(gValidator({206, {}, {}, {}, tag, lastModified, date}), "version");
+    QVERIFY(gValidator({206, {}, {}, {}, {}, lastModified, {}}).isEmpty());
 }
 
 void tst_RangeAnswer::every_verdict_has_words()
