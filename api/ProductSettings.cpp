@@ -3,7 +3,6 @@
 #include "api/ProductSettings.h"
 
 #include "api/CustomizeInfoReader.h"
-#include "api/QuillonInit.h"
 #include "CvPaths.h"
 
 #include <QSettings>
@@ -17,11 +16,10 @@ QString InstallLanguage()
         .toString();
 }
 
-QString gStatisticsHost()
+QString gStatisticsHost(const QString &configDirectory)
 {
     using namespace ProductSettings;
-    QSettings settings(QuillonInit::GetConfigFileDir() + QLatin1String(fileName),
-                       QSettings::IniFormat);
+    QSettings settings(configDirectory + QLatin1String(fileName), QSettings::IniFormat);
     settings.beginGroup(QLatin1String(quillonGroup));
     const QString host = settings.value(QLatin1String(statisticsHostKey)).toString();
     return host.isEmpty() ? QStringLiteral(QUILLON_STATISTICS_HOST) : host;

@@ -11,7 +11,7 @@
 /// Every setting that the module uses of the product settings files. There are two files of the
 /// name "Corvina.ini": the group System is read in the host's data directory
 /// (`CvGetCorvinaDirectory`), the group Quillon in the configuration directory
-/// (`QuillonInit::GetConfigFileDir`).
+/// that the dialog was constructed with (`QuillonInit::GetConfigFileDir`).
 ///
 /// | group   | key            | type      | when missing or empty     | used by                   |
 /// |---------|----------------|-----------|---------------------------|---------------------------|
@@ -36,9 +36,9 @@ inline constexpr char statisticsHostKey[] = "StatisticsHost";
 QString InstallLanguage();
 
 /// The host, with an optional ":port", that the statistics records are sent to, from the settings
-/// file in the configuration directory. Otherwise the one that the module was built with, the CMake
+/// file in @p configDirectory. Otherwise the one that the module was built with, the CMake
 /// variable QUILLON_STATISTICS_HOST; its default "statistics.invalid" has no address.
-QString gStatisticsHost();
+QString gStatisticsHost(const QString &configDirectory);
 
 /// The product identifier of the customised build for @p language; empty when there is none.
 QString ProductId(QString language);

@@ -16,9 +16,9 @@ public:
     /// The directory of the product settings file "Corvina.ini" and of the resume-state file
     /// "CvBreakResumeDownLoad.ini", without a trailing slash. Empty when the module is loaded.
     ///
-    /// Set it before the first `UpdateMain` is constructed and leave it while a dialog exists: a
-    /// dialog opens its settings and its resume state when it is constructed, but downloads and
-    /// event reports read this value when they start.
+    /// Set it before the first `UpdateMain` is constructed. A dialog copies the value when it is
+    /// constructed, for its settings, its downloads and its event reports; a later change does not
+    /// reach it.
     static void SetConfigFileDir(QString directory);
     static QString GetConfigFileDir();
 

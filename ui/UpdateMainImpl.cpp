@@ -35,8 +35,10 @@ UpdateMainImpl::UpdateMainImpl(QWidget *parent)
     // The manager emits `SetCurrentWidget` while it is constructed, before the connection below. So
     // the dialog keeps its first size of 570 x 250 (tst_UpdateMain); the progress page is the
     // current one as the first that was added.
-    m_manager = new LiveUpdateMgr(m_progressPage, m_versionPage, m_hintPage,
-                                  {gRealSystem(), gDownloadState(), gProcessReports()}, this);
+    const QString configDirectory = QuillonInit::GetConfigFileDir();
+    m_manager = new LiveUpdateMgr(
+        m_progressPage, m_versionPage, m_hintPage,
+        {gRealSystem(), gDownloadState(), gProcessReports(configDirectory), configDirectory}, this);
     connect(m_manager, &LiveUpdateMgr::Close, this, &UpdateMainImpl::Close);
     connect(m_manager, &LiveUpdateMgr::RemindMeLater, this, &UpdateMainImpl::RemindMeLater);
     connect(m_manager, &LiveUpdateMgr::BeginInstall, this, &UpdateMainImpl::BeginInstall);

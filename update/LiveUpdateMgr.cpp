@@ -4,7 +4,6 @@
 
 #include "api/Log.h"
 #include "api/ProductSettings.h"
-#include "api/QuillonInit.h"
 #include "api/UpdateInit.h"
 #include "platform/SettingsLock.h"
 #include "update/base/DownloadState.h"
@@ -27,10 +26,10 @@ LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version,
                              const UpdateContext &context, QObject *parent)
     : QObject(parent)
     , m_context(context)
-    , m_productSettings(gWithoutStaleLock(QuillonInit::GetConfigFileDir() +
-                                          QLatin1String(ProductSettings::fileName)),
-                        QSettings::IniFormat)
-    , m_resumeSettings(QuillonInit::GetConfigFileDir())
+    , m_productSettings(
+          gWithoutStaleLock(context.configDirectory + QLatin1String(ProductSettings::fileName)),
+          QSettings::IniFormat)
+    , m_resumeSettings(context.configDirectory)
     , m_progressPage(progress)
     , m_versionPage(version)
     , m_hintPage(hint)

@@ -116,7 +116,7 @@ void PackageDownload::StartAnew(const ResumePoint &start)
     m_newFile = gCreateEmptyFile(newFile, m_total) ? newFile : QString();
     gRecordPlan(&m_resumeState, m_total, start, m_context.system.bootIdentity(),
                 IdentityWith(m_newFile.isEmpty() ? m_target.path : m_newFile));
-    m_context.system.flushFolder(gFolderOf(m_resumeState.Path()));
+    m_context.system.flushFolder(m_context.configDirectory);
     m_ranges = start.ranges;
     m_context.state.alreadyDownloaded = 0;
     m_context.state.activeSegments = ResumeState::rangeCount;

@@ -5,6 +5,7 @@
 #include "api/QuillonInit.h"
 #include "api/UpdateInit.h"
 #include "CvButton.h"
+#include "tests/support/BoxAnswerer.h"
 #include "tests/support/HttpServer.h"
 #include "tests/support/MetaMethods.h"
 #include "tests/support/SystemPlaces.h"
@@ -16,10 +17,12 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QFile>
 #include <QHBoxLayout>
 #include <QPointer>
 #include <QScopedPointer>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QStackedWidget>
 #include <QTemporaryDir>
@@ -33,6 +36,13 @@ const QByteArray newerVersion =
     "<Update><ExeUrl_x64>http://127.0.0.1/Corvina9.exe</ExeUrl_x64>"
     "<WhatNews><Item><Version>9.2.0.0</Version><Text>faster</Text></Item>"
     "</WhatNews></Update>";
+QByteArray gManifest(const QUrl &package)
+{
+    return "<Update><ExeUrl_x64>" + package.toEncoded() +
+           "</ExeUrl_x64><WhatNews><Item><Version>9.2.0.0</Version><Text>faster</Text></Item>"
+           "</WhatNews></Update>";
+}
+
 const QByteArray latestVersion = "<Update><ExeUrl_x64></ExeUrl_x64></Update>";
 
 /// A host: records the dialog's signals, how often the dialog was closed, and whether the dialog
@@ -115,6 +125,7 @@ private slots:
     void the_latest_version_leads_to_the_hint_page_of_640_by_270();
     void a_later_address_does_not_reach_a_dialog_that_exists();
     void a_later_configuration_directory_does_not_reach_a_dialog_that_exists();
+    void a_download_keeps_the_configuration_directory_of_its_dialog();
     void a_later_version_does_reach_the_dialog();
     void is_need_update_tells_whether_there_is_a_newer_version_data();
     void is_need_update_tells_whether_there_is_a_newer_version();
@@ -339,10 +350,7 @@ void tst_UpdateMain::the_title_bars_close_behind_a_failure_ends_what_still_runs(
     const SystemPlaces places(m_directory->path());
     m_server->Serve("/setup.exe",
                     HttpAnswer::Broken(QByteArray(50000, 'x'), HttpAnswer::Fault::StallAfter, 10));
-    m_server->Serve("/check", HttpAnswer::Body(
-                                  "<Update><ExeUrl_x64>" + m_server->Url("/setup.exe").toEncoded() +
-                                  "</ExeUrl_x64><WhatNews><Item><Version>9.2.0.0</Version>"
-                                  "<Text>faster</Text></Item></WhatNews></Update>"));
+    m_server->Serve("/check", HttpAnswer::Body(gManifest(m_server->Url("/setup.exe"))));
     m_dialog->LiveUpdate();
     QTRY_VERIFY(qobject_cast<VersionDisplay *>(CurrentPage()));
     emit m_dialog->findChild<VersionDisplay *>()->UpdateNow();
@@ -464,6 +472,23 @@ void tst_UpdateMain::a_later_configuration_directory_does_not_reach_a_dialog_tha
     QuillonInit::SetConfigFileDir(later.path());
     m_dialog->LiveUpdate();
     QTRY_COMPARE(AskedFor(), QByteArray("/check?pid=&version=9.1.0.0&email=first@corvina.example"));
+}
+
+void tst_UpdateMain::a_download_keeps_the_configuration_directory_of_its_dialog()
+{
+    const SystemPlaces places(m_directory->path());
+    const QTemporaryDir later;
+    m_server->Serve("/setup.exe", HttpAnswer::Body(QByteArray(50000, 'x')));
+    m_server->Serve("/check", HttpAnswer::Body(gManifest(m_server->Url("/setup.exe"))));
+    BoxAnswerer answerer(BoxAnswerer::Press("CvMessageBox_CancelBtn"));
+    m_dialog->LiveUpdate();
+    QTRY_VERIFY(qobject_cast<VersionDisplay *>(CurrentPage()));
+    QuillonInit::SetConfigFileDir(later.path());
+    emit m_dialog->findChild<VersionDisplay *>()->UpdateNow();
+    QTRY_COMPARE(answerer.Answered(), 1);
+    QCOMPARE(QDir(later.path()).entryList(QDir::Files), QStringList());
+    const QSettings state(m_directory->filePath("CvBreakResumeDownLoad.ini"), QSettings::IniFormat);
+    QCOMPARE(state.value("DownLoad_Tasks/Start_Byte1").toInt(), 10000);
 }
 
 void tst_UpdateMain::a_later_version_does_reach_the_dialog()

@@ -49,7 +49,7 @@ void UpdateRig::BlockWorkingFolder() const
 
 UpdateContext UpdateRig::Context() const
 {
-    return {m_system, gDownloadState(), gProcessReports()};
+    return {m_system, gDownloadState(), gProcessReports(ConfigFolder()), ConfigFolder()};
 }
 
 LiveUpdateMgr &UpdateRig::Build()

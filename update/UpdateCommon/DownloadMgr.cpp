@@ -3,7 +3,6 @@
 #include "update/UpdateCommon/DownloadMgr.h"
 
 #include "api/Log.h"
-#include "api/QuillonInit.h"
 #include "platform/ProcessLock.h"
 #include "update/base/DownloadSystem.h"
 #include "update/base/NetworkFailure.h"
@@ -25,7 +24,7 @@ constexpr char logFile[] = "UpdateCommon";
 DownloadMgr::DownloadMgr(const UpdateContext &context, QObject *parent)
     : QObject(parent)
     , m_context(context)
-    , m_resumeSettings(QuillonInit::GetConfigFileDir())
+    , m_resumeSettings(context.configDirectory)
     , m_transfer(new RangeTransfer(m_resumeSettings, context, this))
     , m_end(new PackageEnd(m_transfer->Store(), context, this))
 {

@@ -3,6 +3,7 @@
 #include "update/UpdateCommon/UpdateEventReport.h"
 
 #include "api/ProductSettings.h"
+#include "api/QuillonInit.h"
 #include "update/report/ClientIdentity.h"
 
 #include <QCoreApplication>
@@ -15,7 +16,7 @@
 #include <QtConcurrent>
 #include <QTimer>
 
-#include <memory>
+#include <map>
 
 namespace
 {
@@ -25,6 +26,10 @@ constexpr int statusReceived = 200;
 class ProcessReports : public EventSink
 {
 public:
+    explicit ProcessReports(const QString &configDirectory)
+        : m_configDirectory(configDirectory)
+    {
+    }
     void SetReportInfo(const QString &oldVersion, const QString &newVersion,
                        const QString &packageType) override
     {
@@ -32,16 +37,19 @@ public:
     }
     void ReportEvent(EventType type) override
     {
-        UpdateEventReport::GetInstance()->ReportEvent(type);
+        UpdateEventReport::GetInstance()->ReportEvent(type, m_configDirectory);
     }
     void WaitForReports() override { UpdateEventReport::GetInstance()->WaitForReports(); }
+
+private:
+    QString m_configDirectory;
 };
 } // namespace
 
-EventSink &gProcessReports()
+EventSink &gProcessReports(const QString &configDirectory)
 {
-    static ProcessReports reports;
-    return reports;
+    static std::map<QString, ProcessReports> reports;
+    return reports.try_emplace(configDirectory, configDirectory).first->second;
 }
 
 UpdateEventReport *UpdateEventReport::GetInstance()
@@ -76,11 +84,16 @@ void UpdateEventReport::SetReportInfo(const QString &oldVersion, const QString &
 
 void UpdateEventReport::ReportEvent(EventType type)
 {
+    ReportEvent(type, QuillonInit::GetConfigFileDir());
+}
+
+void UpdateEventReport::ReportEvent(EventType type, const QString &configDirectory)
+{
     // A report that has just ended may still have others waiting behind it: they keep their place.
     if (m_future.isRunning() || !m_pending.isEmpty()) {
-        m_pending.append(type);
+        m_pending.append({type, configDirectory});
     } else {
-        StartReport(type, true);
+        StartReport({type, configDirectory}, true);
     }
 }
 
@@ -89,13 +102,14 @@ void UpdateEventReport::WaitForReports()
     m_synchronizer.waitForFinished();
 }
 
-void UpdateEventReport::StartReport(EventType type, bool firstAttempt)
+void UpdateEventReport::StartReport(const Event &event, bool firstAttempt)
 {
+    m_configDirectory = event.configDirectory;
     {
         const QMutexLocker locker(&m_mutex);
-        m_host = gStatisticsHost();
+        m_host = gStatisticsHost(event.configDirectory);
     }
-    m_future = QtConcurrent::run(this, &UpdateEventReport::Report, type, firstAttempt);
+    m_future = QtConcurrent::run(this, &UpdateEventReport::Report, event.type, firstAttempt);
     m_synchronizer.addFuture(m_future);
 }
 
@@ -151,7 +165,7 @@ void UpdateEventReport::Report(EventType type, bool firstAttempt)
 void UpdateEventReport::_ReportFinished(bool result, int type)
 {
     if (!result) {
-        StartReport(static_cast<EventType>(type), false);
+        StartReport({static_cast<EventType>(type), m_configDirectory}, false);
     } else if (!m_pending.isEmpty()) {
         StartReport(m_pending.takeFirst(), true);
     }

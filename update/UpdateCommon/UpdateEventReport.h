@@ -40,7 +40,9 @@ public:
     void SetReportInfo(const QString &oldVersion, const QString &newVersion,
                        const QString &packageType) override;
 
-    /// Sends a record of @p type now, or behind those that are on their way.
+    /// Sends a record of @p type now, or behind those that are on their way, to the statistics host
+    /// that the settings in @p configDirectory name; without it, in the directory of `QuillonInit`.
+    void ReportEvent(EventType type, const QString &configDirectory);
     void ReportEvent(EventType type) override;
 
     /// Blocks until every report that was started has ended, at most about 5 s for each. Events
@@ -54,9 +56,14 @@ public slots:
     void _ReportFinished(bool result, int type);
 
 private:
+    struct Event {
+        EventType type;
+        QString configDirectory;
+    };
+
     UpdateEventReport();
 
-    void StartReport(EventType type, bool firstAttempt);
+    void StartReport(const Event &event, bool firstAttempt);
     EventRecord MakeRecord(EventType type);
 
     /// Guards the strings: a report in flight reads them on its pool thread.
@@ -67,11 +74,14 @@ private:
     QString m_packageType;
     QString m_pid;
     QString m_host;
-    QList<EventType> m_pending;
+    QList<Event> m_pending;
+    /// Of the event that was started last.
+    QString m_configDirectory;
     QFuture<void> m_future;
     QFutureSynchronizer<void> m_synchronizer;
 };
 
-/// The process's reports. The instance behind them is made with the first call, not before: making it
-/// reads the client sign, or stores a new one.
-EventSink &gProcessReports();
+/// The process's reports, for a dialog that was constructed with @p configDirectory. The instance behind
+/// them is made with the first event, not before: making it reads the client sign, or stores a new one.
+/// Thread: GUI thread. Ownership: the process.
+EventSink &gProcessReports(const QString &configDirectory);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "api/QuillonInit.h"
+#include "api/UpdateMain.h"
 #include "tests/support/MetaMethods.h"
 #include "tests/support/StatisticsServer.h"
 #include "tests/support/SystemPlaces.h"
@@ -62,6 +63,8 @@ private slots:
     void the_host_is_data();
     void the_host_is();
     void a_changed_host_counts_from_the_next_record_on();
+    void reports_go_to_the_host_of_their_own_directory();
+    void the_reports_of_a_dialog_keep_its_configuration_directory();
     void a_process_that_ends_with_a_report_on_its_way_does_not_hang();
 
 private:
@@ -442,9 +445,7 @@ void tst_UpdateEventReport::the_host_is()
     QFETCH(QByteArray, settings);
     const QTemporaryDir folder;
     QVERIFY(gWriteFile(folder.filePath("Corvina.ini"), settings));
-    QuillonInit::SetConfigFileDir(folder.path());
-    QTEST(gStatisticsHost(), "host");
-    QuillonInit::SetConfigFileDir(m_rig->ConfigFolder());
+    QTEST(gStatisticsHost(folder.path()), "host");
 }
 
 void tst_UpdateEventReport::a_changed_host_counts_from_the_next_record_on()
@@ -457,6 +458,36 @@ void tst_UpdateEventReport::a_changed_host_counts_from_the_next_record_on()
     gSettleReports();
     QCOMPARE(Results(), QList<int>{-2});
     QCOMPARE(other.Results(), QList<int>{-3});
+}
+
+void tst_UpdateEventReport::reports_go_to_the_host_of_their_own_directory()
+{
+    StatisticsServer other(m_certificates);
+    other.Answer(HttpAnswer::Status(500));
+    const QTemporaryDir folder;
+    QVERIFY(gWriteFile(folder.filePath("Corvina.ini"),
+                       "[Quillon]\nStatisticsHost=" + other.Host().toLatin1() + '\n'));
+    EventSink &otherReports = gProcessReports(folder.path());
+    EventSink &reports = gProcessReports(m_rig->ConfigFolder());
+    reports.ReportEvent(Event::PatchMd5Mismatch);
+    otherReports.ReportEvent(Event::DownloadError);
+    reports.ReportEvent(Event::PatchDispatchFailed);
+    gSettleReports();
+    const QList<int> expected{-2, -3};
+    QCOMPARE(Results(), expected);
+    const QList<int> twice{-1, -1};
+    QCOMPARE(other.Results(), twice);
+}
+
+void tst_UpdateEventReport::the_reports_of_a_dialog_keep_its_configuration_directory()
+{
+    const UpdateMain dialog;
+    const QTemporaryDir later;
+    QuillonInit::SetConfigFileDir(later.path());
+    auto *manager = dialog.findChild<LiveUpdateMgr *>();
+    QVERIFY(QMetaObject::invokeMethod(manager, "ShowDownloadError", Q_ARG(QString, "failed")));
+    gSettleReports();
+    QCOMPARE(Results(), QList<int>{-1});
 }
 
 void tst_UpdateEventReport::a_process_that_ends_with_a_report_on_its_way_does_not_hang()

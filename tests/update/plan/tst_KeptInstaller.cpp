@@ -130,7 +130,7 @@ void tst_KeptInstaller::the_file_of_the_version_and_md5_is_found()
     QFETCH(QByteArray, bytes);
     const QString path = Put(name, bytes);
     const QString md5 = gMd5(bytes);
-    QCOMPARE(gFindKeptInstaller(Folder(), version, md5, gProcessReports()), path);
+    QCOMPARE(gFindKeptInstaller(Folder(), version, md5, m_rig->Context().events), path);
     const QStringList expected{gVersionLine(version), gMd5Line(md5, md5)};
     QCOMPARE(Log(), expected);
     QCOMPARE(m_log->Count("LiveUpdateMgr", "LiveUpdateMgr::UpdateNow", gMd5Line(md5, md5)), 1);
@@ -151,11 +151,11 @@ void tst_KeptInstaller::there_is_none()
     if (!name.isEmpty()) {
         QVERIFY(!Put(name, gInstallerBytes()).isEmpty());
     }
-    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(gInstallerBytes()), gProcessReports())
+    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(gInstallerBytes()), m_rig->Context().events)
                 .isEmpty());
     QCOMPARE(Log(), QStringList());
     QVERIFY(gFindKeptInstaller(m_rig->Path("missing"), version, gMd5(gInstallerBytes()),
-                               gProcessReports())
+                               m_rig->Context().events)
                 .isEmpty());
     QVERIFY(Reports().isEmpty());
 }
@@ -164,7 +164,7 @@ void tst_KeptInstaller::a_file_of_another_version_is_skipped_unread()
 {
     const QByteArray bytes = PeBuilder::WithFileVersion("9.0.0.0").Build();
     Put("Corvina9.exe", bytes);
-    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(bytes), gProcessReports()).isEmpty());
+    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(bytes), m_rig->Context().events).isEmpty());
     QCOMPARE(Log(), QStringList{gVersionLine("9.0.0.0")});
     QVERIFY(Reports().isEmpty());
 }
@@ -173,7 +173,7 @@ void tst_KeptInstaller::a_file_without_a_version_is_skipped()
 {
     const QByteArray bytes = gTestBytes(5000);
     Put("notes.txt", bytes);
-    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(bytes), gProcessReports()).isEmpty());
+    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(bytes), m_rig->Context().events).isEmpty());
     QCOMPARE(Log(), QStringList{gVersionLine("")});
     QVERIFY(Reports().isEmpty());
 }
@@ -185,7 +185,7 @@ void tst_KeptInstaller::of_two_files_of_the_version_the_second_has_the_md5()
             gWriteFile(paths.at(1), gInstallerBytes(2)));
     const QString md5 = gMd5(gInstallerBytes(2));
     UpdateEventReport::GetInstance()->SetReportInfo(version, "9.2.0.0", "ins");
-    QCOMPARE(gFindKeptInstaller(Folder(), version, md5, gProcessReports()), paths.at(1));
+    QCOMPARE(gFindKeptInstaller(Folder(), version, md5, m_rig->Context().events), paths.at(1));
     const QStringList expected{gVersionLine(version), gMd5Line(gMd5(gInstallerBytes(1)), md5),
                                failedLine, gVersionLine(version), gMd5Line(md5, md5)};
     QCOMPARE(Log(), expected);
@@ -200,8 +200,9 @@ void tst_KeptInstaller::nothing_behind_the_match_is_looked_at()
     const QStringList paths = PutInOrder(2);
     QVERIFY(gWriteFile(paths.at(0), gInstallerBytes(1)) &&
             gWriteFile(paths.at(1), gInstallerBytes(2)));
-    QCOMPARE(gFindKeptInstaller(Folder(), version, gMd5(gInstallerBytes(1)), gProcessReports()),
-             paths.at(0));
+    QCOMPARE(
+        gFindKeptInstaller(Folder(), version, gMd5(gInstallerBytes(1)), m_rig->Context().events),
+        paths.at(0));
     QCOMPARE(Log().size(), 2);
     QVERIFY(Reports().isEmpty());
 }
@@ -212,7 +213,8 @@ void tst_KeptInstaller::every_file_of_the_version_with_another_md5_is_reported()
     for (const QString &path : PutInOrder(3)) {
         QVERIFY(gWriteFile(path, gInstallerBytes(++seed)));
     }
-    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5("other"), gProcessReports()).isEmpty());
+    QVERIFY(
+        gFindKeptInstaller(Folder(), version, gMd5("other"), m_rig->Context().events).isEmpty());
     QCOMPARE(Log().count(failedLine), 3);
     const QList<int> expected{-4, -4, -4};
     QCOMPARE(Reports(), expected);
@@ -236,7 +238,8 @@ void tst_KeptInstaller::versions_match()
     QFETCH(QString, currentVersion);
     const QByteArray bytes = PeBuilder::WithFileVersion(packVersion).Build();
     const QString path = Put("Corvina9.exe", bytes);
-    QCOMPARE(gFindKeptInstaller(Folder(), currentVersion, gMd5(bytes), gProcessReports()), path);
+    QCOMPARE(gFindKeptInstaller(Folder(), currentVersion, gMd5(bytes), m_rig->Context().events),
+             path);
 }
 
 void tst_KeptInstaller::versions_differ_data()
@@ -261,7 +264,8 @@ void tst_KeptInstaller::versions_differ()
     QFETCH(QString, currentVersion);
     const QByteArray bytes = PeBuilder::WithFileVersion(packVersion).Build();
     Put("Corvina9.exe", bytes);
-    QVERIFY(gFindKeptInstaller(Folder(), currentVersion, gMd5(bytes), gProcessReports()).isEmpty());
+    QVERIFY(gFindKeptInstaller(Folder(), currentVersion, gMd5(bytes), m_rig->Context().events)
+                .isEmpty());
     QCOMPARE(Log(), QStringList{gVersionLine(packVersion, currentVersion)});
     QVERIFY(Reports().isEmpty());
 }
@@ -280,7 +284,7 @@ void tst_KeptInstaller::the_md5_never_matches()
 {
     QFETCH(QString, expected);
     Put("Corvina9.exe", gInstallerBytes());
-    QVERIFY(gFindKeptInstaller(Folder(), version, expected, gProcessReports()).isEmpty());
+    QVERIFY(gFindKeptInstaller(Folder(), version, expected, m_rig->Context().events).isEmpty());
     QCOMPARE(Log().count(failedLine), 1);
     QCOMPARE(Reports(), QList<int>{-4});
 }
@@ -299,7 +303,7 @@ void tst_KeptInstaller::a_file_that_cannot_be_opened_has_no_version()
     if (!gLinkUnreadableFile(Folder())) {
         QSKIP("This system has no file that the superuser cannot read.");
     }
-    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(""), gProcessReports()).isEmpty());
+    QVERIFY(gFindKeptInstaller(Folder(), version, gMd5(""), m_rig->Context().events).isEmpty());
     QCOMPARE(Log(), QStringList{gVersionLine("")});
     QVERIFY(Reports().isEmpty());
 }
@@ -310,7 +314,7 @@ void tst_KeptInstaller::a_file_that_cannot_be_opened_has_an_empty_md5_that_is_re
         QSKIP("This system has no file that the superuser cannot read.");
     }
     // The empty version of the host equals that of a file without a version.
-    QVERIFY(gFindKeptInstaller(Folder(), "", gMd5(""), gProcessReports()).isEmpty());
+    QVERIFY(gFindKeptInstaller(Folder(), "", gMd5(""), m_rig->Context().events).isEmpty());
     const QStringList expected{gVersionLine("", ""), gMd5Line("", gMd5("")), failedLine};
     QCOMPARE(Log(), expected);
     QCOMPARE(m_log->CountContaining("file open error."), 1);
