@@ -62,8 +62,9 @@ public:
 
     /// Rebuilds the new installer from the kept one and the downloaded patch with the program
     /// "bspatch.exe" in the application's folder, verifies it, and puts it in the kept one's place.
-    /// Blocks until the program has ended or its limit has passed. @return whether it succeeded; a
-    /// failure leaves the kept installer as it is.
+    /// Blocks until the program has ended or its limit has passed, and runs an event loop while another
+    /// program holds the kept installer. @return whether it succeeded; a failure leaves the kept
+    /// installer as it is.
     bool PatchIncreasePackage() { return m_end->Patch(m_task); }
 
     /// Offers an installer that an earlier session kept. Without the file nothing happens.

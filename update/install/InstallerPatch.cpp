@@ -4,13 +4,17 @@
 
 #include "api/FileDigest.h"
 #include "api/Log.h"
+#include "platform/ProcessLock.h"
 #include "update/base/DownloadSystem.h"
 #include "update/base/EventSink.h"
-#include "update/base/UpdateContext.h"
+#include "update/base/FileReplacement.h"
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
+
+#include <utility>
 
 namespace
 {
@@ -53,34 +57,70 @@ bool gFlushNewInstaller(const QString &newInstaller, const DownloadSystem &syste
                 newInstaller.toStdString().c_str());
     return false;
 }
-
-bool gReplaceKeptInstaller(const QString &keptInstaller, const QString &newInstaller)
-{
-    if (QFile::remove(keptInstaller) && QFile::rename(newInstaller, keptInstaller)) {
-        return true;
-    }
-    QUILLON_LOG(logFile, logFunction, "%s cannot be replaced", keptInstaller.toStdString().c_str());
-    return false;
-}
 } // namespace
 
-bool gPatchKeptInstaller(const QString &keptInstaller, const QString &patchFile,
-                         const QString &expectedMd5, const UpdateContext &context)
+InstallerPatch::InstallerPatch(const UpdateContext &context, QObject *parent)
+    : QObject(parent)
+    , m_context(context)
+    , m_replacement(new FileReplacement(context.system, this))
 {
+    connect(m_replacement, &FileReplacement::Replaced, this, &InstallerPatch::EndPatched);
+    connect(m_replacement, &FileReplacement::Failed, this, [this] {
+        QUILLON_LOG(logFile, logFunction, "%s cannot be replaced",
+                    m_keptInstaller.toStdString().c_str());
+        Fail();
+    });
+}
+
+void InstallerPatch::Start(const QString &keptInstaller, const QString &patchFile,
+                           const QString &expectedMd5, std::shared_ptr<ProcessLock> lock)
+{
+    m_isRunning = true;
+    m_keptInstaller = keptInstaller;
+    m_newInstaller = keptInstaller + QStringLiteral(".patch");
+    m_lock = std::move(lock);
     const QString program = QCoreApplication::applicationDirPath() + QStringLiteral("/bspatch.exe");
     if (!QFile::exists(program)) {
-        return false;
+        Cancel();
+        emit Failed();
+        return;
     }
     QUILLON_LOG(logFile, logFunction, "Start Patch IncreasePackage");
-    const QString newInstaller = keptInstaller + QStringLiteral(".patch");
-    if (gRunPatchProgram(program, {keptInstaller, newInstaller, patchFile},
-                         context.system.patchLimit) &&
-        gVerify(newInstaller, expectedMd5, context.events) &&
-        gFlushNewInstaller(newInstaller, context.system) &&
-        gReplaceKeptInstaller(keptInstaller, newInstaller)) {
-        return true;
+    if (Make(program, patchFile, expectedMd5)) {
+        m_replacement->Start(m_newInstaller, m_keptInstaller, logFunction);
+    } else {
+        Fail();
     }
+}
+
+void InstallerPatch::Cancel()
+{
+    m_isRunning = false;
+    m_replacement->Cancel();
+    m_lock.reset();
+}
+
+/// @return whether the new installer is there, verified and on stable storage
+bool InstallerPatch::Make(const QString &program, const QString &patchFile,
+                          const QString &expectedMd5) const
+{
+    return gRunPatchProgram(program, {m_keptInstaller, m_newInstaller, patchFile},
+                            m_context.system.patchLimit) &&
+           gVerify(m_newInstaller, expectedMd5, m_context.events) &&
+           gFlushNewInstaller(m_newInstaller, m_context.system);
+}
+
+void InstallerPatch::EndPatched()
+{
+    m_context.system.flushFolder(QFileInfo(m_keptInstaller).path());
+    Cancel();
+    emit Patched();
+}
+
+void InstallerPatch::Fail()
+{
     QUILLON_LOG(logFile, logFunction, "DispatchPackageFailed!!!");
-    context.events.ReportEvent(EventSink::PatchDispatchFailed);
-    return false;
+    m_context.events.ReportEvent(EventSink::PatchDispatchFailed);
+    Cancel();
+    emit Failed();
 }

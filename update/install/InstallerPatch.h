@@ -2,17 +2,58 @@
 
 #pragma once
 
+#include "update/base/UpdateContext.h"
+
+#include <QObject>
 #include <QString>
 
-struct UpdateContext;
+#include <memory>
 
-/// Rebuilds an installer with the program "bspatch.exe" in the application's folder: applies
-/// @p patchFile to @p keptInstaller, compares the result's MD5 with @p expectedMd5 (exactly,
-/// lower-case), and puts it under the kept installer's name, where the next update finds it.
+class FileReplacement;
+class ProcessLock;
+
+/// Rebuilds an installer with the program "bspatch.exe" in the application's folder: applies a patch to
+/// the kept installer, compares the MD5 of the result, and puts it under the kept installer's name,
+/// where the next update finds it.
 ///
-/// Blocks until the program has ended, for at most the limit of the context's system. What fails is
-/// logged and reported; only a missing program is not.
-/// @return whether the new installer is in place; if not, the kept one is as it was, and what the
-/// program made stays beside it as ".patch".
-bool gPatchKeptInstaller(const QString &keptInstaller, const QString &patchFile,
-                         const QString &expectedMd5, const UpdateContext &context);
+///     Start ─► program ─► verified ─► flushed ─► replaces the kept installer ─► Patched
+///                 └───────────┴───────────┴──────────────────┴─► Failed
+///
+/// Thread:    GUI thread. `Start` blocks it while the program runs, for the limit of the context's
+///            system at most; it is not blocked while another program holds the kept installer.
+/// Ownership: its Qt parent. What the context names outlives it. It may be deleted in any slot.
+/// Errors:    `Failed`, logged and reported; only a missing program is neither. The kept installer is as
+///            it was, and what the program made stays beside it as ".patch".
+class InstallerPatch : public QObject
+{
+    Q_OBJECT
+
+public:
+    InstallerPatch(const UpdateContext &context, QObject *parent);
+
+    /// A signal may arrive before this returns.
+    /// @param expectedMd5 of the result, in lower case; an empty one matches nothing
+    /// @param lock is held until the result is in place, and is free in the slots of both signals
+    void Start(const QString &keptInstaller, const QString &patchFile, const QString &expectedMd5,
+               std::shared_ptr<ProcessLock> lock);
+    /// The kept installer is not replaced any more, and no signal follows.
+    void Cancel();
+    bool IsRunning() const { return m_isRunning; }
+
+signals:
+    void Patched();
+    void Failed();
+
+private:
+    bool Make(const QString &program, const QString &patchFile, const QString &expectedMd5) const;
+    void EndPatched();
+    void Fail();
+
+    UpdateContext m_context;
+    FileReplacement *m_replacement;
+    QString m_keptInstaller;
+    /// What the program makes, until it takes the place of the kept installer.
+    QString m_newInstaller;
+    std::shared_ptr<ProcessLock> m_lock;
+    bool m_isRunning = false;
+};

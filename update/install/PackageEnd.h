@@ -5,10 +5,12 @@
 #include "update/base/UpdateContext.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <memory>
 
+class InstallerPatch;
 class InstallOffer;
 class PackagePlacer;
 class ProcessLock;
@@ -17,13 +19,13 @@ struct RangeTask;
 
 /// The end of a package: its installer is put in place and offered to the user.
 ///
-///     Complete ─┬─ full: flushed ─► moved into place ─────────┬─► the offer
-///               │                          └─► PlaceFailed    │
-///               └─ incremental: Patch ─► Patched ─────────────┘
-///                                  └───► PatchFailed
+///     Complete ─┬─ full: PackagePlacer ─┬─► in place ─────────┬─► the offer
+///               │                       └─► PlaceFailed       │
+///               └─ incremental: InstallerPatch ─┬─► Patched ──┘
+///                                               └─► PatchFailed
 ///     the offer, OfferKept ─► BeginInstall, then Close, CancelInstall or InstallStarted
 ///
-/// Thread:    GUI thread; `Patch` blocks it for the limit of the patch program at most.
+/// Thread:    GUI thread; the patch program blocks it for its limit at most.
 /// Ownership: its Qt parent, which owns the store as well. The host may delete it in any slot.
 /// Errors:    logged and reported; a failed patch leaves the kept installer as it is.
 class PackageEnd : public QObject
@@ -34,13 +36,15 @@ public:
     PackageEnd(RangeStore &store, const UpdateContext &context, QObject *parent);
 
     /// Puts the package of @p task, all of whose bytes are there, in place and offers its installer.
-    /// Holds @p lock until it is in place.
+    /// Holds @p lock until it is in place; the lock is free in the slots of `PlaceFailed`, `Patched` and
+    /// `PatchFailed`. Another program may hold the files for a while: the signals can come later.
     void Complete(const RangeTask &task, std::shared_ptr<ProcessLock> lock);
-    /// Nothing is moved any more; the next plan finds the package complete.
+    /// Nothing is moved or replaced any more; the next plan finds the package complete.
     void CancelPlacing();
     bool IsPlacing() const;
 
-    /// Puts the installer that the downloaded patch makes of the kept one in its place.
+    /// Puts the installer that the downloaded patch makes of the kept one in its place, without an offer.
+    /// Runs an event loop while another program holds the kept installer.
     /// @return whether it is there
     bool Patch(const RangeTask &task);
 
@@ -60,10 +64,14 @@ signals:
     void InstallStarted();
 
 private:
+    void EndPatched();
     void Offer(const QString &installer);
 
     UpdateContext m_context;
     PackagePlacer *m_placer;
+    InstallerPatch *m_patch;
+    /// The one that `Patch` waits for.
+    QPointer<InstallerPatch> m_awaitedPatch;
     InstallOffer *m_offer;
     QString m_installerPath;
 };

@@ -4,14 +4,28 @@
 
 #include "api/Log.h"
 #include "platform/ProcessLock.h"
+#include "update/base/DownloadSystem.h"
+#include "update/base/FileReplacement.h"
+#include "update/transfer/RangeStore.h"
+
+#include <QFileInfo>
 
 #include <utility>
 
-PackagePlacer::PackagePlacer(RangeStore &store, FlushFunction flush, QObject *parent)
+namespace
+{
+constexpr char logFile[] = "UpdateCommon";
+constexpr char logFunction[] = "DownloadMgr::_DownloadFinished";
+} // namespace
+
+PackagePlacer::PackagePlacer(RangeStore &store, const DownloadSystem &system, QObject *parent)
     : QObject(parent)
     , m_store(store)
-    , m_flush(std::move(flush))
+    , m_system(system)
+    , m_replacement(new FileReplacement(system, this))
 {
+    connect(m_replacement, &FileReplacement::Replaced, this, &PackagePlacer::EndPlaced);
+    connect(m_replacement, &FileReplacement::Failed, this, &PackagePlacer::Fail);
 }
 
 void PackagePlacer::Start(const QString &installerPath, std::shared_ptr<ProcessLock> lock)
@@ -19,35 +33,43 @@ void PackagePlacer::Start(const QString &installerPath, std::shared_ptr<ProcessL
     m_isRunning = true;
     m_installerPath = installerPath;
     m_lock = std::move(lock);
-    gFlushInBackground(m_store.TargetPath(), m_flush, this,
-                       [this](FlushResult result) { Place(result); });
+    gFlushInBackground(m_store.TargetPath(), m_system.flush, this,
+                       [this, run = ++m_run](FlushResult result) {
+                           if (m_isRunning && run == m_run) {
+                               Judge(result);
+                           }
+                       });
 }
 
 void PackagePlacer::Cancel()
 {
     m_isRunning = false;
+    m_replacement->Cancel();
     m_lock.reset();
 }
 
-void PackagePlacer::Place(FlushResult result)
+void PackagePlacer::Judge(FlushResult result)
 {
-    constexpr char function[] = "DownloadMgr::_DownloadFinished";
-
-    if (!m_isRunning) {
-        return;
-    }
-    bool isPlaced = false;
     if (result == FlushResult::Failed) {
-        QUILLON_LOG("UpdateCommon", function, "disk failure, %s cannot be put on stable storage",
+        QUILLON_LOG(logFile, logFunction, "disk failure, %s cannot be put on stable storage",
                     m_store.TargetPath().toStdString().c_str());
         m_store.MarkAsDoubtful();
-    } else {
-        isPlaced = m_store.MoveTo(m_installerPath, function);
+        Fail();
+        return;
     }
+    m_store.Close();
+    m_replacement->Start(m_store.TargetPath(), m_installerPath, logFunction);
+}
+
+void PackagePlacer::Fail()
+{
     Cancel();
-    if (isPlaced) {
-        emit Placed();
-    } else {
-        emit Failed();
-    }
+    emit Failed();
+}
+
+void PackagePlacer::EndPlaced()
+{
+    m_system.flushFolder(QFileInfo(m_installerPath).path());
+    Cancel();
+    emit Placed();
 }

@@ -41,17 +41,3 @@ qint64 PackageFile::Write(const QByteArray &bytes)
     }
     return written;
 }
-
-bool PackageFile::MoveTo(const QString &path)
-{
-    m_file.close();
-    if (QFile::exists(path) && !QFile::remove(path)) {
-        m_failure = QStringLiteral("the file there cannot be removed");
-        return false;
-    }
-    if (!m_file.rename(path)) {
-        m_failure = m_file.errorString();
-        return false;
-    }
-    return true;
-}

@@ -25,9 +25,6 @@ public:
     /// @return how many were written; fewer than given when the rest failed.
     qint64 Write(const QByteArray &bytes);
 
-    /// Moves the file to @p path, over one that is there.
-    bool MoveTo(const QString &path);
-
     QString Failure() const { return m_failure; }
 
 private:

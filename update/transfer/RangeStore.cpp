@@ -103,15 +103,3 @@ void RangeStore::MarkAsDoubtful()
     m_state.SetBootId(QString());
     m_state.Sync();
 }
-
-bool RangeStore::MoveTo(const QString &path, const char *function)
-{
-    const QString from = m_file.Path();
-    if (m_file.MoveTo(path)) {
-        return true;
-    }
-    QUILLON_LOG(logFile, function, "disk failure, %s cannot be moved to %s, %s",
-                from.toStdString().c_str(), path.toStdString().c_str(),
-                m_file.Failure().toStdString().c_str());
-    return false;
-}

@@ -50,9 +50,6 @@ public:
     /// What was written may not be on disk: the next plan goes back to what was flushed.
     void MarkAsDoubtful();
 
-    /// Moves the complete package to @p path.
-    bool MoveTo(const QString &path, const char *function);
-
 private:
     PackageFile m_file;
     ResumeState &m_state;

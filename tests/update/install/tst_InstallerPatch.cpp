@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 
+#include "platform/ProcessLock.h"
+#include "tests/support/LaterCalls.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Md5.h"
 #include "tests/support/PatchProgram.h"
@@ -9,6 +11,7 @@
 #include "tests/update/UpdateRig.h"
 #include "update/base/DownloadState.h"
 #include "update/install/InstallerPatch.h"
+#include "update/plan/PackageFolder.h"
 
 #include <QtTest>
 
@@ -39,14 +42,29 @@ private slots:
     void a_program_that_takes_too_long_is_ended();
     void a_program_that_cannot_be_started_is_reported();
 
+    void a_kept_installer_that_cannot_be_replaced_stays_as_it_was();
+    void a_kept_installer_that_another_program_holds_is_waited_for();
+    void the_downloader_waits_for_a_held_kept_installer();
+    void a_downloader_that_is_ended_meanwhile_replaces_nothing_data();
+    void a_downloader_that_is_ended_meanwhile_replaces_nothing();
+    void the_lock_is_held_until_the_end_and_free_in_the_slots_data();
+    void the_lock_is_held_until_the_end_and_free_in_the_slots();
+    void the_name_of_the_result_is_flushed();
+
 private:
     QString Kept() const { return m_rig->WorkingFolder() + "/Corvina 9.exe"; }
     QString New() const { return Kept() + ".patch"; }
     QString Patch() const { return m_rig->WorkingFolder() + "/increase.patch"; }
+    /// Takes the lock and patches. @return whether that succeeded; it has ended either way.
     bool Apply(const QString &md5, std::chrono::milliseconds limit = 90s) const
     {
         m_rig->System().patchLimit = limit;
-        return gPatchKeptInstaller(Kept(), Patch(), md5, m_rig->Context());
+        InstallerPatch patch(m_rig->Context(), nullptr);
+        const QSignalSpy patched(&patch, &InstallerPatch::Patched);
+        const QSignalSpy failed(&patch, &InstallerPatch::Failed);
+        patch.Start(Kept(), Patch(), md5, gLockPackages());
+        return QTest::qWaitFor([&patch] { return !patch.IsRunning(); }) && patched.count() == 1 &&
+               failed.isEmpty();
     }
     /// After every failure: the kept installer is unchanged, the patch is left, no installer is
     /// ready.
@@ -245,6 +263,149 @@ void tst_InstallerPatch::a_program_that_cannot_be_started_is_reported()
     const QStringList lines{startLine, failedLine};
     QCOMPARE(Log(), lines);
     QCOMPARE(Reports(), QList<int>{-3});
+}
+
+void tst_InstallerPatch::a_kept_installer_that_cannot_be_replaced_stays_as_it_was()
+{
+    const PatchProgram program(copyPatch);
+    m_rig->System().renameOver = [](const QString &, const QString &, QString *failure) {
+        *failure = "not today";
+        return RenameResult::Failed;
+    };
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    QVERIFY2(gReadFile(New()) == m_new, "what the program made is left");
+    const QString move = "disk failure, " + New() + " cannot be moved to " + Kept() + ", not today";
+    const QStringList lines{startLine, endLine, move, Kept() + " cannot be replaced", failedLine};
+    QCOMPARE(Log(), lines);
+    QCOMPARE(Reports(), QList<int>{-3});
+}
+
+void tst_InstallerPatch::a_kept_installer_that_another_program_holds_is_waited_for()
+{
+    const PatchProgram program(copyPatch);
+    LaterCalls later;
+    m_rig->System().callLater = later.Seam();
+    bool isHeld = true;
+    QByteArray meanwhile;
+    m_rig->System().renameOver = [&](const QString &from, const QString &to, QString *failure) {
+        meanwhile = gReadFile(to);
+        return isHeld ? RenameResult::Busy : gRenameOver(from, to, failure);
+    };
+    InstallerPatch patch(m_rig->Context(), nullptr);
+    const QSignalSpy patched(&patch, &InstallerPatch::Patched);
+    patch.Start(Kept(), Patch(), gMd5(m_new), nullptr);
+    later.Run();
+    QVERIFY(patch.IsRunning());
+    isHeld = false;
+    later.Run();
+    QCOMPARE(patched.count(), 1);
+    QVERIFY(!patch.IsRunning());
+    QVERIFY2(meanwhile == m_old, "until it is replaced, the old one is there");
+    QVERIFY(gReadFile(Kept()) == m_new);
+}
+
+/// The first attempt finds the file held by another program.
+static void gHoldOnce(DownloadSystem *system)
+{
+    system->renameOver = [isHeld = true](const QString &from, const QString &to,
+                                         QString *failure) mutable {
+        return std::exchange(isHeld, false) ? RenameResult::Busy : gRenameOver(from, to, failure);
+    };
+}
+
+void tst_InstallerPatch::the_downloader_waits_for_a_held_kept_installer()
+{
+    const PatchProgram program(copyPatch);
+    m_rig->System().replacePause = 1ms;
+    gHoldOnce(&m_rig->System());
+    DownloadMgr downloader(m_rig->Context(), nullptr);
+    downloader.ResumeDownload(Patch(), m_rig->Server().Url("/increase.patch"), m_rig->Installer(),
+                              0, 9, 1, true, gMd5(m_new), Kept());
+    downloader.Stop();
+    QVERIFY(downloader.PatchIncreasePackage());
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QCOMPARE(gDownloadState().installerReady, Kept());
+    QCOMPARE(m_rig->Boxes(), 0);
+}
+
+void tst_InstallerPatch::a_downloader_that_is_ended_meanwhile_replaces_nothing_data()
+{
+    QTest::addColumn<bool>("isDeleted");
+    QTest::newRow("deleted") << true;
+    QTest::newRow("stopped") << false;
+}
+
+void tst_InstallerPatch::a_downloader_that_is_ended_meanwhile_replaces_nothing()
+{
+    QFETCH(bool, isDeleted);
+    const PatchProgram program(copyPatch);
+    auto downloader = std::make_unique<DownloadMgr>(m_rig->Context(), nullptr);
+    gHoldOnce(&m_rig->System());
+    bool wasRunning = false;
+    // In the pause between two attempts.
+    m_rig->System().callLater = [&](std::chrono::milliseconds delay, QObject *context,
+                                    const std::function<void()> &action) {
+        gCallLater(delay, context, action);
+        QTimer::singleShot(0, this, [&] {
+            wasRunning = downloader->IsRunning();
+            if (isDeleted) {
+                downloader.reset();
+            } else {
+                downloader->Stop();
+            }
+        });
+    };
+    downloader->ResumeDownload(Patch(), m_rig->Server().Url("/increase.patch"), m_rig->Installer(),
+                               0, 9, 1, true, gMd5(m_new), Kept());
+    downloader->Stop();
+    QVERIFY(!downloader->PatchIncreasePackage());
+    QVERIFY(wasRunning);
+    VerifyUntouched();
+}
+
+void tst_InstallerPatch::the_lock_is_held_until_the_end_and_free_in_the_slots_data()
+{
+    QTest::addColumn<QByteArray>("orders");
+    QTest::newRow("of_a_success") << copyPatch;
+    QTest::newRow("of_a_failure") << QByteArray("exit\t0");
+    QTest::newRow("of_a_missing_program") << QByteArray();
+}
+
+void tst_InstallerPatch::the_lock_is_held_until_the_end_and_free_in_the_slots()
+{
+    QFETCH(QByteArray, orders);
+    const auto program = orders.isEmpty() ? nullptr : std::make_unique<PatchProgram>(orders);
+    const QString lockFile = m_rig->WorkingFolder() + "/Corvina9(x64).lock";
+    const auto isFree = [lockFile] {
+        return ProcessLock().TryLock(lockFile) == ProcessLock::Outcome::Taken;
+    };
+    bool wasFree = false;
+    m_rig->System().renameOver = [&](const QString &from, const QString &to, QString *failure) {
+        wasFree = wasFree || isFree();
+        return gRenameOver(from, to, failure);
+    };
+    QList<bool> freed;
+    InstallerPatch patch(m_rig->Context(), nullptr);
+    connect(&patch, &InstallerPatch::Patched, this, [&] { freed.append(isFree()); });
+    connect(&patch, &InstallerPatch::Failed, this, [&] { freed.append(isFree()); });
+    patch.Start(Kept(), Patch(), gMd5(m_new), gLockPackages());
+    QVERIFY(!wasFree);
+    QCOMPARE(freed, QList<bool>{true});
+}
+
+void tst_InstallerPatch::the_name_of_the_result_is_flushed()
+{
+    const PatchProgram program(copyPatch);
+    QString folder;
+    QByteArray inPlace;
+    m_rig->System().flushFolder = [&](const QString &path) {
+        folder = path;
+        inPlace = gReadFile(Kept());
+    };
+    QVERIFY(Apply(gMd5(m_new)));
+    QCOMPARE(folder, m_rig->WorkingFolder());
+    QVERIFY(inPlace == m_new);
 }
 
 QTEST_MAIN(tst_InstallerPatch)

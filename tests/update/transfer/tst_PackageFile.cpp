@@ -22,9 +22,6 @@ private slots:
     void a_file_that_is_missing_is_not_made();
     void a_file_that_has_vanished_is_not_written_to();
     void a_folder_is_no_file();
-    void a_move_replaces_what_is_there();
-    void a_move_that_fails_leaves_the_file_and_says_why_data();
-    void a_move_that_fails_leaves_the_file_and_says_why();
 
 private:
     QString Path(const QString &name) const { return m_folder->filePath(name); }
@@ -91,32 +88,6 @@ void tst_PackageFile::a_folder_is_no_file()
     m_file.SetPath(Path("folder"));
     QVERIFY(!m_file.Open(0));
     QVERIFY(!m_file.Failure().isEmpty());
-}
-
-void tst_PackageFile::a_move_replaces_what_is_there()
-{
-    QVERIFY(gWriteFile(Path("installer"), "of the last version"));
-    QVERIFY(m_file.Open(0));
-    QVERIFY(m_file.MoveTo(Path("installer")));
-    QCOMPARE(gReadFile(Path("installer")), QByteArray("0123456789"));
-    QVERIFY(!QFile::exists(Path("package")));
-}
-
-void tst_PackageFile::a_move_that_fails_leaves_the_file_and_says_why_data()
-{
-    QTest::addColumn<QString>("to");
-    QTest::newRow("into_a_folder_that_is_missing") << "missing/installer";
-    QTest::newRow("onto_a_folder") << "folder";
-}
-
-void tst_PackageFile::a_move_that_fails_leaves_the_file_and_says_why()
-{
-    QFETCH(QString, to);
-    QVERIFY(QDir().mkpath(Path("folder/full")));
-    QVERIFY(!m_file.MoveTo(Path(to)));
-    QVERIFY(!m_file.Failure().isEmpty());
-    QCOMPARE(gReadFile(Path("package")), QByteArray("0123456789"));
-    QVERIFY(QDir(Path("folder/full")).exists());
 }
 
 QTEST_GUILESS_MAIN(tst_PackageFile)

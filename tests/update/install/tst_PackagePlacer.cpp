@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/install/PackagePlacer.h"
+
+#include "platform/ProcessLock.h"
+#include "tests/support/LaterCalls.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TestBytes.h"
+#include "tests/update/UpdateRig.h"
+#include "update/plan/PackageFolder.h"
+#include "update/transfer/RangeStore.h"
+
+#include <QtTest>
+
+/// A complete full package takes the installer's place, in one step of the system.
+class tst_PackagePlacer : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void the_installer_of_before_is_there_until_it_is_replaced();
+    void an_installer_that_cannot_be_replaced_stays_as_it_was();
+    void an_installer_that_another_program_holds_is_waited_for();
+    void an_installer_that_stays_held_is_given_up();
+    void nothing_is_moved_once_it_is_cancelled_data();
+    void nothing_is_moved_once_it_is_cancelled();
+    void a_late_flush_is_not_taken_for_that_of_a_later_start();
+    void the_lock_is_free_in_the_slots_data();
+    void the_lock_is_free_in_the_slots();
+    void the_new_name_is_flushed();
+
+private:
+    bool IsLockFree() const
+    {
+        return ProcessLock().TryLock(m_rig->WorkingFolder() + "/Corvina9(x64).lock") ==
+               ProcessLock::Outcome::Taken;
+    }
+    DownloadSystem &System() { return m_rig->System(); }
+    void Start() { m_placer->Start(m_rig->Installer(), gLockPackages()); }
+    bool IsOver() const { return !m_placer->IsRunning() && IsLockFree(); }
+    /// Neither file has changed.
+    void VerifyUntouched() const
+    {
+        QCOMPARE(gReadFile(m_rig->Installer()), QByteArray("of the last version"));
+        QVERIFY(gReadFile(m_rig->Target()) == m_package);
+    }
+
+    const QByteArray m_package = gTestBytes(50000);
+    std::unique_ptr<UpdateRig> m_rig;
+    std::unique_ptr<ResumeState> m_state;
+    std::unique_ptr<RangeStore> m_store;
+    std::unique_ptr<PackagePlacer> m_placer;
+    int m_placed = 0;
+    int m_failed = 0;
+};
+
+void tst_PackagePlacer::init()
+{
+    m_rig = std::make_unique<UpdateRig>();
+    m_rig->WriteState("50000", "50000", {{{0, -1}, {0, -1}, {0, -1}, {0, -1}, {50000, 49999}}});
+    QVERIFY(gWriteFile(m_rig->Target(), m_package));
+    QVERIFY(gWriteFile(m_rig->Installer(), "of the last version"));
+    m_state = std::make_unique<ResumeState>(m_rig->ConfigFolder());
+    m_store = std::make_unique<RangeStore>(*m_state);
+    m_store->Begin(m_rig->Target(), 5, 50000, 49999);
+    QVERIFY(m_store->Open("test"));
+    m_placer = std::make_unique<PackagePlacer>(*m_store, System(), nullptr);
+    m_placed = m_failed = 0;
+    connect(m_placer.get(), &PackagePlacer::Placed, this, [this] { ++m_placed; });
+    connect(m_placer.get(), &PackagePlacer::Failed, this, [this] { ++m_failed; });
+}
+
+void tst_PackagePlacer::cleanup()
+{
+    m_placer.reset();
+    m_store.reset();
+    m_state.reset();
+    m_rig.reset();
+}
+
+void tst_PackagePlacer::the_installer_of_before_is_there_until_it_is_replaced()
+{
+    QByteArray before;
+    System().renameOver = [&before](const QString &from, const QString &to, QString *failure) {
+        before = gReadFile(to);
+        return gRenameOver(from, to, failure);
+    };
+    Start();
+    QVERIFY(m_placer->IsRunning());
+    QTRY_COMPARE(m_placed, 1);
+    QCOMPARE(before, QByteArray("of the last version"));
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+    QVERIFY(!QFile::exists(m_rig->Target()));
+    QVERIFY(IsOver());
+}
+
+void tst_PackagePlacer::an_installer_that_cannot_be_replaced_stays_as_it_was()
+{
+    const LogCapture log;
+    System().renameOver = [](const QString &, const QString &, QString *failure) {
+        *failure = "not today";
+        return RenameResult::Failed;
+    };
+    Start();
+    QTRY_COMPARE(m_failed, 1);
+    VerifyUntouched();
+    QVERIFY(IsOver());
+    QCOMPARE(log.Count("UpdateCommon", "DownloadMgr::_DownloadFinished",
+                       "disk failure, " + m_rig->Target() + " cannot be moved to " +
+                           m_rig->Installer() + ", not today"),
+             1);
+}
+
+void tst_PackagePlacer::an_installer_that_another_program_holds_is_waited_for()
+{
+    LaterCalls later;
+    System().callLater = later.Seam();
+    int attempts = 0;
+    System().renameOver = [&attempts](const QString &from, const QString &to, QString *failure) {
+        return ++attempts < 3 ? RenameResult::Busy : gRenameOver(from, to, failure);
+    };
+    Start();
+    QTRY_COMPARE(attempts, 1);
+    later.Run();
+    QVERIFY(m_placer->IsRunning());
+    QVERIFY(!IsLockFree());
+    VerifyUntouched();
+    later.Run();
+    QCOMPARE(m_placed, 1);
+    QCOMPARE(attempts, 3);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+    QVERIFY(IsOver());
+}
+
+void tst_PackagePlacer::an_installer_that_stays_held_is_given_up()
+{
+    LaterCalls later;
+    later.RunAtOnce();
+    System().callLater = later.Seam();
+    int attempts = 0;
+    System().renameOver = [&attempts](const QString &, const QString &, QString *) {
+        ++attempts;
+        return RenameResult::Busy;
+    };
+    Start();
+    QTRY_COMPARE(m_failed, 1);
+    QCOMPARE(attempts, static_cast<int>(System().replaceLimit / System().replacePause) + 1);
+    VerifyUntouched();
+    QVERIFY(IsOver());
+}
+
+void tst_PackagePlacer::nothing_is_moved_once_it_is_cancelled_data()
+{
+    QTest::addColumn<bool>("isHeld");
+    QTest::newRow("while_it_is_flushed") << false;
+    QTest::newRow("while_another_program_holds_the_installer") << true;
+}
+
+void tst_PackagePlacer::nothing_is_moved_once_it_is_cancelled()
+{
+    QFETCH(bool, isHeld);
+    LaterCalls later;
+    System().callLater = later.Seam();
+    int attempts = 0;
+    System().renameOver = [&](const QString &from, const QString &to, QString *failure) {
+        return ++attempts == 1 && isHeld ? RenameResult::Busy : gRenameOver(from, to, failure);
+    };
+    Start();
+    QTRY_COMPARE(attempts, isHeld ? 1 : 0);
+    m_placer->Cancel();
+    QVERIFY(IsOver());
+    later.Run();
+    QVERIFY(gFlushPool()->waitForDone());
+    QCoreApplication::processEvents();
+    VerifyUntouched();
+    QCOMPARE(m_placed + m_failed, 0);
+    QCOMPARE(attempts, isHeld ? 1 : 0);
+}
+
+void tst_PackagePlacer::a_late_flush_is_not_taken_for_that_of_a_later_start()
+{
+    int flushes = 0;
+    System().flush = [&flushes](const QString &) {
+        // The first one ends late, and badly.
+        return ++flushes == 1 ? FlushResult::Failed : FlushResult::Flushed;
+    };
+    Start();
+    QVERIFY(gFlushPool()->waitForDone());
+    m_placer->Cancel();
+    Start();
+    QTRY_COMPARE(m_placed, 1);
+    QCOMPARE(m_failed, 0);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_PackagePlacer::the_lock_is_free_in_the_slots_data()
+{
+    QTest::addColumn<bool>("isPlaced");
+    QTest::newRow("of_placed") << true;
+    QTest::newRow("of_failed") << false;
+}
+
+void tst_PackagePlacer::the_lock_is_free_in_the_slots()
+{
+    QFETCH(bool, isPlaced);
+    bool wasFree = false;
+    System().flush = [&, isPlaced](const QString &) {
+        wasFree = IsLockFree();
+        return isPlaced ? FlushResult::Flushed : FlushResult::Failed;
+    };
+    QList<bool> freed;
+    connect(m_placer.get(), &PackagePlacer::Placed, this, [&] { freed.append(IsLockFree()); });
+    connect(m_placer.get(), &PackagePlacer::Failed, this, [&] { freed.append(IsLockFree()); });
+    Start();
+    QTRY_COMPARE(freed, QList<bool>{true});
+    QVERIFY(!wasFree);
+    QCOMPARE(m_placed, isPlaced ? 1 : 0);
+}
+
+void tst_PackagePlacer::the_new_name_is_flushed()
+{
+    QString folder;
+    bool isInPlace = false;
+    System().flushFolder = [&](const QString &path) {
+        folder = path;
+        isInPlace = !QFile::exists(m_rig->Target()) && m_placed == 0;
+    };
+    Start();
+    QTRY_COMPARE(m_placed, 1);
+    QCOMPARE(folder, m_rig->WorkingFolder());
+    QVERIFY(isInPlace);
+}
+
+QTEST_MAIN(tst_PackagePlacer)
+#include "tst_PackagePlacer.moc"
