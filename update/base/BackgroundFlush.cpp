@@ -2,10 +2,10 @@
 
 #include "update/base/BackgroundFlush.h"
 
+#include "update/base/BackgroundWork.h"
+
 #include <QCoreApplication>
-#include <QFutureWatcher>
 #include <QPointer>
-#include <QtConcurrentRun>
 #include <QThreadPool>
 
 #include <utility>
@@ -22,11 +22,5 @@ QThreadPool *gFlushPool()
 void gFlushInBackground(const QString &path, const FlushFunction &flush, QObject *context,
                         std::function<void(FlushResult)> done)
 {
-    auto *watcher = new QFutureWatcher<FlushResult>(context);
-    QObject::connect(watcher, &QFutureWatcherBase::finished, watcher,
-                     [watcher, done = std::move(done)] {
-                         watcher->deleteLater();
-                         done(watcher->result());
-                     });
-    watcher->setFuture(QtConcurrent::run(gFlushPool(), flush, path));
+    gRunInBackground<FlushResult>([flush, path] { return flush(path); }, context, std::move(done));
 }

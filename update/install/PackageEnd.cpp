@@ -42,7 +42,7 @@ void PackageEnd::Complete(const RangeTask &task, std::shared_ptr<ProcessLock> lo
         m_patch->Start(m_installerPath, task.targetPath, task.expectedMd5, std::move(lock));
     } else {
         m_installerPath = task.installerPath;
-        m_placer->Start(m_installerPath, std::move(lock));
+        m_placer->Start(m_installerPath, task.packageMd5, std::move(lock));
     }
 }
 

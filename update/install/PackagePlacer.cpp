@@ -2,13 +2,17 @@
 
 #include "update/install/PackagePlacer.h"
 
+#include "api/FileDigest.h"
 #include "api/Log.h"
 #include "platform/ProcessLock.h"
+#include "update/base/BackgroundWork.h"
 #include "update/base/DownloadSystem.h"
 #include "update/base/FileReplacement.h"
 #include "update/transfer/RangeStore.h"
 
+#include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <utility>
 
@@ -16,7 +20,22 @@ namespace
 {
 constexpr char logFile[] = "UpdateCommon";
 constexpr char logFunction[] = "DownloadMgr::_DownloadFinished";
+
+/// @p text in lower case if it is an MD5; empty otherwise.
+QString gMd5Of(const QString &text)
+{
+    static const QRegularExpression md5(QStringLiteral("\\A[0-9A-Fa-f]{32}\\z"));
+    return md5.match(text).hasMatch() ? text.toLower() : QString();
+}
 } // namespace
+
+/// What a pool thread has found out about the file.
+struct PackagePlacer::Finding {
+    FlushResult flush = FlushResult::Unknown;
+    qint64 size = 0;
+    /// Empty when the file cannot be read, and when there is nothing to compare with.
+    QString md5;
+};
 
 PackagePlacer::PackagePlacer(RangeStore &store, const DownloadSystem &system, QObject *parent)
     : QObject(parent)
@@ -28,17 +47,28 @@ PackagePlacer::PackagePlacer(RangeStore &store, const DownloadSystem &system, QO
     connect(m_replacement, &FileReplacement::Failed, this, &PackagePlacer::Fail);
 }
 
-void PackagePlacer::Start(const QString &installerPath, std::shared_ptr<ProcessLock> lock)
+void PackagePlacer::Start(const QString &installerPath, const QString &md5,
+                          std::shared_ptr<ProcessLock> lock)
 {
     m_isRunning = true;
     m_installerPath = installerPath;
+    m_md5 = gMd5Of(md5);
     m_lock = std::move(lock);
-    gFlushInBackground(m_store.TargetPath(), m_system.flush, this,
-                       [this, run = ++m_run](FlushResult result) {
-                           if (m_isRunning && run == m_run) {
-                               Judge(result);
-                           }
-                       });
+    const auto examine = [path = m_store.TargetPath(), flush = m_system.flush,
+                          isRead = !m_md5.isEmpty()] {
+        Finding finding;
+        finding.flush = flush(path);
+        finding.size = QFileInfo(path).size();
+        if (isRead && finding.flush != FlushResult::Failed) {
+            finding.md5 = FileMd5Hex(path);
+        }
+        return finding;
+    };
+    gRunInBackground<Finding>(examine, this, [this, run = ++m_run](const Finding &finding) {
+        if (m_isRunning && run == m_run) {
+            Judge(finding);
+        }
+    });
 }
 
 void PackagePlacer::Cancel()
@@ -48,17 +78,50 @@ void PackagePlacer::Cancel()
     m_lock.reset();
 }
 
-void PackagePlacer::Judge(FlushResult result)
+void PackagePlacer::Judge(const Finding &finding)
 {
-    if (result == FlushResult::Failed) {
+    if (finding.flush == FlushResult::Failed) {
         QUILLON_LOG(logFile, logFunction, "disk failure, %s cannot be put on stable storage",
                     m_store.TargetPath().toStdString().c_str());
         m_store.MarkAsDoubtful();
         Fail();
-        return;
+    } else if (!m_md5.isEmpty() && finding.md5.isEmpty()) {
+        // Nothing is known against the package: the next plan finds it complete.
+        QUILLON_LOG(logFile, logFunction, "disk failure, %s cannot be read",
+                    m_store.TargetPath().toStdString().c_str());
+        Fail();
+    } else if (!IsPackage(finding)) {
+        Discard();
+        Fail();
+    } else {
+        m_store.Close();
+        m_replacement->Start(m_store.TargetPath(), m_installerPath, logFunction);
     }
+}
+
+bool PackagePlacer::IsPackage(const Finding &finding) const
+{
+    if (finding.size == m_store.PackageSize() && finding.md5 == m_md5) {
+        return true;
+    }
+    QUILLON_LOG(logFile, logFunction,
+                "%s is another package, it has %lld bytes instead of %d, MD5 %s instead of %s",
+                m_store.TargetPath().toStdString().c_str(), static_cast<long long>(finding.size),
+                m_store.PackageSize(), finding.md5.toStdString().c_str(),
+                m_md5.toStdString().c_str());
+    return false;
+}
+
+/// The plan is void before the file is gone: a process that ends in between leaves a plan that starts
+/// anew.
+void PackagePlacer::Discard()
+{
+    m_store.Discard();
     m_store.Close();
-    m_replacement->Start(m_store.TargetPath(), m_installerPath, logFunction);
+    if (!QFile::remove(m_store.TargetPath())) {
+        QUILLON_LOG(logFile, logFunction, "disk failure, %s cannot be removed",
+                    m_store.TargetPath().toStdString().c_str());
+    }
 }
 
 void PackagePlacer::Fail()

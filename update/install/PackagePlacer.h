@@ -2,8 +2,6 @@
 
 #pragma once
 
-#include "platform/StableStorage.h"
-
 #include <QObject>
 #include <QString>
 
@@ -14,16 +12,18 @@ class ProcessLock;
 class RangeStore;
 struct DownloadSystem;
 
-/// Moves a complete full package into place, once it is on stable storage: an installer that is
-/// offered, perhaps after the machine was started again, has to be whole.
+/// Moves a complete full package into place, once it is on stable storage and has been compared with
+/// what the manifest says of it: an installer that is offered, perhaps after the machine was started
+/// again, has to be whole.
 ///
-///     Start ─► flushed ─► replaces what is at the installer's path ─► Placed
-///                 └──────────────────┴─► Failed
+///     Start ─► flushed ─► read ─► compared ─► replaces what is at the installer's path ─► Placed
+///                 └────────┴──────────┴──────────────────┴─► Failed
 ///
-/// Thread:    GUI thread, the flush on a pool thread.
+/// Thread:    GUI thread; flushed and read on a pool thread.
 /// Ownership: its Qt parent, which owns the store as well. The system outlives it. It may be deleted in
 ///            any slot.
-/// Errors:    `Failed`; the log says why. An installer of before stays as it was.
+/// Errors:    `Failed`; the log says why. An installer of before stays as it was. A package that is
+///            another one is removed and its plan is void, so that the next one starts anew.
 class PackagePlacer : public QObject
 {
     Q_OBJECT
@@ -31,8 +31,9 @@ class PackagePlacer : public QObject
 public:
     PackagePlacer(RangeStore &store, const DownloadSystem &system, QObject *parent);
 
-    /// Holds @p lock until the package is in place. It is free in the slots of both signals.
-    void Start(const QString &installerPath, std::shared_ptr<ProcessLock> lock);
+    /// @param md5  of the package, in any case; whatever is no MD5 is compared with nothing
+    /// @param lock is held until the package is in place, and is free in the slots of both signals
+    void Start(const QString &installerPath, const QString &md5, std::shared_ptr<ProcessLock> lock);
     /// Nothing is moved any more; the next plan finds the package complete.
     void Cancel();
     bool IsRunning() const { return m_isRunning; }
@@ -42,7 +43,11 @@ signals:
     void Failed();
 
 private:
-    void Judge(FlushResult result);
+    struct Finding;
+
+    void Judge(const Finding &finding);
+    bool IsPackage(const Finding &finding) const;
+    void Discard();
     void Fail();
     void EndPlaced();
 
@@ -50,6 +55,8 @@ private:
     const DownloadSystem &m_system;
     FileReplacement *m_replacement;
     QString m_installerPath;
+    /// In lower case; empty when there is nothing to compare with.
+    QString m_md5;
     std::shared_ptr<ProcessLock> m_lock;
     bool m_isRunning = false;
     /// Counts the starts, so that a late flush is not taken for a later one.

@@ -5,11 +5,15 @@
 #include "platform/ProcessLock.h"
 #include "tests/support/LaterCalls.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Md5.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
+#include "update/install/PackageEnd.h"
 #include "update/plan/PackageFolder.h"
 #include "update/transfer/RangeStore.h"
+#include "update/transfer/RangeTask.h"
 
+#include <QSemaphore>
 #include <QtTest>
 
 /// A complete full package takes the installer's place, in one step of the system.
@@ -32,6 +36,14 @@ private slots:
     void the_lock_is_free_in_the_slots();
     void the_new_name_is_flushed();
 
+    void a_package_with_the_md5_of_the_manifest_is_placed_data();
+    void a_package_with_the_md5_of_the_manifest_is_placed();
+    void another_package_is_removed_and_its_plan_is_void_data();
+    void another_package_is_removed_and_its_plan_is_void();
+    void a_package_that_is_cancelled_while_it_is_read_is_not_judged();
+    void a_package_that_cannot_be_read_is_kept();
+    void the_end_of_a_package_compares_it_with_the_md5_of_its_task();
+
 private:
     bool IsLockFree() const
     {
@@ -39,7 +51,10 @@ private:
                ProcessLock::Outcome::Taken;
     }
     DownloadSystem &System() { return m_rig->System(); }
-    void Start() { m_placer->Start(m_rig->Installer(), gLockPackages()); }
+    void Start(const QString &md5 = QString())
+    {
+        m_placer->Start(m_rig->Installer(), md5, gLockPackages());
+    }
     bool IsOver() const { return !m_placer->IsRunning() && IsLockFree(); }
     /// Neither file has changed.
     void VerifyUntouched() const
@@ -232,6 +247,104 @@ void tst_PackagePlacer::the_new_name_is_flushed()
     QTRY_COMPARE(m_placed, 1);
     QCOMPARE(folder, m_rig->WorkingFolder());
     QVERIFY(isInPlace);
+}
+
+void tst_PackagePlacer::a_package_with_the_md5_of_the_manifest_is_placed_data()
+{
+    QTest::addColumn<QString>("md5");
+    const QString md5 = gMd5(m_package);
+    QTest::newRow("in_lower_case") << md5;
+    QTest::newRow("in_upper_case") << md5.toUpper();
+    QTest::newRow("none_is_named") << QString();
+    QTest::newRow("too_short_to_be_one") << gMd5("other").left(31);
+    QTest::newRow("too_long_to_be_one") << gMd5("other") + '0';
+    QTest::newRow("with_a_line_feed_behind") << gMd5("other") + '\n';
+    QTest::newRow("with_other_letters") << QString(32, 'g');
+}
+
+void tst_PackagePlacer::a_package_with_the_md5_of_the_manifest_is_placed()
+{
+    QFETCH(QString, md5);
+    Start(md5);
+    QTRY_COMPARE(m_placed, 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_PackagePlacer::another_package_is_removed_and_its_plan_is_void_data()
+{
+    QTest::addColumn<QByteArray>("package");
+    QTest::addColumn<QString>("md5");
+    QByteArray damaged = m_package;
+    damaged[49999] = static_cast<char>(damaged.at(49999) ^ 1);
+    QTest::newRow("one_bit_is_wrong") << damaged << gMd5(m_package);
+    QTest::newRow("the_file_is_shorter") << m_package.left(49999) << gMd5(m_package.left(49999));
+    QTest::newRow("the_file_is_longer") << m_package + 'x' << QString();
+}
+
+void tst_PackagePlacer::another_package_is_removed_and_its_plan_is_void()
+{
+    QFETCH(QByteArray, package);
+    QFETCH(QString, md5);
+    const LogCapture log;
+    QVERIFY(gWriteFile(m_rig->Target(), package));
+    Start(md5);
+    QTRY_COMPARE(m_failed, 1);
+    QCOMPARE(m_placed, 0);
+    QVERIFY(!QFile::exists(m_rig->Target()));
+    QCOMPARE(gReadFile(m_rig->Installer()), QByteArray("of the last version"));
+    QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("0"));
+    QCOMPARE(log.CountContaining(m_rig->Target() + " is another package"), 1);
+    QVERIFY(IsOver());
+}
+
+void tst_PackagePlacer::a_package_that_is_cancelled_while_it_is_read_is_not_judged()
+{
+    // The flush, which runs in front of the reading on the same thread, waits until the window's thread
+    // has gone on.
+    QSemaphore goOn;
+    System().flush = [&goOn](const QString &) {
+        goOn.acquire();
+        return FlushResult::Flushed;
+    };
+    Start(gMd5("other"));
+    // A cancelled package is not judged: nothing is removed.
+    m_placer->Cancel();
+    goOn.release();
+    QVERIFY(gFlushPool()->waitForDone());
+    QCoreApplication::processEvents();
+    VerifyUntouched();
+    QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("50000"));
+    QCOMPARE(m_placed + m_failed, 0);
+}
+
+void tst_PackagePlacer::a_package_that_cannot_be_read_is_kept()
+{
+    const LogCapture log;
+    const QString aside = m_rig->Path("aside");
+    System().flush = [&](const QString &path) {
+        // Stands for a program that denies reading: the file cannot be opened.
+        QFile::rename(path, aside);
+        return FlushResult::Unknown;
+    };
+    Start(gMd5(m_package));
+    QTRY_COMPARE(m_failed, 1);
+    QCOMPARE(log.CountContaining(m_rig->Target() + " cannot be read"), 1);
+    QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("50000"));
+    QVERIFY(IsOver());
+}
+
+void tst_PackagePlacer::the_end_of_a_package_compares_it_with_the_md5_of_its_task()
+{
+    PackageEnd end(*m_store, m_rig->Context(), nullptr);
+    const QSignalSpy failed(&end, &PackageEnd::PlaceFailed);
+    RangeTask task;
+    task.targetPath = m_rig->Target();
+    task.installerPath = m_rig->Installer();
+    task.packageMd5 = gMd5("other");
+    end.Complete(task, gLockPackages());
+    QTRY_COMPARE(failed.count(), 1);
+    QVERIFY(!QFile::exists(m_rig->Target()));
+    QCOMPARE(m_rig->Boxes(), 0);
 }
 
 QTEST_MAIN(tst_PackagePlacer)
