@@ -38,7 +38,8 @@ bool gRunPatchProgram(const QString &program, const QStringList &arguments,
 
 bool gVerify(const QString &newInstaller, const QString &expectedMd5, EventSink &events)
 {
-    if (FileMd5Hex(newInstaller) == expectedMd5) {
+    // A file that is missing has an empty MD5: a manifest without one would match it.
+    if (!expectedMd5.isEmpty() && FileMd5Hex(newInstaller) == expectedMd5) {
         QUILLON_LOG(logFile, logFunction, "End Patch IncreasePackage");
         return true;
     }

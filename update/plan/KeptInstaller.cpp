@@ -29,7 +29,8 @@ QString gFindKeptInstaller(const QString &folder, const QString &currentVersion,
         QUILLON_LOG(logFile, logFunction,
                     "local oldpackage md5:%s; update response oldpackage md5:%s",
                     md5.toStdString().c_str(), expectedMd5.toStdString().c_str());
-        if (md5 == expectedMd5) {
+        // A file that cannot be read has an empty MD5: a manifest without one would match it.
+        if (!expectedMd5.isEmpty() && md5 == expectedMd5) {
             return path;
         }
         QUILLON_LOG(logFile, logFunction, "Match old version md5 failed");

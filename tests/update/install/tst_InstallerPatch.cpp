@@ -38,6 +38,8 @@ private slots:
     void an_upper_case_md5_never_matches();
     void a_wrong_result_is_reported_twice_and_left_on_disk();
     void a_program_that_makes_nothing_is_a_wrong_result();
+    void a_manifest_without_an_md5_matches_nothing_data();
+    void a_manifest_without_an_md5_matches_nothing();
     void a_crash_is_reported_once_though_the_result_is_right();
     void a_program_that_takes_too_long_is_ended();
     void a_program_that_cannot_be_started_is_reported();
@@ -222,6 +224,25 @@ void tst_InstallerPatch::a_program_that_makes_nothing_is_a_wrong_result()
 {
     const PatchProgram program("exit\t0");
     QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    const QStringList lines{startLine, mismatchLine, failedLine};
+    QCOMPARE(Log(), lines);
+    const QList<int> reports{-2, -3};
+    QCOMPARE(Reports(), reports);
+}
+
+void tst_InstallerPatch::a_manifest_without_an_md5_matches_nothing_data()
+{
+    QTest::addColumn<QByteArray>("orders");
+    QTest::newRow("and_a_program_made_a_file") << copyPatch;
+    QTest::newRow("and_a_program_made_nothing") << QByteArray("exit\t0");
+}
+
+void tst_InstallerPatch::a_manifest_without_an_md5_matches_nothing()
+{
+    QFETCH(QByteArray, orders);
+    const PatchProgram program(orders);
+    QVERIFY(!Apply(QString()));
     VerifyUntouched();
     const QStringList lines{startLine, mismatchLine, failedLine};
     QCOMPARE(Log(), lines);

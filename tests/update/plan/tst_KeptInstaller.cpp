@@ -39,6 +39,7 @@ private slots:
     void the_md5_never_matches();
     void a_file_that_cannot_be_opened_has_no_version();
     void a_file_that_cannot_be_opened_has_an_empty_md5_that_is_reported();
+    void a_file_that_cannot_be_opened_does_not_match_an_empty_md5();
 
 private:
     QString Folder() const { return m_rig->WorkingFolder(); }
@@ -318,6 +319,16 @@ void tst_KeptInstaller::a_file_that_cannot_be_opened_has_an_empty_md5_that_is_re
     const QStringList expected{gVersionLine("", ""), gMd5Line("", gMd5("")), failedLine};
     QCOMPARE(Log(), expected);
     QCOMPARE(m_log->CountContaining("file open error."), 1);
+    QCOMPARE(Reports(), QList<int>{-4});
+}
+
+void tst_KeptInstaller::a_file_that_cannot_be_opened_does_not_match_an_empty_md5()
+{
+    if (!gLinkUnreadableFile(Folder())) {
+        QSKIP("This system has no file that the superuser cannot read.");
+    }
+    QVERIFY(gFindKeptInstaller(Folder(), "", "", gProcessReports()).isEmpty());
+    QCOMPARE(Log().count(failedLine), 1);
     QCOMPARE(Reports(), QList<int>{-4});
 }
 
