@@ -16,7 +16,8 @@ QString gFindKeptInstaller(const QString &folder, const QString &currentVersion,
     constexpr char logFile[] = "LiveUpdateMgr";
     constexpr char logFunction[] = "LiveUpdateMgr::UpdateNow";
 
-    const QFileInfoList files = QDir(folder).entryInfoList(QDir::Files, QDir::Unsorted);
+    const QFileInfoList files =
+        QDir(folder).entryInfoList(QDir::Files | QDir::Hidden, QDir::Unsorted);
     for (const QFileInfo &file : files) {
         const QString path = file.absoluteFilePath();
         const QString version = FileVersionString(path);
