@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: MIT
+
+#include "platform/FileName.h"
+
+FileNameRules gFileNameRules()
+{
+    return FileNameRules::Unix;
+}
