@@ -12,6 +12,7 @@
 #include "update/install/PostponedInstaller.h"
 #include "update/PackageDownload.h"
 #include "update/plan/PackageChoice.h"
+#include "update/plan/PackageNames.h"
 #include "update/plan/PackageOffer.h"
 #include "update/plan/PackageSizeProbe.h"
 #include "update/UpdateCommon/HintDisplay.h"
@@ -178,6 +179,13 @@ void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePat
     const Alive alive(this);
     m_pages->ShowProgressPage();
     if (alive == nullptr) {
+        return;
+    }
+    const QString refusal = gNameRefusal(target);
+    if (!refusal.isEmpty()) {
+        QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::StartDownload",
+                    "the package is not downloaded, %s", refusal.toStdString().c_str());
+        m_pages->ShowPlanFailure();
         return;
     }
     const qint64 total = QueryPackageSize(target.url);

@@ -37,6 +37,11 @@ private slots:
     void without_a_shared_folder_the_full_package_is_taken_silently_data();
     void without_a_shared_folder_the_full_package_is_taken_silently();
 
+    void a_patch_whose_name_is_taken_is_not_asked_for_data();
+    void a_patch_whose_name_is_taken_is_not_asked_for();
+    void an_installer_whose_name_no_file_can_have_is_not_asked_for_data();
+    void an_installer_whose_name_no_file_can_have_is_not_asked_for();
+
     void reports_carry_full_once_a_download_is_planned_data();
     void reports_carry_full_once_a_download_is_planned();
     void every_failing_range_is_reported();
@@ -257,6 +262,50 @@ void tst_LiveUpdateMgr_Select::without_a_shared_folder_the_full_package_is_taken
     m_rig->Manager().UpdateNow();
     QCOMPARE(Planned(), QByteArrayList{fullPath});
     QCOMPARE(Log(), QStringList{fullLine});
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Select::a_patch_whose_name_is_taken_is_not_asked_for_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("by_the_kept_installer") << "Corvina9";
+    QTest::newRow("by_what_the_patch_makes") << "Corvina9.patch";
+    QTest::newRow("by_the_lock") << "Corvina9(x64).lock";
+    QTest::newRow("by_the_folder_above") << "..";
+}
+
+void tst_LiveUpdateMgr_Select::a_patch_whose_name_is_taken_is_not_asked_for()
+{
+    QFETCH(QString, name);
+    Keep("Corvina9", gInstallerBytes());
+    m_rig->Offer("/files/setup.exe",
+                 Elements(gMd5(gInstallerBytes())).replace("increase.patch", name));
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(Planned(), QByteArrayList{fullPath});
+    QCOMPARE(m_log->CountContaining("the incremental package is not taken, "), 1);
+    QVERIFY(!Log().contains(increaseLine));
+    QCOMPARE(Log().last(), fullLine);
+    QVERIFY(Reports().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Select::an_installer_whose_name_no_file_can_have_is_not_asked_for_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::newRow("none") << "/files/";
+    QTest::newRow("the_folder_above") << "/files/..";
+    QTest::newRow("the_file_that_is_downloaded_into") << "/files/Corvina9(x64).tmp";
+}
+
+void tst_LiveUpdateMgr_Select::an_installer_whose_name_no_file_can_have_is_not_asked_for()
+{
+    QFETCH(QString, address);
+    m_rig->Offer(address);
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
+    QCOMPARE(m_rig->Pages().last(), QStringLiteral("hint"));
+    QCOMPARE(m_log->CountContaining("the package is not downloaded, "), 1);
+    QVERIFY(m_rig->Server().Requests().isEmpty());
+    QVERIFY(!QFile::exists(m_rig->StateFile()));
     QVERIFY(Reports().isEmpty());
 }
 

@@ -8,17 +8,12 @@
 
 #include <QFile>
 
-#include <algorithm>
-
 namespace
 {
-/// Everything behind the last slash of a package's address. A backslash separates folders on Windows:
-/// a manifest must not choose the folder that its package is written to.
+/// Everything behind the last slash of a package's address.
 QString gLastComponent(const QString &url)
 {
-    const int slash =
-        std::max(url.lastIndexOf(QLatin1Char('/')), url.lastIndexOf(QLatin1Char('\\')));
-    return url.mid(slash + 1);
+    return url.mid(url.lastIndexOf(QLatin1Char('/')) + 1);
 }
 } // namespace
 

@@ -22,7 +22,9 @@ struct DownloadTarget {
     QString version;
 };
 
-/// The full or the incremental package of @p offer, in the folder of `gPackageFolder()`.
+/// The full or the incremental package of @p offer, in the folder of `gPackageFolder()`, under the name
+/// that stands behind the last slash of its address. Whether a file can have that name is another
+/// question, see `gNameRefusal`.
 DownloadTarget gDownloadTarget(const PackageOffer &offer, bool incremental);
 
 /// The MD5 that tells the package of @p target from others, in lower case: its own, or that of what an

@@ -7,21 +7,13 @@
 #include "update/plan/DownloadTarget.h"
 #include "update/plan/KeptInstaller.h"
 #include "update/plan/PackageFolder.h"
+#include "update/plan/PackageNames.h"
 #include "update/plan/PackageOffer.h"
-
-#include <QFileInfo>
 
 namespace
 {
 constexpr char logFile[] = "LiveUpdateMgr";
 constexpr char logFunction[] = "LiveUpdateMgr::UpdateNow";
-
-/// Whether the incremental package would be downloaded over the installer that it applies to: the
-/// manifest chooses its file name.
-bool gOverwritesKeptInstaller(const PackageOffer &offer, const QString &keptInstaller)
-{
-    return QFileInfo(gDownloadTarget(offer, true).path) == QFileInfo(keptInstaller);
-}
 } // namespace
 
 PackageChoice gChoosePackage(const PackageOffer &offer, const QString &currentVersion,
@@ -40,9 +32,10 @@ PackageChoice gChoosePackage(const PackageOffer &offer, const QString &currentVe
     if (kept.isEmpty()) {
         return {};
     }
-    if (gOverwritesKeptInstaller(offer, kept)) {
-        QUILLON_LOG(logFile, logFunction,
-                    "the incremental package has the name of the kept installer and is not taken");
+    const QString refusal = gNameRefusal(gDownloadTarget(offer, true), kept);
+    if (!refusal.isEmpty()) {
+        QUILLON_LOG(logFile, logFunction, "the incremental package is not taken, %s",
+                    refusal.toStdString().c_str());
         return {};
     }
     QUILLON_LOG(logFile, logFunction, "Start Download IncreasePackage");

@@ -27,13 +27,18 @@ QString gPackageFolder()
     return shared.isEmpty() ? QCoreApplication::applicationDirPath() : shared;
 }
 
+QString gPackageLockFile()
+{
+    return gPackageFolder() + QStringLiteral("/Corvina9(x64).lock");
+}
+
 std::shared_ptr<ProcessLock> gLockPackages()
 {
     constexpr char file[] = "LiveUpdateMgr";
     constexpr char function[] = "LiveUpdateMgr::StartDownload";
 
     auto lock = std::make_shared<ProcessLock>();
-    const QString path = gPackageFolder() + QStringLiteral("/Corvina9(x64).lock");
+    const QString path = gPackageLockFile();
     switch (lock->TryLock(path)) {
     case ProcessLock::Outcome::Taken:
         break;

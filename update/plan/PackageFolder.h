@@ -16,6 +16,9 @@ QString gSharedPackageFolder();
 /// The shared folder, or the application's own when there is none.
 QString gPackageFolder();
 
+/// The file that `gLockPackages` locks.
+QString gPackageLockFile();
+
 /// One download at a time in `gPackageFolder()`, for all processes that share it.
 /// @return the lock; null while another download holds it. Where the folder cannot be locked, a lock
 ///         without effect is returned, and that is logged.
