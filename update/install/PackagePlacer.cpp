@@ -12,7 +12,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <utility>
 
@@ -24,8 +23,7 @@ constexpr char logFunction[] = "DownloadMgr::_DownloadFinished";
 /// @p text in lower case if it is an MD5; empty otherwise.
 QString gMd5Of(const QString &text)
 {
-    static const QRegularExpression md5(QStringLiteral("\\A[0-9A-Fa-f]{32}\\z"));
-    return md5.match(text).hasMatch() ? text.toLower() : QString();
+    return gIsMd5(text) ? text.toLower() : QString();
 }
 } // namespace
 
@@ -133,6 +131,7 @@ void PackagePlacer::Fail()
 void PackagePlacer::EndPlaced()
 {
     m_system.flushFolder(QFileInfo(m_installerPath).path());
+    m_store.ForgetTarget();
     Cancel();
     emit Placed();
 }
