@@ -3,6 +3,7 @@
 #include "update/plan/DownloadTarget.h"
 
 #include "api/Log.h"
+#include "platform/SparseFile.h"
 #include "update/plan/PackageFolder.h"
 #include "update/plan/PackageOffer.h"
 
@@ -51,6 +52,9 @@ bool gCreateEmptyFile(const QString &path, qint64 size)
 
     QFile target(path);
     const bool isOpen = target.open(QIODevice::WriteOnly | QIODevice::Truncate);
+    if (isOpen) {
+        gMakeSparse(path); // where it fails, the file is only slower
+    }
     if (!isOpen || !target.resize(size)) {
         QUILLON_LOG(file, function, "Create file Filed!");
         QUILLON_LOG(file, function, "disk failure, file path = %s, %s", path.toStdString().c_str(),

@@ -2,6 +2,8 @@
 
 #include "update/plan/DownloadTarget.h"
 
+#include "tests/support/OccupiedBytes.h"
+#include "tests/support/TestFiles.h"
 #include "tests/update/UpdateRig.h"
 #include "update/plan/PackageOffer.h"
 
@@ -17,6 +19,7 @@ private slots:
     void the_installer_gets_the_last_part_of_the_address();
     void a_full_package_has_a_file_of_its_own();
     void an_incremental_package_keeps_its_name();
+    void an_empty_file_has_its_size_and_takes_no_room();
 };
 
 void tst_DownloadTarget::the_installer_gets_the_last_part_of_the_address_data()
@@ -70,6 +73,25 @@ void tst_DownloadTarget::an_incremental_package_keeps_its_name()
     QCOMPARE(target.installerPath, rig.WorkingFolder() + "/setup.exe");
     QCOMPARE(target.expectedMd5, QStringLiteral("0123"));
     QVERIFY(target.isIncremental);
+}
+
+void tst_DownloadTarget::an_empty_file_has_its_size_and_takes_no_room()
+{
+    constexpr qint64 mebibyte = 1 << 20;
+    const UpdateRig rig;
+    QVERIFY(gWriteFile(rig.Target(), "an older file"));
+    gCreateEmptyFile(rig.Target(), 512 * mebibyte);
+    QCOMPARE(QFileInfo(rig.Target()).size(), 512 * mebibyte);
+    QVERIFY(gOccupiedBytes(rig.Target()) < mebibyte);
+
+    // The first write of the last range does not fill what is in front of it.
+    QFile target(rig.Target());
+    QVERIFY(target.open(QIODevice::ReadWrite));
+    QVERIFY(target.seek(512 * mebibyte - 1));
+    QCOMPARE(target.write("x"), qint64{1});
+    target.close();
+    QCOMPARE(QFileInfo(rig.Target()).size(), 512 * mebibyte);
+    QVERIFY(gOccupiedBytes(rig.Target()) < mebibyte);
 }
 
 QTEST_MAIN(tst_DownloadTarget)
