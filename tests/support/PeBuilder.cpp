@@ -6,7 +6,6 @@
 
 namespace
 {
-
 constexpr int peOffset = 0x80;
 constexpr int codeOffset = 0x400;
 constexpr quint32 codeAddress = 0x1000;
@@ -64,13 +63,12 @@ QByteArray gNode(const QString &key, bool text, const QByteArray &value, const Q
 {
     Bytes behindLength;
     behindLength.Word(text ? value.size() / 2 : value.size()).Word(text ? 1 : 0).Text(key);
-    const int lengthSize = 2;
     Bytes node;
     node.Word(0).Raw(behindLength.Data()).Align(4).Raw(value);
     if (!children.isEmpty()) {
         node.Align(4).Raw(children);
     }
-    return Bytes().Word(node.Size()).Raw(node.Data().mid(lengthSize)).Data();
+    return Bytes().Word(node.Size()).Raw(node.Data().mid(2)).Data();
 }
 
 QByteArray gAligned(const QByteArray &node)
@@ -97,7 +95,6 @@ QByteArray gSectionHeader(const QByteArray &name, int size, quint32 address, int
     header.Long(rawSize).Long(static_cast<quint32>(fileOffset));
     return header.PadTo(36).Long(0x40000040).Data();
 }
-
 } // namespace
 
 PeBuilder PeBuilder::WithFileVersion(const QString &fileVersion)
@@ -143,6 +140,12 @@ PeBuilder &PeBuilder::PutTranslationsFirst()
     return *this;
 }
 
+PeBuilder &PeBuilder::AddLanguage(quint16 language, const PeBuilder &other)
+{
+    m_languages.append({language, other.VersionInfo()});
+    return *this;
+}
+
 PeBuilder &PeBuilder::LeaveOutVersionResource()
 {
     m_versionResource = false;
@@ -170,7 +173,7 @@ int PeBuilder::VersionInfoOffset() const
 
 int PeBuilder::VersionInfoEnd() const
 {
-    return VersionInfoOffset() + VersionInfo().size();
+    return VersionInfoOffset() + VersionResources().first().second.size();
 }
 
 QByteArray PeBuilder::Headers(int resourceSize) const
@@ -200,19 +203,23 @@ QByteArray PeBuilder::OptionalHeader(int resourceSize) const
 
 QByteArray PeBuilder::ResourceSection() const
 {
-    return ResourceTree() + (m_versionResource ? VersionInfo() : QByteArray());
+    QByteArray section = ResourceTree();
+    for (const auto &resource : VersionResources()) {
+        section += resource.second;
+    }
+    return section;
 }
 
 QByteArray PeBuilder::ResourceTree() const
 {
     // Type, name and language have a directory each; the icon comes first, as its number is lower.
-    const quint32 types = m_versionResource ? 2 : 1;
     const quint32 oneEntry = 16 + 8;
-    const quint32 iconNames = 16 + types * 8;
+    const quint32 iconNames = m_versionResource ? 16 + 2 * 8 : oneEntry;
     const quint32 iconEntry = iconNames + 2 * oneEntry;
     const quint32 versionNames = iconEntry + 16;
-    const quint32 versionEntry = versionNames + 2 * oneEntry;
-    const quint32 end = m_versionResource ? versionEntry + 16 : versionNames;
+    const QList<QPair<quint16, QByteArray>> versions = VersionResources();
+    const auto languages = static_cast<quint32>(versions.size());
+    const quint32 versionEntry = versionNames + oneEntry + 16 + languages * 8;
 
     QList<QPair<quint32, quint32>> root{{iconType, subdirectory | iconNames}};
     if (m_versionResource) {
@@ -225,11 +232,26 @@ QByteArray PeBuilder::ResourceTree() const
     tree.Long(resourceAddress).Long(16).Long(0).Long(0);
     if (m_versionResource) {
         tree.Raw(gDirectory({{1, subdirectory | (versionNames + oneEntry)}}));
-        tree.Raw(gDirectory({{0x409, versionEntry}}));
-        tree.Long(resourceAddress + end).Long(static_cast<quint32>(VersionInfo().size()));
-        tree.Long(0).Long(0);
+        QList<QPair<quint32, quint32>> directory;
+        Bytes entries;
+        quint32 address = resourceAddress + versionEntry + languages * 16;
+        for (const auto &version : versions) {
+            const auto size = static_cast<quint32>(version.second.size());
+            directory.append({version.first, versionEntry + static_cast<quint32>(entries.Size())});
+            entries.Long(address).Long(size).Long(0).Long(0);
+            address += size;
+        }
+        tree.Raw(gDirectory(directory)).Raw(entries.Data());
     }
     return tree.Data();
+}
+
+QList<QPair<quint16, QByteArray>> PeBuilder::VersionResources() const
+{
+    if (!m_versionResource || !m_languages.isEmpty()) {
+        return m_languages;
+    }
+    return {{0x409, VersionInfo()}};
 }
 
 QByteArray PeBuilder::VersionInfo() const

@@ -32,12 +32,15 @@ public:
     /// The four numbers of the binary part; no text is made from them.
     PeBuilder &SetFixedVersion(quint16 major, quint16 minor, quint16 build, quint16 revision);
     PeBuilder &PutTranslationsFirst();
+    /// Appends the version resource of @p other as that of @p language; the builder's own one, which
+    /// is of US English, is left out then.
+    PeBuilder &AddLanguage(quint16 language, const PeBuilder &other);
     PeBuilder &LeaveOutVersionResource();
     PeBuilder &LeaveOutResources();
 
     QByteArray Build() const;
 
-    /// Where the pieces lie in what `Build` returns.
+    /// Where the pieces lie in what `Build` returns; of several version resources the first one.
     static constexpr int resourceDirectory = 0x600;
     int VersionInfoOffset() const;
     int VersionInfoEnd() const;
@@ -52,6 +55,7 @@ private:
     QByteArray OptionalHeader(int resourceSize) const;
     QByteArray ResourceSection() const;
     QByteArray ResourceTree() const;
+    QList<QPair<quint16, QByteArray>> VersionResources() const;
     QByteArray VersionInfo() const;
     QByteArray StringFileInfo() const;
     QByteArray VarFileInfo() const;
@@ -60,6 +64,7 @@ private:
     Format m_format = Format::Pe32Plus;
     QList<QPair<quint16, quint16>> m_translations;
     QList<Table> m_tables;
+    QList<QPair<quint16, QByteArray>> m_languages;
     QList<quint16> m_fixedVersion = {1, 2, 3, 4};
     bool m_translationsFirst = false;
     bool m_versionResource = true;
