@@ -3,14 +3,14 @@
 #include "platform/SparseFile.h"
 
 #include "tests/support/OccupiedBytes.h"
+#include "tests/support/SystemTraits.h"
 #include "tests/support/TestFiles.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
 
-/// A file that takes no room for what was not written. Wine accepts the call of Windows without an
-/// effect; there the tests show that the system gets it.
+/// A file that takes no room for what was not written.
 class tst_SparseFile : public QObject
 {
     Q_OBJECT
@@ -29,6 +29,9 @@ void tst_SparseFile::a_file_that_is_open_for_writing_can_be_made_sparse()
     QFile file(m_folder.filePath("sparse ß"));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(gMakeSparse(file.fileName()));
+    if (!gMakesSparseFiles()) {
+        QSKIP("this system accepts the call without an effect");
+    }
     QVERIFY(file.resize(512 * mebibyte));
     QVERIFY(file.seek(512 * mebibyte - 1));
     QCOMPARE(file.write("x"), qint64{1});

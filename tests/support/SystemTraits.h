@@ -10,3 +10,7 @@ bool gTellsOfEarlyResets();
 
 /// A file that is open can be removed.
 bool gRemovesOpenFiles();
+
+/// A sparse file takes less room than its size, and the system says so. Windows does; Wine accepts
+/// the call and makes none.
+bool gMakesSparseFiles();

@@ -11,3 +11,8 @@ bool gRemovesOpenFiles()
 {
     return true;
 }
+
+bool gMakesSparseFiles()
+{
+    return true;
+}

@@ -2,6 +2,8 @@
 
 #include "tests/support/SystemTraits.h"
 
+#include <windows.h>
+
 bool gTellsOfEarlyResets()
 {
     return false;
@@ -10,4 +12,9 @@ bool gTellsOfEarlyResets()
 bool gRemovesOpenFiles()
 {
     return false;
+}
+
+bool gMakesSparseFiles()
+{
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr;
 }
