@@ -11,7 +11,8 @@
 /// version: Windows takes the one in the user's language. tst_FileVersionNsis expects the same
 /// results for real installers on every system.
 ///
-/// A file that is no PE file may carry its version as a line "FileVersion=..." within its first
-/// 4096 bytes, optionally behind "#" or "//". Empty when the file has neither, is damaged or cannot
-/// be read.
+/// Elsewhere than on Windows, where installers may be scripts, a file that is no PE file may carry
+/// its version as a line "FileVersion=..." within its first 4096 bytes, optionally behind "#" or
+/// "//". On Windows such a file has no version. Empty when the file has none, is damaged or cannot be
+/// read.
 QString FileVersionString(const QString &path);

@@ -3,7 +3,6 @@
 #include "platform/FileVersion.h"
 
 #include "platform/PeVersionResource.h"
-#include "platform/VersionLine.h"
 
 #include <QDir>
 #include <QFile>
@@ -84,15 +83,10 @@ QString gFileVersion(const QString &path)
 
 QString FileVersionString(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return QStringLiteral("");
-    }
-    if (!gIsPortableExecutable(file)) {
-        return gVersionLine(file);
-    }
     // On a damaged file the system follows offsets out of the data and crashes the process, and any
     // user may put a file into the shared folder. So the system reads only what `gPeFileVersion`
     // has found undamaged.
-    return gPeFileVersion(file).isEmpty() ? QStringLiteral("") : gFileVersion(path);
+    QFile file(path);
+    const bool hasVersion = file.open(QIODevice::ReadOnly) && !gPeFileVersion(file).isEmpty();
+    return hasVersion ? gFileVersion(path) : QStringLiteral("");
 }

@@ -4,6 +4,7 @@
 #include "platform/PeVersionResource.h"
 
 #include "tests/support/PeBuilder.h"
+#include "tests/support/SystemTraits.h"
 #include "tests/support/TestFiles.h"
 
 #include <QBuffer>
@@ -199,7 +200,8 @@ void tst_FileVersion::a_line_names_the_version_of_a_file_that_is_no_executable_d
 void tst_FileVersion::a_line_names_the_version_of_a_file_that_is_no_executable()
 {
     QFETCH(QByteArray, content);
-    QTEST(FileVersionString(Write(content)), "text");
+    QFETCH(QString, text);
+    QCOMPARE(FileVersionString(Write(content)), gHasVersionLines() ? text : QString());
 }
 
 void tst_FileVersion::a_missing_file_and_a_directory_have_no_version()

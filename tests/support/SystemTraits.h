@@ -11,6 +11,9 @@ bool gTellsOfEarlyResets();
 /// A file that is open can be removed.
 bool gRemovesOpenFiles();
 
+/// A file that is no executable may carry its version as a line of text.
+bool gHasVersionLines();
+
 /// A sparse file takes less room than its size, and the system says so. Windows does; Wine accepts
 /// the call and makes none.
 bool gMakesSparseFiles();

@@ -12,6 +12,11 @@ bool gRemovesOpenFiles()
     return true;
 }
 
+bool gHasVersionLines()
+{
+    return true;
+}
+
 bool gMakesSparseFiles()
 {
     return true;

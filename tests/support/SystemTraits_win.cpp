@@ -14,6 +14,11 @@ bool gRemovesOpenFiles()
     return false;
 }
 
+bool gHasVersionLines()
+{
+    return false;
+}
+
 bool gMakesSparseFiles()
 {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr;

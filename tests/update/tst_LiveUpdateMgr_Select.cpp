@@ -4,6 +4,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/Md5.h"
 #include "tests/support/PatchProgram.h"
+#include "tests/support/PeBuilder.h"
 #include "tests/support/StatisticsServer.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
@@ -92,7 +93,7 @@ static const QString fullLine = "Start Download FullPackage";
 
 static QByteArray gInstallerBytes(quint64 seed = 1)
 {
-    return "#!/bin/sh\n#FileVersion=9.1.0.0\nexit 0\n" + gTestBytes(2000, seed);
+    return PeBuilder::WithFileVersion("9.1.0.0").Build() + gTestBytes(2000, seed);
 }
 
 static QString gMd5Line(const QString &local, const QString &expected)
@@ -192,7 +193,7 @@ void tst_LiveUpdateMgr_Select::the_folder_is_created_when_it_is_missing()
 
 void tst_LiveUpdateMgr_Select::without_a_candidate_the_full_package_is_taken()
 {
-    Keep("Corvina8", "#FileVersion=9.0.0.0\n");
+    Keep("Corvina8", PeBuilder::WithFileVersion("9.0.0.0").Build());
     Offer(gMd5(gInstallerBytes()));
     m_rig->Manager().UpdateNow();
     QCOMPARE(Planned(), QByteArrayList{fullPath});
