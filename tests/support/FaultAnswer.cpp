@@ -164,6 +164,11 @@ FaultAnswer FaultAnswer::StallAfter(qint64 bytes) const
     return EndingAfter(bytes, FaultStep::Kind::Hold);
 }
 
+FaultAnswer FaultAnswer::SpoilAfter(qint64 bytes) const
+{
+    return EndingAfter(bytes, FaultStep::Kind::Spoil);
+}
+
 FaultAnswer FaultAnswer::EndingAfter(qint64 bytes, FaultStep::Kind kind) const
 {
     return With(&FaultAnswer::m_endAfter, bytes).With(&FaultAnswer::m_end, kind);

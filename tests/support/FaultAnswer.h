@@ -75,6 +75,8 @@ public:
     FaultAnswer CutAfter(qint64 bytes) const;
     FaultAnswer ResetAfter(qint64 bytes) const;
     FaultAnswer StallAfter(qint64 bytes) const;
+    /// After so many bytes of the body what an encrypted server sends cannot be decrypted any more.
+    FaultAnswer SpoilAfter(qint64 bytes) const;
     /// Further bytes follow the body until the client closes the connection.
     FaultAnswer Endless() const;
 

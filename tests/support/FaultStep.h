@@ -12,7 +12,9 @@ struct FaultStep {
         /// The connection stays open, and nothing more is ever sent or read.
         Hold,
         Close,
-        Reset
+        Reset,
+        /// Bytes that are no part of the encrypted connection follow, and then nothing more.
+        Spoil
     };
 
     Kind kind = Kind::Send;

@@ -70,6 +70,9 @@ void HttpConnection::Play()
     case FaultStep::Kind::Reset:
         gResetConnection(*m_socket);
         return;
+    case FaultStep::Kind::Spoil:
+        Spoil();
+        return;
     }
 }
 
@@ -98,6 +101,15 @@ void HttpConnection::SendPiece()
         Play();
     } else {
         PlayAfter(pauseMs);
+    }
+}
+
+void HttpConnection::Spoil()
+{
+    m_socket->flush();
+    // An encrypted socket sends through a plain one, which is its child.
+    if (auto *const plain = m_socket->findChild<QTcpSocket *>()) {
+        plain->write("not a record of TLS");
     }
 }
 

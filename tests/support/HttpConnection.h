@@ -31,6 +31,7 @@ private:
     /// Does the next step of the answer.
     void Play();
     void SendPiece();
+    void Spoil();
     void PlayAfter(int ms);
 
     QTcpSocket *m_socket;

@@ -84,6 +84,24 @@ void HttpServer::ForgetRequests()
     m_requests.clear();
 }
 
+void HttpServer::StopListening()
+{
+    QMetaObject::invokeMethod(
+        m_listener, [this] { m_listener->close(); }, Qt::BlockingQueuedConnection);
+}
+
+void HttpServer::ListenAgain()
+{
+    QMetaObject::invokeMethod(
+        m_listener,
+        [this] {
+            if (!m_listener->listen(QHostAddress::LocalHost, m_port)) {
+                qFatal("The test server has lost its port.");
+            }
+        },
+        Qt::BlockingQueuedConnection);
+}
+
 QList<FaultStep> HttpServer::Receive(const HttpRequest &request)
 {
     const QMutexLocker lock(&m_mutex);

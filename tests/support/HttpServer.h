@@ -52,6 +52,11 @@ public:
     QList<HttpRequest> Requests(const QByteArray &method = QByteArray()) const;
     void ForgetRequests();
 
+    /// From now on connections are refused. Those that are open go on.
+    void StopListening();
+    /// Accepts connections again, under the same address.
+    void ListenAgain();
+
     int OpenConnections() const { return m_openConnections; }
     /// All connections so far, those that brought no request included.
     int Connections() const { return m_connections; }

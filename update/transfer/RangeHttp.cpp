@@ -64,11 +64,28 @@ bool gIsSilent(QNetworkReply::NetworkError code)
            code == QNetworkReply::RemoteHostClosedError;
 }
 
-bool gIsUnreachable(QNetworkReply::NetworkError code)
+bool gIsAnswered(const QNetworkReply &reply)
 {
-    return code == QNetworkReply::ConnectionRefusedError ||
-           code == QNetworkReply::HostNotFoundError || code == QNetworkReply::TimeoutError ||
-           code == QNetworkReply::TemporaryNetworkFailureError ||
-           code == QNetworkReply::NetworkSessionFailedError ||
-           code == QNetworkReply::UnknownNetworkError;
+    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
+}
+
+bool gIsConnectionError(QNetworkReply::NetworkError code)
+{
+    // The network layer's codes are many; all others are answers, or would come again.
+    switch (static_cast<int>(code)) {
+    case QNetworkReply::ConnectionRefusedError:
+    case QNetworkReply::HostNotFoundError:
+    case QNetworkReply::TimeoutError:
+    case QNetworkReply::TemporaryNetworkFailureError:
+    case QNetworkReply::NetworkSessionFailedError:
+    case QNetworkReply::ProxyConnectionRefusedError:
+    case QNetworkReply::ProxyConnectionClosedError:
+    case QNetworkReply::ProxyNotFoundError:
+    case QNetworkReply::ProxyTimeoutError:
+    // "Network unreachable" and a failed read of an encrypted connection, among others.
+    case QNetworkReply::UnknownNetworkError:
+        return true;
+    default:
+        return false;
+    }
 }

@@ -33,6 +33,9 @@ bool gIsPackageType(const QString &contentType);
 /// was cut and the rest is asked for again.
 bool gIsSilent(QNetworkReply::NetworkError code);
 
-/// The server cannot be reached, as opposed to an error that it answers with. Behind a cut this is
-/// part of the cut: a network that went away takes a while to come back.
-bool gIsUnreachable(QNetworkReply::NetworkError code);
+/// A server or a proxy has begun to answer.
+bool gIsAnswered(const QNetworkReply &reply);
+
+/// The connection has failed, as opposed to an error that a server or a proxy answers with. Where the
+/// server answered before, this is part of a cut: a network that went away takes a while to come back.
+bool gIsConnectionError(QNetworkReply::NetworkError code);

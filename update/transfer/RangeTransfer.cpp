@@ -87,7 +87,7 @@ RangeTransfer::Received RangeTransfer::Receive(const char *function)
     const QNetworkReply::NetworkError code = reply->error();
     if (code != QNetworkReply::NoError) {
         QUILLON_LOG(logFile, function, "Download Filed  error code %d", static_cast<int>(code));
-        return {0, gIsSilent(code) ? nullptr : FailureText::downloadFailed};
+        return {0, gIsSilent(code) || IsCut(code) ? nullptr : FailureText::downloadFailed};
     }
     switch (m_filter.Filter(reply, function)) {
     case AnswerFilter::Outcome::Ignore:
@@ -147,5 +147,11 @@ bool RangeTransfer::HasPackage() const
 
 bool RangeTransfer::IsCut(QNetworkReply::NetworkError code) const
 {
-    return (m_requester->Watch().IsBehindCut() && gIsUnreachable(code)) || m_mode->IsLateCut(code);
+    if (m_mode->IsLateCut(code) || code == QNetworkReply::ProxyConnectionClosedError) {
+        return true;
+    }
+    const QNetworkReply *const reply = m_requester->Reply();
+    const bool isReachable =
+        m_requester->Watch().IsAskingAgain() || (reply != nullptr && gIsAnswered(*reply));
+    return isReachable && gIsConnectionError(code);
 }

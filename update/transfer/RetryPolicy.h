@@ -21,8 +21,8 @@ public:
     /// Nothing arrived for the time of the watchdog. @return whether to ask again.
     bool Stalled();
 
-    /// A connection was cut and no byte has arrived since.
-    bool IsAskingAgain() const { return m_cuts > 0; }
+    /// The range was asked for again, and no byte has arrived since.
+    bool IsAskingAgain() const { return m_cuts > 0 || m_stalls > 0; }
 
 private:
     int m_cuts = 0;

@@ -36,8 +36,8 @@ public:
     /// Nothing is waited for any more.
     void Stop();
 
-    /// Whether the request at hand follows a cut, with no byte since.
-    bool IsBehindCut() const { return m_retries.IsAskingAgain(); }
+    /// Whether the request at hand follows a cut or a stall, with no byte since.
+    bool IsAskingAgain() const { return m_retries.IsAskingAgain(); }
 
 signals:
     void AskAgain();

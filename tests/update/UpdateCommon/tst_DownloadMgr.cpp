@@ -380,6 +380,8 @@ void tst_DownloadMgr::a_refused_connection_is_told_once()
     QCOMPARE(log.Count("UpdateCommon", "DownloadMgr::ReplyError",
                        "Failed to download the update errcode = 1  1"),
              1);
+    // Nothing has answered before, so the address may be wrong; the user is told at once.
+    QCOMPARE(m_later.Seconds(), QList<int>());
 }
 
 void tst_DownloadMgr::a_target_that_cannot_be_opened_is_told_once_and_the_request_is_made()

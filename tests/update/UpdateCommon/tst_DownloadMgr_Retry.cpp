@@ -26,6 +26,7 @@ private slots:
     void a_byte_starts_the_waits_anew();
     void a_short_body_is_asked_for_again();
     void a_server_that_is_away_for_a_while_is_asked_again();
+    void a_server_that_is_away_behind_a_stall_is_asked_again();
     void a_stopped_range_is_not_asked_for_again();
     void a_redirected_package_that_is_cut_is_fetched_whole_again();
     void a_redirected_package_that_is_always_cut_is_given_up();
@@ -198,6 +199,28 @@ void tst_DownloadMgr_Retry::a_server_that_is_away_for_a_while_is_asked_again()
     QTRY_COMPARE(Errors(), 1);
     const QList<int> expected{1, 2, 4, 8, 16};
     QCOMPARE(m_later.Seconds(), expected);
+}
+
+void tst_DownloadMgr_Retry::a_server_that_is_away_behind_a_stall_is_asked_again()
+{
+    const LogCapture log;
+    m_rig->System().stallLimit = 200ms;
+    Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 500));
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(500));
+    m_rig->Server().StopListening();
+    QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
+    QCOMPARE(log.CountContaining("range 2 was cut, it is asked for again"), 1);
+    QVERIFY(m_downloader->IsRunning());
+    m_later.Run();
+    const QList<int> expected{1, 2};
+    QTRY_COMPARE(m_later.Seconds(), expected);
+    m_rig->Server().ListenAgain();
+    Serve(HttpAnswer::Body(m_package));
+    m_later.Run();
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    QVERIFY(Target().mid(10000, 10000) == m_package.mid(10000, 10000));
+    QCOMPARE(Errors(), 0);
 }
 
 void tst_DownloadMgr_Retry::a_stopped_range_is_not_asked_for_again()

@@ -25,7 +25,8 @@ private slots:
     void a_byte_ends_the_count_of_silences();
     void there_is_no_silence_where_nothing_is_awaited();
     void a_warning_that_is_overtaken_by_the_end_is_void();
-    void it_is_behind_a_cut_until_a_byte_arrives();
+    void it_is_asking_again_behind_a_cut_until_a_byte_arrives();
+    void it_is_asking_again_behind_a_stall_until_a_byte_arrives();
 
 private:
     /// Cuts the connection and makes the delayed call, @p times times.
@@ -149,15 +150,25 @@ void tst_TransferWatch::there_is_no_silence_where_nothing_is_awaited()
     QCOMPARE(m_asked->count() + m_givenUp->count(), 0);
 }
 
-void tst_TransferWatch::it_is_behind_a_cut_until_a_byte_arrives()
+void tst_TransferWatch::it_is_asking_again_behind_a_cut_until_a_byte_arrives()
 {
-    QVERIFY(!m_watch->IsBehindCut());
+    QVERIFY(!m_watch->IsAskingAgain());
     Cut(1);
-    QVERIFY(m_watch->IsBehindCut());
+    QVERIFY(m_watch->IsAskingAgain());
     m_watch->Restart();
-    QVERIFY(m_watch->IsBehindCut());
+    QVERIFY(m_watch->IsAskingAgain());
     m_watch->ByteReceived();
-    QVERIFY(!m_watch->IsBehindCut());
+    QVERIFY(!m_watch->IsAskingAgain());
+}
+
+void tst_TransferWatch::it_is_asking_again_behind_a_stall_until_a_byte_arrives()
+{
+    m_watch->Restart();
+    QVERIFY(!m_watch->IsAskingAgain());
+    QTRY_COMPARE(m_asked->count(), 1);
+    QVERIFY(m_watch->IsAskingAgain());
+    m_watch->ByteReceived();
+    QVERIFY(!m_watch->IsAskingAgain());
 }
 
 QTEST_GUILESS_MAIN(tst_TransferWatch)
