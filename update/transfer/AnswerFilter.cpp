@@ -20,7 +20,7 @@ AnswerFilter::AnswerFilter(RangeStore &store)
 void AnswerFilter::Begin(FetchMode &mode)
 {
     m_mode = &mode;
-    m_isAccepted = false;
+    m_outcome.reset();
 }
 
 AnswerFilter::Outcome AnswerFilter::Filter(QNetworkReply *reply, const char *function)
@@ -29,38 +29,32 @@ AnswerFilter::Outcome AnswerFilter::Filter(QNetworkReply *reply, const char *fun
         reply->readAll(); // A reply ends only once its body was taken.
         return Outcome::Ignore;
     }
-    m_isAccepted = m_isAccepted || Judge(*reply, function);
-    if (!m_isAccepted) {
-        return Outcome::Refuse;
+    if (!m_outcome.has_value()) {
+        m_outcome = Judge(*reply, function);
     }
-    const QString type = gContentType(*reply);
+    return *m_outcome;
+}
+
+AnswerFilter::Outcome AnswerFilter::Judge(const QNetworkReply &reply, const char *function)
+{
+    // First of all: the length, the place and the version of a page say nothing about the package.
+    const QString type = gContentType(reply);
     if (!gIsPackageType(type)) {
         QUILLON_LOG(logFile, function, "range %d is ignored, wrong content type \"%s\"",
                     m_store.RangeNumber(), type.toStdString().c_str());
         return Outcome::Ignore;
     }
-    return Outcome::Write;
-}
-
-bool AnswerFilter::Judge(const QNetworkReply &reply, const char *function)
-{
     const RangeAnswer answer = gRangeAnswer(reply);
     const RangeVerdict verdict = m_mode->Judge(answer);
     if (verdict == RangeVerdict::Accepted) {
         m_mode->Accept(answer);
-        return true;
+        return Outcome::Write;
     }
     if (verdict == RangeVerdict::OtherVersion) {
-        QUILLON_LOG(logFile, function, "range %d is refused, %s", m_store.RangeNumber(),
-                    gVerdictText(verdict));
         // The bytes on disk belong to a package that the server no longer has.
         m_store.Discard();
-        return false;
     }
-    const QString type = gContentType(reply);
-    QUILLON_LOG(logFile, function, "range %d is refused, HTTP status %d, %s%s%s",
-                m_store.RangeNumber(), answer.status, gVerdictText(verdict),
-                gIsPackageType(type) ? "" : ", wrong content type ",
-                gIsPackageType(type) ? "" : type.toStdString().c_str());
-    return false;
+    QUILLON_LOG(logFile, function, "range %d is refused, HTTP status %d, %s", m_store.RangeNumber(),
+                answer.status, gVerdictText(verdict));
+    return Outcome::Refuse;
 }

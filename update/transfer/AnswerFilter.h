@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include <optional>
+
 class FetchMode;
 class QNetworkReply;
 class RangeStore;
@@ -14,7 +16,8 @@ class AnswerFilter
 public:
     enum class Outcome {
         Write,
-        /// An error page, a redirect or another kind of content: the end of the reply is handled.
+        /// An error page, a redirect or another kind of content, whatever its length: the end of
+        /// the reply is handled.
         Ignore,
         /// Other bytes than those asked for.
         Refuse
@@ -29,9 +32,10 @@ public:
     Outcome Filter(QNetworkReply *reply, const char *function);
 
 private:
-    bool Judge(const QNetworkReply &reply, const char *function);
+    Outcome Judge(const QNetworkReply &reply, const char *function);
 
     RangeStore &m_store;
     FetchMode *m_mode = nullptr;
-    bool m_isAccepted = false;
+    /// Of the reply at hand; nothing while it was not judged.
+    std::optional<Outcome> m_outcome;
 };

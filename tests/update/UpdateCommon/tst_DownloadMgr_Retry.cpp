@@ -38,6 +38,9 @@ private slots:
 
     void an_answer_is_refused_before_a_byte_is_written_data();
     void an_answer_is_refused_before_a_byte_is_written();
+    void a_page_is_ignored_whatever_its_length_data();
+    void a_page_is_ignored_whatever_its_length();
+    void a_page_does_not_name_the_version_of_the_package();
     void nothing_is_written_past_the_end_of_the_range_data();
     void nothing_is_written_past_the_end_of_the_range();
     void a_package_that_is_replaced_between_ranges_is_refused_and_planned_anew();
@@ -360,6 +363,63 @@ void tst_DownloadMgr_Retry::an_answer_is_refused_before_a_byte_is_written()
     QCOMPARE(log.CountContaining(QString("range 2 is refused, HTTP status %1, ").arg(status)), 1);
     QCOMPARE(m_later.Seconds(), QList<int>());
     QVERIFY(!m_downloader->IsRunning());
+}
+
+void tst_DownloadMgr_Retry::a_page_is_ignored_whatever_its_length_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<QByteArray>("contentRange");
+    QTest::addColumn<QByteArray>("encoding");
+    QTest::newRow("of_one_byte") << 1 << QByteArray() << QByteArray();
+    QTest::newRow("of_one_byte_less_than_asked_for") << 9999 << QByteArray() << QByteArray();
+    QTest::newRow("as_long_as_asked_for") << 10000 << QByteArray() << QByteArray();
+    QTest::newRow("longer_than_the_package") << 70000 << QByteArray() << QByteArray();
+    QTest::newRow("of_another_offset") << 10000 << QByteArray("bytes 0-9999/50000") << QByteArray();
+    QTest::newRow("of_another_package")
+        << 10000 << QByteArray("bytes 10000-19999/70000") << QByteArray();
+    QTest::newRow("compressed") << 500 << QByteArray() << QByteArray("br");
+}
+
+void tst_DownloadMgr_Retry::a_page_is_ignored_whatever_its_length()
+{
+    QFETCH(int, size);
+    QFETCH(QByteArray, contentRange);
+    QFETCH(QByteArray, encoding);
+    const LogCapture log;
+    HttpAnswer page = HttpAnswer::Body(QByteArray(size, 'p'));
+    page.contentType = "text/html; charset=utf-8";
+    page.ranges = false;
+    page.headers.append({"Content-Range", contentRange});
+    page.headers.append({"Content-Encoding", encoding});
+    Serve(page);
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
+    QCOMPARE(log.CountContaining("range 2 is ignored, wrong content type \"text/html\""), 1);
+    QVERIFY(Target() == QByteArray(50000, '\0'));
+    QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte2"), QStringLiteral("10000"));
+    QCOMPARE(Errors(), 0);
+    Serve(HttpAnswer::Body(m_package));
+    m_later.Run();
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    QVERIFY(Target().mid(10000, 10000) == m_package.mid(10000, 10000));
+}
+
+void tst_DownloadMgr_Retry::a_page_does_not_name_the_version_of_the_package()
+{
+    HttpAnswer answer = HttpAnswer::Body(m_package);
+    answer.contentType = "text/html";
+    answer.headers = {{"ETag", "\"of the page\""}};
+    Serve(answer);
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
+    QCOMPARE(gDownloadState().validator, QByteArray());
+    answer = HttpAnswer::Body(m_package);
+    answer.headers = {{"ETag", "\"of the package\""}};
+    Serve(answer);
+    m_later.Run();
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    QCOMPARE(gDownloadState().validator, QByteArray("\"of the package\""));
+    QCOMPARE(Errors(), 0);
 }
 
 void tst_DownloadMgr_Retry::nothing_is_written_past_the_end_of_the_range_data()
