@@ -8,7 +8,7 @@ void PackageFile::SetPath(const QString &path)
     m_file.setFileName(path);
 }
 
-bool PackageFile::Open(qint64 position)
+bool PackageFile::Open(qint64 position, IfMissing ifMissing)
 {
     if (m_file.isOpen()) {
         if (m_file.exists()) {
@@ -18,8 +18,9 @@ bool PackageFile::Open(qint64 position)
         m_file.close();
     }
     // Unbuffered: the bytes are with the system before the state that claims them is written.
-    if (m_file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly | QIODevice::Unbuffered) &&
-        m_file.seek(position)) {
+    QIODevice::OpenMode mode = QIODevice::ReadWrite | QIODevice::Unbuffered;
+    mode.setFlag(QIODevice::ExistingOnly, ifMissing == IfMissing::Fail);
+    if (m_file.open(mode) && m_file.seek(position)) {
         return true;
     }
     m_failure = m_file.errorString();

@@ -33,9 +33,9 @@ void RangeStore::BeginWhole()
     m_isWhole = true;
 }
 
-bool RangeStore::Open(const char *function)
+bool RangeStore::Open(const char *function, PackageFile::IfMissing ifMissing)
 {
-    if (m_file.Open(m_nextByte)) {
+    if (m_file.Open(m_nextByte, ifMissing)) {
         return true;
     }
     QUILLON_LOG(logFile, function, "file open error!!! file path = %s",

@@ -23,7 +23,8 @@ public:
     /// From now on the whole package is written, from its first byte, and nothing is recorded.
     void BeginWhole();
 
-    bool Open(const char *function);
+    bool Open(const char *function,
+              PackageFile::IfMissing ifMissing = PackageFile::IfMissing::Fail);
     void Close() { m_file.Close(); }
 
     /// Writes @p bytes and advances. Nothing is ever written behind the range, or behind the package.

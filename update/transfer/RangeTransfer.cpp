@@ -3,6 +3,7 @@
 #include "update/transfer/RangeTransfer.h"
 
 #include "api/Log.h"
+#include "update/base/DownloadState.h"
 #include "update/base/NetworkFailure.h"
 #include "update/base/ServerAddress.h"
 #include "update/base/Texts.h"
@@ -35,7 +36,10 @@ bool RangeTransfer::Begin(const RangeTask &task)
     m_mode = std::make_unique<RangeMode>(m_store, m_context.state, task);
     m_store.Begin(task.targetPath, task.number, task.range.start, task.range.end);
     m_requester->Watch().SetRange(task.number);
-    return m_store.Open("DownloadMgr::ResumeDownload");
+    // A missing target is made as long as it has lost nothing: the plan could not allocate it.
+    const bool hasBytes = m_context.state.alreadyDownloaded > 0;
+    return m_store.Open("DownloadMgr::ResumeDownload",
+                        hasBytes ? PackageFile::IfMissing::Fail : PackageFile::IfMissing::Make);
 }
 
 void RangeTransfer::AskForRest()

@@ -42,7 +42,8 @@ public:
 
     RangeTransfer(ResumeState &state, const UpdateContext &context, QObject *parent);
 
-    /// Points the store at the task's range. @return false when the target cannot be opened.
+    /// Points the store at the task's range. Makes a missing target while no byte of the package was
+    /// written. @return false when the target cannot be opened
     bool Begin(const RangeTask &task);
 
     /// Sends the request for what is missing; a reply at hand is dropped.

@@ -43,6 +43,9 @@ private slots:
     void a_failure_is_told_once_and_logged();
     void a_refused_connection_is_told_once();
     void a_target_that_cannot_be_opened_is_told_once_and_the_request_is_made();
+    void a_missing_target_is_made_as_long_as_it_has_lost_nothing();
+    void a_missing_target_that_had_bytes_is_a_failure();
+    void a_target_that_vanishes_while_it_is_fetched_is_a_failure();
     void a_cancelled_reply_is_silent();
     void a_stopped_downloader_is_silent_for_good();
     void a_downloader_may_be_deleted_at_any_time();
@@ -401,6 +404,46 @@ void tst_DownloadMgr::a_target_that_cannot_be_opened_is_told_once_and_the_reques
     QCoreApplication::processEvents();
     QCOMPARE(Errors(), 1);
     QCOMPARE(m_progress->count(), 0);
+}
+
+void tst_DownloadMgr::a_missing_target_is_made_as_long_as_it_has_lost_nothing()
+{
+    QVERIFY(QFile::remove(m_rig->Target()));
+    Serve(HttpAnswer::Body(m_package));
+    Start(2, 200000, 399999);
+    QVERIFY(QFile::exists(m_rig->Target()));
+    QTRY_COMPARE(gDownloadState().finishedSegments, 1);
+    QVERIFY(gReadFile(m_rig->Target()) == QByteArray(200000, '\0') + m_package.mid(200000, 200000));
+    QCOMPARE(Errors(), 0);
+}
+
+void tst_DownloadMgr::a_missing_target_that_had_bytes_is_a_failure()
+{
+    QVERIFY(QFile::remove(m_rig->Target()));
+    gDownloadState().alreadyDownloaded = 1;
+    Serve(HttpAnswer::Body(m_package));
+    Start(2, 200001, 399999);
+    QCOMPARE(Errors(), 1);
+    QCOMPARE(m_errors->first().first().toString(), QStringLiteral("File open error!"));
+    QTRY_VERIFY(!m_downloader->IsRunning());
+    QVERIFY(!QFile::exists(m_rig->Target()));
+}
+
+void tst_DownloadMgr::a_target_that_vanishes_while_it_is_fetched_is_a_failure()
+{
+    if (!gRemovesOpenFiles()) {
+        QSKIP("On this system a file that is open does not vanish.");
+    }
+    HttpAnswer answer = HttpAnswer::Body(m_package);
+    answer.chunkSize = 50000;
+    answer.chunkPauseMs = 5;
+    Serve(answer);
+    connect(m_downloader.get(), &DownloadMgr::DownloadProgress, this,
+            [this] { QFile::remove(m_rig->Target()); });
+    Start(2, 200000, 399999);
+    QTRY_COMPARE(Errors(), 1);
+    QCOMPARE(m_errors->first().first().toString(), QStringLiteral("File open error!"));
+    QVERIFY(!QFile::exists(m_rig->Target()));
 }
 
 void tst_DownloadMgr::a_cancelled_reply_is_silent()

@@ -20,6 +20,8 @@ private slots:
     void an_open_file_goes_on_where_it_was();
     void bytes_are_with_the_system_at_once();
     void a_file_that_is_missing_is_not_made();
+    void a_file_that_is_missing_is_made_when_told_to();
+    void a_file_that_is_there_keeps_its_bytes_when_told_to_make_it();
     void a_file_that_has_vanished_is_not_written_to();
     void a_folder_is_no_file();
 
@@ -69,6 +71,21 @@ void tst_PackageFile::a_file_that_is_missing_is_not_made()
     QVERIFY(!m_file.Open(0));
     QVERIFY(!m_file.Failure().isEmpty());
     QVERIFY(!QFile::exists(Path("missing")));
+}
+
+void tst_PackageFile::a_file_that_is_missing_is_made_when_told_to()
+{
+    m_file.SetPath(Path("missing"));
+    QVERIFY(m_file.Open(3, PackageFile::IfMissing::Make));
+    QCOMPARE(m_file.Write("abc"), 3);
+    QCOMPARE(gReadFile(Path("missing")), QByteArray("\0\0\0abc", 6));
+}
+
+void tst_PackageFile::a_file_that_is_there_keeps_its_bytes_when_told_to_make_it()
+{
+    QVERIFY(m_file.Open(3, PackageFile::IfMissing::Make));
+    QCOMPARE(m_file.Write("abc"), 3);
+    QCOMPARE(gReadFile(Path("package")), QByteArray("012abc6789"));
 }
 
 void tst_PackageFile::a_file_that_has_vanished_is_not_written_to()
