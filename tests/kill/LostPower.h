@@ -4,6 +4,7 @@
 
 #include "tests/kill/PowerLoss.h"
 #include "tests/kill/Tally.h"
+#include "tests/support/LaterCalls.h"
 #include "tests/update/UpdateRig.h"
 
 #include <QByteArray>
@@ -29,7 +30,12 @@ public:
 
 private:
     void Begin();
-    /// Downloads the package; records every moment of it when @p isRecorded.
+    /// Downloads the package from its beginning to its end, and records every moment of it. A flush
+    /// is recorded before the last bytes arrive.
+    /// @return the problems that are found
+    QStringList DownloadWithFlush();
+    bool IsFlushRecorded() const;
+    /// Starts to download the package; records every moment of it when @p isRecorded.
     void Download(const HttpAnswer &answer, bool isRecorded);
     void Record();
     FlushResult Flush(const QString &path);
@@ -49,6 +55,7 @@ private:
     Tally *m_tally;
     QRandomGenerator m_random;
     quint32 m_seed;
+    LaterCalls m_later;
     std::unique_ptr<UpdateRig> m_rig;
     QByteArray m_package;
     int m_boot = 0;
