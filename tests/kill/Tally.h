@@ -20,7 +20,7 @@ public:
     void Begin(const QString &part, int cases = 0);
     /// Counts one case. It has failed when there are @p problems.
     void Case(const QString &name, const QStringList &problems = {});
-    void Kill() { ++m_kills; }
+    void Kill(int count = 1) { m_kills += count; }
     void State() { ++m_states; }
     /// Adds @p text to the summary of the part.
     void Note(const QString &text) { m_notes.append(text); }

@@ -5,6 +5,7 @@
 #include "tests/kill/CallKills.h"
 #include "tests/kill/FailingCalls.h"
 #include "tests/kill/FullDisk.h"
+#include "tests/kill/Histories.h"
 #include "tests/kill/KillScene.h"
 #include "tests/kill/LostPower.h"
 #include "tests/kill/MomentKills.h"
@@ -18,6 +19,7 @@ namespace
 {
 constexpr int momentKills = 200;
 constexpr int powerLosses = 2000;
+constexpr quint32 drawnHistories = 500;
 
 /// One part of the run: its name, and the function that runs all or a few of its cases.
 struct Part {
@@ -40,7 +42,22 @@ QList<Part> gAllParts()
          [](Tally *tally, quint32 seed, bool quick) {
              LostPower(tally, seed).Run(quick ? powerLosses / 20 : powerLosses);
          }},
+        {"histories",
+         [](Tally *tally, quint32 seed, bool quick) {
+             Histories(tally).RunScripts(quick);
+             Histories(tally).RunDrawn(seed, 1, quick ? drawnHistories / 10 : drawnHistories);
+         }},
     };
+}
+
+/// Runs the parts with the names @p wanted; without a name, all.
+void gRunParts(const QStringList &wanted, Tally *tally, quint32 seed, bool isQuick)
+{
+    for (const Part &part : gAllParts()) {
+        if (wanted.isEmpty() || wanted.contains(QLatin1String(part.name))) {
+            part.run(tally, seed, isQuick);
+        }
+    }
 }
 } // namespace
 
@@ -56,10 +73,14 @@ int main(int argc, char *argv[])
     const QCommandLineOption seed(QStringLiteral("seed"),
                                   QStringLiteral("what is random follows from it"),
                                   QStringLiteral("number"), QStringLiteral("1"));
-    parser.addOptions({quick, seed});
-    parser.addPositionalArgument(QStringLiteral("parts"),
-                                 QStringLiteral("calls, moments, failing, full, power; or all"),
-                                 QStringLiteral("[parts...]"));
+    const QCommandLineOption history(QStringLiteral("history"),
+                                     QStringLiteral("only this one of the histories of the seed"),
+                                     QStringLiteral("number"));
+    parser.addOptions({quick, seed, history});
+    parser.addPositionalArgument(
+        QStringLiteral("parts"),
+        QStringLiteral("calls, moments, failing, full, power, histories; or all"),
+        QStringLiteral("[parts...]"));
     parser.process(application);
 
     // Without strace no call could be killed or made to fail, and no write would be recorded.
@@ -67,12 +88,12 @@ int main(int argc, char *argv[])
         std::cerr << KillScene::Untraceable().constData() << std::endl;
         return 1;
     }
-    const QStringList wanted = parser.positionalArguments();
+    const quint32 seedNumber = parser.value(seed).toUInt();
     Tally tally(Tally::Talk::Progress);
-    for (const Part &part : gAllParts()) {
-        if (wanted.isEmpty() || wanted.contains(QLatin1String(part.name))) {
-            part.run(&tally, parser.value(seed).toUInt(), parser.isSet(quick));
-        }
+    if (parser.isSet(history)) {
+        Histories(&tally).RunDrawn(seedNumber, parser.value(history).toUInt(), 1);
+    } else {
+        gRunParts(parser.positionalArguments(), &tally, seedNumber, parser.isSet(quick));
     }
     std::cout << "all together: " << tally.Cases() << " cases, " << tally.Kills() << " kills, "
               << tally.States() << " states, " << tally.Failures() << " failures" << std::endl;
