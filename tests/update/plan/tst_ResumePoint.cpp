@@ -18,6 +18,8 @@ private slots:
     void within_a_boot_the_ranges_go_on_at_their_next_bytes();
     void after_another_start_they_go_on_at_what_was_flushed_data();
     void after_another_start_they_go_on_at_what_was_flushed();
+    void a_doubtful_state_is_taken_back_data();
+    void a_doubtful_state_is_taken_back();
     void a_flushed_byte_that_cannot_be_is_not_believed();
     void a_state_that_knows_of_no_boot_is_taken_at_its_word();
     void a_recorded_plan_is_read_back();
@@ -88,6 +90,26 @@ void tst_ResumePoint::after_another_start_they_go_on_at_what_was_flushed()
     QCOMPARE(point.alreadyDownloaded, qint64(150));
     QVERIFY(point.isTakenBack);
     QCOMPARE(point.ranges.back().end, qint64(999));
+}
+
+void tst_ResumePoint::a_doubtful_state_is_taken_back_data()
+{
+    QTest::addColumn<QString>("boot");
+    QTest::newRow("in_the_same_boot") << "boot one";
+    QTest::newRow("where_no_boot_is_known") << QString();
+}
+
+void tst_ResumePoint::a_doubtful_state_is_taken_back()
+{
+    QFETCH(QString, boot);
+    ResumeState state(m_folder->path());
+    WriteHalf(&state);
+    state.SetBootId(QString());
+    const ResumePoint point = gResumePoint(state, 1000, boot);
+    const QList<qint64> expected{30, 230, 430, 630, 830};
+    QCOMPARE(Starts(point), expected);
+    QCOMPARE(point.alreadyDownloaded, qint64(150));
+    QVERIFY(point.isTakenBack);
 }
 
 void tst_ResumePoint::a_flushed_byte_that_cannot_be_is_not_believed()
