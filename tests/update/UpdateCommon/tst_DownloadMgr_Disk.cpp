@@ -29,6 +29,7 @@ private slots:
     void a_package_that_the_disk_does_not_keep_is_not_put_in_place();
     void a_state_that_the_disk_cannot_take_stays_as_it_was();
     void a_plan_that_the_disk_cannot_take_leaves_no_older_one();
+    void a_plan_taken_back_that_the_disk_cannot_take_leaves_the_older_one();
     void settings_that_the_disk_cannot_take_stay_as_they_were();
 
 private:
@@ -165,6 +166,21 @@ void tst_DownloadMgr_Disk::a_plan_that_the_disk_cannot_take_leaves_no_older_one(
     QVERIFY(!QFile::exists(m_rig->StateFile()));
     QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot two", {}));
     QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("1000003"));
+}
+
+void tst_DownloadMgr_Disk::a_plan_taken_back_that_the_disk_cannot_take_leaves_the_older_one()
+{
+    ResumeState state(m_rig->ConfigFolder());
+    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one"));
+    state.SetStartByte(1, 4711);
+    QVERIFY(state.Sync());
+    const QByteArray before = gReadFile(m_rig->StateFile());
+    const ResumePoint point = gResumePoint(state, 1000003, "boot two");
+    QVERIFY(point.isTakenBack);
+    LimitFiles(longestLock);
+    QVERIFY(!gRecordPlan(&state, 1000003, point, "boot two"));
+    LimitFiles(RLIM_INFINITY);
+    QCOMPARE(gReadFile(m_rig->StateFile()), before);
 }
 
 void tst_DownloadMgr_Disk::settings_that_the_disk_cannot_take_stay_as_they_were()
