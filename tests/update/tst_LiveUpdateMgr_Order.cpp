@@ -190,7 +190,7 @@ void tst_LiveUpdateMgr_Order::in_begin_install_the_lock_is_free()
 void tst_LiveUpdateMgr_Order::a_dialog_closed_between_plan_and_ranges_asks_for_nothing()
 {
     connect(&m_rig->Manager(), &LiveUpdateMgr::SetCurrentWidget, this, [this](QWidget *page) {
-        if (page == &m_rig->Progress() && QFile::exists(m_rig->Target())) {
+        if (page == &m_rig->Progress() && QFile::exists(m_rig->StateFile())) {
             emit m_rig->Progress().Close();
         }
     });
