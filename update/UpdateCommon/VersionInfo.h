@@ -2,19 +2,14 @@
 
 #pragma once
 
+#include "update/plan/Manifest.h"
 #include "update/plan/PackageOffer.h"
 
 #include <QList>
 #include <QObject>
 #include <QString>
 
-class QDomElement;
-
-/// One entry of the release notes: a version, and its notes as an HTML list.
-struct ReleaseNote {
-    QString version;
-    QString notes;
-};
+#include <optional>
 
 /// The update manifest that the service answers with, and the values parsed out of it.
 ///
@@ -36,7 +31,7 @@ struct ReleaseNote {
 ///       AutoNotify        non-zero: the user is to be notified automatically
 ///
 /// Thread: one thread. Ownership: its Qt parent.
-/// Errors: none are reported; what does not parse gives empty strings, 0, false and an empty list.
+/// Errors: none are reported; what `gReadManifest` does not accept gives empty strings, 0, false and an empty list.
 class VersionInfo : public QObject
 {
     Q_OBJECT
@@ -49,8 +44,12 @@ public:
     /// package's MD5: a document without `Verify_x64` keeps the one of the document before.
     void setXml(const QString &xml);
 
+    /// The same for a document that was parsed elsewhere, by `gReadManifest`.
+    void SetManifest(const QString &xml, const Manifest &manifest);
+
     QString ExeUrl() const { return m_exeUrl; }
     QString FullPackageMd5() const { return m_fullPackageMd5; }
+    /// The notes as HTML lists.
     QList<ReleaseNote> ReleaseNotes() const { return m_releaseNotes; }
     QString IncreaseUrl() const { return m_increaseUrl; }
     QString IncreaseVersion() const { return m_increaseVersion; }
@@ -71,8 +70,8 @@ public:
 
 private:
     void ParseXml();
-    void ParseReleaseNotes(const QDomElement &document);
-    void ParseIncreasePackage(const QDomElement &document);
+    void TakeValues(const Manifest &manifest);
+    void TakeIncreasePackage(const std::optional<Manifest::IncreasePackage> &package);
 
     QString m_xml;
     QString m_exeUrl;
