@@ -45,6 +45,8 @@ private slots:
 
     void the_silent_check_gives_data();
     void the_silent_check_gives();
+    void an_answer_is_read_up_to_one_mebibyte_data();
+    void an_answer_is_read_up_to_one_mebibyte();
     void the_silent_check_changes_no_page_data();
     void the_silent_check_changes_no_page();
     void the_silent_check_gives_up_after_five_seconds();
@@ -342,6 +344,31 @@ void tst_LiveUpdateMgr_Check::the_silent_check_gives()
     m_rig->Server().Serve("/check", answer);
     QCOMPARE(m_rig->Manager().IsNeedUpdate(), expected);
     QCOMPARE(m_rig->Server().Requests().size(), 1);
+}
+
+void tst_LiveUpdateMgr_Check::an_answer_is_read_up_to_one_mebibyte_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<bool>("isRead");
+    QTest::newRow("the_longest") << 1048576 << true;
+    QTest::newRow("one_byte_more") << 1048577 << false;
+}
+
+void tst_LiveUpdateMgr_Check::an_answer_is_read_up_to_one_mebibyte()
+{
+    QFETCH(int, size);
+    QFETCH(bool, isRead);
+    const QString manifest = UpdateRig::Manifest(exeUrl);
+    ServeManifest("<!--" + QString(size - manifest.size() - 7, 'x') + "-->" + manifest);
+    QCOMPARE(m_rig->Manager().IsNeedUpdate(), isRead);
+    // The interactive check: as if all of it were there with the first bytes.
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    auto *reply = Network()->findChild<QNetworkReply *>();
+    QVERIFY(reply);
+    disconnect(reply, &QNetworkReply::readyRead, nullptr, nullptr);
+    QTRY_COMPARE(reply->bytesAvailable(), qint64(size));
+    m_rig->Manager().OnCheckReplyReady();
+    QCOMPARE(m_rig->Manager().findChild<VersionInfo *>()->HasExeUrl(), isRead);
 }
 
 void tst_LiveUpdateMgr_Check::the_silent_check_changes_no_page_data()

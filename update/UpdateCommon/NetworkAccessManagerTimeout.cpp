@@ -17,9 +17,11 @@ NetworkAccessManagerTimeout::NetworkAccessManagerTimeout(QObject *parent)
     connect(this, &QThread::finished, this, &QObject::deleteLater);
 }
 
-QByteArray NetworkAccessManagerTimeout::Get(const QNetworkRequest &request, int msecs)
+QByteArray NetworkAccessManagerTimeout::Get(const QNetworkRequest &request, int msecs,
+                                            const Reader &read)
 {
     m_request = request;
+    m_read = read;
     m_started = true;
     start(QThread::InheritPriority);
     if (!wait(static_cast<unsigned long>(msecs))) {
@@ -42,6 +44,9 @@ void NetworkAccessManagerTimeout::run()
     loop.exec();
     if (m_reply->error() == QNetworkReply::NoError) {
         m_data = m_reply->readAll();
+        if (m_read) {
+            m_read(m_data);
+        }
     } else {
         gLogFailure("UpdateCommon", "NetworkAccessManagerTimeout::run", *m_reply);
     }

@@ -8,16 +8,13 @@
 
 void gLimitAnswer(QNetworkReply *reply, const char *logFile, const char *logFunction)
 {
-    // A manifest has some kilobytes.
-    constexpr qint64 mostBytes = qint64{16} * 1024 * 1024;
-
-    QObject::connect(reply, &QNetworkReply::downloadProgress, reply,
-                     [reply, logFile, logFunction](qint64 received) {
-                         if (received > mostBytes && reply->isRunning()) {
-                             QUILLON_LOG(logFile, logFunction,
-                                         "given up, the answer is longer than %lld bytes",
-                                         mostBytes);
-                             reply->abort();
-                         }
-                     });
+    // Not its progress: that is told ten times a second, and never while an answer is short enough to
+    // arrive within that time.
+    QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply, logFile, logFunction] {
+        if (reply->bytesAvailable() > mostAnswerBytes && reply->isRunning()) {
+            QUILLON_LOG(logFile, logFunction, "given up, the answer is longer than %lld bytes",
+                        mostAnswerBytes);
+            reply->abort();
+        }
+    });
 }

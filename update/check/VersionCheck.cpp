@@ -9,12 +9,15 @@
 #include "update/base/DeferredDeletion.h"
 #include "update/base/NetworkFailure.h"
 #include "update/check/CheckUrl.h"
+#include "update/plan/Manifest.h"
 #include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
 #include "update/UpdateCommon/VersionInfo.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QSettings>
+
+#include <memory>
 
 namespace
 {
@@ -76,11 +79,15 @@ bool VersionCheck::AskSilently(const QueryValues &values)
 
     m_request.setUrl(Address(values));
     auto *runner = new NetworkAccessManagerTimeout; // deletes itself
-    const QByteArray body = runner->Get(m_request, limitMs);
+    // Shared: the runner may still write to it when it was given up.
+    const auto manifest = std::make_shared<Manifest>();
+    const QByteArray body = runner->Get(m_request, limitMs, [manifest](const QByteArray &text) {
+        *manifest = gReadManifest(QString::fromUtf8(text));
+    });
     if (body.isEmpty()) {
         return false;
     }
-    m_manifest->setXml(QString::fromUtf8(body));
+    m_manifest->SetManifest(QString::fromUtf8(body), *manifest);
     return m_manifest->HasExeUrl();
 }
 
@@ -94,10 +101,7 @@ void VersionCheck::ReadAnswer()
     if (alive == nullptr || m_reply == nullptr) {
         return;
     }
-    QByteArray body;
-    while (m_reply->bytesAvailable() > 0) {
-        body += m_reply->readAll();
-    }
+    const QByteArray body = m_reply->read(mostAnswerBytes);
     m_reply->disconnect(this);
     if (m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() < firstErrorStatus) {
         m_reply->deleteLater();

@@ -6,8 +6,11 @@
 
 #include <QElapsedTimer>
 #include <QPointer>
+#include <QSemaphore>
 #include <QTcpServer>
 #include <QtTest>
+
+#include <memory>
 
 class tst_NetworkAccessManagerTimeout : public QObject
 {
@@ -20,6 +23,11 @@ private slots:
     void an_answer_gives_nothing();
     void a_host_that_refuses_gives_nothing_before_the_limit();
     void a_body_without_an_end_gives_nothing_and_is_not_read_to_the_limit();
+    void a_body_is_returned_up_to_one_mebibyte_data();
+    void a_body_is_returned_up_to_one_mebibyte();
+    void the_reader_runs_on_the_worker_before_the_body_is_returned();
+    void a_reader_that_takes_too_long_gives_nothing_after_the_limit();
+    void a_failed_answer_is_not_read();
     void a_redirect_is_not_followed();
     void the_headers_of_the_request_are_sent();
     void the_callers_event_loop_stands_still_meanwhile();
@@ -106,6 +114,68 @@ void tst_NetworkAccessManagerTimeout::
     timer.start();
     QCOMPARE(gGetWithin(QUrl(server.Address("/a")), 100000), QByteArray());
     QVERIFY(timer.elapsed() < 100000);
+}
+
+void tst_NetworkAccessManagerTimeout::a_body_is_returned_up_to_one_mebibyte_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<bool>("isReturned");
+    QTest::newRow("the_longest") << 1048576 << true;
+    QTest::newRow("one_byte_more") << 1048577 << false;
+}
+
+void tst_NetworkAccessManagerTimeout::a_body_is_returned_up_to_one_mebibyte()
+{
+    QFETCH(int, size);
+    QFETCH(bool, isReturned);
+    const QByteArray body(size, 'x');
+    HttpServer server;
+    server.Serve("/a", HttpAnswer::Body(body));
+    QCOMPARE(gGetWithin(server.Url("/a"), 20000).size(), isReturned ? size : 0);
+}
+
+void tst_NetworkAccessManagerTimeout::the_reader_runs_on_the_worker_before_the_body_is_returned()
+{
+    HttpServer server;
+    server.Serve("/a", HttpAnswer::Body("the body"));
+    QByteArray read;
+    QThread *thread = nullptr;
+    const QByteArray body = (new NetworkAccessManagerTimeout)
+                                ->Get(QNetworkRequest(server.Url("/a")), 20000,
+                                      [&read, &thread](const QByteArray &text) {
+                                          read = text;
+                                          thread = QThread::currentThread();
+                                      });
+    QCOMPARE(body, QByteArray("the body"));
+    QCOMPARE(read, body);
+    QVERIFY(thread != nullptr && thread != QThread::currentThread());
+}
+
+void tst_NetworkAccessManagerTimeout::a_reader_that_takes_too_long_gives_nothing_after_the_limit()
+{
+    HttpServer server;
+    server.Serve("/a", HttpAnswer::Body("the body"));
+    const auto given = std::make_shared<QSemaphore>();
+    const QPointer<NetworkAccessManagerTimeout> runner = new NetworkAccessManagerTimeout;
+    const QByteArray body = runner->Get(QNetworkRequest(server.Url("/a")), 1000,
+                                        [given](const QByteArray &) { given->acquire(); });
+    QCOMPARE(body, QByteArray());
+    QVERIFY(runner && runner->isRunning());
+    given->release();
+    QTRY_VERIFY(!runner);
+}
+
+void tst_NetworkAccessManagerTimeout::a_failed_answer_is_not_read()
+{
+    HttpServer server;
+    HttpAnswer answer = HttpAnswer::Body("a page");
+    answer.status = 404;
+    server.Serve("/a", answer);
+    bool isRead = false;
+    (new NetworkAccessManagerTimeout)
+        ->Get(QNetworkRequest(server.Url("/a")), 20000,
+              [&isRead](const QByteArray &) { isRead = true; });
+    QVERIFY(!isRead);
 }
 
 void tst_NetworkAccessManagerTimeout::a_redirect_is_not_followed()
