@@ -8,11 +8,12 @@
 #include "update/base/DownloadSystem.h"
 #include "update/base/EventSink.h"
 #include "update/base/FileReplacement.h"
+#include "update/install/PatchProcess.h"
+#include "update/plan/PackageNames.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
 
 #include <utility>
 
@@ -20,21 +21,6 @@ namespace
 {
 constexpr char logFile[] = "UpdateCommon";
 constexpr char logFunction[] = "DownloadMgr::PatchIncreasePackage";
-
-/// @return whether the program ended by itself in time. The exit code is not examined: the result is
-/// verified.
-bool gRunPatchProgram(const QString &program, const QStringList &arguments,
-                      std::chrono::milliseconds limit)
-{
-    QProcess process;
-    process.start(program, arguments);
-    const bool ended = process.waitForFinished(static_cast<int>(limit.count()));
-    const QByteArray output = process.readAllStandardError().trimmed();
-    if (!output.isEmpty()) {
-        QUILLON_LOG(logFile, logFunction, "%s", output.constData());
-    }
-    return ended && process.exitStatus() == QProcess::NormalExit;
-}
 
 bool gVerify(const QString &newInstaller, const QString &expectedMd5, EventSink &events)
 {
@@ -78,7 +64,7 @@ void InstallerPatch::Start(const QString &keptInstaller, const QString &patchFil
 {
     m_isRunning = true;
     m_keptInstaller = keptInstaller;
-    m_newInstaller = keptInstaller + QStringLiteral(".patch");
+    m_newInstaller = gNewInstaller(keptInstaller);
     m_lock = std::move(lock);
     const QString program = QCoreApplication::applicationDirPath() + QStringLiteral("/bspatch.exe");
     if (!QFile::exists(program)) {
@@ -105,10 +91,43 @@ void InstallerPatch::Cancel()
 bool InstallerPatch::Make(const QString &program, const QString &patchFile,
                           const QString &expectedMd5) const
 {
-    return gRunPatchProgram(program, {m_keptInstaller, m_newInstaller, patchFile},
-                            m_context.system.patchLimit) &&
+    return ClearBefore() && Run(program, patchFile) &&
            gVerify(m_newInstaller, expectedMd5, m_context.events) &&
            gFlushNewInstaller(m_newInstaller, m_context.system);
+}
+
+/// A result of before is not taken for one of this run. Where a patch program of before may still run,
+/// the result could be replaced by its own after it was verified: nothing is patched then.
+bool InstallerPatch::ClearBefore() const
+{
+    if (m_lock == nullptr) {
+        return true;
+    }
+    QFile::remove(m_newInstaller);
+    return gRemovePatchTemporaryFiles(QFileInfo(m_newInstaller).path());
+}
+
+/// @return whether the program has ended by itself
+bool InstallerPatch::Run(const QString &program, const QString &patchFile) const
+{
+    const PatchProcessEnd end = gRunPatchProcess(
+        program, {m_keptInstaller, m_newInstaller, patchFile}, m_context.system.patchLimit);
+    switch (end) {
+    case PatchProcessEnd::Exited:
+        return true;
+    case PatchProcessEnd::Crashed:
+        break;
+    case PatchProcessEnd::Killed:
+        // What it had made by then is of no use to anyone.
+        QFile::remove(m_newInstaller);
+        break;
+    case PatchProcessEnd::StillRunning:
+        return false;
+    }
+    if (m_lock != nullptr) {
+        gRemovePatchTemporaryFiles(QFileInfo(m_newInstaller).path());
+    }
+    return false;
 }
 
 void InstallerPatch::EndPatched()

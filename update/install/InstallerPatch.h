@@ -23,7 +23,8 @@ class ProcessLock;
 ///            system at most; it is not blocked while another program holds the kept installer.
 /// Ownership: its Qt parent. What the context names outlives it. It may be deleted in any slot.
 /// Errors:    `Failed`, logged and reported; only a missing program is neither. The kept installer is as
-///            it was, and what the program made stays beside it as ".patch".
+///            it was, and what the program made stays beside it as ".patch". A program that is ended by
+///            the limit leaves nothing.
 class InstallerPatch : public QObject
 {
     Q_OBJECT
@@ -33,7 +34,8 @@ public:
 
     /// A signal may arrive before this returns.
     /// @param expectedMd5 of the result, in lower case; an empty one matches nothing
-    /// @param lock is held until the result is in place, and is free in the slots of both signals
+    /// @param lock is held until the result is in place, and is free in the slots of both signals;
+    ///             without it, what an earlier program has left is not removed
     void Start(const QString &keptInstaller, const QString &patchFile, const QString &expectedMd5,
                std::shared_ptr<ProcessLock> lock);
     /// The kept installer is not replaced any more, and no signal follows.
@@ -46,6 +48,8 @@ signals:
 
 private:
     bool Make(const QString &program, const QString &patchFile, const QString &expectedMd5) const;
+    bool ClearBefore() const;
+    bool Run(const QString &program, const QString &patchFile) const;
     void EndPatched();
     void Fail();
 

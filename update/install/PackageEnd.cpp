@@ -7,10 +7,13 @@
 #include "update/install/InstallerPatch.h"
 #include "update/install/InstallOffer.h"
 #include "update/install/PackagePlacer.h"
+#include "update/install/PatchProcess.h"
+#include "update/plan/PackageFolder.h"
 #include "update/transfer/RangeTask.h"
 
 #include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QPointer>
 
 #include <utility>
@@ -42,6 +45,9 @@ void PackageEnd::Complete(const RangeTask &task, std::shared_ptr<ProcessLock> lo
         m_patch->Start(m_installerPath, task.targetPath, task.expectedMd5, std::move(lock));
     } else {
         m_installerPath = task.installerPath;
+        if (lock != nullptr) {
+            gRemovePatchTemporaryFiles(QFileInfo(m_installerPath).path());
+        }
         m_placer->Start(m_installerPath, task.packageMd5, std::move(lock));
     }
 }
@@ -81,7 +87,7 @@ bool PackageEnd::Patch(const RangeTask &task)
     m_awaitedPatch = &patch;
     bool isPatched = false;
     connect(&patch, &InstallerPatch::Patched, &patch, [&isPatched] { isPatched = true; });
-    patch.Start(installer, task.targetPath, task.expectedMd5, nullptr);
+    patch.Start(installer, task.targetPath, task.expectedMd5, gLockPackages());
     QEventLoop loop;
     while (alive != nullptr && patch.IsRunning()) {
         loop.processEvents(QEventLoop::WaitForMoreEvents);

@@ -85,6 +85,9 @@ QString gNameRefusal(const DownloadTarget &target, const QString &keptInstaller)
     if (gIsSameFile(target.path, keptInstaller)) {
         return QStringLiteral("%1 is the kept installer").arg(target.path);
     }
+    if (gIsPatchTemporaryFile(gNameOf(keptInstaller))) {
+        return QStringLiteral("%1 has the name of a temporary file").arg(keptInstaller);
+    }
     if (gIsSameFile(target.path, made) || gIsSameFile(made, keptInstaller)) {
         return QStringLiteral("%1 is what the patch program makes").arg(target.path);
     }

@@ -44,6 +44,12 @@ private slots:
     void a_program_that_takes_too_long_is_ended();
     void a_program_that_cannot_be_started_is_reported();
 
+    void a_program_that_takes_too_long_leaves_nothing();
+    void a_program_that_crashes_leaves_no_temporary_file();
+    void what_earlier_programs_left_is_removed_first();
+    void without_the_lock_the_files_of_others_stay();
+    void nothing_is_patched_while_an_earlier_program_may_run();
+
     void a_kept_installer_that_cannot_be_replaced_stays_as_it_was();
     void a_kept_installer_that_another_program_holds_is_waited_for();
     void the_downloader_waits_for_a_held_kept_installer();
@@ -56,6 +62,8 @@ private slots:
 private:
     QString Kept() const { return m_rig->WorkingFolder() + "/Corvina 9.exe"; }
     QString New() const { return Kept() + ".patch"; }
+    /// A file that the patch program has not given its name yet.
+    QString Temporary() const { return m_rig->WorkingFolder() + "/bspatch-4711-815.tmp"; }
     QString Patch() const { return m_rig->WorkingFolder() + "/increase.patch"; }
     /// Takes the lock and patches. @return whether that succeeded; it has ended either way.
     bool Apply(const QString &md5, std::chrono::milliseconds limit = 90s) const
@@ -282,6 +290,66 @@ void tst_InstallerPatch::a_program_that_cannot_be_started_is_reported()
     QVERIFY(!Apply(gMd5(m_new)));
     VerifyUntouched();
     const QStringList lines{startLine, failedLine};
+    QCOMPARE(Log(), lines);
+    QCOMPARE(Reports(), QList<int>{-3});
+}
+
+void tst_InstallerPatch::a_program_that_takes_too_long_leaves_nothing()
+{
+    const PatchProgram program(copyPatch + "\nwrite\t" + Temporary().toUtf8() +
+                               "\thalf of it\nsleep\t1000");
+    const QString other = m_rig->WorkingFolder() + "/bspatch-1.tmp";
+    QVERIFY(gWriteFile(other, "not the program's"));
+    QVERIFY(!Apply(gMd5(m_new), 2s));
+    VerifyUntouched();
+    QVERIFY(!QFile::exists(New()));
+    QVERIFY(!QFile::exists(Temporary()));
+    QVERIFY(QFile::exists(other));
+}
+
+void tst_InstallerPatch::a_program_that_crashes_leaves_no_temporary_file()
+{
+    const PatchProgram program("write\t" + Temporary().toUtf8() + "\thalf of it\ncrash");
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    QVERIFY(!QFile::exists(Temporary()));
+}
+
+void tst_InstallerPatch::what_earlier_programs_left_is_removed_first()
+{
+    const QString below = m_rig->WorkingFolder() + "/below/bspatch-1-2.tmp";
+    QVERIFY(gWriteFile(below, "in another folder"));
+    QVERIFY(gWriteFile(Temporary(), "half of it"));
+    // It is right, but this run has not made it.
+    QVERIFY(gWriteFile(New(), m_new));
+    const PatchProgram program("exit\t0");
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    QVERIFY(!QFile::exists(New()));
+    QVERIFY(!QFile::exists(Temporary()));
+    QVERIFY(QFile::exists(below));
+}
+
+void tst_InstallerPatch::without_the_lock_the_files_of_others_stay()
+{
+    QVERIFY(gWriteFile(Temporary(), "another program's, which runs"));
+    const PatchProgram program(copyPatch);
+    InstallerPatch patch(m_rig->Context(), nullptr);
+    patch.Start(Kept(), Patch(), gMd5(m_new), nullptr);
+    QVERIFY(gReadFile(Kept()) == m_new);
+    QVERIFY(QFile::exists(Temporary()));
+}
+
+void tst_InstallerPatch::nothing_is_patched_while_an_earlier_program_may_run()
+{
+    // Stands for a file that a program holds, which not every system refuses to remove.
+    QVERIFY(QDir().mkpath(Temporary()));
+    const PatchProgram program(copyPatch);
+    QVERIFY(!Apply(gMd5(m_new)));
+    VerifyUntouched();
+    QVERIFY(!QFile::exists(New()));
+    const QStringList lines{startLine, "disk failure, " + Temporary() + " cannot be removed",
+                            failedLine};
     QCOMPARE(Log(), lines);
     QCOMPARE(Reports(), QList<int>{-3});
 }

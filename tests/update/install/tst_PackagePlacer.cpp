@@ -42,6 +42,7 @@ private slots:
     void another_package_is_removed_and_its_plan_is_void();
     void a_package_that_is_cancelled_while_it_is_read_is_not_judged();
     void a_package_that_cannot_be_read_is_kept();
+    void the_end_of_a_package_removes_what_patch_programs_left();
     void the_end_of_a_package_compares_it_with_the_md5_of_its_task();
 
 private:
@@ -331,6 +332,19 @@ void tst_PackagePlacer::a_package_that_cannot_be_read_is_kept()
     QCOMPARE(log.CountContaining(m_rig->Target() + " cannot be read"), 1);
     QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("50000"));
     QVERIFY(IsOver());
+}
+
+void tst_PackagePlacer::the_end_of_a_package_removes_what_patch_programs_left()
+{
+    const QString left = m_rig->WorkingFolder() + "/bspatch-4711-815.tmp";
+    QVERIFY(gWriteFile(left, "half of it"));
+    PackageEnd end(*m_store, m_rig->Context(), nullptr);
+    RangeTask task;
+    task.targetPath = m_rig->Target();
+    task.installerPath = m_rig->Installer();
+    end.Complete(task, gLockPackages());
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(!QFile::exists(left));
 }
 
 void tst_PackagePlacer::the_end_of_a_package_compares_it_with_the_md5_of_its_task()
