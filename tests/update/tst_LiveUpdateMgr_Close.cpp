@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 
+#include "platform/ProcessLock.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
 #include "update/base/DownloadState.h"
+#include "update/plan/PackageFolder.h"
 
 #include <QNetworkAccessManager>
+#include <QSemaphore>
+#include <QThreadPool>
 #include <QtTest>
 
 /// Closing the progress page during a download: what is saved, which signals follow, and how the
@@ -25,6 +29,7 @@ private slots:
     void a_destroyed_manager_leaves_a_state_to_resume();
     void its_transfers_end_with_the_application_at_the_latest();
     void a_cut_connection_is_silent_and_resumed();
+    void closing_during_the_last_flush_puts_nothing_in_place();
 
 private:
     /// The first @p count bytes of every range arrive, then nothing more.
@@ -153,6 +158,39 @@ void tst_LiveUpdateMgr_Close::a_cut_connection_is_silent_and_resumed()
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(gReadFile(m_rig->Installer()) == package);
     QVERIFY(gRangeHeaders(m_rig->Server()).contains("bytes=70000-199999"));
+}
+
+void tst_LiveUpdateMgr_Close::closing_during_the_last_flush_puts_nothing_in_place()
+{
+    const QByteArray package = gTestBytes(50000);
+    QSemaphore flushes;
+    QSemaphore goOn;
+    m_rig->System().flush = [&](const QString &) {
+        flushes.release();
+        goOn.acquire();
+        return FlushResult::Flushed;
+    };
+    m_rig->Build();
+    m_rig->StartFullDownload(HttpAnswer::Body(package));
+    QTRY_COMPARE(flushes.available(), 1);
+    emit m_rig->Progress().Close();
+    QCOMPARE(m_rig->Signals(), fiveTimes);
+    QCOMPARE(ProcessLock().TryLock(gPackageLockFile()), ProcessLock::Outcome::Taken);
+    goOn.release();
+    QVERIFY(gFlushPool()->waitForDone());
+    QCoreApplication::processEvents();
+    QVERIFY(!QFile::exists(m_rig->Installer()));
+    QVERIFY(gReadFile(m_rig->Target()) == package);
+    QCOMPARE(m_rig->Boxes(), 0);
+    QCOMPARE(m_rig->Signals(), fiveTimes);
+
+    m_rig->System().flush = gFlushToDisk;
+    m_rig->Forget();
+    m_rig->Build();
+    m_rig->StartFullDownload(HttpAnswer::Body(package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gRangeHeaders(m_rig->Server()).isEmpty());
+    QVERIFY(gReadFile(m_rig->Installer()) == package);
 }
 
 QTEST_MAIN(tst_LiveUpdateMgr_Close)

@@ -23,6 +23,8 @@ private slots:
     void a_dialog_that_was_refused_leaves_the_download_of_another_alone();
     void a_download_holds_the_lock_until_it_is_closed();
     void a_download_holds_the_lock_until_its_ranges_have_failed();
+    void the_lock_is_free_when_the_last_range_tells_its_failure();
+    void the_lock_is_free_when_a_package_cannot_be_placed();
     void a_complete_package_leaves_no_lock();
     void a_leftover_lock_file_delays_nothing();
 
@@ -119,10 +121,42 @@ void tst_LiveUpdateMgr_Lock::a_download_holds_the_lock_until_its_ranges_have_fai
     QVERIFY(!IsLocked());
 }
 
+void tst_LiveUpdateMgr_Lock::the_lock_is_free_when_the_last_range_tells_its_failure()
+{
+    m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(m_package), "HEAD");
+    m_rig->StartFullDownload(HttpAnswer::Status(404));
+    QList<bool> locked;
+    const auto downloaders = m_rig->Manager().findChildren<DownloadMgr *>();
+    for (const DownloadMgr *downloader : downloaders) {
+        connect(downloader, &DownloadMgr::Error, this, [&] { locked.append(IsLocked()); });
+    }
+    QTRY_COMPARE(locked.size(), 5);
+    const QList<bool> expected{true, true, true, true, false};
+    QCOMPARE(locked, expected);
+}
+
+void tst_LiveUpdateMgr_Lock::the_lock_is_free_when_a_package_cannot_be_placed()
+{
+    m_rig->System().renameOver = [](const QString &, const QString &, QString *) {
+        return RenameResult::Failed;
+    };
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QList<bool> locked;
+    const auto downloaders = m_rig->Manager().findChildren<DownloadMgr *>();
+    for (const DownloadMgr *downloader : downloaders) {
+        connect(downloader, &DownloadMgr::Error, this, [&] { locked.append(IsLocked()); });
+    }
+    QTRY_COMPARE(locked, QList<bool>{false});
+    QCOMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
+}
+
 void tst_LiveUpdateMgr_Lock::a_complete_package_leaves_no_lock()
 {
+    bool wasLocked = true;
+    connect(&m_rig->Manager(), &LiveUpdateMgr::BeginInstall, this, [&] { wasLocked = IsLocked(); });
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
     QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(!wasLocked);
     QVERIFY(!QFile::exists(LockFile()));
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }

@@ -10,6 +10,7 @@
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
 #include "update/base/DownloadState.h"
+#include "update/plan/PackageFolder.h"
 
 #include <QtTest>
 
@@ -29,6 +30,7 @@ private slots:
     void the_result_is_the_base_of_the_next_incremental_update();
     void the_question_comes_after_the_patch();
     void the_download_is_told_as_finished_after_the_patch();
+    void the_lock_is_held_while_the_patch_program_runs();
     void a_failed_patch_is_told_and_asks_nothing_data();
     void a_failed_patch_is_told_and_asks_nothing();
     void an_upper_case_md5_of_the_manifest_is_a_failed_patch();
@@ -215,6 +217,22 @@ void tst_DownloadMgr_Increase::the_download_is_told_as_finished_after_the_patch(
     QVERIFY(inPlace == m_new);
     QVERIFY(!gDownloadState().downloadStarted);
     QCOMPARE(gDownloadState().finishedSegments, 0);
+}
+
+void tst_DownloadMgr_Increase::the_lock_is_held_while_the_patch_program_runs()
+{
+    // The file of the lock is there while the lock is held.
+    const QString seen = m_rig->Path("seen");
+    const PatchProgram program("copy\t" + gPackageLockFile().toUtf8() + '\t' + seen.toUtf8() +
+                               "\ncopy\t$3\t$2");
+    bool wasThere = true;
+    Offer(m_old, gMd5(m_patch));
+    connect(&m_rig->Manager(), &LiveUpdateMgr::BeginInstall, this,
+            [&wasThere] { wasThere = QFile::exists(gPackageLockFile()); });
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(QFile::exists(seen));
+    QVERIFY(!wasThere);
 }
 
 void tst_DownloadMgr_Increase::a_failed_patch_is_told_and_asks_nothing_data()

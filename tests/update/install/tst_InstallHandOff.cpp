@@ -5,7 +5,9 @@
 #include "tests/support/StatisticsServer.h"
 #include "tests/update/UpdateRig.h"
 #include "update/base/DownloadState.h"
+#include "update/install/PostponedInstaller.h"
 
+#include <QSettings>
 #include <QtTest>
 
 Q_DECLARE_METATYPE(UpdateRig::Answer)
@@ -34,6 +36,9 @@ private slots:
     void an_installer_kept_from_a_download_is_offered_at_the_next_check();
     void a_kept_installer_is_offered_at_every_check();
 
+    void an_installer_that_another_process_has_kept_is_offered();
+    void a_kept_installer_is_on_disk_when_it_was_written();
+
     void close_is_told_before_the_installer_starts();
     void an_installer_that_cannot_be_started_is_not_told();
     void a_started_installer_is_reported_before_the_host_is_told();
@@ -42,6 +47,7 @@ private slots:
     void the_setting_is_written_before_the_host_is_told();
     void install_without_a_yes_starts_nothing();
     void install_after_a_yes_starts_the_installer_again();
+    void install_after_a_yes_and_a_later_no_starts_nothing();
     void a_downloader_offers_nothing_without_the_file();
     void a_downloader_tells_the_answer();
 
@@ -211,6 +217,27 @@ void tst_InstallHandOff::a_kept_installer_is_offered_at_every_check()
     QTRY_COMPARE(m_rig->Signals().count("CancelInstall"), 1);
 }
 
+void tst_InstallHandOff::an_installer_that_another_process_has_kept_is_offered()
+{
+    // The settings have been read.
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Server().Requests().size(), 1);
+    QVERIFY(gWriteFile(Kept(), Installer("kept")));
+    QVERIFY(gWriteFile(m_rig->SettingsFile(), "[Quillon]\nSetupFile=" + Kept().toUtf8() + '\n'));
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(m_rig->BoxSaid("Information", keptText));
+    QCOMPARE(m_rig->Server().Requests().size(), 1);
+}
+
+void tst_InstallHandOff::a_kept_installer_is_on_disk_when_it_was_written()
+{
+    QSettings settings(m_rig->SettingsFile(), QSettings::IniFormat);
+    gWriteSetupFile(&settings, "/kept.exe");
+    // Not through QSettings, whose objects share what is not on disk yet.
+    QVERIFY(gReadFile(m_rig->SettingsFile()).contains("SetupFile=/kept.exe"));
+}
+
 void tst_InstallHandOff::close_is_told_before_the_installer_starts()
 {
     KeepInstaller();
@@ -325,6 +352,20 @@ void tst_InstallHandOff::install_after_a_yes_starts_the_installer_again()
     m_rig->Manager().Install();
     QTRY_VERIFY(QFile::exists(Mark()));
     QTRY_COMPARE(m_rig->Signals().count("InstallStarted"), 2);
+}
+
+void tst_InstallHandOff::install_after_a_yes_and_a_later_no_starts_nothing()
+{
+    KeepInstaller();
+    m_rig->SetAnswer(UpdateRig::Answer::Yes);
+    m_rig->Manager().LiveUpdate();
+    QTRY_VERIFY(QFile::exists(Mark()));
+    QTRY_COMPARE(m_rig->Signals().count("InstallStarted"), 1);
+    m_rig->SetAnswer(UpdateRig::Answer::Cancel);
+    m_rig->Manager().LiveUpdate();
+    QTRY_COMPARE(m_rig->Signals().count("CancelInstall"), 1);
+    m_rig->Manager().Install();
+    QCOMPARE(m_rig->Signals().count("InstallStarted"), 1);
 }
 
 void tst_InstallHandOff::a_downloader_offers_nothing_without_the_file()
