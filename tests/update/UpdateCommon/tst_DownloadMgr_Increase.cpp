@@ -2,6 +2,8 @@
 
 #include "api/UpdateInit.h"
 #include "platform/FileVersion.h"
+#include "platform/ProcessLock.h"
+#include "tests/support/LaterCalls.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Md5.h"
 #include "tests/support/PatchProgram.h"
@@ -31,6 +33,7 @@ private slots:
     void the_question_comes_after_the_patch();
     void the_download_is_told_as_finished_after_the_patch();
     void the_lock_is_held_while_the_patch_program_runs();
+    void closing_while_the_kept_installer_is_held_replaces_nothing();
     void a_failed_patch_is_told_and_asks_nothing_data();
     void a_failed_patch_is_told_and_asks_nothing();
     void an_upper_case_md5_of_the_manifest_is_a_failed_patch();
@@ -233,6 +236,39 @@ void tst_DownloadMgr_Increase::the_lock_is_held_while_the_patch_program_runs()
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(QFile::exists(seen));
     QVERIFY(!wasThere);
+}
+
+void tst_DownloadMgr_Increase::closing_while_the_kept_installer_is_held_replaces_nothing()
+{
+    const PatchProgram program;
+    LaterCalls later;
+    m_rig->System().callLater = later.Seam();
+    int attempts = 0;
+    m_rig->System().renameOver = [&attempts](const QString &from, const QString &to,
+                                             QString *failure) {
+        return ++attempts == 1 ? RenameResult::Busy : gRenameOver(from, to, failure);
+    };
+    m_rig->Build();
+    Offer(m_old, gMd5(m_new));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(attempts, 1);
+    QCOMPARE(ProcessLock().TryLock(gPackageLockFile()), ProcessLock::Outcome::HeldByAnother);
+    emit m_rig->Progress().Close();
+    QCOMPARE(ProcessLock().TryLock(gPackageLockFile()), ProcessLock::Outcome::Taken);
+    later.Run();
+    QCoreApplication::processEvents();
+    QCOMPARE(attempts, 1);
+    QVERIFY(gReadFile(Kept()) == m_old);
+    QCOMPARE(m_rig->Boxes(), 0);
+    QCOMPARE(m_rig->Signals().count("Close"), 5);
+
+    m_rig->Forget();
+    m_rig->Build();
+    Offer(m_old, gMd5(m_new));
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(m_rig->Server().Requests("GET").isEmpty());
+    QVERIFY(gReadFile(Kept()) == m_new);
 }
 
 void tst_DownloadMgr_Increase::a_failed_patch_is_told_and_asks_nothing_data()
