@@ -13,9 +13,10 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QtConcurrent>
+#include <QThread>
 #include <QTimer>
 
+#include <algorithm>
 #include <map>
 
 namespace
@@ -44,6 +45,13 @@ public:
 private:
     QString m_configDirectory;
 };
+
+/// Once the application object is gone, Qt delivers no events on threads: a report that is still on its
+/// way would never end, and the process would wait for its thread for ever.
+void gWaitAtTheEnd()
+{
+    UpdateEventReport::GetInstance()->WaitForReports();
+}
 } // namespace
 
 EventSink &gProcessReports(const QString &configDirectory)
@@ -62,15 +70,11 @@ UpdateEventReport::UpdateEventReport()
     : m_uid(ClientIdentity().GetClientSign(QStringLiteral("Halvard")))
     , m_pid(ProductId(InstallLanguage()))
 {
-    m_synchronizer.setCancelOnWait(false);
-    // Once the application object is gone, Qt delivers no events on pool threads: a report that is still
-    // on its way would never end, and the process would wait for its thread for ever.
-    qAddPostRoutine([] { GetInstance()->WaitForReports(); });
 }
 
 UpdateEventReport::~UpdateEventReport()
 {
-    m_synchronizer.waitForFinished();
+    WaitForReports();
 }
 
 void UpdateEventReport::SetReportInfo(const QString &oldVersion, const QString &newVersion,
@@ -90,7 +94,7 @@ void UpdateEventReport::ReportEvent(EventType type)
 void UpdateEventReport::ReportEvent(EventType type, const QString &configDirectory)
 {
     // A report that has just ended may still have others waiting behind it: they keep their place.
-    if (m_future.isRunning() || !m_pending.isEmpty()) {
+    if (m_inFlight > 0 || !m_pending.isEmpty()) {
         m_pending.append({type, configDirectory});
     } else {
         StartReport({type, configDirectory}, true);
@@ -99,18 +103,32 @@ void UpdateEventReport::ReportEvent(EventType type, const QString &configDirecto
 
 void UpdateEventReport::WaitForReports()
 {
-    m_synchronizer.waitForFinished();
+    for (const auto &thread : m_threads) {
+        thread->wait();
+    }
 }
 
 void UpdateEventReport::StartReport(const Event &event, bool firstAttempt)
 {
+    if (QCoreApplication::instance() == nullptr) {
+        return; // see gWaitAtTheEnd
+    }
     m_configDirectory = event.configDirectory;
     {
         const QMutexLocker locker(&m_mutex);
         m_host = gStatisticsHost(event.configDirectory);
     }
-    m_future = QtConcurrent::run(this, &UpdateEventReport::Report, event.type, firstAttempt);
-    m_synchronizer.addFuture(m_future);
+    m_threads.erase(std::remove_if(m_threads.begin(), m_threads.end(),
+                                   [](const auto &thread) { return thread->isFinished(); }),
+                    m_threads.end());
+    // Anew for each report: Qt forgets it with the application object, and a process may have one after
+    // the other.
+    qRemovePostRoutine(gWaitAtTheEnd);
+    qAddPostRoutine(gWaitAtTheEnd);
+    ++m_inFlight;
+    m_threads.emplace_back(
+        QThread::create([this, type = event.type, firstAttempt] { Report(type, firstAttempt); }));
+    m_threads.back()->start();
 }
 
 EventRecord UpdateEventReport::MakeRecord(EventType type)
@@ -158,6 +176,7 @@ void UpdateEventReport::Report(EventType type, bool firstAttempt)
     }
     // The second attempt is the last one, whatever came of it.
     const bool outcome = ok || !firstAttempt;
+    --m_inFlight;
     QMetaObject::invokeMethod(this, "_ReportFinished", Qt::QueuedConnection, Q_ARG(bool, outcome),
                               Q_ARG(int, static_cast<int>(type)));
 }

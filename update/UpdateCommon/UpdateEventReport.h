@@ -5,16 +5,20 @@
 #include "update/base/EventSink.h"
 #include "update/report/EventRecord.h"
 
-#include <QFuture>
-#include <QFutureSynchronizer>
 #include <QList>
 #include <QMutex>
 #include <QObject>
 #include <QString>
 
+#include <atomic>
+#include <memory>
+#include <vector>
+
+class QThread;
+
 /// Sends one statistics record for each notable outcome of an update, without blocking the dialog.
 ///
-///     ReportEvent ─┬─► StartReport ─► Report (pool thread: one GET, at most 5 s)
+///     ReportEvent ─┬─► StartReport ─► Report (its own thread: one GET, at most 5 s)
 ///                  │                    └─► _ReportFinished (back on this thread)
 ///                  │                          ├─ failed: the same event once more
 ///                  └─► waits in m_pending ◄───┴─ done: the next one that waits
@@ -46,7 +50,8 @@ public:
     void ReportEvent(EventType type) override;
 
     /// Blocks until every report that was started has ended, at most about 5 s for each. Events
-    /// that still wait behind one in flight are not started meanwhile.
+    /// that still wait behind one in flight are not started meanwhile. No event of Qt is delivered on
+    /// the calling thread.
     void WaitForReports() override;
 
     /// Sends the record, then calls `_ReportFinished` queued. For `StartReport` only.
@@ -66,7 +71,7 @@ private:
     void StartReport(const Event &event, bool firstAttempt);
     EventRecord MakeRecord(EventType type);
 
-    /// Guards the strings: a report in flight reads them on its pool thread.
+    /// Guards the strings: a report in flight reads them on its thread.
     QMutex m_mutex;
     QString m_oldVersion;
     QString m_newVersion;
@@ -77,8 +82,12 @@ private:
     QList<Event> m_pending;
     /// Of the event that was started last.
     QString m_configDirectory;
-    QFuture<void> m_future;
-    QFutureSynchronizer<void> m_synchronizer;
+    /// The reports that are being sent. Each takes itself off before it posts its outcome, so that an
+    /// event raised behind that outcome does not wait for one that will never come.
+    std::atomic<int> m_inFlight{0};
+    /// Every report has a thread of its own. A task of a pool would be run by the waiting thread, the
+    /// GUI thread, when no thread of the pool has begun it.
+    std::vector<std::unique_ptr<QThread>> m_threads;
 };
 
 /// The process's reports, for a dialog that was constructed with @p configDirectory. The instance behind

@@ -14,12 +14,64 @@
 #include <QHostInfo>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QProcess>
+#include <QtConcurrent>
 #include <QtTest>
 
 Q_DECLARE_METATYPE(HttpAnswer::Fault)
 
 using Event = UpdateEventReport::EventType;
+
+namespace
+{
+/// Occupies every thread of the application's pool.
+class PoolJam
+{
+public:
+    PoolJam()
+    {
+        for (int thread = 0; thread < QThreadPool::globalInstance()->maxThreadCount(); ++thread) {
+            QtConcurrent::run([this] { m_end.acquire(); });
+        }
+    }
+    ~PoolJam()
+    {
+        m_end.release(QThreadPool::globalInstance()->maxThreadCount());
+        QThreadPool::globalInstance()->waitForDone();
+    }
+    PoolJam(const PoolJam &) = delete;
+    PoolJam &operator=(const PoolJam &) = delete;
+
+private:
+    QSemaphore m_end;
+};
+
+/// Raises an event right behind each outcome, while the thread of its report may still be there.
+class RaisesNext : public QObject
+{
+public:
+    explicit RaisesNext(int count)
+        : m_left(count)
+    {
+        UpdateEventReport::GetInstance()->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() != QEvent::MetaCall) {
+            return false;
+        }
+        watched->event(event);
+        if (m_left > 0) {
+            --m_left;
+            UpdateEventReport::GetInstance()->ReportEvent(Event::DownloadError);
+        }
+        return true;
+    }
+
+private:
+    int m_left;
+};
+} // namespace
 
 /// The reports as a TLS server receives them. The process has one reporter, so every test function
 /// starts and ends without a report in flight.
@@ -58,14 +110,15 @@ private slots:
     void the_second_of_two_events_waits_for_the_first();
     void many_events_are_sent_one_after_the_other_in_their_order();
     void wait_for_reports_waits_for_those_that_were_started_only();
+    void a_wait_runs_no_report_itself_and_delivers_no_event();
     void an_event_behind_an_ended_one_keeps_its_place();
+    void an_event_raised_at_the_moment_of_an_outcome_is_sent();
 
     void the_host_is_data();
     void the_host_is();
     void a_changed_host_counts_from_the_next_record_on();
     void reports_go_to_the_host_of_their_own_directory();
     void the_reports_of_a_dialog_keep_its_configuration_directory();
-    void a_process_that_ends_with_a_report_on_its_way_does_not_hang();
 
 private:
     static void Raise(Event type) { UpdateEventReport::GetInstance()->ReportEvent(type); }
@@ -413,6 +466,19 @@ void tst_UpdateEventReport::wait_for_reports_waits_for_those_that_were_started_o
     QCOMPARE(Results(), expected);
 }
 
+void tst_UpdateEventReport::a_wait_runs_no_report_itself_and_delivers_no_event()
+{
+    // A host that renders keeps every thread of the application's pool busy.
+    const PoolJam jam;
+    const auto delivered = std::make_shared<bool>(false);
+    QMetaObject::invokeMethod(
+        this, [delivered] { *delivered = true; }, Qt::QueuedConnection);
+    Raise(Event::InstallStarted);
+    UpdateEventReport::GetInstance()->WaitForReports();
+    QCOMPARE(Results(), QList<int>{1});
+    QVERIFY(!*delivered);
+}
+
 void tst_UpdateEventReport::an_event_behind_an_ended_one_keeps_its_place()
 {
     Raise(Event::PatchMd5Mismatch);
@@ -422,6 +488,14 @@ void tst_UpdateEventReport::an_event_behind_an_ended_one_keeps_its_place()
     gSettleReports();
     const QList<int> expected{-2, -3, -6};
     QCOMPARE(Results(), expected);
+}
+
+void tst_UpdateEventReport::an_event_raised_at_the_moment_of_an_outcome_is_sent()
+{
+    constexpr int count = 100;
+    const RaisesNext next(count);
+    Raise(Event::PatchMd5Mismatch);
+    QTRY_COMPARE_WITH_TIMEOUT(Results().size(), 1 + count, 60000);
 }
 
 void tst_UpdateEventReport::the_host_is_data()
@@ -490,31 +564,5 @@ void tst_UpdateEventReport::the_reports_of_a_dialog_keep_its_configuration_direc
     QCOMPARE(Results(), QList<int>{-1});
 }
 
-void tst_UpdateEventReport::a_process_that_ends_with_a_report_on_its_way_does_not_hang()
-{
-    // This server waits for a request that is not encrypted, so it never answers.
-    m_rig->WriteSetting("StatisticsHost", m_rig->Server().Host());
-    QProcess process;
-    process.start(QCoreApplication::applicationFilePath(),
-                  {"--report-and-exit", m_rig->ConfigFolder()});
-    QVERIFY2(process.waitForFinished(20000), "one attempt of 5 s, and neither retry nor queue");
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(process.exitCode(), 0);
-    QCOMPARE(m_rig->Server().Connections(), 1);
-    m_rig->SendReportsTo(*m_statistics);
-}
-
-int main(int argc, char *argv[])
-{
-    const QApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == "--report-and-exit") {
-        QuillonInit::SetConfigFileDir(arguments.value(2));
-        UpdateEventReport::GetInstance()->ReportEvent(Event::DownloadError);
-        UpdateEventReport::GetInstance()->ReportEvent(Event::InstallStarted);
-        return 0;
-    }
-    tst_UpdateEventReport test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_MAIN(tst_UpdateEventReport)
 #include "tst_UpdateEventReport.moc"
