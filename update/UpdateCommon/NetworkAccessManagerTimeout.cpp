@@ -3,6 +3,7 @@
 #include "update/UpdateCommon/NetworkAccessManagerTimeout.h"
 
 #include "api/Log.h"
+#include "platform/StayLoaded.h"
 #include "update/base/AnswerSizeLimit.h"
 #include "update/base/NetworkFailure.h"
 
@@ -20,6 +21,7 @@ NetworkAccessManagerTimeout::NetworkAccessManagerTimeout(QObject *parent)
 QByteArray NetworkAccessManagerTimeout::Get(const QNetworkRequest &request, int msecs,
                                             const Reader &read)
 {
+    gStayLoaded(); // a thread that was given up on may run for hours
     m_request = request;
     m_read = read;
     m_started = true;

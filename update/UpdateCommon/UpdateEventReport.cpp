@@ -4,6 +4,7 @@
 
 #include "api/ProductSettings.h"
 #include "api/QuillonInit.h"
+#include "platform/StayLoaded.h"
 #include "update/report/ClientIdentity.h"
 
 #include <QCoreApplication>
@@ -70,6 +71,7 @@ UpdateEventReport::UpdateEventReport()
     : m_uid(ClientIdentity().GetClientSign(QStringLiteral("Halvard")))
     , m_pid(ProductId(InstallLanguage()))
 {
+    gStayLoaded();
 }
 
 UpdateEventReport::~UpdateEventReport()

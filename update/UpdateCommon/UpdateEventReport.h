@@ -28,7 +28,8 @@ class QThread;
 ///
 /// Thread:    the thread that first asks for the instance, for every call; only `Report` runs
 ///            elsewhere.
-/// Ownership: one instance for the process, which is destroyed when it exits.
+/// Ownership: one instance for the process, which is destroyed when it exits; a library that holds it
+///            is not unloaded before that.
 /// Errors:    none reach a caller; a record that fails twice is lost.
 class UpdateEventReport : public QObject, public EventSink
 {

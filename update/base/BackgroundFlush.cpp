@@ -2,6 +2,7 @@
 
 #include "update/base/BackgroundFlush.h"
 
+#include "platform/StayLoaded.h"
 #include "update/base/BackgroundWork.h"
 
 #include <QCoreApplication>
@@ -14,6 +15,7 @@ QThreadPool *gFlushPool()
 {
     static QPointer<QThreadPool> pool;
     if (pool == nullptr) {
+        gStayLoaded();
         pool = new QThreadPool(QCoreApplication::instance());
     }
     return pool;
