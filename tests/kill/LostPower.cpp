@@ -11,7 +11,6 @@
 #include <QDir>
 #include <QFile>
 #include <QTest>
-#include <QThread>
 
 #include <algorithm>
 
@@ -26,7 +25,7 @@ LostPower::LostPower(Tally *tally, quint32 seed)
     : m_tally(tally)
     , m_random(seed)
     , m_seed(seed)
-    , m_flushRandom(seed + 1)
+    , m_disk(seed + 1)
 {
 }
 
@@ -77,13 +76,13 @@ void LostPower::Begin()
     m_package =
         gTestBytes(m_random.bounded(smallestPackage, largestPackage), m_random.generate64());
     m_moments.clear();
-    m_flushed.reset();
+    m_disk.Keep(std::nullopt);
     m_isBootTold = true;
     DownloadSystem &system = m_rig->System();
     system.bootIdentity = [this] {
         return m_isBootTold ? QStringLiteral("boot %1").arg(m_boot) : QString();
     };
-    system.flush = [this](const QString &path) { return Flush(path); };
+    system.flush = [this](const QString &path) { return m_disk.Flush(path); };
     system.flushBytes = m_random.bounded(smallestFlush, largestFlush);
     system.flushTime = std::chrono::milliseconds(m_random.bounded(5, 100));
     m_later = LaterCalls();
@@ -98,23 +97,6 @@ HttpAnswer LostPower::Answer(bool isSlow)
         answer.chunkPauseMs = m_random.bounded(2, 8);
     }
     return answer;
-}
-
-/// A disk that keeps the bytes as they were when the flush began, and sometimes, but not the first
-/// time, reports a failure.
-FlushResult LostPower::Flush(const QString &path)
-{
-    constexpr int oneIn = 10;
-    constexpr quint32 slowestMs = 4;
-
-    const QByteArray data = gReadFile(path);
-    const QMutexLocker locker(&m_flushMutex);
-    QThread::msleep(m_flushRandom.bounded(slowestMs));
-    if (m_flushRandom.bounded(oneIn) == 0 && m_flushed.has_value()) {
-        return FlushResult::Unknown;
-    }
-    m_flushed = data;
-    return FlushResult::Flushed;
 }
 
 /// A small package can arrive before its first flush is recorded. The service therefore cuts the
@@ -170,10 +152,8 @@ void LostPower::Record()
 {
     // A flush that ends after this point keeps more bytes than are recorded here. The state claims
     // none of them yet, because it is written on this thread.
-    m_flushMutex.lock();
     RecordedMoment moment;
-    moment.flushed = m_flushed;
-    m_flushMutex.unlock();
+    moment.flushed = m_disk.Flushed();
     moment.state = gReadFile(m_rig->StateFile());
     moment.data = gReadFile(m_rig->Target());
     m_moments.append(moment);
@@ -216,7 +196,7 @@ void LostPower::Fail(const RecordedMoment &moment, const PowerLoss &loss)
     }
     ++m_boot;
     m_isBootTold = m_random.bounded(oneIn) != 0;
-    m_flushed = loss.data;
+    m_disk.Keep(loss.data);
     QStringList problems = ProblemsOfClaims(moment);
     // At times the power fails again during the resumed download.
     const bool isNext = m_random.bounded(goesOnOneIn) == 0;

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "tests/kill/FlushedDisk.h"
 #include "tests/kill/PowerLoss.h"
 #include "tests/kill/Tally.h"
 #include "tests/support/LaterCalls.h"
@@ -9,7 +10,6 @@
 
 #include <QByteArray>
 #include <QList>
-#include <QMutex>
 #include <QRandomGenerator>
 #include <QString>
 #include <QStringList>
@@ -38,7 +38,6 @@ private:
     /// Starts to download the package; records every moment of it when @p isRecorded.
     void Download(const HttpAnswer &answer, bool isRecorded);
     void Record();
-    FlushResult Flush(const QString &path);
     /// The recorded moment @p index after a loss of power: with its state or, at times, an earlier
     /// one.
     RecordedMoment MomentAt(int index);
@@ -65,7 +64,5 @@ private:
     qint64 m_written = 0;
     qint64 m_kept = 0;
 
-    QMutex m_flushMutex;
-    std::optional<QByteArray> m_flushed;
-    QRandomGenerator m_flushRandom;
+    FlushedDisk m_disk;
 };
