@@ -2,6 +2,8 @@
 
 #include "tests/kill/KillScene.h"
 
+#include "platform/FileIdentity.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -64,13 +66,14 @@ void KillScene::NewUser() const
 
 KillScene::Snapshot KillScene::Take() const
 {
-    Snapshot files;
+    Snapshot snapshot;
+    snapshot.target = gFileIdentity(Target()).toUtf8();
     QDirIterator entries(Home(), QDir::Files, QDirIterator::Subdirectories);
     while (entries.hasNext()) {
         const QString path = entries.next();
-        files.insert(QDir(Home()).relativeFilePath(path), gReadFile(path));
+        snapshot.files.insert(QDir(Home()).relativeFilePath(path), gReadFile(path));
     }
-    return files;
+    return snapshot;
 }
 
 KillScene::Snapshot KillScene::BegunDownload()
@@ -84,13 +87,17 @@ KillScene::Snapshot KillScene::BegunDownload()
     return Take();
 }
 
-void KillScene::Restore(const Snapshot &files) const
+void KillScene::Restore(const Snapshot &snapshot) const
 {
     NewUser();
-    for (auto file = files.begin(); file != files.end(); ++file) {
+    for (auto file = snapshot.files.begin(); file != snapshot.files.end(); ++file) {
         const QString path = Home() + '/' + file.key();
         QDir().mkpath(QFileInfo(path).path());
         gWriteFile(path, file.value());
+    }
+    if (!snapshot.target.isEmpty()) {
+        const QByteArray target = gFileIdentity(Target()).toUtf8();
+        gWriteFile(StateFile(), gReadFile(StateFile()).replace(snapshot.target, target));
     }
 }
 

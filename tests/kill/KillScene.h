@@ -23,8 +23,12 @@
 class KillScene
 {
 public:
-    /// All files below the home, by their relative paths.
-    using Snapshot = QMap<QString, QByteArray>;
+    struct Snapshot {
+        /// All files below the home, by their relative paths.
+        QMap<QString, QByteArray> files;
+        /// The identity of the target, by which a state knows it; empty without one.
+        QByteArray target;
+    };
 
     /// Empty when a host can be traced on this system; otherwise the reason why not.
     static QByteArray Untraceable();
@@ -38,7 +42,8 @@ public:
     /// The home of a user whose first download was killed: it has some chunks of the package, and
     /// the state that claims them.
     Snapshot BegunDownload();
-    void Restore(const Snapshot &files) const;
+    /// Puts everything back. The target is another file then, and the state is made to know it.
+    void Restore(const Snapshot &snapshot) const;
 
     /// Further arguments of strace, for example to kill the host.
     void Inject(const QStringList &straceArguments) { m_injection = straceArguments; }

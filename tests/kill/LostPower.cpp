@@ -85,6 +85,10 @@ void LostPower::Begin()
     system.flush = [this](const QString &path) { return m_disk.Flush(path); };
     system.flushBytes = m_random.bounded(smallestFlush, largestFlush);
     system.flushTime = std::chrono::milliseconds(m_random.bounded(5, 100));
+    // A loss of power leaves the same file behind, a test another one.
+    system.fileIdentity = [](const QString &path) {
+        return QFile::exists(path) ? QStringLiteral("the target") : QString();
+    };
     m_later = LaterCalls();
     system.callLater = m_later.Seam();
 }
