@@ -33,7 +33,7 @@ void Histories::RunDrawn(quint32 seed, quint32 first, quint32 count)
 void Histories::Run(const QList<History> &histories)
 {
     // A history waits most of its time for the pace of its service.
-    constexpr unsigned forEachCore = 6U;
+    constexpr unsigned forEachCore = 4U;
 
     std::atomic<int> next{0};
     std::mutex counting;
