@@ -90,6 +90,7 @@ bool LiveUpdateMgr::IsNeedUpdate()
 
 void LiveUpdateMgr::CheckVersion(const QString &pid, const QString &version, const QString &email)
 {
+    m_check->GiveUp();
     if (!m_pages->ShowChecking()) {
         return;
     }

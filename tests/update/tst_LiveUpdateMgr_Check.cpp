@@ -42,6 +42,9 @@ private slots:
     void a_kept_installer_that_is_gone_is_overlooked();
     void a_second_check_starts_anew();
     void a_second_check_overtakes_one_that_is_under_way();
+    void an_overtaken_check_says_nothing_any_more();
+    void a_check_that_a_kept_installer_overtakes_says_nothing_any_more();
+    void a_check_that_is_started_when_the_version_page_shows_is_not_mixed_up();
 
     void the_silent_check_gives_data();
     void the_silent_check_gives();
@@ -320,6 +323,55 @@ void tst_LiveUpdateMgr_Check::a_second_check_overtakes_one_that_is_under_way()
     QTRY_COMPARE(Network()->findChildren<QNetworkReply *>().size(), 0);
     QCOMPARE(m_rig->Pages(), pages);
     QVERIFY(!m_rig->VersionText().isEmpty());
+}
+
+void tst_LiveUpdateMgr_Check::an_overtaken_check_says_nothing_any_more()
+{
+    m_rig->Server().Serve("/check", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    auto *overtaken = Network()->findChild<QNetworkReply *>();
+    QVERIFY(overtaken);
+    m_rig->Manager().LiveUpdate("4", "5", "6");
+    emit Network()->sslErrors(overtaken, {});
+    emit overtaken->sslErrors({});
+    overtaken->abort();
+    QVERIFY(overtaken->error() != QNetworkReply::NoError);
+    const QStringList pages{"progress", "progress"};
+    QCOMPARE(m_rig->Pages(), pages);
+}
+
+void tst_LiveUpdateMgr_Check::a_check_that_a_kept_installer_overtakes_says_nothing_any_more()
+{
+    m_rig->Server().Serve("/check", HttpAnswer::Broken({}, HttpAnswer::Fault::Silence));
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    const QPointer<QNetworkReply> overtaken = Network()->findChild<QNetworkReply *>();
+    QVERIFY(overtaken);
+    QVERIFY(gWriteFile(m_rig->Path("kept.exe"), "an installer"));
+    m_rig->WriteSetting("SetupFile", m_rig->Path("kept.exe"));
+    m_rig->Manager().LiveUpdate("4", "5", "6");
+    QCOMPARE(m_rig->Boxes(), 1);
+    if (overtaken) {
+        overtaken->abort();
+    }
+    const QStringList pages{"progress", "progress"};
+    QCOMPARE(m_rig->Pages(), pages);
+}
+
+void tst_LiveUpdateMgr_Check::a_check_that_is_started_when_the_version_page_shows_is_not_mixed_up()
+{
+    ServeManifest("<a/>");
+    const QMetaObject::Connection connection =
+        connect(&m_rig->Manager(), &LiveUpdateMgr::SetCurrentWidget, this, [this](QWidget *page) {
+            if (page == &m_rig->Version() && m_rig->Pages().count("version") == 1) {
+                ServeManifest(UpdateRig::Manifest(exeUrl));
+                m_rig->Manager().LiveUpdate("4", "5", "6");
+            }
+        });
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_VERIFY(!m_rig->VersionText().isEmpty());
+    disconnect(connection);
+    const QStringList pages{"progress", "version", "progress", "version"};
+    QCOMPARE(m_rig->Pages(), pages);
 }
 
 void tst_LiveUpdateMgr_Check::the_silent_check_gives_data()

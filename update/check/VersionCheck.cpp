@@ -43,8 +43,17 @@ VersionCheck::VersionCheck(const QString &urlTemplate, VersionInfo *manifest, QO
     , m_network(new QNetworkAccessManager(this))
     , m_request(QUrl())
 {
-    connect(m_network, &QNetworkAccessManager::finished, this, &VersionCheck::ReportEnd);
-    connect(m_network, &QNetworkAccessManager::sslErrors, this, &VersionCheck::Failed);
+    // Of the latest check alone: what becomes of an older one is nobody's concern any more.
+    connect(m_network, &QNetworkAccessManager::finished, this, [this](QNetworkReply *reply) {
+        if (reply == m_reply) {
+            ReportEnd(reply);
+        }
+    });
+    connect(m_network, &QNetworkAccessManager::sslErrors, this, [this](QNetworkReply *reply) {
+        if (reply == m_reply) {
+            emit Failed();
+        }
+    });
 }
 
 VersionCheck::~VersionCheck()
@@ -58,12 +67,18 @@ QUrl VersionCheck::Address(const QueryValues &values) const
     return gBuildCheckUrl(m_urlTemplate, values.pid, values.version, values.email);
 }
 
-void VersionCheck::Start(const QueryValues &values)
+void VersionCheck::GiveUp()
 {
     if (m_reply != nullptr) {
         m_reply->disconnect(this);
         m_reply->deleteLater();
+        m_reply.clear();
     }
+}
+
+void VersionCheck::Start(const QueryValues &values)
+{
+    GiveUp();
     m_request.setUrl(Address(values));
     m_reply = m_network->get(m_request);
     connect(m_reply, &QNetworkReply::sslErrors, this, [this](const QList<QSslError> &errors) {
@@ -97,9 +112,10 @@ void VersionCheck::ReadAnswer()
     constexpr int firstErrorStatus = 400;
 
     const QPointer<VersionCheck> alive(this);
+    const QPointer<QNetworkReply> reply = m_reply;
     emit AnswerBegun();
-    if (alive == nullptr || m_reply == nullptr) {
-        return;
+    if (alive == nullptr || reply == nullptr || reply != m_reply) {
+        return; // A slot deleted this object, or started another check.
     }
     const QByteArray body = m_reply->read(mostAnswerBytes);
     m_reply->disconnect(this);

@@ -45,6 +45,9 @@ public:
 
     QUrl Address(const QueryValues &values) const;
 
+    /// Gives up the request that is under way, if there is one; it emits nothing any more.
+    void GiveUp();
+
     /// Sends the request; one that is still under way is given up.
     void Start(const QueryValues &values);
 
