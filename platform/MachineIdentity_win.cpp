@@ -2,6 +2,8 @@
 
 #include "platform/MachineIdentity.h"
 
+#include "platform/GrowingBuffer.h"
+
 #include <QUuid>
 
 #include <array>
@@ -114,11 +116,14 @@ QByteArray AdapterAddressHex()
 {
     constexpr ULONG addressBytes = 6;
 
-    ULONG size = 0;
-    GetAdaptersAddresses(AF_INET, 0, nullptr, nullptr, &size);
-    std::vector<IP_ADAPTER_ADDRESSES> buffer(size / sizeof(IP_ADAPTER_ADDRESSES) + 1);
-    if (GetAdaptersAddresses(AF_INET, GAA_FLAG_SKIP_ANYCAST, nullptr, buffer.data(), &size) !=
-        ERROR_SUCCESS) {
+    const auto ask = [](IP_ADAPTER_ADDRESSES *adapters, ULONG *size) {
+        return GetAdaptersAddresses(AF_INET, GAA_FLAG_SKIP_ANYCAST, nullptr, adapters, size);
+    };
+    ULONG result = ERROR_SUCCESS;
+    const auto buffer =
+        gFillGrowingBuffer<IP_ADAPTER_ADDRESSES, ULONG>(ask, ULONG{ERROR_BUFFER_OVERFLOW}, &result);
+    // Without an adapter there is no buffer.
+    if (result != ERROR_SUCCESS || buffer.empty()) {
         return {};
     }
     for (const IP_ADAPTER_ADDRESSES *adapter = buffer.data(); adapter != nullptr;
