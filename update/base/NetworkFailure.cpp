@@ -8,7 +8,8 @@ QString gFailureKind(QNetworkReply::NetworkError code, int status)
 {
     constexpr int firstErrorStatus = 400;
 
-    if (status >= firstErrorStatus) {
+    // What a proxy refuses has a status as well, but it is not the server's.
+    if (status >= firstErrorStatus && code != QNetworkReply::ProxyAuthenticationRequiredError) {
         return QStringLiteral("HTTP status %1").arg(status);
     }
     // The network layer's codes are many; only these mean something of their own to an operator.

@@ -30,6 +30,8 @@ void tst_NetworkFailure::a_failure_is_called_data()
     row("cancelled", QNetworkReply::OperationCanceledError);
     row("TLS", QNetworkReply::SslHandshakeFailedError);
     row("proxy", QNetworkReply::ProxyNotFoundError);
+    QTest::newRow("proxy that wants a password")
+        << int(QNetworkReply::ProxyAuthenticationRequiredError) << 407 << "proxy";
     row("protocol", QNetworkReply::ProtocolFailure);
     row("HTTP status 404", QNetworkReply::ContentNotFoundError, 404);
     row("HTTP status 503", QNetworkReply::ServiceUnavailableError, 503);
