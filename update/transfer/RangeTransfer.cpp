@@ -151,11 +151,8 @@ bool RangeTransfer::HasPackage() const
 
 bool RangeTransfer::IsCut(QNetworkReply::NetworkError code) const
 {
-    if (m_mode->IsLateCut(code) || code == QNetworkReply::ProxyConnectionClosedError) {
-        return true;
-    }
     const QNetworkReply *const reply = m_requester->Reply();
     const bool isReachable =
         m_requester->Watch().IsAskingAgain() || (reply != nullptr && gIsAnswered(*reply));
-    return isReachable && gIsConnectionError(code);
+    return (isReachable && gIsConnectionError(code)) || m_mode->IsLateCut(code);
 }
