@@ -18,19 +18,16 @@ constexpr qint64 readBufferSize = qint64{1024} * 1024;
 
 RangeRequester::RangeRequester(const DownloadSystem &system, QObject *parent)
     : QObject(parent)
-    , m_manager(new QNetworkAccessManager(this))
     , m_watch(new TransferWatch(system, this))
 {
-    connect(m_manager, &QNetworkAccessManager::finished, this, &RangeRequester::ManagerFinished);
+    MakeManager();
     connect(m_watch, &TransferWatch::AskAgain, this, &RangeRequester::AskAgain);
     connect(m_watch, &TransferWatch::GivenUp, this, &RangeRequester::GivenUp);
 }
 
 RangeRequester::~RangeRequester()
 {
-    Drop();
-    m_manager->disconnect(this);
-    gDeleteLater(m_manager);
+    DropManager();
 }
 
 void RangeRequester::Send(const QNetworkRequest &request)
@@ -58,6 +55,28 @@ void RangeRequester::Drop()
         }
         reply->deleteLater();
     }
+}
+
+void RangeRequester::DropConnection()
+{
+    DropManager();
+    MakeManager();
+}
+
+void RangeRequester::MakeManager()
+{
+    m_manager = new QNetworkAccessManager(this);
+    connect(m_manager, &QNetworkAccessManager::finished, this, &RangeRequester::ManagerFinished);
+}
+
+/// A connection that a proxy closes before its tunnel is there stays in use for the network layer, and
+/// later requests wait for it. Clearing the manager's connections would wait for the manager's thread,
+/// which may be waiting for this one with a certificate; so the manager goes with them.
+void RangeRequester::DropManager()
+{
+    Drop();
+    m_manager->disconnect(this);
+    gDeleteLater(m_manager);
 }
 
 void RangeRequester::Cut()

@@ -39,6 +39,8 @@ public:
 
     /// Gives the reply up.
     void Drop();
+    /// The same, and the next request is sent over a new connection.
+    void DropConnection();
     /// Gives the reply up. What is left is asked for again after a pause, unless that was tried too
     /// often.
     void Cut();
@@ -60,7 +62,10 @@ signals:
     void GivenUp();
 
 private:
-    QNetworkAccessManager *m_manager;
+    void MakeManager();
+    void DropManager();
+
+    QNetworkAccessManager *m_manager = nullptr;
     QPointer<QNetworkReply> m_reply;
     TransferWatch *m_watch;
 };

@@ -52,6 +52,7 @@ void RangeTransfer::AskForRest()
 void RangeTransfer::AskAgain()
 {
     m_store.Close();
+    m_requester->DropConnection();
     AskForRest();
 }
 

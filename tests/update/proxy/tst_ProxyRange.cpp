@@ -21,10 +21,13 @@ private slots:
     void a_proxy_that_goes_away_is_waited_for();
     void a_proxy_that_is_not_there_is_a_failure_at_once();
     void a_proxy_that_wants_a_password_meanwhile_is_a_failure();
+    void a_proxy_that_closes_in_place_of_a_tunnel_is_asked_again();
 
 private:
     void Start(const QUrl &url);
     void StartThroughProxy();
+    /// The test's server takes the place of a proxy that closes every connection.
+    void StartThroughClosingProxy();
     void Serve(const HttpAnswer &answer) { m_rig->Server().Serve("/setup.exe", answer); }
 
     QByteArray m_package;
@@ -78,6 +81,17 @@ void tst_ProxyRange::StartThroughProxy()
     QTRY_COMPARE(m_later.Seconds(), QList<int>{1});
 }
 
+void tst_ProxyRange::StartThroughClosingProxy()
+{
+    FaultScript script;
+    script.When("CONNECT", "package.example:443").Answer(FaultAnswer::Closed());
+    m_rig->Server().Play(script);
+    const QUrl proxy = m_rig->Server().Url("/");
+    QNetworkProxy::setApplicationProxy(
+        {QNetworkProxy::HttpProxy, proxy.host(), static_cast<quint16>(proxy.port())});
+    Start(QUrl("https://package.example/setup.exe"));
+}
+
 void tst_ProxyRange::a_proxy_that_goes_away_is_waited_for()
 {
     StartThroughProxy();
@@ -117,6 +131,19 @@ void tst_ProxyRange::a_proxy_that_wants_a_password_meanwhile_is_a_failure()
     QCOMPARE(log.CountContaining("proxy, http://0.0.0.0"), 1);
     QCOMPARE(m_later.Seconds(), QList<int>{1});
     QVERIFY(!m_downloader->IsRunning());
+}
+
+void tst_ProxyRange::a_proxy_that_closes_in_place_of_a_tunnel_is_asked_again()
+{
+    const LogCapture log;
+    // The network layer does not tell of such an end, so the range stalls.
+    m_rig->System().stallLimit = std::chrono::milliseconds(200);
+    StartThroughClosingProxy();
+    QTRY_COMPARE(m_errors->count(), 1);
+    QCOMPARE(m_rig->Server().Requests("CONNECT").size(), 3);
+    QCOMPARE(log.CountContaining("stall, range 2 has received nothing"), 3);
+    QCOMPARE(m_errors->first().first().toString(),
+             QStringLiteral("Failed to download the update."));
 }
 
 QTEST_MAIN(tst_ProxyRange)
