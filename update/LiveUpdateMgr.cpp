@@ -127,8 +127,9 @@ void LiveUpdateMgr::ShowAnswer()
 void LiveUpdateMgr::UpdateNow()
 {
     m_fullPackageTried = false;
+    m_offer = m_versionInfo->Offer();
     const PackageChoice choice =
-        gChoosePackage(m_versionInfo->Offer(), UpdateInit::GetUpdateVersion(), m_context.events);
+        gChoosePackage(m_offer, UpdateInit::GetUpdateVersion(), m_context.events);
     switch (choice.kind) {
     case PackageChoice::Kind::Nothing:
         break;
@@ -168,7 +169,7 @@ void LiveUpdateMgr::StartFullPackage()
 
 void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePath)
 {
-    const PackageOffer offer = m_versionInfo->Offer();
+    const PackageOffer offer = m_offer;
     if (!offer.namesVersion) {
         return;
     }

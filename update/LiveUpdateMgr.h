@@ -4,6 +4,7 @@
 
 #include "update/base/UpdateContext.h"
 #include "update/check/VersionCheck.h"
+#include "update/plan/PackageOffer.h"
 #include "update/plan/ResumeState.h"
 #include "update/UpdateCommon/DownloadMgr.h"
 
@@ -63,7 +64,7 @@ public:
     /// The version page's "Update Now".
     void UpdateNow();
 
-    /// Plans the download of a package and starts the downloaders of what is missing.
+    /// Plans the download of a package of the last "Update Now" and starts the downloaders of what is missing.
     void StartDownload(bool incremental, const QString &oldPackagePath);
 
     /// Asks for the size of @p url in bytes; 0 on any failure. Blocks in a local event loop. Behind
@@ -116,6 +117,8 @@ private:
     DownloadMgr *m_downloadMgr;
     /// The latest plan; null before the first one.
     PackageDownload *m_download = nullptr;
+    /// Of the last "Update Now": a silent check may bring another manifest during the download.
+    PackageOffer m_offer;
     QUrl m_downloadUrl;
     /// The full package was planned since the last "Update Now".
     bool m_fullPackageTried = false;

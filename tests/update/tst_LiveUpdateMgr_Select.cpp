@@ -48,6 +48,7 @@ private slots:
     void every_failing_range_is_reported();
 
     void a_failed_patch_falls_back_to_the_full_package();
+    void a_silent_check_during_the_download_does_not_change_what_follows_a_failed_patch();
     void several_failed_patches_fall_back_once();
     void a_patch_that_failed_is_not_downloaded_again();
 
@@ -361,6 +362,26 @@ void tst_LiveUpdateMgr_Select::a_failed_patch_falls_back_to_the_full_package()
     QVERIFY2(gReadFile(Folder() + "/Corvina9") == gInstallerBytes(), "the kept installer stays");
     QVERIFY(gReadFile(Folder() + "/increase.patch") == gTestBytes(700, 3));
     QVERIFY(!m_rig->Pages().contains("hint"));
+}
+
+void tst_LiveUpdateMgr_Select::
+    a_silent_check_during_the_download_does_not_change_what_follows_a_failed_patch()
+{
+    const QByteArray package = gTestBytes(40000, 5);
+    Keep("Corvina9", gInstallerBytes());
+    m_rig->Server().Serve(increasePath, HttpAnswer::Body(gTestBytes(700, 3)));
+    m_rig->Server().Serve(fullPath, HttpAnswer::Body(package));
+    m_rig->Server().Serve("/other.exe", HttpAnswer::Body("another package"));
+    m_rig->Server().Serve(
+        "/check",
+        HttpAnswer::Body(UpdateRig::Manifest(m_rig->Server().Address("/other.exe")).toUtf8()));
+    Offer(gMd5(gInstallerBytes()));
+    m_rig->Manager().UpdateNow();
+    QVERIFY(m_rig->Manager().IsNeedUpdate());
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    const QByteArrayList planned{increasePath, fullPath};
+    QCOMPARE(Planned(), planned);
+    QVERIFY(gReadFile(m_rig->Installer()) == package);
 }
 
 void tst_LiveUpdateMgr_Select::several_failed_patches_fall_back_once()
