@@ -54,7 +54,7 @@ static void gReport()
 
 int main(int argc, char *argv[])
 {
-    const QByteArray end = argc > 2 ? argv[1] : "";
+    const QByteArray end = argc > 2 && qstrncmp(argv[1], "--", 2) == 0 ? argv[1] : "";
     std::optional<QApplication> application(std::in_place, argc, argv);
     if (end.isEmpty()) {
         tst_UpdateEventReport_End test;
