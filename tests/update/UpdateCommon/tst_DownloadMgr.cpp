@@ -338,6 +338,10 @@ void tst_DownloadMgr::a_failure_is_told_once_and_logged_data()
         << 500 << QByteArray() << int(QNetworkReply::InternalServerError);
     QTest::newRow("a_range_out_of_reach")
         << 416 << QByteArray() << int(QNetworkReply::UnknownContentError);
+    QTest::newRow("an_overloaded_server")
+        << 503 << QByteArray("later") << int(QNetworkReply::ServiceUnavailableError);
+    QTest::newRow("too_many_requests")
+        << 429 << QByteArray("later") << int(QNetworkReply::UnknownContentError);
 }
 
 void tst_DownloadMgr::a_failure_is_told_once_and_logged()
@@ -364,6 +368,7 @@ void tst_DownloadMgr::a_failure_is_told_once_and_logged()
              1);
     QVERIFY(log.Count("UpdateCommon", "DownloadMgr::ReplyFinished",
                       QString("Download Filed  error code %1").arg(code)) >= 1);
+    QCOMPARE(m_later.Seconds(), QList<int>());
     QCOMPARE(m_rig->State(), state);
     QVERIFY(gReadFile(m_rig->Target()) == QByteArray(m_package.size(), '\0'));
 }

@@ -30,6 +30,10 @@ private slots:
     void a_stopped_range_is_not_asked_for_again();
     void a_redirected_package_that_is_cut_is_fetched_whole_again();
     void a_redirected_package_that_is_always_cut_is_given_up();
+    void a_redirected_package_that_comes_no_further_is_given_up_data();
+    void a_redirected_package_that_comes_no_further_is_given_up();
+    void a_chain_of_redirects_is_followed_data();
+    void a_chain_of_redirects_is_followed();
 
     void a_stalled_range_is_asked_for_again_from_the_next_byte();
     void after_three_stalls_without_a_byte_the_range_is_given_up();
@@ -268,6 +272,59 @@ void tst_DownloadMgr_Retry::a_redirected_package_that_is_always_cut_is_given_up(
     QTRY_COMPARE(Errors(), 1);
     QVERIFY(m_later.Seconds().size() < 15);
     QVERIFY(!QFile::exists(m_rig->Installer()));
+}
+
+void tst_DownloadMgr_Retry::a_redirected_package_that_comes_no_further_is_given_up_data()
+{
+    QTest::addColumn<int>("laterCuts");
+    QTest::newRow("cut_at_the_same_byte") << 20000;
+    QTest::newRow("cut_at_an_earlier_byte") << 10000;
+}
+
+void tst_DownloadMgr_Retry::a_redirected_package_that_comes_no_further_is_given_up()
+{
+    QFETCH(int, laterCuts);
+    m_later.RunAtOnce();
+    Serve(HttpAnswer::Redirect("/moved"));
+    const FaultAnswer package = FaultAnswer::File(m_package);
+    FaultScript script;
+    script.When("GET", "/moved").Answer(package.CutAfter(20000)).Then(package.CutAfter(laterCuts));
+    m_rig->Server().Play(script);
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(Errors(), 1);
+    const QList<int> expected{1, 2, 4, 8, 16};
+    QCOMPARE(m_later.Seconds(), expected);
+}
+
+void tst_DownloadMgr_Retry::a_chain_of_redirects_is_followed_data()
+{
+    QTest::addColumn<int>("redirects");
+    QTest::addColumn<bool>("isFollowed");
+    QTest::newRow("of_ten") << 10 << true;
+    QTest::newRow("not_of_eleven") << 11 << false;
+}
+
+void tst_DownloadMgr_Retry::a_chain_of_redirects_is_followed()
+{
+    QFETCH(int, redirects);
+    QFETCH(bool, isFollowed);
+    const LogCapture log;
+    QByteArray path = "/setup.exe";
+    for (int number = 1; number <= redirects; ++number) {
+        const QByteArray next = "/" + QByteArray::number(number);
+        m_rig->Server().Serve(path, HttpAnswer::Redirect(next));
+        path = next;
+    }
+    m_rig->Server().Serve(path, HttpAnswer::Body(m_package));
+    Start(2, 10000, 19999);
+    if (isFollowed) {
+        QTRY_COMPARE(m_rig->Boxes(), 1);
+        QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+        QCOMPARE(Errors(), 0);
+    } else {
+        QTRY_COMPARE(Errors(), 1);
+        QCOMPARE(log.CountContaining("redirect no. 11 to "), 1);
+    }
 }
 
 void tst_DownloadMgr_Retry::a_stalled_range_is_asked_for_again_from_the_next_byte()
