@@ -179,6 +179,7 @@ void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePat
     EndDownload();
     DownloadTarget target = gDownloadTarget(offer, incremental);
     const Alive alive(this);
+    m_pages->SetDownloadStart();
     m_pages->ShowProgressPage();
     if (alive == nullptr) {
         return;

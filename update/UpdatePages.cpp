@@ -79,6 +79,7 @@ void UpdatePages::ShowCheckFailure(bool isSpelledOut)
 void UpdatePages::SetDownloadStart()
 {
     m_progressPage->SetText(gTranslateForUpdate(downloadStarts));
+    m_progressPage->SetBusy();
     m_progressPage->SetCloseVisible(1);
 }
 

@@ -39,7 +39,7 @@ public:
     /// Shows the hint page; with the text that the check has failed if @p isSpelledOut.
     void ShowCheckFailure(bool isSpelledOut);
 
-    /// "Downloading the update, please wait.", with the button "Close".
+    /// "Downloading the update, please wait.", with a busy bar and the button "Close".
     void SetDownloadStart();
     /// Both in bytes. The bar counts in 32 bits, so a package of 2 GiB or more overflows it.
     void SetProgress(qint64 downloaded, qint64 total);

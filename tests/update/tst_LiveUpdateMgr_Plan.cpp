@@ -44,6 +44,7 @@ private slots:
     void a_fresh_start_preallocates_the_target();
     void a_fresh_start_sets_the_shared_state();
     void a_fresh_start_shows_the_progress_page();
+    void the_page_tells_of_the_download_while_the_size_is_asked_for();
     void an_older_installer_and_target_are_replaced();
     void a_stale_state_file_is_overwritten();
     void a_deleted_target_means_a_fresh_start();
@@ -171,6 +172,25 @@ void tst_LiveUpdateMgr_Plan::a_fresh_start_shows_the_progress_page()
     QCOMPARE(m_rig->Bar()->maximum(), int(packageSize));
     QCOMPARE(m_rig->Bar()->value(), 0);
     QVERIFY(m_rig->CloseOffered());
+}
+
+void tst_LiveUpdateMgr_Plan::the_page_tells_of_the_download_while_the_size_is_asked_for()
+{
+    m_rig->Progress().SetText("Checking the version.");
+    m_rig->Progress().SetCloseVisible(0);
+    m_rig->Progress().SetValue(37);
+    // What is on the page when it is shown for the first time, which is before the size is asked for.
+    QStringList seen;
+    connect(&m_rig->Manager(), &LiveUpdateMgr::SetCurrentWidget, this, [this, &seen] {
+        if (seen.isEmpty()) {
+            seen = QStringList{m_rig->Pages().join(' '), m_rig->ProgressText(),
+                               m_rig->CloseOffered() ? "Close" : "no Close",
+                               QString::number(m_rig->Bar()->maximum())};
+        }
+    });
+    m_rig->StartFullDownload(gSilentPackage());
+    const QStringList expected{"progress", "Downloading the update, please wait.", "Close", "0"};
+    QCOMPARE(seen, expected);
 }
 
 void tst_LiveUpdateMgr_Plan::an_older_installer_and_target_are_replaced()

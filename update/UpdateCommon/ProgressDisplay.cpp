@@ -35,6 +35,8 @@ void ProgressDisplay::SetBusy()
 {
     m_progressBar->setMaximum(0);
     m_progressBar->setMinimum(0);
+    // No change of the value tells of it.
+    OnValueChanged();
 }
 
 void ProgressDisplay::SetMaximum(int maximum)

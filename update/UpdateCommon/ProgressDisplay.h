@@ -19,7 +19,8 @@ public:
     explicit ProgressDisplay(QWidget *parent);
 
     void SetText(QString text);
-    /// Busy mode: the bar shows that something goes on, but not how much. `SetMaximum` ends it.
+    /// Busy mode: the bar shows that something goes on, but not how much, and the
+    /// percentage is empty. `SetMaximum` ends it.
     void SetBusy();
     /// Bytes, as the bar's own 32-bit type holds them.
     void SetMaximum(int maximum);

@@ -205,6 +205,7 @@ void tst_ProgressDisplay::in_busy_mode_the_percentage_is_empty()
     page.SetValue(37);
     QCOMPARE(gPercentText(page), QString("37%"));
     page.SetBusy();
+    QCOMPARE(gPercentText(page), QString());
     page.SetValue(1);
     QCOMPARE(gPercentText(page), gProgressBar(page)->text());
     QCOMPARE(gPercentText(page), QString());
