@@ -88,8 +88,6 @@ QList<History> gQuickScripts()
                 {gKilledAt(40), gWith(HistoryStep(), Network::PortalForAWhile)}),
         gScript("all ranges are complete and the total says otherwise",
                 {gKilledAt(60), gWith(gKilledAfter(0), Files::RangesComplete)}),
-        gScript("the total is complete and the ranges say otherwise",
-                {gKilledAt(60), gWith(gKilledAfter(0), Files::TotalComplete)}),
         gScript("a target vanishes", {gKilledAt(50), gWith(again, Files::TargetDeleted)}),
         gScript("a target vanishes and comes back",
                 {gKilledAt(50), gWith(gKilledAt(20), Files::TargetMoved),

@@ -91,8 +91,7 @@ void HistoryRun::Touch(HistoryStep::Files files, int account) const
         QFile::remove(Packages() + '/' + Current().name);
         break;
     case HistoryStep::Files::RangesComplete:
-    case HistoryStep::Files::TotalComplete:
-        RewriteState(files, account);
+        CompleteRanges(account);
         break;
     case HistoryStep::Files::Untouched:
     case HistoryStep::Files::Count:
@@ -100,23 +99,17 @@ void HistoryRun::Touch(HistoryStep::Files files, int account) const
     }
 }
 
-void HistoryRun::RewriteState(HistoryStep::Files files, int account) const
+void HistoryRun::CompleteRanges(int account) const
 {
     const QString path = StateFile(account);
     const QMap<QString, QString> values = gReadIniText(path);
     QString text = QString::fromUtf8(gReadFile(path));
-    const auto put = [&text](const QString &key, const QString &value) {
-        const QRegularExpression line('^' + key + "=.*$", QRegularExpression::MultilineOption);
-        text.replace(line, key + '=' + value);
-    };
-    if (files == HistoryStep::Files::TotalComplete) {
-        put("AlreadyDownload_size", values.value("FullPackage_size/FullPackage_size"));
-    } else {
-        for (int number = 1; number <= DiskState::rangeCount; ++number) {
-            const QString range = QString::number(number);
-            const qint64 last = values.value("DownLoad_Tasks/End_Byte" + range).toLongLong();
-            put("Start_Byte" + range, QString::number(last + 1));
-        }
+    for (int number = 1; number <= DiskState::rangeCount; ++number) {
+        const QString range = QString::number(number);
+        const qint64 last = values.value("DownLoad_Tasks/End_Byte" + range).toLongLong();
+        const QString key = "Start_Byte" + range + '=';
+        const QRegularExpression line('^' + key + ".*$", QRegularExpression::MultilineOption);
+        text.replace(line, key + QString::number(last + 1));
     }
     gWriteFile(path, text.toUtf8());
 }

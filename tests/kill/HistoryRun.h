@@ -44,7 +44,7 @@ private:
 
     void Publish(HistoryStep::Change change);
     void Touch(HistoryStep::Files files, int account) const;
-    void RewriteState(HistoryStep::Files files, int account) const;
+    void CompleteRanges(int account) const;
 
     /// Whether the account has a plan with some of its bytes.
     bool HasBegun(int account) const;

@@ -47,8 +47,6 @@ QString gName(HistoryStep::Files files)
         return "installer deleted";
     case HistoryStep::Files::RangesComplete:
         return "ranges complete, total not";
-    case HistoryStep::Files::TotalComplete:
-        return "total complete, ranges not";
     case HistoryStep::Files::Untouched:
     case HistoryStep::Files::Count:
         return {};

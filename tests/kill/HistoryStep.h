@@ -23,11 +23,9 @@ struct HistoryStep {
         /// The newest installer is deleted.
         InstallerDeleted,
         Count,
-        // Only in scripts: a state that no session leaves behind.
-        /// Every range is complete, while the total says less.
-        RangesComplete,
-        /// The total says that everything is there, while ranges are incomplete.
-        TotalComplete
+        /// Only in scripts: a state that no session leaves behind. Every range is complete, while the
+        /// total says less.
+        RangesComplete
     };
 
     /// What the host meets in the network during its session.
