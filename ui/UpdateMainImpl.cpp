@@ -108,8 +108,11 @@ bool UpdateMainImpl::eventFilter(QObject *dialog, QEvent *event)
         return URBaseWidget::eventFilter(dialog, event);
     }
     event->accept();
+    const QPointer<UpdateMainImpl> alive(this);
     OnTitleBarClose();
-    return true;
+    // A window that the system closes does not close a second time, so the calls of close() behind
+    // `Close` have done nothing. The dialog takes the event and ends, with `finished`.
+    return isEscape || alive == nullptr;
 }
 
 void UpdateMainImpl::OnTitleBarClose()

@@ -363,6 +363,7 @@ void tst_UpdateMain::the_title_bars_close_behind_a_failure_ends_what_still_runs(
 void tst_UpdateMain::other_ways_to_close_are_the_title_bars_data()
 {
     QTest::addColumn<Way>("way");
+    QTest::newRow("its_button") << Way::TitleBar;
     QTest::newRow("escape") << Way::Escape;
     QTest::newRow("the_systems_like_alt_and_f4") << Way::System;
 }
@@ -372,17 +373,28 @@ void tst_UpdateMain::other_ways_to_close_are_the_title_bars()
     QFETCH(Way, way);
     Show<ProgressDisplay>();
     const Host host(m_dialog.data());
+    const QSignalSpy finished(m_dialog.data(), &QDialog::finished);
+    const QSignalSpy rejected(m_dialog.data(), &QDialog::rejected);
+    QList<bool> visible;
+    connect(m_dialog.data(), &UpdateMain::Close, this,
+            [this, &visible] { visible.append(m_dialog->isVisible()); });
     Close(way);
     QCOMPARE(host.calls.count("Close"), 6);
+    QVERIFY(visible.first());
     QVERIFY(!m_dialog->isVisible());
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(finished.first().first().toInt(), int(QDialog::Rejected));
+    QCOMPARE(rejected.count(), 1);
 }
 
 void tst_UpdateMain::the_hosts_own_close_gives_no_signal()
 {
     Show<ProgressDisplay>();
     const Host host(m_dialog.data());
+    const QSignalSpy finished(m_dialog.data(), &QDialog::finished);
     m_dialog->close();
     QCOMPARE(host.calls, QStringList("closed"));
+    QCOMPARE(finished.count(), 1);
     QVERIFY(!m_dialog->isVisible());
 }
 
