@@ -146,7 +146,7 @@ void LiveUpdateMgr::UpdateNow()
 void LiveUpdateMgr::StartIncrementalPackage(const QString &keptInstaller)
 {
     m_resumeSettings.Sync();
-    if (m_resumeSettings.IsFailedPatch(m_versionInfo->Offer().incrementalMd5)) {
+    if (m_resumeSettings.IsFailedPatch(m_offer.incrementalMd5)) {
         QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::UpdateNow",
                     "the incremental package could not be applied before and is not taken");
         StartFullPackage();

@@ -112,7 +112,7 @@ void PackageDownload::StartAnew(const ResumePoint &start)
 {
     // In this order, a process that ends in between leaves no file that a plan wrongly fits: the plan
     // names the new file, and is on disk before that takes the place of the old one.
-    const QString newFile = m_target.path + QStringLiteral(".new");
+    const QString newFile = gNewTarget(m_target.path);
     m_newFile = gCreateEmptyFile(newFile, m_total) ? newFile : QString();
     gRecordPlan(&m_resumeState, m_total, start, m_context.system.bootIdentity(),
                 IdentityWith(m_newFile.isEmpty() ? m_target.path : m_newFile));

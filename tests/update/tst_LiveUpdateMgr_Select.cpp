@@ -273,6 +273,7 @@ void tst_LiveUpdateMgr_Select::a_patch_whose_name_is_taken_is_not_asked_for_data
     QTest::newRow("by_the_kept_installer") << "Corvina9";
     QTest::newRow("by_what_the_patch_makes") << "Corvina9.patch";
     QTest::newRow("by_the_lock") << "Corvina9(x64).lock";
+    QTest::newRow("by_the_new_file_of_the_full_package") << "Corvina9(x64).tmp.new";
     QTest::newRow("by_the_folder_above") << "..";
 }
 

@@ -45,6 +45,11 @@ QString gIdentifyingMd5(const DownloadTarget &target)
     return (target.isIncremental ? target.expectedMd5 : target.packageMd5).toLower();
 }
 
+QString gNewTarget(const QString &target)
+{
+    return target + QStringLiteral(".new");
+}
+
 bool gCreateEmptyFile(const QString &path, qint64 size)
 {
     constexpr char file[] = "LiveUpdateMgr";

@@ -31,6 +31,9 @@ DownloadTarget gDownloadTarget(const PackageOffer &offer, bool incremental);
 /// incremental one makes.
 QString gIdentifyingMd5(const DownloadTarget &target);
 
+/// The name under which the new file of a fresh start is made, before it is @p target.
+QString gNewTarget(const QString &target);
+
 /// Makes @p path an empty file of @p size bytes. What fails is logged only: the downloads start all
 /// the same, and report what fails when they write.
 /// @return whether the file is there

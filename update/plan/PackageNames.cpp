@@ -44,8 +44,10 @@ QStringList gFilesInUse()
 {
     const QString application = QCoreApplication::applicationDirPath();
     const QString settings = QuillonInit::GetConfigFileDir();
+    const QString fullTarget = gDownloadTarget(PackageOffer(), false).path;
     return {gPackageLockFile(),
-            gDownloadTarget(PackageOffer(), false).path,
+            fullTarget,
+            gNewTarget(fullTarget),
             settings + QLatin1String(ProductSettings::fileName),
             settings + QStringLiteral("/CvBreakResumeDownLoad.ini"),
             QCoreApplication::applicationFilePath(),
@@ -77,13 +79,16 @@ QString gNameRefusal(const DownloadTarget &target)
 QString gNameRefusal(const DownloadTarget &target, const QString &keptInstaller)
 {
     const QString made = gNewInstaller(keptInstaller);
-    for (const QString &refusal : {gRefusal(target.path), gRefusal(made)}) {
+    const QString newTarget = gNewTarget(target.path);
+    for (const QString &refusal : {gRefusal(target.path), gRefusal(newTarget), gRefusal(made)}) {
         if (!refusal.isEmpty()) {
             return refusal;
         }
     }
-    if (gIsSameFile(target.path, keptInstaller)) {
-        return QStringLiteral("%1 is the kept installer").arg(target.path);
+    for (const QString &written : {target.path, newTarget}) {
+        if (gIsSameFile(written, keptInstaller)) {
+            return QStringLiteral("%1 is the kept installer").arg(written);
+        }
     }
     if (gIsPatchTemporaryFile(gNameOf(keptInstaller))) {
         return QStringLiteral("%1 has the name of a temporary file").arg(keptInstaller);

@@ -29,6 +29,7 @@ private slots:
     void an_incremental_package();
     void another_name_of_the_kept_installer_is_refused();
     void a_kept_installer_with_the_longest_name_is_refused();
+    void a_kept_installer_with_the_name_of_the_new_file_is_refused();
     void a_kept_installer_that_looks_like_a_temporary_file_is_refused();
     void temporary_files_of_the_patch_program_data();
     void temporary_files_of_the_patch_program();
@@ -172,6 +173,13 @@ void tst_PackageNames::a_kept_installer_with_the_longest_name_is_refused()
 {
     const QString kept = m_rig->WorkingFolder() + '/' + QString(255, 'k');
     QVERIFY(PatchRefusal("increase.patch", kept).contains("no file can have the name"));
+}
+
+void tst_PackageNames::a_kept_installer_with_the_name_of_the_new_file_is_refused()
+{
+    const QString kept = m_rig->WorkingFolder() + "/increase.patch.new";
+    QVERIFY(PatchRefusal("increase.patch", kept).contains("is the kept installer"));
+    QVERIFY(PatchRefusal("increase.patch", Kept()).isEmpty());
 }
 
 void tst_PackageNames::a_kept_installer_that_looks_like_a_temporary_file_is_refused()
