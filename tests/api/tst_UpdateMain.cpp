@@ -120,6 +120,8 @@ private slots:
     void the_hint_pages_close_button_gives_close_once();
     void remind_me_later_reaches_the_host_and_closes();
     void live_update_shows_the_dialog_and_puts_each_argument_behind_its_key();
+    void the_dialog_is_visible_when_the_first_page_is_shown_data();
+    void the_dialog_is_visible_when_the_first_page_is_shown();
     void live_update_without_arguments_sends_the_modules_own_values();
     void a_newer_version_leads_to_the_version_page_of_640_by_320();
     void the_latest_version_leads_to_the_hint_page_of_640_by_270();
@@ -439,6 +441,27 @@ void tst_UpdateMain::live_update_shows_the_dialog_and_puts_each_argument_behind_
     QVERIFY(qobject_cast<ProgressDisplay *>(CurrentPage()));
     QCOMPARE(m_dialog->size(), QSize(640, 270));
     QTRY_COMPARE(AskedFor(), QByteArray("/check?pid=1&version=2&email=3"));
+}
+
+void tst_UpdateMain::the_dialog_is_visible_when_the_first_page_is_shown_data()
+{
+    QTest::addColumn<bool>("hasArguments");
+    QTest::newRow("with_the_hosts_values") << true;
+    QTest::newRow("with_the_modules_own_values") << false;
+}
+
+void tst_UpdateMain::the_dialog_is_visible_when_the_first_page_is_shown()
+{
+    QFETCH(bool, hasArguments);
+    QList<bool> visible;
+    connect(Content(), &UpdateMainImpl::Resize, this,
+            [this, &visible] { visible.append(m_dialog->isVisible()); });
+    if (hasArguments) {
+        m_dialog->LiveUpdate("1", "2", "3");
+    } else {
+        m_dialog->LiveUpdate();
+    }
+    QCOMPARE(visible, QList<bool>{true});
 }
 
 void tst_UpdateMain::live_update_without_arguments_sends_the_modules_own_values()

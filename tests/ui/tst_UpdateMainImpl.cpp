@@ -19,6 +19,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <array>
+#include <memory>
+#include <new>
+
 namespace
 {
 
@@ -65,6 +69,9 @@ private slots:
     void the_title_bars_close_button_emits_close_once_on_a_quiet_page_data();
     void the_title_bars_close_button_emits_close_once_on_a_quiet_page();
     void the_title_bars_close_button_closes_the_progress_page_too();
+    void a_content_that_is_deleted_in_the_slot_for_close_closes_no_page();
+    void a_page_switch_in_the_slot_for_close_does_not_change_what_is_closed_data();
+    void a_page_switch_in_the_slot_for_close_does_not_change_what_is_closed();
     void the_progress_pages_own_close_emits_close_five_times();
     void the_hint_pages_close_emits_close_once();
     void the_version_pages_remind_button_emits_remind_me_later();
@@ -344,6 +351,47 @@ void tst_UpdateMainImpl::the_title_bars_close_button_closes_the_progress_page_to
     // First the title bar's own Close, then one for each of the page's five handlers.
     QCOMPARE(emitted.first(), QString("Close"));
     QCOMPARE(emitted.last(), QString("the progress page's Close"));
+}
+
+void tst_UpdateMainImpl::a_content_that_is_deleted_in_the_slot_for_close_closes_no_page()
+{
+    // The memory is not given back, and the page outlives the content: what is done with either behind
+    // the deletion can be seen.
+    alignas(UpdateMainImpl) static std::array<char, sizeof(UpdateMainImpl)> memory;
+    auto *content = new (memory.data()) UpdateMainImpl(nullptr);
+    const std::unique_ptr<QWidget> page(content->findChild<ProgressDisplay *>());
+    const QSignalSpy closed(static_cast<ProgressDisplay *>(page.get()), &ProgressDisplay::Close);
+    bool isDeleted = false;
+    connect(content, &UpdateMainImpl::Close, this, [content, &page, &isDeleted] {
+        page->setParent(nullptr);
+        content->~UpdateMainImpl();
+        isDeleted = true;
+    });
+    emit content->findChild<TitleBar *>()->Close();
+    QVERIFY(isDeleted);
+    QCOMPARE(closed.count(), 0);
+}
+
+void tst_UpdateMainImpl::a_page_switch_in_the_slot_for_close_does_not_change_what_is_closed_data()
+{
+    QTest::addColumn<int>("closed");
+    QTest::addColumn<int>("shown");
+    QTest::addColumn<int>("count");
+    QTest::newRow("the_progress_page") << 0 << 1 << 6;
+    QTest::newRow("the_version_page") << 1 << 0 << 1;
+    QTest::newRow("the_hint_page") << 2 << 0 << 1;
+}
+
+void tst_UpdateMainImpl::a_page_switch_in_the_slot_for_close_does_not_change_what_is_closed()
+{
+    QFETCH(int, closed);
+    QFETCH(int, shown);
+    m_content->ShowPage(PageAt(closed));
+    const QSignalSpy close(m_content, &UpdateMainImpl::Close);
+    connect(m_content, &UpdateMainImpl::Close, this,
+            [this, shown] { m_content->ShowPage(PageAt(shown)); });
+    emit Bar()->Close();
+    QTEST(close.count(), "count");
 }
 
 void tst_UpdateMainImpl::the_progress_pages_own_close_emits_close_five_times()

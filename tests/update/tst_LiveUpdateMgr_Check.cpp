@@ -37,6 +37,8 @@ private slots:
     void a_failed_check_says_so_data();
     void a_failed_check_says_so();
     void an_error_status_with_a_body_shows_the_failure_last();
+    void the_lowest_error_status_is_400();
+    void a_status_below_400_is_an_answer();
     void an_empty_body_leaves_the_progress_page();
     void a_kept_installer_short_circuits_the_check();
     void a_kept_installer_that_is_gone_is_overlooked();
@@ -255,6 +257,35 @@ void tst_LiveUpdateMgr_Check::an_error_status_with_a_body_shows_the_failure_last
     m_rig->Manager().LiveUpdate("1", "2", "3");
     QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to check update!"));
     const QStringList pages{"progress", "version", "hint"};
+    QCOMPARE(m_rig->Pages(), pages);
+}
+
+void tst_LiveUpdateMgr_Check::the_lowest_error_status_is_400()
+{
+    // Its end comes later, and only with that its error.
+    HttpAnswer answer = Xml(UpdateRig::Manifest(exeUrl).toUtf8() + "\n\n");
+    answer.status = 400;
+    answer.chunkSize = answer.body.size() - 1;
+    answer.chunkPauseMs = 100;
+    m_rig->Server().Serve("/check", answer);
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_COMPARE(m_rig->HintText(), QStringLiteral("Failed to check update!"));
+    const QStringList pages{"progress", "version", "hint"};
+    QCOMPARE(m_rig->Pages(), pages);
+}
+
+void tst_LiveUpdateMgr_Check::a_status_below_400_is_an_answer()
+{
+    HttpAnswer answer = Xml(UpdateRig::Manifest(exeUrl).toUtf8() + "\n\n");
+    answer.status = 399;
+    answer.fault = HttpAnswer::Fault::StallAfter;
+    answer.faultAfter = answer.body.size() - 1;
+    m_rig->Server().Serve("/check", answer);
+    m_rig->Manager().LiveUpdate("1", "2", "3");
+    QTRY_VERIFY(!m_rig->VersionText().isEmpty());
+    // Its end is not waited for.
+    QTRY_COMPARE(Network()->findChildren<QNetworkReply *>().size(), 0);
+    const QStringList pages{"progress", "version"};
     QCOMPARE(m_rig->Pages(), pages);
 }
 
