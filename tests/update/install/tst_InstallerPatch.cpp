@@ -408,11 +408,19 @@ void tst_InstallerPatch::the_downloader_waits_for_a_held_kept_installer()
     const PatchProgram program(copyPatch);
     m_rig->System().replacePause = 1ms;
     gHoldOnce(&m_rig->System());
+    bool wasLocked = false;
+    m_rig->System().callLater = [&wasLocked](std::chrono::milliseconds delay, QObject *context,
+                                             const std::function<void()> &action) {
+        wasLocked =
+            ProcessLock().TryLock(gPackageLockFile()) == ProcessLock::Outcome::HeldByAnother;
+        gCallLater(delay, context, action);
+    };
     DownloadMgr downloader(m_rig->Context(), nullptr);
     downloader.ResumeDownload(Patch(), m_rig->Server().Url("/increase.patch"), m_rig->Installer(),
                               0, 9, 1, true, gMd5(m_new), Kept());
     downloader.Stop();
     QVERIFY(downloader.PatchIncreasePackage());
+    QVERIFY(wasLocked);
     QVERIFY(gReadFile(Kept()) == m_new);
     QCOMPARE(gDownloadState().installerReady, Kept());
     QCOMPARE(m_rig->Boxes(), 0);

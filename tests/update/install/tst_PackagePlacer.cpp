@@ -322,6 +322,7 @@ void tst_PackagePlacer::a_package_that_cannot_be_read_is_kept()
 {
     const LogCapture log;
     const QString aside = m_rig->Path("aside");
+    m_store->Close();
     System().flush = [&](const QString &path) {
         // Stands for a program that denies reading: the file cannot be opened.
         QFile::rename(path, aside);

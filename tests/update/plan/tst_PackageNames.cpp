@@ -80,6 +80,7 @@ void tst_PackageNames::a_full_package_data()
                                                       << "used for something";
     QTest::newRow("the_lock") << "Corvina9(x64).lock"
                               << "used for something";
+    QTest::newRow("the_name_of_a_file_in_another_folder") << "Corvina.ini" << QString();
     QTest::newRow("a_temporary_file") << "bspatch-1-2.tmp"
                                       << "used for something";
     const QString onWindows = isWindows ? "used for something" : QString();
