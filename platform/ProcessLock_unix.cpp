@@ -2,29 +2,18 @@
 
 #include "platform/ProcessLock.h"
 
+#include "platform/StillAtPath_unix.h"
+
 #include <QFile>
 
 #include <cerrno>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
 {
-/// Whether the open @p file is still the one at @p path: its last holder may have removed it after
-/// it was opened here and before it was locked.
-bool gIsStillAt(int file, const QByteArray &path)
-{
-    struct stat opened {
-    };
-    struct stat named {
-    };
-    return fstat(file, &opened) == 0 && stat(path.constData(), &named) == 0 &&
-           opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
-}
-
 int gTryLockFile(int file)
 {
     int result = 0;
@@ -58,7 +47,7 @@ ProcessLock::Outcome ProcessLock::TryLock(const QString &path)
             close(file);
             return isHeld ? Outcome::HeldByAnother : Outcome::Unavailable;
         }
-        if (gIsStillAt(file, name)) {
+        if (gIsStillAtPath(file, name)) {
             m_path = path;
             m_file = file;
             return Outcome::Taken;

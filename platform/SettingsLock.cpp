@@ -6,7 +6,6 @@
 
 QString gWithoutStaleLock(const QString &iniPath)
 {
-    // This process holds no lock while it opens its settings.
     gRemoveLeftoverLock(iniPath + QStringLiteral(".lock"));
     // Qt removes a stale lock under a second lock, which a killed process can leave behind, too.
     gRemoveLeftoverLock(iniPath + QStringLiteral(".lock.rmlock"));
