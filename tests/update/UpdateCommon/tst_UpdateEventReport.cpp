@@ -111,6 +111,7 @@ private slots:
     void many_events_are_sent_one_after_the_other_in_their_order();
     void wait_for_reports_waits_for_those_that_were_started_only();
     void a_wait_runs_no_report_itself_and_delivers_no_event();
+    void a_wait_is_for_all_that_are_on_their_way();
     void an_event_behind_an_ended_one_keeps_its_place();
     void an_event_raised_at_the_moment_of_an_outcome_is_sent();
 
@@ -477,6 +478,32 @@ void tst_UpdateEventReport::a_wait_runs_no_report_itself_and_delivers_no_event()
     UpdateEventReport::GetInstance()->WaitForReports();
     QCOMPARE(Results(), QList<int>{1});
     QVERIFY(!*delivered);
+}
+
+void tst_UpdateEventReport::a_wait_is_for_all_that_are_on_their_way()
+{
+    StatisticsServer slow(m_certificates);
+    HttpAnswer late = HttpAnswer::Status(200);
+    late.delayMs = 1000;
+    slow.Answer(late);
+    // The first one fails. Its retry starts with its outcome, when the second one is on its way.
+    m_rig->WriteSetting("StatisticsHost", "127.0.0.1:1");
+    Raise(Event::PatchMd5Mismatch);
+    UpdateEventReport::GetInstance()->WaitForReports();
+    m_rig->SendReportsTo(*m_statistics);
+    Raise(Event::PatchDispatchFailed);
+    m_rig->SendReportsTo(slow);
+    QCoreApplication::processEvents();
+    UpdateEventReport::GetInstance()->WaitForReports();
+    QCOMPARE(Results(), QList<int>{-3});
+    QCOMPARE(slow.Results(), QList<int>{-2});
+    // Nothing is on its way any more: the next one is sent at once.
+    m_rig->SendReportsTo(*m_statistics);
+    Raise(Event::InstallStartFailed);
+    UpdateEventReport::GetInstance()->WaitForReports();
+    const QList<int> expected{-3, -6};
+    QCOMPARE(Results(), expected);
+    gSettleReports();
 }
 
 void tst_UpdateEventReport::an_event_behind_an_ended_one_keeps_its_place()
