@@ -24,7 +24,7 @@ void VersionInfo::setXml(const QString &xml)
     ParseXml();
 }
 
-void VersionInfo::SetManifest(const QString &xml, const Manifest &manifest)
+void VersionInfo::SetManifest(const QString &xml, const ManifestValues &manifest)
 {
     m_xml = xml;
     TakeValues(manifest);
@@ -52,7 +52,7 @@ void VersionInfo::ParseXml()
     TakeValues(gReadManifest(m_xml));
 }
 
-void VersionInfo::TakeValues(const Manifest &manifest)
+void VersionInfo::TakeValues(const ManifestValues &manifest)
 {
     m_exeUrl = manifest.exeUrl;
     // Not reset: publishers' manifests may leave it out after the first.
@@ -74,9 +74,10 @@ void VersionInfo::TakeValues(const Manifest &manifest)
     }
 }
 
-void VersionInfo::TakeIncreasePackage(const std::optional<Manifest::IncreasePackage> &package)
+void VersionInfo::TakeIncreasePackage(const std::optional<ManifestValues::IncreasePackage> &package)
 {
-    const Manifest::IncreasePackage values = package.value_or(Manifest::IncreasePackage());
+    const ManifestValues::IncreasePackage values =
+        package.value_or(ManifestValues::IncreasePackage());
     m_increaseUrl = values.url;
     m_increaseVersion = values.version;
     m_increaseMd5 = values.md5;

@@ -45,7 +45,7 @@ public:
     void setXml(const QString &xml);
 
     /// The same for a document that was parsed elsewhere, by `gReadManifest`.
-    void SetManifest(const QString &xml, const Manifest &manifest);
+    void SetManifest(const QString &xml, const ManifestValues &manifest);
 
     QString ExeUrl() const { return m_exeUrl; }
     QString FullPackageMd5() const { return m_fullPackageMd5; }
@@ -70,8 +70,8 @@ public:
 
 private:
     void ParseXml();
-    void TakeValues(const Manifest &manifest);
-    void TakeIncreasePackage(const std::optional<Manifest::IncreasePackage> &package);
+    void TakeValues(const ManifestValues &manifest);
+    void TakeIncreasePackage(const std::optional<ManifestValues::IncreasePackage> &package);
 
     QString m_xml;
     QString m_exeUrl;

@@ -95,7 +95,7 @@ bool VersionCheck::AskSilently(const QueryValues &values)
     m_request.setUrl(Address(values));
     auto *runner = new NetworkAccessManagerTimeout; // deletes itself
     // Shared: the runner may still write to it when it was given up.
-    const auto manifest = std::make_shared<Manifest>();
+    const auto manifest = std::make_shared<ManifestValues>();
     const QByteArray body = runner->Get(m_request, limitMs, [manifest](const QByteArray &text) {
         *manifest = gReadManifest(QString::fromUtf8(text));
     });

@@ -23,7 +23,7 @@ public:
         setStackSize(4 * 1024 * 1024);
     }
 
-    Manifest Result() const { return m_manifest; }
+    ManifestValues Result() const { return m_manifest; }
 
 protected:
     void run() override
@@ -49,13 +49,13 @@ protected:
 
 private:
     QString m_xml;
-    Manifest m_manifest;
+    ManifestValues m_manifest;
 };
 } // namespace
 
 QT_WARNING_POP
 
-Manifest gReadManifest(const QString &xml)
+ManifestValues gReadManifest(const QString &xml)
 {
     if (xml.isEmpty()) {
         return {};

@@ -15,7 +15,7 @@ struct ReleaseNote {
 
 /// The texts of an update manifest, as they stand in the document. `VersionInfo` describes its elements.
 /// A text is empty when its element is empty or missing; an optional one is missing with its element.
-struct Manifest {
+struct ManifestValues {
     struct IncreasePackage {
         QString url;
         QString version;
@@ -41,4 +41,4 @@ struct Manifest {
 /// Thread: any; the text is parsed on a thread with a stack of its own, which is waited for.
 /// Errors: an empty manifest, for a text that is no XML, is nested deeper, declares more of a document
 ///         type than its name, or whose release notes repeat each other beyond 4 Mi characters.
-Manifest gReadManifest(const QString &xml);
+ManifestValues gReadManifest(const QString &xml);

@@ -160,7 +160,7 @@ QList<ReleaseNote> ManifestHandler::ReleaseNotes() const
     return notes;
 }
 
-Manifest ManifestHandler::Result() const
+ManifestValues ManifestHandler::Result() const
 {
     qint64 notesLength = 0;
     for (const Item &item : m_items) {
@@ -169,7 +169,7 @@ Manifest ManifestHandler::Result() const
     if (notesLength > mostNotes) {
         return {};
     }
-    Manifest manifest;
+    ManifestValues manifest;
     manifest.exeUrl = Text(m_fields[ExeUrl]);
     if (m_fields[Verify] >= 0) {
         manifest.verify = Text(m_fields[Verify]);

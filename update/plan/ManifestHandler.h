@@ -47,7 +47,7 @@ public:
     bool characters(const QString &text) override;
 
     /// Valid once the whole document was parsed. Empty when the release notes repeat each other too often.
-    Manifest Result() const;
+    ManifestValues Result() const;
 
 private:
     enum Field {
