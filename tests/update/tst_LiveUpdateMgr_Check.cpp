@@ -379,11 +379,11 @@ void tst_LiveUpdateMgr_Check::a_check_that_a_kept_installer_overtakes_says_nothi
     QVERIFY(overtaken);
     QVERIFY(gWriteFile(m_rig->Path("kept.exe"), "an installer"));
     m_rig->WriteSetting("SetupFile", m_rig->Path("kept.exe"));
+    // Before the event loop of the question, which deletes the reply.
+    connect(&m_rig->Manager(), &LiveUpdateMgr::SetCurrentWidget, overtaken.data(),
+            [overtaken] { overtaken->abort(); });
     m_rig->Manager().LiveUpdate("4", "5", "6");
     QCOMPARE(m_rig->Boxes(), 1);
-    if (overtaken) {
-        overtaken->abort();
-    }
     const QStringList pages{"progress", "progress"};
     QCOMPARE(m_rig->Pages(), pages);
 }

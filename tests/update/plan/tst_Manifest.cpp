@@ -18,6 +18,7 @@ private slots:
     void white_space_alone_is_no_text();
     void an_item_without_a_text_of_its_own_has_that_of_the_item_inside();
     void an_item_that_has_its_texts_keeps_them_from_the_items_inside();
+    void an_item_gets_no_text_from_behind_its_end();
     void the_version_of_an_item_inside_the_incremental_package_counts_for_both();
     void notes_that_repeat_each_other_have_a_limit();
     void the_full_packages_own_md5_stands_outside_of_incremental_packages_data();
@@ -117,6 +118,17 @@ void tst_Manifest::an_item_that_has_its_texts_keeps_them_from_the_items_inside()
     QCOMPARE(notes.size(), 2);
     QCOMPARE(notes.at(0).notes, QStringLiteral("tsu"));
     QCOMPARE(notes.at(1).notes, QStringLiteral("s"));
+}
+
+void tst_Manifest::an_item_gets_no_text_from_behind_its_end()
+{
+    const QList<ReleaseNote> notes =
+        gReadManifest("<a><WhatNews><Item/><Item><Text>t</Text></Item><Text>u</Text>"
+                      "</WhatNews></a>")
+            .releaseNotes;
+    QCOMPARE(notes.size(), 2);
+    QCOMPARE(notes.at(0).notes, QString());
+    QCOMPARE(notes.at(1).notes, QStringLiteral("t"));
 }
 
 void tst_Manifest::the_version_of_an_item_inside_the_incremental_package_counts_for_both()
