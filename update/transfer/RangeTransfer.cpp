@@ -92,7 +92,7 @@ RangeTransfer::Received RangeTransfer::Receive(const char *function)
     const QNetworkReply::NetworkError code = reply->error();
     if (code != QNetworkReply::NoError) {
         QUILLON_LOG(logFile, function, "Download Filed  error code %d", static_cast<int>(code));
-        return {0, gIsSilent(code) || IsCut(code) ? nullptr : FailureText::downloadFailed};
+        return {0, gIsSilent(code) ? nullptr : FailureText::downloadFailed};
     }
     switch (m_filter.Filter(reply, function)) {
     case AnswerFilter::Outcome::Ignore:
