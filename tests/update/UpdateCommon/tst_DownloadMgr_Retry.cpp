@@ -32,6 +32,7 @@ private slots:
     void a_redirected_package_that_is_always_cut_is_given_up();
     void a_redirected_package_that_comes_no_further_is_given_up_data();
     void a_redirected_package_that_comes_no_further_is_given_up();
+    void a_redirected_package_that_comes_further_each_time_is_asked_for_again();
     void a_chain_of_redirects_is_followed_data();
     void a_chain_of_redirects_is_followed();
 
@@ -294,6 +295,27 @@ void tst_DownloadMgr_Retry::a_redirected_package_that_comes_no_further_is_given_
     QTRY_COMPARE(Errors(), 1);
     const QList<int> expected{1, 2, 4, 8, 16};
     QCOMPARE(m_later.Seconds(), expected);
+}
+
+void tst_DownloadMgr_Retry::a_redirected_package_that_comes_further_each_time_is_asked_for_again()
+{
+    m_later.RunAtOnce();
+    Serve(HttpAnswer::Redirect("/moved"));
+    const FaultAnswer package = FaultAnswer::File(m_package);
+    FaultScript script;
+    FaultRule &moved = script.When("GET", "/moved");
+    // All of them below the first byte of the range, which says nothing about the package.
+    for (const int cut : {1000, 2000, 3000, 4000, 5000, 6000, 7000}) {
+        moved.Then(package.CutAfter(cut));
+    }
+    moved.Then(package);
+    m_rig->Server().Play(script);
+    Start(2, 10000, 19999);
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+    const QList<int> expected{1, 1, 1, 1, 1, 1, 1};
+    QCOMPARE(m_later.Seconds(), expected);
+    QCOMPARE(Errors(), 0);
 }
 
 void tst_DownloadMgr_Retry::a_chain_of_redirects_is_followed_data()

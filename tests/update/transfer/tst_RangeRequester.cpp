@@ -7,6 +7,7 @@
 #include "update/base/DownloadSystem.h"
 #include "update/transfer/RangeHttp.h"
 
+#include <QNetworkAccessManager>
 #include <QtTest>
 
 class tst_RangeRequester : public QObject
@@ -79,6 +80,8 @@ void tst_RangeRequester::a_dropped_connection_is_not_used_again()
     QTRY_COMPARE(ended.count(), 1);
     if (isDropped) {
         requester.DropConnection();
+        QVERIFY(requester.Reply() == nullptr);
+        QCOMPARE(requester.findChildren<QNetworkAccessManager *>().size(), 1);
     } else {
         requester.Drop();
     }
