@@ -254,7 +254,8 @@ void DownloadMgr::FailRange(const char *text)
 /// @return whether this call completed the package
 bool DownloadMgr::CompleteWholePackage(qint64 bytesReceived, qint64 bytesTotal)
 {
-    if (bytesReceived == bytesTotal && m_receivedOnRedirect == bytesTotal) {
+    const bool isRepeated = bytesReceived == bytesTotal && m_receivedOnRedirect == bytesTotal;
+    if (isRepeated || m_transfer->IsPage()) {
         return false;
     }
     m_receivedOnRedirect = bytesReceived;

@@ -139,6 +139,12 @@ bool RangeTransfer::IsShort() const
     return reply->error() == QNetworkReply::RemoteHostClosedError;
 }
 
+bool RangeTransfer::IsPage() const
+{
+    const QNetworkReply *const reply = m_requester->Reply();
+    return reply != nullptr && gIsErrorOrRedirect(*reply);
+}
+
 bool RangeTransfer::HasPackage() const
 {
     if (m_store.NextByte() == m_store.PackageSize()) {

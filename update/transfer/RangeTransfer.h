@@ -66,6 +66,8 @@ public:
     bool HasRange() const;
     /// The reply has ended before the last byte, and its rest is to be asked for.
     bool IsShort() const;
+    /// The reply is an error page or a redirect, whose body is no part of a package.
+    bool IsPage() const;
     /// As many bytes as the package has were written from its first byte on.
     bool HasPackage() const;
     /// A reply that ended with @p code was cut, and its rest is to be asked for.

@@ -24,6 +24,7 @@ private slots:
     void an_empty_range_that_is_stopped_is_not_counted();
     void progress_behind_several_redirects_is_told_once();
     void the_last_progress_behind_a_redirect_is_told_once();
+    void redirects_may_have_bodies();
     void a_failure_behind_a_redirect_is_counted_once();
     void a_package_that_is_cut_behind_a_redirect_goes_on_once();
     void a_range_stopped_in_its_last_progress_does_not_end_data();
@@ -151,6 +152,22 @@ void tst_DownloadMgr_Once::the_last_progress_behind_a_redirect_is_told_once()
         m_downloader->slotDownloadProgress(bytes, 20);
     }
     QCOMPARE(m_progress->count(), 2);
+}
+
+void tst_DownloadMgr_Once::redirects_may_have_bodies()
+{
+    HttpAnswer first = HttpAnswer::Redirect("/second");
+    first.contentType = "text/html";
+    first.body = "<html><body>302 Found</body></html>";
+    HttpAnswer second = first;
+    second.headers = {{"Location", "/third"}};
+    Serve("/setup.exe", first);
+    Serve("/second", second);
+    Serve("/third", HttpAnswer::Body(m_package));
+    Start(1, 0, 9999);
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+    QCOMPARE(m_errors->count(), 0);
 }
 
 void tst_DownloadMgr_Once::a_failure_behind_a_redirect_is_counted_once()
