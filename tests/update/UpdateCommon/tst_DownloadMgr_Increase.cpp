@@ -244,9 +244,9 @@ void tst_DownloadMgr_Increase::closing_while_the_kept_installer_is_held_replaces
     LaterCalls later;
     m_rig->System().callLater = later.Seam();
     int attempts = 0;
-    m_rig->System().renameOver = [&attempts](const QString &from, const QString &to,
-                                             QString *failure) {
-        return ++attempts == 1 ? RenameResult::Busy : gRenameOver(from, to, failure);
+    m_rig->System().renameOver = [&](const QString &from, const QString &to, QString *failure) {
+        const bool isHeld = to == Kept() && ++attempts == 1;
+        return isHeld ? RenameResult::Busy : gRenameOver(from, to, failure);
     };
     m_rig->Build();
     Offer(m_old, gMd5(m_new));
