@@ -26,11 +26,16 @@ private slots:
     void cleanup();
     void enough_bytes_are_flushed_and_recorded();
     void enough_time_is_enough();
+    void bytes_that_keep_coming_do_not_put_it_off();
     void what_arrives_during_the_flush_is_not_recorded();
     void the_callers_thread_does_not_wait();
     void a_flush_that_tells_nothing_is_not_recorded();
     void a_flush_that_fails_makes_the_state_doubtful();
     void a_flush_of_the_download_before_is_not_recorded();
+    void bytes_of_the_download_before_do_not_count();
+    void nothing_is_flushed_behind_the_end();
+    void a_busy_application_does_not_put_it_off();
+    void a_flush_leaves_nothing_behind();
     void it_may_be_deleted_during_a_flush();
 
 private:
@@ -104,6 +109,18 @@ void tst_FlushSchedule::enough_time_is_enough()
     QTRY_COMPARE(Flushed(), 1);
 }
 
+void tst_FlushSchedule::bytes_that_keep_coming_do_not_put_it_off()
+{
+    m_mayFlush.release(100);
+    m_system.flushTime = 100ms;
+    m_system.flushBytes = 1000000;
+    Build();
+    QTimer arrival;
+    connect(&arrival, &QTimer::timeout, m_schedule.get(), [this] { m_schedule->Written(1); });
+    arrival.start(10);
+    QTRY_VERIFY(m_flushes >= 1);
+}
+
 void tst_FlushSchedule::what_arrives_during_the_flush_is_not_recorded()
 {
     m_state->SetStartByte(1, 100);
@@ -111,6 +128,7 @@ void tst_FlushSchedule::what_arrives_during_the_flush_is_not_recorded()
     QTRY_COMPARE(m_flushes.load(), 1);
     m_state->SetStartByte(1, 350);
     m_schedule->Written(250);
+    QCOMPARE(gFlushPool()->activeThreadCount(), 1);
     QCOMPARE(m_flushes.load(), 1);
     QCOMPARE(Flushed(), 0);
     m_mayFlush.release();
@@ -179,6 +197,48 @@ void tst_FlushSchedule::a_flush_of_the_download_before_is_not_recorded()
     QTRY_COMPARE(m_flushes.load(), 2);
     m_mayFlush.release(2);
     QTRY_COMPARE(Flushed(), 40);
+}
+
+void tst_FlushSchedule::bytes_of_the_download_before_do_not_count()
+{
+    m_schedule->Written(99);
+    m_schedule->End();
+    m_schedule->Begin(m_folder->filePath("other target"));
+    m_schedule->Written(1);
+    QCOMPARE(gFlushPool()->activeThreadCount(), 0);
+}
+
+void tst_FlushSchedule::nothing_is_flushed_behind_the_end()
+{
+    m_schedule->End();
+    m_schedule->Written(1000);
+    QCOMPARE(gFlushPool()->activeThreadCount(), 0);
+}
+
+void tst_FlushSchedule::a_busy_application_does_not_put_it_off()
+{
+    QSemaphore mayEnd;
+    QThreadPool *const pool = QThreadPool::globalInstance();
+    while (pool->tryStart([&mayEnd] { mayEnd.acquire(); })) {
+    }
+    m_mayFlush.release();
+    m_state->SetStartByte(1, 100);
+    m_schedule->Written(100);
+    QTRY_COMPARE(Flushed(), 100);
+    mayEnd.release(pool->activeThreadCount());
+    QVERIFY(pool->waitForDone(10000));
+}
+
+void tst_FlushSchedule::a_flush_leaves_nothing_behind()
+{
+    m_mayFlush.release(100);
+    const int before = m_schedule->findChildren<QObject *>().size();
+    for (int next : {100, 200, 300}) {
+        m_state->SetStartByte(1, next);
+        m_schedule->Written(100);
+        QTRY_COMPARE(Flushed(), next);
+    }
+    QTRY_COMPARE(m_schedule->findChildren<QObject *>().size(), before);
 }
 
 void tst_FlushSchedule::it_may_be_deleted_during_a_flush()
