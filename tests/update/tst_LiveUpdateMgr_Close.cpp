@@ -22,6 +22,8 @@ private slots:
     void cleanup();
 
     void closing_tells_five_times_and_saves_how_far_it_came();
+    void closing_saves_what_an_earlier_write_could_not();
+    void closing_a_redirected_download_leaves_the_state_alone();
     void closing_ends_the_transfers();
     void a_running_download_adds_no_close();
     void several_downloads_in_one_manager_add_no_close();
@@ -75,6 +77,33 @@ void tst_LiveUpdateMgr_Close::closing_tells_five_times_and_saves_how_far_it_came
                  QString::number((number - 1) * 200000 + 3000));
     }
     QCOMPARE(states.last().value("DownLoad_Tasks/End_Byte5"), QStringLiteral("1000002"));
+}
+
+void tst_LiveUpdateMgr_Close::closing_saves_what_an_earlier_write_could_not()
+{
+    StartAndStall(gTestBytes(1000003), 3000);
+    QVERIFY(QFile::remove(m_rig->StateFile()));
+    emit m_rig->Progress().Close();
+    for (int number = 1; number <= 5; ++number) {
+        QCOMPARE(m_rig->State().value(QString("DownLoad_Tasks/Start_Byte%1").arg(number)),
+                 QString::number((number - 1) * 200000 + 3000));
+    }
+}
+
+void tst_LiveUpdateMgr_Close::closing_a_redirected_download_leaves_the_state_alone()
+{
+    const QByteArray package = gTestBytes(50000);
+    m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(package), "HEAD");
+    m_rig->Server().Serve("/moved",
+                          HttpAnswer::Broken(package, HttpAnswer::Fault::StallAfter, 30000));
+    m_rig->StartFullDownload(HttpAnswer::Redirect("/moved"));
+    const QMap<QString, QString> state = m_rig->State();
+    QTRY_VERIFY(gReadFile(m_rig->Target()).left(30000) == package.left(30000));
+    emit m_rig->Progress().Close();
+    QCOMPARE(m_rig->State(), state);
+    m_rig->StartFullDownload(HttpAnswer::Body(package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == package);
 }
 
 void tst_LiveUpdateMgr_Close::closing_ends_the_transfers()

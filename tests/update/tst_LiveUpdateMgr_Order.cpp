@@ -23,6 +23,7 @@ private slots:
     void in_an_error_the_range_has_ended_data();
     void in_an_error_the_range_has_ended();
     void in_the_error_of_a_flush_every_range_has_ended();
+    void in_the_error_of_the_last_flush_the_state_is_doubtful_on_disk();
     void in_progress_the_bytes_are_in_the_state_and_in_the_file();
     void in_begin_install_the_lock_is_free();
     void a_dialog_closed_between_plan_and_ranges_asks_for_nothing();
@@ -150,6 +151,22 @@ void tst_LiveUpdateMgr_Order::in_the_error_of_a_flush_every_range_has_ended()
     QTRY_COMPARE(running, QList<int>{0});
     QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
     QCOMPARE(m_rig->Pages().count("hint"), 1);
+}
+
+void tst_LiveUpdateMgr_Order::in_the_error_of_the_last_flush_the_state_is_doubtful_on_disk()
+{
+    m_rig->System().bootIdentity = [] { return QStringLiteral("boot one"); };
+    m_rig->System().flush = [](const QString &) { return FlushResult::Failed; };
+    m_rig->Build();
+    QStringList boots;
+    connect(&m_rig->Manager(), &LiveUpdateMgr::SetCurrentWidget, this, [&](QWidget *page) {
+        if (page == &m_rig->Hint()) {
+            boots.append(m_rig->State().value("Flushed/Boot_Id"));
+        }
+    });
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QCOMPARE(m_rig->State().value("Flushed/Boot_Id"), QStringLiteral("boot one"));
+    QTRY_COMPARE(boots, QStringList{QString()});
 }
 
 void tst_LiveUpdateMgr_Order::in_progress_the_bytes_are_in_the_state_and_in_the_file()

@@ -90,6 +90,7 @@ void tst_ResumeState::a_text_is_read_back_data()
     QTest::newRow("with_commas_and_colons") << QString("Sat, 01 Aug 2026 10:00:00 GMT");
     QTest::newRow("with_backslashes") << QString(R"("a\b\")");
     QTest::newRow("with_what_means_something_in_the_file") << QString("\"[a]=b;c\"");
+    QTest::newRow("with_blanks_at_its_ends") << QString(" a b ");
     QTest::newRow("with_letters_beyond_ascii") << QString("\"gr\u00fc\u00df\"");
     QTest::newRow("of_digits") << QString("0012");
 }
