@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 
+#include "tests/support/LaterCalls.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
 #include "update/base/BackgroundFlush.h"
@@ -27,6 +28,8 @@ private slots:
     void bytes_that_were_written_do_not_count_for_the_next_plan();
     void a_late_flush_records_nothing_for_the_next_plan_data();
     void a_late_flush_records_nothing_for_the_next_plan();
+    void a_flush_that_fails_late_does_not_end_the_next_plan();
+    void a_plan_that_waits_for_its_file_gives_way_to_the_next();
     void what_the_first_wrote_makes_the_second_flush_no_earlier();
     void the_full_package_may_fail_in_each_update_now();
 
@@ -156,6 +159,53 @@ void tst_LiveUpdateMgr_Second::a_late_flush_records_nothing_for_the_next_plan()
     QCOMPARE(m_rig->State().value("Flushed/Boot_Id"), QStringLiteral("boot one"));
     QVERIFY(!m_rig->Pages().contains("hint"));
     QVERIFY(gDownloadState().downloadStarted);
+}
+
+void tst_LiveUpdateMgr_Second::a_flush_that_fails_late_does_not_end_the_next_plan()
+{
+    QSemaphore mayFlush;
+    std::atomic<int> flushes{0};
+    m_rig->System().flushBytes = 15000;
+    m_rig->System().flush = [&](const QString &path) {
+        if (++flushes > 1) {
+            return gFlushToDisk(path);
+        }
+        mayFlush.acquire();
+        return FlushResult::Failed;
+    };
+    m_rig->Build();
+    StartAndStall(gTestBytes(50000), 3000);
+    QTRY_COMPARE(flushes.load(), 1);
+    const QByteArray second = gTestBytes(60000, 3);
+    HttpAnswer slow = HttpAnswer::Body(second);
+    slow.delayMs = 300;
+    m_rig->Server().Serve("/files/setup.exe", slow, "HEAD");
+    // From the event loop, as a user does: what is deleted later lives while the size is asked for,
+    // and the flush ends meanwhile.
+    QTimer::singleShot(0, this, [&] { m_rig->StartFullDownload(HttpAnswer::Body(second)); });
+    QTimer::singleShot(50, this, [&] { mayFlush.release(); });
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == second);
+    QVERIFY(!m_rig->Pages().contains("hint"));
+}
+
+void tst_LiveUpdateMgr_Second::a_plan_that_waits_for_its_file_gives_way_to_the_next()
+{
+    LaterCalls later;
+    m_rig->System().callLater = later.Seam();
+    m_rig->System().renameOver = [](const QString &, const QString &, QString *) {
+        return RenameResult::Busy;
+    };
+    m_rig->Build();
+    m_rig->StartFullDownload(HttpAnswer::Body(gTestBytes(50000)));
+    m_rig->System().renameOver = gRenameOver;
+    const QByteArray second = gTestBytes(60000, 3);
+    // From the event loop, as a user does: what is deleted later lives while the size is asked for.
+    QTimer::singleShot(0, this, [&] { m_rig->StartFullDownload(HttpAnswer::Body(second)); });
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    later.Run();
+    QVERIFY(gReadFile(m_rig->Installer()) == second);
+    QVERIFY(!m_rig->Pages().contains("hint"));
 }
 
 void tst_LiveUpdateMgr_Second::what_the_first_wrote_makes_the_second_flush_no_earlier()
