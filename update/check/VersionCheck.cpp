@@ -43,7 +43,7 @@ VersionCheck::VersionCheck(const QString &urlTemplate, VersionInfo *manifest, QO
     , m_network(new QNetworkAccessManager(this))
     , m_request(QUrl())
 {
-    // Of the latest check alone: what becomes of an older one is nobody's concern any more.
+    // Of the latest check alone: the failure of an older one would be shown as that of the newer.
     connect(m_network, &QNetworkAccessManager::finished, this, [this](QNetworkReply *reply) {
         if (reply == m_reply) {
             ReportEnd(reply);

@@ -29,7 +29,7 @@ bool ManifestHandler::startElement(const QString & /*uri*/, const QString & /*lo
         return false;
     }
     Open element{Kind::Other, -1};
-    // The root has any name, and is nobody's descendant.
+    // The root has any name; values are looked for below it.
     if (!m_open.isEmpty()) {
         const int span = m_spans.size();
         const bool isField = TakeForFields(name, span);
