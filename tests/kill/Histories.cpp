@@ -39,13 +39,15 @@ void Histories::Run(const QList<History> &histories)
     std::mutex counting;
     int sessions = 0;
     int begun = 0;
-    const auto work = [this, &histories, &next, &counting, &sessions, &begun] {
+    int twice = 0;
+    const auto work = [this, &histories, &next, &counting, &sessions, &begun, &twice] {
         for (int index = next++; index < histories.size(); index = next++) {
             HistoryRun run(histories.at(index));
             const QStringList problems = run.Play();
             const std::lock_guard<std::mutex> locker(counting);
             sessions += run.Sessions();
             begun += run.Begun();
+            twice += run.EndSessions() > 1 ? 1 : 0;
             m_tally->Kill(run.Kills());
             m_tally->Case(run.Text(), problems);
         }
@@ -61,4 +63,5 @@ void Histories::Run(const QList<History> &histories)
     m_tally->Note(QStringLiteral("%1 sessions, %2 of which left a part of a package")
                       .arg(sessions)
                       .arg(begun));
+    m_tally->Note(QStringLiteral("%1 needed a second Update Now").arg(twice));
 }

@@ -61,6 +61,16 @@ History gScript(const QString &name, const QList<HistoryStep> &steps, int lastAc
     history.name = name;
     history.steps = steps;
     history.lastAccount = lastAccount;
+    history.mostEndSessions = 1;
+    return history;
+}
+
+/// What is damaged is noticed when the package is complete, and then fetched anew.
+History gDamaged()
+{
+    History history = gScript("another program writes into the target",
+                              {gKilledAt(60), gWith(gKilledAt(80), Files::TargetDamaged)});
+    history.mostEndSessions = 2;
     return history;
 }
 
@@ -92,6 +102,7 @@ QList<History> gQuickScripts()
         gScript("a target vanishes and comes back",
                 {gKilledAt(50), gWith(gKilledAt(20), Files::TargetMoved),
                  gWith(gKilledAfter(0), Files::TargetReturned)}),
+        gDamaged(),
         gScript("a finished package vanishes",
                 {gAtPrompt(), gWith(again, Files::InstallerDeleted)}),
     };

@@ -87,6 +87,9 @@ void HistoryRun::Touch(HistoryStep::Files files, int account) const
             QFile::rename(away, Target());
         }
         break;
+    case HistoryStep::Files::TargetDamaged:
+        DamageTarget();
+        break;
     case HistoryStep::Files::InstallerDeleted:
         QFile::remove(Packages() + '/' + Current().name);
         break;
@@ -96,6 +99,14 @@ void HistoryRun::Touch(HistoryStep::Files files, int account) const
     case HistoryStep::Files::Untouched:
     case HistoryStep::Files::Count:
         break;
+    }
+}
+
+void HistoryRun::DamageTarget() const
+{
+    QFile target(Target());
+    if (target.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) {
+        target.write("damaged");
     }
 }
 
@@ -145,11 +156,9 @@ QStringList HistoryRun::PlayStep(const HistoryStep &step, HistoryService::Pace p
     return problems;
 }
 
-/// Nothing is wrong any more. The first session may end with a text, the second may not.
+/// Nothing is wrong any more. All sessions but the last one allowed may end with a text.
 QStringList HistoryRun::PlayEnd()
 {
-    constexpr int mostSessions = 2;
-
     for (int account = 0; account < History::accounts; ++account) {
         const QString kept = KeptInstaller(account);
         if (!kept.isEmpty()) {
@@ -160,7 +169,8 @@ QStringList HistoryRun::PlayEnd()
     step.account = m_history.lastAccount;
     step.stop = HistoryStep::Stop::PutOff;
     QStringList problems;
-    for (int session = 1; session <= mostSessions; ++session) {
+    for (int session = 1; session <= m_history.mostEndSessions; ++session) {
+        m_endSessions = session;
         problems += PlayStep(step, HistoryService::Pace::AtOnce);
         if (m_hasOffered || !problems.isEmpty()) {
             break;

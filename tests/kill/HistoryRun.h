@@ -31,6 +31,8 @@ public:
     int Sessions() const { return m_sessions; }
     /// Sessions that left a part of a package, and its plan.
     int Begun() const { return m_begun; }
+    /// How often "Update Now" was pressed in the end.
+    int EndSessions() const { return m_endSessions; }
 
 private:
     /// The content of every installer that is there, by its name.
@@ -44,6 +46,7 @@ private:
 
     void Publish(HistoryStep::Change change);
     void Touch(HistoryStep::Files files, int account) const;
+    void DamageTarget() const;
     void CompleteRanges(int account) const;
 
     /// Whether the account has a plan with some of its bytes.
@@ -63,6 +66,7 @@ private:
     int m_kills = 0;
     int m_sessions = 0;
     int m_begun = 0;
+    int m_endSessions = 0;
     /// How the last session ended.
     bool m_hasOffered = false;
     QString m_hint;

@@ -43,6 +43,8 @@ QString gName(HistoryStep::Files files)
         return "target moved away";
     case HistoryStep::Files::TargetReturned:
         return "target moved back";
+    case HistoryStep::Files::TargetDamaged:
+        return "target damaged";
     case HistoryStep::Files::InstallerDeleted:
         return "installer deleted";
     case HistoryStep::Files::RangesComplete:

@@ -20,6 +20,8 @@ struct HistoryStep {
         TargetMoved,
         /// The one that was moved last comes back, in the place of what is there by then.
         TargetReturned,
+        /// Another program writes into the beginning of it.
+        TargetDamaged,
         /// The newest installer is deleted.
         InstallerDeleted,
         Count,
