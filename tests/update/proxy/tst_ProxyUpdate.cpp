@@ -27,7 +27,9 @@ private slots:
     void a_proxy_that_is_not_let_in_is_a_failure();
 
 private:
-    enum class Naming { ByTheHost, ByAFactory };
+    enum Naming { ByTheHost, ByAFactory, ByTheSystem };
+
+    void Name(Naming naming, const QString &password) const;
 
     QString PackageUrl() const
     {
@@ -83,9 +85,31 @@ void tst_ProxyUpdate::init()
 void tst_ProxyUpdate::cleanup()
 {
     m_rig.reset();
+    qunsetenv("http_proxy");
+    qunsetenv("https_proxy");
+    QNetworkProxyFactory::setUseSystemConfiguration(false);
     QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
     m_statistics.reset();
     m_proxy.reset();
+}
+
+void tst_ProxyUpdate::Name(Naming naming, const QString &password) const
+{
+    const QNetworkProxy proxy = m_proxy->Proxy(password);
+    const QString address = QStringLiteral("http://%1:%2").arg(proxy.hostName()).arg(proxy.port());
+    switch (naming) {
+    case ByTheHost:
+        QNetworkProxy::setApplicationProxy(proxy);
+        break;
+    case ByAFactory:
+        QNetworkProxyFactory::setApplicationProxyFactory(new OneProxy(proxy));
+        break;
+    case ByTheSystem:
+        qputenv("http_proxy", address.toLatin1());
+        qputenv("https_proxy", address.toLatin1());
+        QNetworkProxyFactory::setUseSystemConfiguration(true);
+        break;
+    }
 }
 
 int tst_ProxyUpdate::Asked(const QString &method, const QString &status) const
@@ -99,23 +123,20 @@ int tst_ProxyUpdate::Asked(const QString &method, const QString &status) const
 void tst_ProxyUpdate::everything_is_asked_through_the_proxy_data()
 {
     QTest::addColumn<QString>("password");
-    QTest::addColumn<bool>("isOfFactory");
-    QTest::newRow("without_a_password") << QString() << false;
-    QTest::newRow("with_the_password_that_the_host_sets") << "secret" << false;
-    QTest::newRow("that_a_factory_names") << QString() << true;
-    QTest::newRow("that_a_factory_names_with_its_password") << "secret" << true;
+    QTest::addColumn<int>("naming");
+    QTest::newRow("without_a_password") << QString() << int(ByTheHost);
+    QTest::newRow("with_the_password_that_the_host_sets") << "secret" << int(ByTheHost);
+    QTest::newRow("that_a_factory_names") << QString() << int(ByAFactory);
+    QTest::newRow("that_a_factory_names_with_its_password") << "secret" << int(ByAFactory);
+    QTest::newRow("that_the_system_names") << QString() << int(ByTheSystem);
 }
 
 void tst_ProxyUpdate::everything_is_asked_through_the_proxy()
 {
     QFETCH(QString, password);
-    QFETCH(bool, isOfFactory);
+    QFETCH(int, naming);
     QVERIFY(m_proxy->Start(password));
-    if (isOfFactory) {
-        QNetworkProxyFactory::setApplicationProxyFactory(new OneProxy(m_proxy->Proxy(password)));
-    } else {
-        QNetworkProxy::setApplicationProxy(m_proxy->Proxy(password));
-    }
+    Name(Naming(naming), password);
     m_rig->Build();
     QVERIFY(m_rig->Manager().IsNeedUpdate());
     QTRY_COMPARE(Asked("GET", "200"), 1);
