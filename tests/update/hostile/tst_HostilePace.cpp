@@ -79,6 +79,24 @@ void tst_HostilePace::a_mixed_file_data()
                            .Header("Date", now));
          },
          told, "replaced on the server", true},
+        {"the_same_file_with_a_weak_entity_tag_for_each_range",
+         [](FaultScript &script) {
+             for (int range = 1; range <= 5; ++range) {
+                 const QByteArray tag = "W/\"" + QByteArray::number(range) + '"';
+                 HostileWorld::Range(script, range).Answer(gHonest().Header("ETag", tag));
+             }
+         },
+         installed},
+        {"the_same_file_whose_date_is_always_now",
+         [](FaultScript &script) {
+             for (int range = 1; range <= 5; ++range) {
+                 const QByteArray now =
+                     "Wed, 04 Mar 2026 10:00:0" + QByteArray::number(range) + " GMT";
+                 HostileWorld::Range(script, range)
+                     .Answer(gHonest().Header("Last-Modified", now).Header("Date", now));
+             }
+         },
+         installed},
     });
 }
 

@@ -55,6 +55,8 @@ void tst_HostileSize::an_answer_data()
         {"something_that_is_not_http", gHead(FaultAnswer::Raw("\1\2\3\r\n\r\n")), told},
         {"not_found", gHead(FaultAnswer::Status(404)), told, "HTTP status 404"},
         {"a_failing_server", gHead(FaultAnswer::Status(500)), told, "HTTP status 500"},
+        {"a_page_with_a_length", gHead(FaultAnswer::Text("<html>Log in</html>", "text/html")), told,
+         "the answer is a page"},
         {"no_length", gHead(gHonest().NoLength()), told, "no length is given"},
         {"a_length_of_zero", gLength("0"), told, "no length is given"},
         {"a_length_below_zero", gLength("-5"), told},
