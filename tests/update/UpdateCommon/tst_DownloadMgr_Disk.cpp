@@ -171,14 +171,14 @@ void tst_DownloadMgr_Disk::a_plan_that_the_disk_cannot_take_leaves_no_older_one(
 void tst_DownloadMgr_Disk::a_plan_taken_back_that_the_disk_cannot_take_leaves_the_older_one()
 {
     ResumeState state(m_rig->ConfigFolder());
-    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one"));
+    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one", {}));
     state.SetStartByte(1, 4711);
     QVERIFY(state.Sync());
     const QByteArray before = gReadFile(m_rig->StateFile());
     const ResumePoint point = gResumePoint(state, 1000003, "boot two");
     QVERIFY(point.isTakenBack);
     LimitFiles(longestLock);
-    QVERIFY(!gRecordPlan(&state, 1000003, point, "boot two"));
+    QVERIFY(!gRecordPlan(&state, 1000003, point, "boot two", {}));
     LimitFiles(RLIM_INFINITY);
     QCOMPARE(gReadFile(m_rig->StateFile()), before);
 }

@@ -84,7 +84,7 @@ void tst_Manifest::a_document_is_dropped_data()
 void tst_Manifest::a_document_is_dropped()
 {
     QFETCH(QString, xml);
-    const Manifest manifest = gReadManifest(xml);
+    const ManifestValues manifest = gReadManifest(xml);
     QVERIFY(manifest.exeUrl.isEmpty());
     QVERIFY(!manifest.verify);
     QVERIFY(manifest.releaseNotes.isEmpty());
@@ -133,7 +133,7 @@ void tst_Manifest::an_item_gets_no_text_from_behind_its_end()
 
 void tst_Manifest::the_version_of_an_item_inside_the_incremental_package_counts_for_both()
 {
-    const Manifest manifest =
+    const ManifestValues manifest =
         gReadManifest("<a><IncreasePackage><WhatNews><Item><Version>1</Version></Item></WhatNews>"
                       "</IncreasePackage><Version>2</Version></a>");
     QCOMPARE(manifest.releaseNotes.value(0).version, QStringLiteral("1"));
@@ -185,7 +185,7 @@ void tst_Manifest::the_deepest_manifest_takes_little_of_the_callers_stack()
     class Caller : public QThread
     {
     public:
-        Manifest manifest;
+        ManifestValues manifest;
 
     protected:
         void run() override { manifest = gReadManifest(gNested(999, address)); }
