@@ -12,7 +12,7 @@
 
 namespace
 {
-constexpr int patienceMs = 30000;
+constexpr int patienceMs = 120000;
 const char mainManifest[] = "manifest.xml";
 const char patchName[] = "corvina-9.2.0.0-to-9.3.0.0.patch";
 
