@@ -13,7 +13,6 @@
 #include "update/PackageDownload.h"
 #include "update/plan/PackageChoice.h"
 #include "update/plan/PackageNames.h"
-#include "update/plan/PackageOffer.h"
 #include "update/plan/PackageSizeProbe.h"
 #include "update/UpdateCommon/HintDisplay.h"
 #include "update/UpdateCommon/ProgressDisplay.h"
@@ -169,23 +168,21 @@ void LiveUpdateMgr::StartFullPackage()
 
 void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePath)
 {
-    const PackageOffer offer = m_offer;
-    if (!offer.namesVersion) {
+    if (!m_offer.namesVersion) {
         return;
     }
     // "full" for the incremental package as well: it is what operators have always received.
-    m_context.events.SetReportInfo(UpdateInit::GetUpdateVersion(), offer.version,
+    m_context.events.SetReportInfo(UpdateInit::GetUpdateVersion(), m_offer.version,
                                    QStringLiteral("full"));
     EndDownload();
-    DownloadTarget target = gDownloadTarget(offer, incremental);
+    DownloadTarget target = gDownloadTarget(m_offer, incremental);
     const Alive alive(this);
     m_pages->SetDownloadStart();
     m_pages->ShowProgressPage();
     if (alive == nullptr) {
         return;
     }
-    const QString refusal = gNameRefusal(target);
-    if (!refusal.isEmpty()) {
+    if (const QString refusal = gNameRefusal(target); !refusal.isEmpty()) {
         QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::StartDownload",
                     "the package is not downloaded, %s", refusal.toStdString().c_str());
         m_pages->ShowPlanFailure();
