@@ -30,6 +30,7 @@ private slots:
     void a_late_flush_records_nothing_for_the_next_plan();
     void a_flush_that_fails_late_does_not_end_the_next_plan();
     void a_plan_that_waits_for_its_file_gives_way_to_the_next();
+    void a_plan_made_while_the_size_is_asked_for_is_the_one_that_closes();
     void what_the_first_wrote_makes_the_second_flush_no_earlier();
     void the_full_package_may_fail_in_each_update_now();
 
@@ -201,11 +202,43 @@ void tst_LiveUpdateMgr_Second::a_plan_that_waits_for_its_file_gives_way_to_the_n
     m_rig->System().renameOver = gRenameOver;
     const QByteArray second = gTestBytes(60000, 3);
     // From the event loop, as a user does: what is deleted later lives while the size is asked for.
+    HttpAnswer slow = HttpAnswer::Body(second);
+    slow.delayMs = 300;
+    m_rig->Server().Serve("/files/setup.exe", slow, "HEAD");
     QTimer::singleShot(0, this, [&] { m_rig->StartFullDownload(HttpAnswer::Body(second)); });
+    int started = -1;
+    QTimer::singleShot(50, this, [&] {
+        later.Run();
+        started = m_rig->Downloaders() - 1;
+    });
     QTRY_COMPARE(m_rig->Boxes(), 1);
-    later.Run();
+    QCOMPARE(started, 0);
     QVERIFY(gReadFile(m_rig->Installer()) == second);
     QVERIFY(!m_rig->Pages().contains("hint"));
+}
+
+void tst_LiveUpdateMgr_Second::a_plan_made_while_the_size_is_asked_for_is_the_one_that_closes()
+{
+    const QByteArray package = gTestBytes(50000);
+    HttpAnswer slow = HttpAnswer::Body(package);
+    slow.delayMs = 300;
+    m_rig->Server().Serve("/files/setup.exe", slow, "HEAD");
+    m_rig->Server().Serve("/files/setup.exe",
+                          HttpAnswer::Broken(package, HttpAnswer::Fault::StallAfter, 100), "GET");
+    m_rig->Offer("/files/setup.exe");
+    QTimer::singleShot(50, this, [&] {
+        m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(package), "HEAD");
+        m_rig->Manager().UpdateNow();
+    });
+    m_rig->Manager().UpdateNow();
+    QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(500));
+    emit m_rig->Progress().Close();
+    QVERIFY(!gDownloadState().downloadStarted);
+    QTRY_COMPARE(m_rig->Server().OpenConnections(), 0);
+    m_rig->Server().Serve("/files/setup.exe", HttpAnswer::Body(package), "GET");
+    m_rig->StartFullDownload(HttpAnswer::Body(package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QVERIFY(gReadFile(m_rig->Installer()) == package);
 }
 
 void tst_LiveUpdateMgr_Second::what_the_first_wrote_makes_the_second_flush_no_earlier()

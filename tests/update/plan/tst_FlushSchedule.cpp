@@ -2,6 +2,7 @@
 
 #include "update/plan/FlushSchedule.h"
 
+#include "tests/support/IniText.h"
 #include "tests/support/LogCapture.h"
 #include "update/base/BackgroundFlush.h"
 
@@ -40,6 +41,7 @@ private slots:
 
 private:
     void Build();
+    QString OnDisk(const QString &key) const { return gReadIniText(m_state->Path()).value(key); }
     int Flushed(int number = 1) const { return m_state->FlushedByte(number); }
 
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -95,6 +97,7 @@ void tst_FlushSchedule::enough_bytes_are_flushed_and_recorded()
     m_schedule->Written(1);
     QTRY_COMPARE(Flushed(), 100);
     QCOMPARE(Flushed(4), 7);
+    QCOMPARE(OnDisk("Flushed/Flushed_Byte1"), QStringLiteral("100"));
     QCOMPARE(m_state->BootId(), QStringLiteral("this boot"));
     QCOMPARE(m_flushes.load(), 1);
 }
@@ -171,6 +174,7 @@ void tst_FlushSchedule::a_flush_that_fails_makes_the_state_doubtful()
     const LogCapture log;
     m_state->SetBootId("this boot");
     m_state->SetFlushedByte(1, 30);
+    QVERIFY(m_state->Sync());
     m_result = FlushResult::Failed;
     QSignalSpy failed(m_schedule.get(), &FlushSchedule::Failed);
     m_state->SetStartByte(1, 100);
@@ -180,6 +184,7 @@ void tst_FlushSchedule::a_flush_that_fails_makes_the_state_doubtful()
     QCOMPARE(Flushed(), 30);
     QVERIFY(m_state->KnowsBoot());
     QCOMPARE(m_state->BootId(), QString());
+    QCOMPARE(OnDisk("Flushed/Boot_Id"), QString());
     QCOMPARE(log.CountContaining("disk failure"), 1);
     m_schedule->Written(1000);
     QCOMPARE(m_flushes.load(), 1);

@@ -19,6 +19,7 @@ private slots:
     void what_was_written_is_read_back_by_a_new_object();
     void a_text_is_read_back_data();
     void a_text_is_read_back();
+    void a_text_of_several_lines_spoils_no_other_value();
     void a_missing_file_reads_as_zeros();
     void a_number_on_disk_is_read_as_data();
     void a_number_on_disk_is_read_as();
@@ -110,6 +111,22 @@ void tst_ResumeState::a_text_is_read_back()
     const ResumeState state(other.path());
     QCOMPARE(state.BootId(), text);
     QCOMPARE(state.PackageSize(), 7);
+}
+
+void tst_ResumeState::a_text_of_several_lines_spoils_no_other_value()
+{
+    {
+        ResumeState state(m_folder->path());
+        state.SetBootId("one\nFlushed_Byte1=7\r\n[FullPackage_size]\nFullPackage_size=9");
+        state.SetPackageSize(1000);
+        QVERIFY(state.Sync());
+    }
+    QTemporaryDir other;
+    QVERIFY(QFile::copy(File(), other.filePath("CvBreakResumeDownLoad.ini")));
+    const ResumeState state(other.path());
+    QCOMPARE(state.PackageSize(), 1000);
+    QCOMPARE(state.FlushedByte(1), 0);
+    QVERIFY(state.BootId().startsWith("one "));
 }
 
 void tst_ResumeState::a_missing_file_reads_as_zeros()
