@@ -243,7 +243,7 @@ void LiveUpdateMgr::ConnectDownload()
     connect(m_download, &PackageDownload::InstallStarted, this, &LiveUpdateMgr::InstallStarted);
     connect(m_download, &PackageDownload::CancelInstall, this, &LiveUpdateMgr::KeepInstaller);
     connect(m_download, &PackageDownload::Error, this, &LiveUpdateMgr::ShowDownloadError);
-    connect(m_download, &PackageDownload::FlushFailed, this,
+    connect(m_download, &PackageDownload::DiskFailed, this,
             [this] { ShowDownloadError(UpdatePages::DownloadFailedText()); });
     // From the event loop: the plan that follows ends the downloader that emits this.
     connect(m_download, &PackageDownload::PatchIncreasePackageFaild, this,

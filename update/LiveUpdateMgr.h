@@ -64,7 +64,8 @@ public:
     /// The version page's "Update Now".
     void UpdateNow();
 
-    /// Plans the download of a package of the last "Update Now" and starts the downloaders of what is missing.
+    /// Plans the download of a package of the last "Update Now" and starts the downloaders of what
+    /// is missing.
     void StartDownload(bool incremental, const QString &oldPackagePath);
 
     /// Asks for the size of @p url in bytes; 0 on any failure. Blocks in a local event loop. Behind

@@ -40,7 +40,7 @@ PackageDownload::PackageDownload(const DownloadTarget &target, const QString &ol
     , m_flushSchedule(new FlushSchedule(state, context.system, this))
     , m_replacement(new FileReplacement(context.system, this))
 {
-    connect(m_flushSchedule, &FlushSchedule::Failed, this, &PackageDownload::EndAfterFlushFailure);
+    connect(m_flushSchedule, &FlushSchedule::Failed, this, &PackageDownload::EndAfterDiskFailure);
     connect(m_replacement, &FileReplacement::Replaced, this, &PackageDownload::AfterReplacement);
     connect(m_replacement, &FileReplacement::Failed, this,
             &PackageDownload::AfterFailedReplacement);
@@ -61,7 +61,8 @@ bool PackageDownload::Plan()
         return false;
     }
     const ResumePoint point = gResumePoint(m_resumeState, m_total, m_context.system.bootIdentity());
-    m_isFresh = !CanResume(point);
+    m_isFresh =
+        !gCanResume(m_resumeState, point, m_total, m_target.path, IdentityWith(m_target.path));
     if (m_isFresh) {
         StartAnew(gFreshStart(m_total));
     } else {
@@ -70,22 +71,11 @@ bool PackageDownload::Plan()
     return true;
 }
 
-bool PackageDownload::CanResume(const ResumePoint &point) const
-{
-    if (m_resumeState.PackageSize() != m_total || !QFile::exists(m_target.path)) {
-        return false;
-    }
-    if (!gBelongsTo(m_resumeState, IdentityWith(m_target.path))) {
-        QUILLON_LOG(logFile, logFunction,
-                    "the resume state belongs to another package or file, starting anew");
-        return false;
-    }
-    return gIsUsable(point, m_total);
-}
-
 DownloadIdentity PackageDownload::IdentityWith(const QString &file) const
 {
-    return {m_context.system.fileIdentity(file), gIdentifyingMd5(m_target), m_target.version};
+    // In one line: the state has a line for each value, and a manifest may break them.
+    return {m_context.system.fileIdentity(file), gIdentifyingMd5(m_target).simplified(),
+            m_target.version.simplified()};
 }
 
 void PackageDownload::Resume(const ResumePoint &point)
@@ -113,6 +103,7 @@ void PackageDownload::StartAnew(const ResumePoint &start)
     // In this order, a process that ends in between leaves no file that a plan wrongly fits: the plan
     // names the new file, and is on disk before that takes the place of the old one.
     const QString newFile = gNewTarget(m_target.path);
+    QFile::remove(newFile); // of a process that ended in between; its plan must not fit this one
     m_newFile = gCreateEmptyFile(newFile, m_total) ? newFile : QString();
     gRecordPlan(&m_resumeState, m_total, start, m_context.system.bootIdentity(),
                 IdentityWith(m_newFile.isEmpty() ? m_target.path : m_newFile));
@@ -129,8 +120,10 @@ void PackageDownload::StartRanges()
     if (m_lock == nullptr) {
         return; // The plan was closed or ended meanwhile.
     }
-    if (m_newFile.isEmpty()) {
+    if (!m_isFresh) {
         RunRanges();
+    } else if (m_newFile.isEmpty()) {
+        RunWithoutNewFile();
     } else {
         m_replacement->Start(m_newFile, m_target.path, logFunction);
     }
@@ -149,14 +142,23 @@ void PackageDownload::AfterReplacement()
     RunRanges();
 }
 
-/// As with any target that cannot be made, the ranges start all the same, and report what fails. The
-/// plan is not that of the file that is there, so nothing of it is resumed.
 void PackageDownload::AfterFailedReplacement()
 {
     QUILLON_LOG(logFile, "LiveUpdateMgr::CreateEmptyFile", "Create file Filed!");
     QFile::remove(m_newFile);
     m_newFile.clear();
-    RunRanges();
+    RunWithoutNewFile();
+}
+
+/// The ranges start all the same, and report what fails. A file that is there is not written into: the
+/// state of another account may go on with it.
+void PackageDownload::RunWithoutNewFile()
+{
+    if (QFileInfo(m_target.path).isFile()) {
+        EndAfterDiskFailure();
+    } else {
+        RunRanges();
+    }
 }
 
 void PackageDownload::RunRanges()
@@ -201,6 +203,7 @@ void PackageDownload::Connect(DownloadMgr *downloader)
     connect(downloader, &DownloadMgr::BeginInstall, this, &PackageDownload::BeginInstall);
     connect(downloader, &DownloadMgr::InstallStarted, this, &PackageDownload::InstallStarted);
     connect(downloader, &DownloadMgr::CancelInstall, this, &PackageDownload::CancelInstall);
+    connect(downloader, &DownloadMgr::Error, this, &PackageDownload::EndFlushesWithTheLastRange);
     connect(downloader, &DownloadMgr::Error, this, &PackageDownload::Error);
     connect(downloader, &DownloadMgr::PatchIncreasePackageFaild, this,
             &PackageDownload::RememberFailedPatch);
@@ -224,6 +227,18 @@ void PackageDownload::RememberFailedPatch()
     m_resumeState.SetFailedPatch(m_target.expectedMd5);
     m_resumeState.Sync();
     emit PatchIncreasePackageFaild();
+}
+
+/// The lock is given back with the last range: from then on the state may be another process's.
+void PackageDownload::EndFlushesWithTheLastRange()
+{
+    const bool isRunning =
+        std::any_of(m_downloaders.begin(), m_downloaders.end(), [](const auto &downloader) {
+            return downloader != nullptr && downloader->IsRunning();
+        });
+    if (!isRunning) {
+        m_flushSchedule->End();
+    }
 }
 
 // --- The ends --------------------------------------------------------------------------------------
@@ -275,9 +290,9 @@ void PackageDownload::End()
     }
 }
 
-void PackageDownload::EndAfterFlushFailure()
+void PackageDownload::EndAfterDiskFailure()
 {
     End();
     m_context.state.downloadStarted = false;
-    emit FlushFailed();
+    emit DiskFailed();
 }

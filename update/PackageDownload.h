@@ -75,20 +75,22 @@ signals:
     void CancelInstall();
     void InstallStarted();
     void PatchIncreasePackageFaild();
-    /// The disk could not keep the data; every range has been ended.
-    void FlushFailed();
+    /// The disk could not keep the data, or did not let a new file take the target's name; every range
+    /// has been ended.
+    void DiskFailed();
 
 private slots:
-    void EndAfterFlushFailure();
+    void EndAfterDiskFailure();
     void RunRanges();
+    void EndFlushesWithTheLastRange();
     void RememberFailedPatch();
 
 private:
-    bool CanResume(const ResumePoint &point) const;
     void Resume(const ResumePoint &point);
     void StartAnew(const ResumePoint &start);
     void AfterReplacement();
     void AfterFailedReplacement();
+    void RunWithoutNewFile();
     DownloadIdentity IdentityWith(const QString &file) const;
     void StartRange(int rangeNumber, ByteRange range, const std::shared_ptr<ProcessLock> &lock);
     void Connect(DownloadMgr *downloader);

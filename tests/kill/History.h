@@ -23,7 +23,8 @@ struct History {
 
     /// The history @p number of @p seed; both together say all about it.
     static History Draw(quint32 seed, quint32 number);
-    /// Histories with a fixed course, nearly all of which need "Update Now" only once in the end. @p isQuick leaves out those that take half a minute.
+    /// Histories with a fixed course, nearly all of which need "Update Now" only once in the end.
+    /// @p isQuick leaves out those that take half a minute.
     static QList<History> Scripts(bool isQuick);
 
     QString Text() const;

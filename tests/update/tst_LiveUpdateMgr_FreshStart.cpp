@@ -3,8 +3,10 @@
 #include "platform/ProcessLock.h"
 #include "tests/support/LaterCalls.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/SystemTraits.h"
 #include "tests/support/TestBytes.h"
 #include "tests/update/UpdateRig.h"
+#include "update/UpdateCommon/VersionInfo.h"
 
 #include <QtTest>
 
@@ -29,7 +31,9 @@ private slots:
     void a_file_whose_identity_changes_with_its_name_is_recorded_again();
     void a_target_that_another_program_holds_is_waited_for();
     void a_download_that_is_closed_meanwhile_asks_for_nothing();
-    void a_target_that_cannot_be_replaced_is_fetched_from_its_first_byte();
+    void a_target_that_cannot_be_replaced_is_left_as_it_is();
+    void a_new_file_of_an_ended_process_is_not_used_again();
+    void what_a_state_names_is_in_one_line();
     void a_failed_patch_is_remembered_by_its_result_data();
     void a_failed_patch_is_remembered_by_its_result();
 
@@ -154,22 +158,54 @@ void tst_LiveUpdateMgr_FreshStart::a_download_that_is_closed_meanwhile_asks_for_
     QVERIFY(m_rig->Server().Requests("GET").isEmpty());
 }
 
-void tst_LiveUpdateMgr_FreshStart::a_target_that_cannot_be_replaced_is_fetched_from_its_first_byte()
+void tst_LiveUpdateMgr_FreshStart::a_target_that_cannot_be_replaced_is_left_as_it_is()
 {
     const LogCapture log;
-    QVERIFY(gWriteFile(m_rig->Target(), QByteArray(packageSize, 'o')));
-    m_rig->System().renameOver = [&](const QString &from, const QString &to, QString *failure) {
-        if (to == m_rig->Target()) {
-            *failure = QStringLiteral("not today");
-            return RenameResult::Failed;
-        }
-        return gRenameOver(from, to, failure);
+    const QByteArray ofAnother(packageSize, 'o');
+    QVERIFY(gWriteFile(m_rig->Target(), ofAnother));
+    m_rig->System().renameOver = [](const QString &, const QString &, QString *failure) {
+        *failure = QStringLiteral("not today");
+        return RenameResult::Failed;
     };
     m_rig->StartFullDownload(HttpAnswer::Body(m_package));
-    QTRY_COMPARE(m_rig->Boxes(), 1);
+    QCOMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
+    QCOMPARE(m_rig->Pages().constLast(), QStringLiteral("hint"));
     QCOMPARE(log.Count("LiveUpdateMgr", "LiveUpdateMgr::CreateEmptyFile", "Create file Filed!"), 1);
+    QVERIFY(!IsLocked());
     QVERIFY(!QFile::exists(NewFile()));
+    QVERIFY(m_rig->Server().Requests("GET").isEmpty());
+    QVERIFY(gReadFile(m_rig->Target()) == ofAnother);
+
+    m_rig->Destroy();
+    m_rig->System().renameOver = gRenameOver;
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
+}
+
+void tst_LiveUpdateMgr_FreshStart::a_new_file_of_an_ended_process_is_not_used_again()
+{
+    QVERIFY(gWriteFile(NewFile(), "left behind"));
+    const QString identity = gFileIdentity(NewFile());
+    // Held open, so that its number is not given away.
+    QFile held(NewFile());
+    QVERIFY(gRemovesOpenFiles() ? held.open(QIODevice::ReadOnly) : true);
+    m_rig->StartFullDownload(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 1));
+    QVERIFY(gFileIdentity(m_rig->Target()) != identity);
+}
+
+void tst_LiveUpdateMgr_FreshStart::what_a_state_names_is_in_one_line()
+{
+    m_rig->Server().Serve("/files/setup.exe",
+                          HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 1));
+    m_rig->Build();
+    QString manifest = UpdateRig::Manifest(m_rig->Server().Address("/files/setup.exe"),
+                                           "<Verify_x64>\n 0123\r\n</Verify_x64>");
+    manifest.replace("9.2.0.0", "\n  9.2.0.0\n");
+    m_rig->Manager().findChild<VersionInfo *>()->setXml(manifest);
+    m_rig->Manager().UpdateNow();
+    QCOMPARE(m_rig->State().value("Identity/Package_Version"), QStringLiteral("9.2.0.0"));
+    QCOMPARE(m_rig->State().value("Identity/Package_Md5"), QStringLiteral("0123"));
 }
 
 void tst_LiveUpdateMgr_FreshStart::a_failed_patch_is_remembered_by_its_result_data()
@@ -177,6 +213,7 @@ void tst_LiveUpdateMgr_FreshStart::a_failed_patch_is_remembered_by_its_result_da
     QTest::addColumn<QString>("recorded");
     QTest::addColumn<bool>("isFailed");
     QTest::newRow("the_same_result") << "0123" << true;
+    QTest::newRow("the_same_result_in_lines_of_its_own") << "\n 0123\n" << true;
     QTest::newRow("another_result") << "4567" << false;
     QTest::newRow("none_for_an_empty_one") << "" << false;
 }

@@ -76,6 +76,7 @@ UpdateEventReport::UpdateEventReport()
 
 UpdateEventReport::~UpdateEventReport()
 {
+    qRemovePostRoutine(gWaitAtTheEnd);
     WaitForReports();
 }
 

@@ -31,7 +31,8 @@
 ///       AutoNotify        non-zero: the user is to be notified automatically
 ///
 /// Thread: one thread. Ownership: its Qt parent.
-/// Errors: none are reported; what `gReadManifest` does not accept gives empty strings, 0, false and an empty list.
+/// Errors: none are reported; what `gReadManifest` does not accept gives empty strings, 0, false
+/// and an empty list.
 class VersionInfo : public QObject
 {
     Q_OBJECT

@@ -51,10 +51,12 @@ public:
     /// Sends the request; one that is still under way is given up.
     void Start(const QueryValues &values);
 
-    /// Blocks for at most 5000 ms, with the time to read and to parse the answer. @return whether a newer version exists; false on any failure
+    /// Blocks for at most 5000 ms, with the time to read and to parse the answer.
+    /// @return whether a newer version exists; false on any failure
     bool AskSilently(const QueryValues &values);
 
-    /// Reads the answer once, at its first bytes and up to 1 MiB; later bytes are dropped with the reply.
+    /// Reads the answer once, at its first bytes and up to 1 MiB; later bytes are dropped with the
+    /// reply.
     void ReadAnswer();
 
     /// Reports a reply that has ended with an error; one without is left to `ReadAnswer`.

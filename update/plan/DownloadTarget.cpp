@@ -36,7 +36,7 @@ DownloadTarget gDownloadTarget(const PackageOffer &offer, bool incremental)
             installerPath,
             QString(),
             false,
-            offer.fullMd5,
+            offer.fullMd5.trimmed(),
             offer.version};
 }
 

@@ -78,7 +78,11 @@ void FlushSchedule::Flush()
 
 void FlushSchedule::Record(const Bytes &bytes)
 {
-    m_state.SetBootId(m_system.bootIdentity());
+    const QString boot = m_system.bootIdentity();
+    if (!boot.isEmpty() && m_state.KnowsBoot() && m_state.BootId().isEmpty()) {
+        return; // Marked as doubtful: a system reports what it lost once, and not to later flushes.
+    }
+    m_state.SetBootId(boot);
     int number = 1;
     for (const qint64 byte : bytes) {
         m_state.SetFlushedByte(number++, byte);

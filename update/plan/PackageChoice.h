@@ -22,7 +22,8 @@ struct PackageChoice {
 };
 
 /// Chooses the incremental package when the installer of @p currentVersion that it applies to was
-/// kept and the names of its files allow it, and the full one otherwise. Reads every kept installer of that version to the end.
+/// kept and the names of its files allow it, and the full one otherwise. Reads every kept installer
+/// of that version to the end.
 ///
 /// Thread: GUI thread. Errors: logged; a kept installer with another MD5 is reported to @p events.
 PackageChoice gChoosePackage(const PackageOffer &offer, const QString &currentVersion,

@@ -62,6 +62,20 @@ bool gBelongsTo(const ResumeState &state, const DownloadIdentity &download)
            recorded.packageMd5 == download.packageMd5 && recorded.version == download.version;
 }
 
+bool gCanResume(const ResumeState &state, const ResumePoint &point, qint64 total,
+                const QString &target, const DownloadIdentity &download)
+{
+    if (state.PackageSize() != total || !QFile::exists(target)) {
+        return false;
+    }
+    if (!gBelongsTo(state, download)) {
+        QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::StartDownload",
+                    "the resume state belongs to another package or file, starting anew");
+        return false;
+    }
+    return gIsUsable(point, total);
+}
+
 ResumePoint gFreshStart(qint64 total)
 {
     ResumePoint point;

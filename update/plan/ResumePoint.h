@@ -34,6 +34,11 @@ bool gIsUsable(const ResumePoint &point, qint64 total);
 /// Whether @p state is that of @p download. One that does not say so is taken at its word.
 bool gBelongsTo(const ResumeState &state, const DownloadIdentity &download);
 
+/// Whether @p download, a package of @p total bytes, goes on at @p point of @p state in the file at
+/// @p target. The log says why not when that belongs to something else.
+bool gCanResume(const ResumeState &state, const ResumePoint &point, qint64 total,
+                const QString &target, const DownloadIdentity &download);
+
 /// The beginning of a package of @p total bytes.
 ResumePoint gFreshStart(qint64 total);
 

@@ -158,12 +158,12 @@ void ResumeState::SetIdentity(const DownloadIdentity &identity)
 bool ResumeState::IsFailedPatch(const QString &resultMd5) const
 {
     return m_settings.contains(gFailedPatchKey()) &&
-           m_settings.value(gFailedPatchKey()).toString() == resultMd5;
+           m_settings.value(gFailedPatchKey()).toString() == resultMd5.simplified();
 }
 
 void ResumeState::SetFailedPatch(const QString &resultMd5)
 {
-    m_settings.setValue(gFailedPatchKey(), resultMd5);
+    m_settings.setValue(gFailedPatchKey(), resultMd5.simplified());
 }
 
 bool ResumeState::Sync()

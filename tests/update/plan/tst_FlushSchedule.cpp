@@ -32,6 +32,7 @@ private slots:
     void the_callers_thread_does_not_wait();
     void a_flush_that_tells_nothing_is_not_recorded();
     void a_flush_that_fails_makes_the_state_doubtful();
+    void a_flush_takes_no_doubt_back();
     void a_flush_of_the_download_before_is_not_recorded();
     void bytes_of_the_download_before_do_not_count();
     void nothing_is_flushed_behind_the_end();
@@ -188,6 +189,20 @@ void tst_FlushSchedule::a_flush_that_fails_makes_the_state_doubtful()
     QCOMPARE(log.CountContaining("disk failure"), 1);
     m_schedule->Written(1000);
     QCOMPARE(m_flushes.load(), 1);
+}
+
+void tst_FlushSchedule::a_flush_takes_no_doubt_back()
+{
+    m_state->SetStartByte(1, 500);
+    m_schedule->Begin(m_folder->filePath("package"));
+    m_schedule->Written(100);
+    m_state->SetBootId(QString());
+    m_mayFlush.release();
+    QTRY_COMPARE(m_flushes.load(), 1);
+    gFlushPool()->waitForDone();
+    QCoreApplication::processEvents();
+    QCOMPARE(m_state->BootId(), QString());
+    QCOMPARE(Flushed(), 0);
 }
 
 void tst_FlushSchedule::a_flush_of_the_download_before_is_not_recorded()
