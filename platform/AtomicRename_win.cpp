@@ -15,6 +15,12 @@ std::wstring gNativeName(const QString &path)
     return QDir::toNativeSeparators(path).toStdWString();
 }
 
+bool gIsFolder(const std::wstring &name)
+{
+    const DWORD attributes = GetFileAttributesW(name.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 bool gIsHeld(DWORD error)
 {
     // A file that a scanner has open without sharing its deletion gives the first two; one that was
@@ -28,11 +34,13 @@ bool gIsHeld(DWORD error)
 RenameResult gRenameOver(const QString &from, const QString &to, QString *failure)
 {
     // Without MOVEFILE_COPY_ALLOWED: a copy would not be one step.
-    if (MoveFileExW(gNativeName(from).c_str(), gNativeName(to).c_str(),
+    const std::wstring target = gNativeName(to);
+    if (MoveFileExW(gNativeName(from).c_str(), target.c_str(),
                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0) {
         return RenameResult::Renamed;
     }
     const DWORD error = GetLastError();
     *failure = QString::fromStdString(std::system_category().message(static_cast<int>(error)));
-    return gIsHeld(error) ? RenameResult::Busy : RenameResult::Failed;
+    // A folder gives the error of a held file, for ever.
+    return gIsHeld(error) && !gIsFolder(target) ? RenameResult::Busy : RenameResult::Failed;
 }

@@ -2,7 +2,6 @@
 
 #include "platform/FileName.h"
 
-#include <QFile>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -41,7 +40,7 @@ bool gIsWindowsName(const QString &name)
 
 bool gIsUnixName(const QString &name)
 {
-    return QFile::encodeName(name).size() <= longestName && name != QLatin1String(".") &&
+    return name.toUtf8().size() <= longestName && name != QLatin1String(".") &&
            name != QLatin1String("..") && !name.contains(QLatin1Char('/')) &&
            !name.contains(QChar::Null);
 }

@@ -7,6 +7,7 @@
 #include "CvButton.h"
 #include "tests/support/BoxAnswerer.h"
 #include "tests/support/HttpServer.h"
+#include "tests/support/IniText.h"
 #include "tests/support/MetaMethods.h"
 #include "tests/support/SystemPlaces.h"
 #include "ui/ImageButton.h"
@@ -22,7 +23,6 @@
 #include <QHBoxLayout>
 #include <QPointer>
 #include <QScopedPointer>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QStackedWidget>
 #include <QTemporaryDir>
@@ -522,8 +522,8 @@ void tst_UpdateMain::a_download_keeps_the_configuration_directory_of_its_dialog(
     emit m_dialog->findChild<VersionDisplay *>()->UpdateNow();
     QTRY_COMPARE(answerer.Answered(), 1);
     QCOMPARE(QDir(later.path()).entryList(QDir::Files), QStringList());
-    const QSettings state(m_directory->filePath("CvBreakResumeDownLoad.ini"), QSettings::IniFormat);
-    QCOMPARE(state.value("DownLoad_Tasks/Start_Byte1").toInt(), 10000);
+    const auto state = gReadIniText(m_directory->filePath("CvBreakResumeDownLoad.ini"));
+    QCOMPARE(state.value("DownLoad_Tasks/Start_Byte1"), QStringLiteral("10000"));
 }
 
 void tst_UpdateMain::a_later_version_does_reach_the_dialog()

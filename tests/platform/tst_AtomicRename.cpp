@@ -55,6 +55,8 @@ void tst_AtomicRename::what_fails_leaves_both_and_says_why_data()
                                                 << "old";
     QTest::newRow("into_a_folder_that_is_missing") << "new"
                                                    << "missing/old";
+    QTest::newRow("onto_a_folder") << "new"
+                                   << "folder";
 }
 
 void tst_AtomicRename::what_fails_leaves_both_and_says_why()
@@ -63,6 +65,7 @@ void tst_AtomicRename::what_fails_leaves_both_and_says_why()
     QFETCH(QString, to);
     QVERIFY(gWriteFile(Path("new"), "new"));
     QVERIFY(gWriteFile(Path("old"), "old"));
+    QVERIFY(QDir().mkpath(Path("folder")));
     QString failure;
     QVERIFY(gRenameOver(Path(from), Path(to), &failure) == RenameResult::Failed);
     QVERIFY(!failure.isEmpty());

@@ -185,11 +185,14 @@ void tst_LiveUpdateMgr_FreshStart::a_target_that_cannot_be_replaced_is_left_as_i
 
 void tst_LiveUpdateMgr_FreshStart::a_new_file_of_an_ended_process_is_not_used_again()
 {
+    if (!gRemovesOpenFiles()) {
+        QSKIP("The number of a file that is removed may be given to the next one.");
+    }
     QVERIFY(gWriteFile(NewFile(), "left behind"));
     const QString identity = gFileIdentity(NewFile());
     // Held open, so that its number is not given away.
     QFile held(NewFile());
-    QVERIFY(gRemovesOpenFiles() ? held.open(QIODevice::ReadOnly) : true);
+    QVERIFY(held.open(QIODevice::ReadOnly));
     m_rig->StartFullDownload(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 1));
     QVERIFY(gFileIdentity(m_rig->Target()) != identity);
 }
