@@ -77,7 +77,7 @@ UpdateEventReport::UpdateEventReport()
 UpdateEventReport::~UpdateEventReport()
 {
     qRemovePostRoutine(gWaitAtTheEnd);
-    WaitForReports();
+    UpdateEventReport::WaitForReports();
 }
 
 void UpdateEventReport::SetReportInfo(const QString &oldVersion, const QString &newVersion,
