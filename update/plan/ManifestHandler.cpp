@@ -179,13 +179,9 @@ ManifestValues ManifestHandler::Result() const
         manifest.oldVerify = Text(m_fields[OldVerify]);
     }
     if (m_hasPackage) {
-        // In place: GCC 12 takes the move of an optional that was empty for one of unset values.
-        ManifestValues::IncreasePackage &package = manifest.increasePackage.emplace();
-        package.url = Text(m_fields[Url]);
-        package.version = Text(m_fields[Version]);
-        package.md5 = Text(m_fields[Md5]);
-        package.size = Text(m_fields[Size]);
-        package.autoNotify = Text(m_fields[AutoNotify]);
+        manifest.increasePackage = {Text(m_fields[Url]), Text(m_fields[Version]),
+                                    Text(m_fields[Md5]), Text(m_fields[Size]),
+                                    Text(m_fields[AutoNotify])};
     }
     manifest.releaseNotes = ReleaseNotes();
     return manifest;
