@@ -4,6 +4,8 @@
 
 #include "update/plan/ManifestHandler.h"
 
+#include <QMutex>
+#include <QMutexLocker>
 #include <QThread>
 #include <QXmlSimpleReader>
 
@@ -23,7 +25,11 @@ public:
         setStackSize(4 * 1024 * 1024);
     }
 
-    ManifestValues Result() const { return m_manifest; }
+    ManifestValues Result()
+    {
+        const QMutexLocker locker(&m_mutex);
+        return m_manifest;
+    }
 
 protected:
     void run() override
@@ -43,12 +49,15 @@ protected:
         reader.setLexicalHandler(&handler);
         // What the parser read before an error is dropped: half a manifest could start an update.
         if (reader.parse(source)) {
+            const QMutexLocker locker(&m_mutex);
             m_manifest = handler.Result();
         }
     }
 
 private:
     QString m_xml;
+    /// Orders the threads for tools that do not know Qt's own wait.
+    QMutex m_mutex;
     ManifestValues m_manifest;
 };
 } // namespace
