@@ -107,7 +107,7 @@ bool ManifestHandler::TakeForFields(const QString &name, int span)
         Where where;
     };
     // In the order of the enum. The name of the full package's MD5 is searched in the whole document.
-    static constexpr std::array<Place, fieldCount> places{{{"ExeUrl_x64", Where::Anywhere},
+    static constexpr std::array<Place, FieldCount> places{{{"ExeUrl_x64", Where::Anywhere},
                                                            {"Verify_x64", Where::Anywhere},
                                                            {"Verify_x64", Where::OutsideOfPackages},
                                                            {"OldVerify_x64", Where::Anywhere},

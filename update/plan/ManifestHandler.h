@@ -60,7 +60,7 @@ private:
         Md5,
         Size,
         AutoNotify,
-        fieldCount
+        FieldCount
     };
     enum class Kind { Other, WhatNews, Item, IncreasePackage };
 
@@ -91,7 +91,7 @@ private:
     QString m_text;
     QVector<Open> m_open;
     QVector<Span> m_spans;
-    std::array<int, fieldCount> m_fields{};
+    std::array<int, FieldCount> m_fields{};
     QVector<Item> m_items;
     /// Indexes of the items whose end has not been reached.
     QVector<int> m_openItems;
