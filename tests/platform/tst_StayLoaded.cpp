@@ -22,11 +22,11 @@ void tst_StayLoaded::a_host_that_unloads_the_library_goes_on_data()
 {
     QTest::addColumn<QString>("function");
     QTest::addColumn<QByteArray>("library");
-    QTest::newRow("without_having_used_it") << "DoNothing" << QByteArray("unloaded");
-    QTest::newRow("with_a_report_on_its_way") << "StartReport" << QByteArray("loaded");
-    QTest::newRow("behind_a_report") << "SendReport" << QByteArray("loaded");
-    QTest::newRow("with_a_flush_on_its_way") << "StartFlush" << QByteArray("loaded");
-    QTest::newRow("behind_a_silent_check") << "SendRequest" << QByteArray("loaded");
+    QTest::newRow("without_having_used_it") << "gDoNothing" << QByteArray("unloaded");
+    QTest::newRow("with_a_report_on_its_way") << "gStartReport" << QByteArray("loaded");
+    QTest::newRow("behind_a_report") << "gSendReport" << QByteArray("loaded");
+    QTest::newRow("with_a_flush_on_its_way") << "gStartFlush" << QByteArray("loaded");
+    QTest::newRow("behind_a_silent_check") << "gSendRequest" << QByteArray("loaded");
 }
 
 void tst_StayLoaded::a_host_that_unloads_the_library_goes_on()

@@ -12,23 +12,23 @@
 
 // What leaves code of the module behind that runs later, with the host's argument.
 
-extern "C" Q_DECL_EXPORT void DoNothing(const char * /*unused*/) {}
+extern "C" Q_DECL_EXPORT void gDoNothing(const char * /*unused*/) {}
 
 /// @param configFolder with the host of the reports
-extern "C" Q_DECL_EXPORT void StartReport(const char *configFolder)
+extern "C" Q_DECL_EXPORT void gStartReport(const char *configFolder)
 {
     QuillonInit::SetConfigFileDir(QString::fromUtf8(configFolder));
     UpdateEventReport::GetInstance()->ReportEvent(EventSink::DownloadError);
 }
 
-extern "C" Q_DECL_EXPORT void SendReport(const char *configFolder)
+extern "C" Q_DECL_EXPORT void gSendReport(const char *configFolder)
 {
-    StartReport(configFolder);
+    gStartReport(configFolder);
     UpdateEventReport::GetInstance()->WaitForReports();
 }
 
 /// The flush goes on until the application object ends.
-extern "C" Q_DECL_EXPORT void StartFlush(const char * /*unused*/)
+extern "C" Q_DECL_EXPORT void gStartFlush(const char * /*unused*/)
 {
     const auto flush = [](const QString & /*path*/) {
         while (!QCoreApplication::closingDown()) {
@@ -40,7 +40,7 @@ extern "C" Q_DECL_EXPORT void StartFlush(const char * /*unused*/)
 }
 
 /// The runner deletes itself in the event loop.
-extern "C" Q_DECL_EXPORT void SendRequest(const char * /*unused*/)
+extern "C" Q_DECL_EXPORT void gSendRequest(const char * /*unused*/)
 {
     auto *runner = new NetworkAccessManagerTimeout;
     runner->Get(QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:1/"))), 10000);
