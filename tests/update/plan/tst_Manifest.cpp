@@ -40,10 +40,10 @@ void tst_Manifest::a_document_is_read_data()
     const QString plain = "<a>" + address + "</a>";
     QTest::newRow("of_xml_1.1") << "<?xml version=\"1.1\"?>" + plain;
     QTest::newRow("that_claims_another_encoding")
-        << "<?xml version=\"1.0\" encoding=\"latin1\"?>" + plain;
+        << R"(<?xml version="1.0" encoding="latin1"?>)" + plain;
     QTest::newRow("that_names_its_type") << "<!DOCTYPE a>" + plain;
     QTest::newRow("whose_type_is_described_elsewhere")
-        << "<!DOCTYPE a PUBLIC \"p\" \"http://u.example/a.dtd\" >" + plain;
+        << R"(<!DOCTYPE a PUBLIC "p" "http://u.example/a.dtd" >)" + plain;
     QTest::newRow("with_an_entity_that_is_not_declared") << "<a>" + address + "&nbsp;</a>";
     QTest::newRow("of_a_thousand_levels") << gNested(999, address);
     QTest::newRow("of_a_thousand_levels_in_xml_1.1")
