@@ -7,9 +7,11 @@
 #include <QFile>
 #include <QRegularExpression>
 
+#include <array>
+
 QString FileMd5Hex(QString path)
 {
-    constexpr qint64 chunkSize = 4096;
+    constexpr int chunkSize = 4096;
 
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -19,13 +21,14 @@ QString FileMd5Hex(QString path)
     QCryptographicHash hash(QCryptographicHash::Md5);
     // A file that grows meanwhile is hashed up to the size that it had when it was opened.
     qint64 remaining = file.size();
+    std::array<char, chunkSize> chunk{};
     while (remaining > 0) {
-        const QByteArray chunk = file.read(qMin(remaining, chunkSize));
-        if (chunk.isEmpty()) {
+        const qint64 size = file.read(chunk.data(), qMin<qint64>(remaining, chunkSize));
+        if (size <= 0) {
             break;
         }
-        hash.addData(chunk);
-        remaining -= chunk.size();
+        hash.addData(chunk.data(), static_cast<int>(size));
+        remaining -= size;
     }
     return QString::fromLatin1(hash.result().toHex());
 }
