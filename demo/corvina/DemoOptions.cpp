@@ -41,6 +41,7 @@ public:
             m_parser.addOption(QCommandLineOption(name, QString(), QStringLiteral("value")));
         }
         m_parser.addOption(QCommandLineOption(QStringLiteral("help")));
+        m_parser.addOption(QCommandLineOption(QStringLiteral("gaps")));
         if (!m_parser.parse(arguments)) {
             m_error = m_parser.errorText();
         } else if (!m_parser.positionalArguments().isEmpty()) {
@@ -165,6 +166,7 @@ const char *DemoOptions::Usage()
   --close-at-bytes N            press the progress page's Close once N bytes are there
   --titlebar-close-at-bytes N   the same with the title bar's button
 
+  --gaps                        tell after a download how long the GUI thread was busy at a time
   --screenshots DIR             save a picture of every page and of the prompt
   --log FILE                    all log lines go there
   --ca FILE                     trust the certificate authorities in this PEM file as well
@@ -190,6 +192,7 @@ DemoOptions DemoOptions::Parse(const QStringList &arguments)
     reader.Read("data-dir", &options.dataDir);
     gReadQueryValues(&reader, &options);
     gReadAnswers(&reader, &options);
+    options.gaps = reader.IsSet("gaps");
     reader.Read("screenshots", &options.screenshotDir);
     reader.Read("log", &options.logFile);
     reader.Read("ca", &options.caFile);

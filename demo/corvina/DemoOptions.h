@@ -35,6 +35,9 @@ struct DemoOptions {
     qint64 closeAtBytes = -1;
     qint64 titleBarCloseAtBytes = -1;
 
+    /// Whether the gaps in a heartbeat on the GUI thread are told after a download.
+    bool gaps = false;
+
     /// Certificate authorities to trust besides those of the system; empty for none.
     QString caFile;
     /// Written to the setting `StatisticsHost`; empty leaves the setting as it is.

@@ -131,6 +131,9 @@ void DemoRun::ConnectSignals()
 void DemoRun::SignalArrived(const QString &name, bool ends)
 {
     m_script->Flush();
+    if (ends) {
+        m_script->EndDownload();
+    }
     m_writer.Write(QStringLiteral("signal"), {{QStringLiteral("name"), name}});
     // A host ends itself for the running installer. The other signals end the program only when its
     // only task was one check.

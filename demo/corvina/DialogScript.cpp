@@ -78,6 +78,7 @@ DialogScript::DialogScript(const DemoOptions &options, const EventWriter &writer
     , m_screenshots(screenshots)
     , m_watcher(watcher)
     , m_progress(writer, this)
+    , m_gaps(writer, this)
 {
     connect(watcher, &DialogWatcher::PageChanged, this, &DialogScript::_PageChanged);
     connect(watcher, &DialogWatcher::ProgressChanged, this, &DialogScript::_ProgressChanged);
@@ -95,10 +96,26 @@ void DialogScript::_PageChanged(DialogWatcher::Page page, const QString &text, c
     m_screenshots.Take(m_watcher->Dialog(), gPictureName(page, text));
 
     if (page == DialogWatcher::Page::Version) {
+        BeatFromUpdateNow();
         AnswerVersionPage();
+    }
+    if (page == DialogWatcher::Page::Hint) {
+        EndDownload();
     }
     if (page == DialogWatcher::Page::Hint && m_options.onHint == DemoOptions::OnHint::Close) {
         PressSoon(m_watcher->PageButton(page, 0));
+    }
+}
+
+/// Before the module hears of the button: it plans the download in its slot, and runs the event loop
+/// there.
+void DialogScript::BeatFromUpdateNow()
+{
+    const auto *updateNow =
+        qobject_cast<QAbstractButton *>(m_watcher->PageButton(DialogWatcher::Page::Version, 0));
+    if (m_options.gaps && updateNow != nullptr) {
+        connect(updateNow, &QAbstractButton::pressed, &m_gaps, &HeartbeatGaps::Begin,
+                Qt::UniqueConnection);
     }
 }
 
@@ -145,6 +162,7 @@ void DialogScript::_ProgressChanged(int value, int maximum, const QString &text)
 void DialogScript::_PromptShown(QWidget *box)
 {
     Flush();
+    EndDownload();
     const QString text = gLabelText(box, QStringLiteral("CvMessageBox_TextLabel"));
     m_writer.Write(
         QStringLiteral("prompt"),

@@ -4,6 +4,7 @@
 
 #include "demo/corvina/DemoOptions.h"
 #include "demo/corvina/DialogWatcher.h"
+#include "demo/corvina/HeartbeatGaps.h"
 #include "demo/corvina/ProgressEvents.h"
 
 #include <QObject>
@@ -31,6 +32,9 @@ public:
     /// Writes the progress that is held back; call it before other events.
     void Flush() { m_progress.Flush(); }
 
+    /// Tells the gaps of the download that runs, if there is one; call it when the dialog closes.
+    void EndDownload() { m_gaps.End(); }
+
 signals:
     /// A prompt was answered with Yes, by the user or by this script.
     void InstallAgreed();
@@ -41,6 +45,7 @@ private slots:
     void _PromptShown(QWidget *box);
 
 private:
+    void BeatFromUpdateNow();
     void AnswerVersionPage();
     void PressSoon(QWidget *button);
 
@@ -49,6 +54,7 @@ private:
     Screenshots &m_screenshots;
     DialogWatcher *m_watcher;
     ProgressEvents m_progress;
+    HeartbeatGaps m_gaps;
     bool m_halfwayTaken = false;
     bool m_closed = false;
 };

@@ -2,6 +2,7 @@
 
 #include "tests/demo/ServeProcess.h"
 
+#include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -9,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 
 namespace
@@ -52,8 +55,14 @@ private slots:
     void tells_the_outcome_of_a_silent_check_data();
     void tells_the_outcome_of_a_silent_check();
     void ends_with_its_time_out_while_it_waits();
+    void gaps_are_told_once_at_the_end_of_a_download_data();
+    void gaps_are_told_once_at_the_end_of_a_download();
+    void gaps_are_not_told_unasked();
 
 private:
+    void WriteFile(const QString &name, const QByteArray &content);
+    /// The events of a run that takes the offered @p package; the server has "setup.run".
+    QList<QJsonObject> Update(const QString &package, const QStringList &arguments);
     void Run(QProcess &process, const QStringList &arguments,
              const QString &platform = QStringLiteral("offscreen"));
 
@@ -148,6 +157,73 @@ void tst_CorvinaDemo::ends_with_its_time_out_while_it_waits()
     QCOMPARE(gPageName(events.constFirst()), QStringLiteral("progress"));
     QCOMPARE(gPageName(events.at(events.size() - 2)), QStringLiteral("hint"));
     QCOMPARE(events.constLast().value(QStringLiteral("code")).toInt(), 3);
+}
+
+void tst_CorvinaDemo::WriteFile(const QString &name, const QByteArray &content)
+{
+    QFile file(m_directory->filePath(name));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), qint64(content.size()));
+}
+
+QList<QJsonObject> tst_CorvinaDemo::Update(const QString &package, const QStringList &arguments)
+{
+    QDir(m_directory->path()).mkdir(QStringLiteral("packages"));
+    // Slow enough that a download can be closed before its end.
+    const ServeProcess server(m_directory->path(), {"--rate", "200000"});
+    WriteFile(QStringLiteral("packages/setup.run"), QByteArray(100000, 'x'));
+    WriteFile(QStringLiteral("manifest.xml"),
+              "<Update><ExeUrl_x64>" + server.Url("/packages/" + package).toEncoded() +
+                  "</ExeUrl_x64><WhatNews><Item><Version>9.2.0.0</Version></Item></WhatNews>"
+                  "</Update>");
+    QProcess process;
+    Run(process, QStringList{"--update-url", server.Template().trimmed(), "--check", "interactive",
+                             "--on-version", "update", "--on-prompt", "cancel", "--on-hint",
+                             "close", "--timeout", "20"} +
+                     arguments);
+    return gPrintedEvents(process);
+}
+
+void tst_CorvinaDemo::gaps_are_told_once_at_the_end_of_a_download_data()
+{
+    QTest::addColumn<QString>("package");
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("behind");
+    QTest::newRow("before_the_prompt") << "setup.run" << QStringList() << "signal"
+                                       << "prompt";
+    QTest::newRow("behind_the_hint")
+        << "missing.run" << QStringList{"--on-hint", "wait", "--timeout", "4"} << "page"
+        << "exit";
+    QTest::newRow("when_it_is_closed")
+        << "setup.run" << QStringList{"--close-at-bytes", "1"} << "progress"
+        << "signal";
+}
+
+void tst_CorvinaDemo::gaps_are_told_once_at_the_end_of_a_download()
+{
+    QFETCH(QString, package);
+    QFETCH(QStringList, arguments);
+    const QList<QJsonObject> events = Update(package, QStringList{"--gaps"} + arguments);
+    QStringList names;
+    std::transform(events.begin(), events.end(), std::back_inserter(names), gEventName);
+    QCOMPARE(names.count(QStringLiteral("gaps")), 1);
+    const int index = names.indexOf(QStringLiteral("gaps"));
+    QTEST(names.value(index - 1), "before");
+    QTEST(names.value(index + 1), "behind");
+    const double longest = events.at(index).value(QStringLiteral("max_ms")).toDouble();
+    const double p999 = events.at(index).value(QStringLiteral("p999_ms")).toDouble();
+    QVERIFY(longest > 0);
+    QVERIFY(p999 <= longest);
+}
+
+void tst_CorvinaDemo::gaps_are_not_told_unasked()
+{
+    QStringList names;
+    const QList<QJsonObject> events = Update(QStringLiteral("setup.run"), {});
+    std::transform(events.begin(), events.end(), std::back_inserter(names), gEventName);
+    QVERIFY(names.contains(QStringLiteral("prompt")));
+    QVERIFY(!names.contains(QStringLiteral("gaps")));
 }
 
 QTEST_GUILESS_MAIN(tst_CorvinaDemo)
