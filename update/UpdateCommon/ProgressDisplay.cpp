@@ -23,11 +23,16 @@ ProgressDisplay::ProgressDisplay(QWidget *parent)
     m_progressLabel->setWordWrap(true);
     m_progressLabel->setObjectName(QStringLiteral("UpdateProgressLabel"));
     m_progressBar->setObjectName(QStringLiteral("UpdateProgressBar"));
+    constexpr int pauseMs = 100;
+    m_pause.setSingleShot(true);
+    m_pause.setInterval(pauseMs);
+    connect(&m_pause, &QTimer::timeout, this, &ProgressDisplay::DrawHeld);
     ProgressDisplay::RetranslateUi();
 }
 
 void ProgressDisplay::SetText(QString text)
 {
+    HoldDrawing();
     m_progressLabel->setText(text);
 }
 
@@ -41,11 +46,13 @@ void ProgressDisplay::SetBusy()
 
 void ProgressDisplay::SetMaximum(int maximum)
 {
+    HoldDrawing();
     m_progressBar->setMaximum(maximum);
 }
 
 void ProgressDisplay::SetValue(int value)
 {
+    HoldDrawing();
     m_progressBar->setValue(value);
 }
 
@@ -58,6 +65,14 @@ void ProgressDisplay::SetCloseVisible(int visible)
 void ProgressDisplay::RetranslateUi()
 {
     m_closeButton->setText(tr("Close"));
+}
+
+/// The page is drawn anyway, or a picture of it is taken: what of its children lies there is drawn
+/// next, and must not be left out.
+void ProgressDisplay::paintEvent(QPaintEvent *event)
+{
+    SetDrawingBlocked(false);
+    URBaseWidget::paintEvent(event);
 }
 
 void ProgressDisplay::resizeEvent(QResizeEvent * /*event*/)
@@ -75,4 +90,39 @@ void ProgressDisplay::resizeEvent(QResizeEvent * /*event*/)
 void ProgressDisplay::OnValueChanged()
 {
     m_percentLabel->setText(m_progressBar->text());
+}
+
+/// Draws the first change at once and holds back those that follow it closely. They would be drawn
+/// in every pass of the event loop, with the page and the dialog behind them, which takes ten times
+/// as long as setting them.
+void ProgressDisplay::HoldDrawing()
+{
+    if (m_pause.isActive()) {
+        m_isHeld = true;
+        SetDrawingBlocked(true);
+    } else {
+        m_pause.start();
+    }
+}
+
+void ProgressDisplay::DrawHeld()
+{
+    if (!m_isHeld) {
+        return;
+    }
+    m_isHeld = false;
+    SetDrawingBlocked(false);
+    m_progressLabel->update();
+    m_percentLabel->update();
+    m_progressBar->update();
+    m_pause.start();
+}
+
+/// Not by `setUpdatesEnabled`: it asks for a drawing each time that it takes the block away, also
+/// while the page is being drawn, and so for one drawing after the other.
+void ProgressDisplay::SetDrawingBlocked(bool blocked)
+{
+    m_progressLabel->setAttribute(Qt::WA_UpdatesDisabled, blocked);
+    m_percentLabel->setAttribute(Qt::WA_UpdatesDisabled, blocked);
+    m_progressBar->setAttribute(Qt::WA_UpdatesDisabled, blocked);
 }

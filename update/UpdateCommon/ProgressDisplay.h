@@ -4,11 +4,16 @@
 
 #include "ui/URBaseWidget.h"
 
+#include <QTimer>
+
 class CvButton;
 class QLabel;
 class QProgressBar;
 
 /// The page with one line of status text, a thin progress bar and its percentage, and "Close".
+///
+/// A download sets text and value with each chunk, some hundred times a second. Each call takes
+/// effect at once; what has changed is drawn ten times a second and, in the end, always.
 ///
 /// Thread: GUI thread. Ownership: its Qt parent.
 class ProgressDisplay : public URBaseWidget
@@ -34,11 +39,17 @@ signals:
     void Close();
 
 protected:
+    void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:
     void OnValueChanged();
+    void HoldDrawing();
+    void DrawHeld();
+    void SetDrawingBlocked(bool blocked);
 
+    QTimer m_pause; // between two drawings
+    bool m_isHeld = false;
     int m_closeVisible = 0;
     QLabel *m_progressLabel;
     QLabel *m_percentLabel;
