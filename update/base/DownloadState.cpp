@@ -37,5 +37,6 @@ bool DownloadState::EndDownload()
     const bool wasStarted = downloadStarted;
     downloadStarted = false;
     finishedSegments = 0;
+    chunk = {};
     return wasStarted;
 }

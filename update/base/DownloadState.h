@@ -6,6 +6,8 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <vector>
+
 /// What the plan and the downloaders of its ranges share. There is one for the process; it is made
 /// known to an update through its `UpdateContext`.
 ///
@@ -22,6 +24,8 @@ struct DownloadState {
     /// The version of the package that this plan's bytes come from, as the server named it first;
     /// empty until it did.
     QByteArray validator;
+    /// Room for what has arrived, while it is written: one for all ranges, kept from chunk to chunk.
+    std::vector<char> chunk;
     /// Path of the installer that is ready to be started.
     QString installerReady;
 

@@ -28,12 +28,13 @@ bool PackageFile::Open(qint64 position, IfMissing ifMissing)
     return false;
 }
 
-qint64 PackageFile::Write(const QByteArray &bytes)
+qint64 PackageFile::Write(std::string_view bytes)
 {
+    const auto size = static_cast<qint64>(bytes.size());
     qint64 written = 0;
-    while (written < bytes.size()) {
+    while (written < size) {
         // A disk that fills up takes a part first; only the next attempt gives the reason.
-        const qint64 count = m_file.write(bytes.constData() + written, bytes.size() - written);
+        const qint64 count = m_file.write(bytes.data() + written, size - written);
         if (count <= 0) {
             m_failure = m_file.errorString();
             break;

@@ -2,9 +2,10 @@
 
 #pragma once
 
-#include <QByteArray>
 #include <QFile>
 #include <QString>
+
+#include <string_view>
 
 /// The file that a package is written into. It is made only where the caller says so: a target that
 /// has vanished together with bytes of the package is a failure and not a new, empty package.
@@ -25,7 +26,7 @@ public:
 
     /// Writes @p bytes at the position of the file, and is with the system when it returns.
     /// @return how many were written; fewer than given when the rest failed.
-    qint64 Write(const QByteArray &bytes);
+    qint64 Write(std::string_view bytes);
 
     QString Failure() const { return m_failure; }
 

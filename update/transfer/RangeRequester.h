@@ -5,6 +5,7 @@
 #include <QNetworkReply>
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 
 class QNetworkAccessManager;
 class QNetworkRequest;
@@ -36,6 +37,9 @@ public:
 
     /// The reply at hand; null before the first request and once it was dropped.
     QNetworkReply *Reply() const { return m_reply; }
+    /// Bytes of the reply at hand have arrived and have not been handed over by `Readable`. They are
+    /// good whatever the end of the reply is.
+    bool HasArrived() const { return m_hasArrived; }
 
     /// Gives the reply up.
     void Drop();
@@ -50,6 +54,7 @@ public:
     TransferWatch &Watch() { return *m_watch; }
 
 signals:
+    /// As much as is worth a write has arrived, or what there was for a moment, or at the end.
     void Readable();
     void Progressed(qint64 bytesReceived, qint64 bytesTotal);
     void Failed(QNetworkReply::NetworkError code);
@@ -64,8 +69,14 @@ signals:
 private:
     void MakeManager();
     void DropManager();
+    void ConnectReply(QNetworkReply *reply);
+    void EndOfManager(QNetworkReply *reply);
+    void Arrive();
+    bool HandOver(const QNetworkReply *reply);
 
     QNetworkAccessManager *m_manager = nullptr;
     QPointer<QNetworkReply> m_reply;
     TransferWatch *m_watch;
+    QTimer m_moment;
+    bool m_hasArrived = false;
 };

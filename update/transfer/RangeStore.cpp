@@ -44,13 +44,13 @@ bool RangeStore::Open(const char *function, PackageFile::IfMissing ifMissing)
     return false;
 }
 
-qint64 RangeStore::Write(const QByteArray &bytes, const char *function)
+qint64 RangeStore::Write(std::string_view bytes, const char *function)
 {
     const qint64 room = std::max<qint64>(0, PastLastByte() - m_nextByte);
-    const QByteArray inside = bytes.size() > room ? bytes.left(static_cast<int>(room)) : bytes;
+    const std::string_view inside = bytes.substr(0, static_cast<std::size_t>(room));
     const qint64 written = m_file.Write(inside);
     m_nextByte += written;
-    if (written != inside.size()) {
+    if (written != static_cast<qint64>(inside.size())) {
         QUILLON_LOG(logFile, function, "disk failure, file write error!!! file path = %s, %s",
                     m_file.Path().toStdString().c_str(), m_file.Failure().toStdString().c_str());
     } else if (inside.size() != bytes.size()) {

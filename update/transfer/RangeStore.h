@@ -6,8 +6,9 @@
 #include "update/transfer/PackageFile.h"
 #include "update/transfer/RangeAnswer.h"
 
-#include <QByteArray>
 #include <QString>
+
+#include <string_view>
 
 /// One range of a package on this machine: its place in the target file, how far it has come, and
 /// its place in the resume state.
@@ -29,7 +30,7 @@ public:
 
     /// Writes @p bytes and advances. Nothing is ever written behind the range, or behind the package.
     /// @return how many bytes of @p bytes were written.
-    qint64 Write(const QByteArray &bytes, const char *function);
+    qint64 Write(std::string_view bytes, const char *function);
     /// Puts on disk how far the range has come, and @p alreadyDownloaded bytes of the package.
     void Save(qint64 alreadyDownloaded);
 

@@ -13,6 +13,8 @@
 #include "update/transfer/TransferWatch.h"
 #include "update/transfer/WholePackageMode.h"
 
+#include <algorithm>
+
 namespace
 {
 constexpr char logFile[] = "UpdateCommon";
@@ -90,7 +92,7 @@ RangeTransfer::Received RangeTransfer::Receive(const char *function)
         return {};
     }
     const QNetworkReply::NetworkError code = reply->error();
-    if (code != QNetworkReply::NoError) {
+    if (code != QNetworkReply::NoError && !m_requester->HasArrived()) {
         QUILLON_LOG(logFile, function, "Download Filed  error code %d", static_cast<int>(code));
         return {0, gIsSilent(code) ? nullptr : FailureText::downloadFailed};
     }
@@ -108,15 +110,26 @@ RangeTransfer::Received RangeTransfer::Receive(const char *function)
 RangeTransfer::Received RangeTransfer::WriteChunk(const char *function)
 {
     m_requester->Watch().Restart();
-    const QByteArray chunk = m_requester->Reply()->readAll();
+    const std::string_view chunk = ReadChunk();
     const qint64 written = m_store.Write(chunk, function);
     if (m_store.NextByte() > m_furthestByte) {
+        m_requester->Watch().BytesReceived(m_store.NextByte() - m_furthestByte);
         m_furthestByte = m_store.NextByte();
-        m_requester->Watch().ByteReceived();
     }
     const bool isCounted = written > 0 && m_mode->Record(written);
-    const bool isRefused = written != chunk.size() && m_mode->RefusesExcess();
+    const bool isRefused = written != static_cast<qint64>(chunk.size()) && m_mode->RefusesExcess();
     return {isCounted ? written : 0, isRefused ? FailureText::downloadFailed : nullptr};
+}
+
+/// All that the reply has, in one piece.
+std::string_view RangeTransfer::ReadChunk()
+{
+    QNetworkReply *const reply = m_requester->Reply();
+    const auto available = static_cast<std::size_t>(reply->bytesAvailable());
+    std::vector<char> &chunk = m_context.state.chunk;
+    chunk.resize(std::max(chunk.size(), available));
+    const qint64 size = reply->read(chunk.data(), static_cast<qint64>(available));
+    return {chunk.data(), static_cast<std::size_t>(std::max<qint64>(0, size))};
 }
 
 bool RangeTransfer::HasRange() const

@@ -12,6 +12,7 @@
 #include <QObject>
 
 #include <memory>
+#include <string_view>
 
 class RangeRequester;
 class ResumeState;
@@ -78,6 +79,7 @@ public:
 
 private:
     Received WriteChunk(const char *function);
+    std::string_view ReadChunk();
 
     UpdateContext m_context;
     RangeStore m_store;

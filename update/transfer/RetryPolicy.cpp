@@ -2,14 +2,22 @@
 
 #include "update/transfer/RetryPolicy.h"
 
-void RetryPolicy::ByteReceived()
+void RetryPolicy::BytesReceived(qint64 bytes)
 {
     m_cuts = 0;
     m_stalls = 0;
+    m_isAskingAgain = false;
+    m_delivered += bytes;
 }
 
 std::optional<std::chrono::milliseconds> RetryPolicy::Cut()
 {
+    m_isAskingAgain = true;
+    const bool isAccident = m_delivered >= worthAskingAtOnce;
+    m_delivered = 0;
+    if (isAccident) {
+        return std::chrono::milliseconds(0);
+    }
     if (m_cuts == mostCuts) {
         return std::nullopt;
     }
@@ -18,5 +26,6 @@ std::optional<std::chrono::milliseconds> RetryPolicy::Cut()
 
 bool RetryPolicy::Stalled()
 {
+    m_isAskingAgain = true;
     return ++m_stalls < mostStalls;
 }

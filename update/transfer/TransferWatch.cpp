@@ -5,6 +5,8 @@
 #include "api/Log.h"
 #include "update/base/DownloadSystem.h"
 
+#include <QPointer>
+
 namespace
 {
 constexpr char logFile[] = "UpdateCommon";
@@ -18,15 +20,22 @@ TransferWatch::TransferWatch(const DownloadSystem &system, QObject *parent)
 
 void TransferWatch::Restart()
 {
+    // The watchdog has a thread of its own: not every chunk wakes it.
+    const auto pause = m_system.stallLimit.count() / 32;
+
     ++m_beat;
     m_sinceBeat.start();
-    emit Armed();
+    if (!m_sinceArmed.isValid() || m_sinceArmed.hasExpired(pause)) {
+        m_sinceArmed.start();
+        emit Armed();
+    }
 }
 
 void TransferWatch::Stop()
 {
     ++m_beat;
     m_sinceBeat.invalidate();
+    m_sinceArmed.invalidate();
     emit Disarmed();
 }
 
@@ -62,7 +71,13 @@ void TransferWatch::JudgeStall(int beat)
 {
     constexpr char function[] = "DownloadMgr::_TimeOut";
 
-    // A chunk rearms the watchdog and an end disarms it, but a time-out may be on its way already.
+    const QPointer<TransferWatch> alive(this);
+    emit Judging();
+    if (alive == nullptr) {
+        return;
+    }
+    // A chunk may have arrived since the watchdog was armed, and an end disarms it, but a time-out may
+    // be on its way already.
     const auto limit = m_system.stallLimit.count();
     if (beat != m_beat || !m_sinceBeat.isValid() || !m_sinceBeat.hasExpired(limit / 2)) {
         return;

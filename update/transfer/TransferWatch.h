@@ -27,10 +27,11 @@ public:
     /// For the log.
     void SetRange(int rangeNumber) { m_rangeNumber = rangeNumber; }
 
-    /// A request was sent or a chunk has arrived: the time starts anew.
+    /// A request was sent or a chunk has arrived: the time starts anew, up to a thirty-second part of
+    /// it earlier.
     void Restart();
     /// The transfer has brought the package further: resets the retry count.
-    void ByteReceived() { m_retries.ByteReceived(); }
+    void BytesReceived(qint64 bytes) { m_retries.BytesReceived(bytes); }
     /// The connection was cut, or ended short of the range.
     void Cut();
     /// Nothing is waited for any more.
@@ -40,6 +41,8 @@ public:
     bool IsAskingAgain() const { return m_retries.IsAskingAgain(); }
 
 signals:
+    /// A stall is about to be judged: what has arrived and was not handed over counts against it.
+    void Judging();
     void AskAgain();
     void GivenUp();
     void Armed();
@@ -56,6 +59,7 @@ private:
     RetryPolicy m_retries;
     /// Not valid while nothing is waited for.
     QElapsedTimer m_sinceBeat;
+    QElapsedTimer m_sinceArmed;
     /// Counts requests, chunks and stops. An appointment or a time-out remembers the count, and is
     /// ignored when it has changed.
     int m_beat = 0;

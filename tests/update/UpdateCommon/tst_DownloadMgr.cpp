@@ -172,7 +172,7 @@ void tst_DownloadMgr::progress_carries_the_bytes_of_each_chunk_and_one()
 {
     HttpAnswer answer = HttpAnswer::Body(m_package);
     answer.chunkSize = 30000;
-    answer.chunkPauseMs = 5;
+    answer.chunkPauseMs = 60;
     Serve(answer);
     Start(2, 200000, 399999);
     QTRY_COMPARE(gDownloadState().finishedSegments, 1);
@@ -441,7 +441,7 @@ void tst_DownloadMgr::a_target_that_vanishes_while_it_is_fetched_is_a_failure()
     }
     HttpAnswer answer = HttpAnswer::Body(m_package);
     answer.chunkSize = 50000;
-    answer.chunkPauseMs = 5;
+    answer.chunkPauseMs = 100;
     Serve(answer);
     connect(m_downloader.get(), &DownloadMgr::DownloadProgress, this,
             [this] { QFile::remove(m_rig->Target()); });

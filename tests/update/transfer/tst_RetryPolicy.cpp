@@ -11,6 +11,7 @@ class tst_RetryPolicy : public QObject
 private slots:
     void five_cuts_have_their_waits_and_no_further_one_has();
     void two_stalls_are_asked_for_again_and_no_further_one_is();
+    void a_cut_behind_a_mebibyte_is_followed_at_once();
     void a_byte_resets_both_counts();
     void a_cut_leaves_the_count_of_stalls();
     void a_stall_leaves_the_count_of_cuts();
@@ -45,6 +46,24 @@ void tst_RetryPolicy::two_stalls_are_asked_for_again_and_no_further_one_is()
     QVERIFY(!policy.Stalled());
 }
 
+void tst_RetryPolicy::a_cut_behind_a_mebibyte_is_followed_at_once()
+{
+    using std::chrono::milliseconds;
+
+    RetryPolicy policy;
+    policy.BytesReceived(RetryPolicy::worthAskingAtOnce - 1);
+    policy.BytesReceived(1);
+    QVERIFY(!policy.IsAskingAgain());
+    QCOMPARE(policy.Cut(), std::make_optional(milliseconds(0)));
+    QVERIFY(policy.IsAskingAgain());
+    QCOMPARE(policy.Cut(), std::make_optional(milliseconds(1000)));
+    QCOMPARE(policy.Cut(), std::make_optional(milliseconds(2000)));
+    policy.BytesReceived(RetryPolicy::worthAskingAtOnce - 1);
+    QCOMPARE(policy.Cut(), std::make_optional(milliseconds(1000)));
+    policy.BytesReceived(1);
+    QCOMPARE(policy.Cut(), std::make_optional(milliseconds(1000)));
+}
+
 void tst_RetryPolicy::a_byte_resets_both_counts()
 {
     RetryPolicy policy;
@@ -52,7 +71,7 @@ void tst_RetryPolicy::a_byte_resets_both_counts()
     policy.Stalled();
     Cut(policy);
     Cut(policy);
-    policy.ByteReceived();
+    policy.BytesReceived(1);
     QVERIFY(!policy.IsAskingAgain());
     QCOMPARE(Cut(policy), 1);
     QVERIFY(policy.Stalled());

@@ -23,6 +23,7 @@ private slots:
     void an_appointment_that_is_overtaken_is_void();
     void the_third_silence_is_the_last();
     void a_byte_ends_the_count_of_silences();
+    void a_chunk_that_is_handed_over_when_a_stall_is_judged_is_no_silence();
     void there_is_no_silence_where_nothing_is_awaited();
     void a_warning_that_is_overtaken_by_the_end_is_void();
     void it_is_asking_again_behind_a_cut_until_a_byte_arrives();
@@ -86,7 +87,7 @@ void tst_TransferWatch::the_sixth_cut_is_the_last()
 void tst_TransferWatch::a_byte_resets_the_retry_count()
 {
     Cut(5);
-    m_watch->ByteReceived();
+    m_watch->BytesReceived(1);
     Cut(2);
     QCOMPARE(m_later.Seconds(), (QList<int>{1, 2, 4, 8, 16, 1, 2}));
     QCOMPARE(m_givenUp->count(), 0);
@@ -128,7 +129,7 @@ void tst_TransferWatch::a_byte_ends_the_count_of_silences()
     for (int silence = 1; silence <= 4; ++silence) {
         m_watch->Restart();
         QTRY_COMPARE(m_asked->count(), silence);
-        m_watch->ByteReceived();
+        m_watch->BytesReceived(1);
     }
     QCOMPARE(m_givenUp->count(), 0);
 }
@@ -139,6 +140,18 @@ void tst_TransferWatch::a_warning_that_is_overtaken_by_the_end_is_void()
     QTest::qSleep(100); // this thread handles no events; the watchdog's thread posts its warning
     m_watch->Stop();
     QTest::qWait(100);
+    QCOMPARE(m_asked->count() + m_givenUp->count(), 0);
+}
+
+void tst_TransferWatch::a_chunk_that_is_handed_over_when_a_stall_is_judged_is_no_silence()
+{
+    int judged = 0;
+    connect(m_watch.get(), &TransferWatch::Judging, this, [&] {
+        ++judged;
+        m_watch->Restart();
+    });
+    m_watch->Restart();
+    QTRY_VERIFY(judged >= 3);
     QCOMPARE(m_asked->count() + m_givenUp->count(), 0);
 }
 
@@ -157,7 +170,7 @@ void tst_TransferWatch::it_is_asking_again_behind_a_cut_until_a_byte_arrives()
     QVERIFY(m_watch->IsAskingAgain());
     m_watch->Restart();
     QVERIFY(m_watch->IsAskingAgain());
-    m_watch->ByteReceived();
+    m_watch->BytesReceived(1);
     QVERIFY(!m_watch->IsAskingAgain());
 }
 
@@ -167,7 +180,7 @@ void tst_TransferWatch::it_is_asking_again_behind_a_stall_until_a_byte_arrives()
     QVERIFY(!m_watch->IsAskingAgain());
     QTRY_COMPARE(m_asked->count(), 1);
     QVERIFY(m_watch->IsAskingAgain());
-    m_watch->ByteReceived();
+    m_watch->BytesReceived(1);
     QVERIFY(!m_watch->IsAskingAgain());
 }
 
