@@ -144,7 +144,7 @@ void LiveUpdateMgr::UpdateNow()
 /// Not again where its patch could not be applied: the full package's progress would be lost for it.
 void LiveUpdateMgr::StartIncrementalPackage(const QString &keptInstaller)
 {
-    m_resumeSettings.Sync();
+    m_resumeSettings.Reload();
     if (m_resumeSettings.IsFailedPatch(m_offer.incrementalMd5)) {
         QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::UpdateNow",
                     "the incremental package could not be applied before and is not taken");

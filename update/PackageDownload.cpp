@@ -6,12 +6,11 @@
 #include "platform/ProcessLock.h"
 #include "update/base/DownloadState.h"
 #include "update/base/DownloadSystem.h"
-#include "update/base/FileReplacement.h"
 #include "update/plan/FlushSchedule.h"
 #include "update/plan/PackageFolder.h"
+#include "update/plan/PlanFiles.h"
 #include "update/UpdateCommon/DownloadMgr.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -21,11 +20,6 @@ namespace
 {
 constexpr char logFile[] = "LiveUpdateMgr";
 constexpr char logFunction[] = "LiveUpdateMgr::StartDownload";
-
-QString gFolderOf(const QString &file)
-{
-    return QFileInfo(file).path();
-}
 } // namespace
 
 PackageDownload::PackageDownload(const DownloadTarget &target, const QString &oldPackagePath,
@@ -38,12 +32,11 @@ PackageDownload::PackageDownload(const DownloadTarget &target, const QString &ol
     , m_resumeState(state)
     , m_context(context)
     , m_flushSchedule(new FlushSchedule(state, context.system, this))
-    , m_replacement(new FileReplacement(context.system, this))
+    , m_files(new PlanFiles(target, total, state, context, this))
 {
     connect(m_flushSchedule, &FlushSchedule::Failed, this, &PackageDownload::EndAfterDiskFailure);
-    connect(m_replacement, &FileReplacement::Replaced, this, &PackageDownload::AfterReplacement);
-    connect(m_replacement, &FileReplacement::Failed, this,
-            &PackageDownload::AfterFailedReplacement);
+    connect(m_files, &PlanFiles::Ready, this, &PackageDownload::RunRanges);
+    connect(m_files, &PlanFiles::NotMade, this, &PackageDownload::RunWithoutNewFile);
 }
 
 // --- The plan --------------------------------------------------------------------------------------
@@ -55,99 +48,38 @@ bool PackageDownload::Plan()
         return false;
     }
     m_context.state.BeginPlan();
-    m_resumeState.Sync();
+    m_resumeState.Reload();
     if (m_total == 0) {
         m_lock.reset();
         return false;
     }
-    const ResumePoint point = gResumePoint(m_resumeState, m_total, m_context.system.bootIdentity());
-    m_isFresh =
-        !gCanResume(m_resumeState, point, m_total, m_target.path, IdentityWith(m_target.path));
+    m_start = gResumePoint(m_resumeState, m_total, m_context.system.bootIdentity());
+    m_isFresh = !gCanResume(m_resumeState, m_start, m_total, m_target.path,
+                            m_files->IdentityWith(m_target.path));
     if (m_isFresh) {
-        StartAnew(gFreshStart(m_total));
-    } else {
-        Resume(point);
+        m_start = gFreshStart(m_total);
     }
+    const auto &ranges = m_start.ranges;
+    m_downloaded = m_start.alreadyDownloaded;
+    m_context.state.alreadyDownloaded = m_start.alreadyDownloaded;
+    m_context.state.activeSegments =
+        m_isFresh ? ResumeState::rangeCount
+                  : static_cast<int>(
+                        std::count_if(ranges.begin(), ranges.end(),
+                                      [](const ByteRange &range) { return !range.IsEmpty(); }));
     return true;
 }
-
-DownloadIdentity PackageDownload::IdentityWith(const QString &file) const
-{
-    // In one line: the state has a line for each value, and a manifest may break them.
-    return {m_context.system.fileIdentity(file), gIdentifyingMd5(m_target).simplified(),
-            m_target.version.simplified()};
-}
-
-void PackageDownload::Resume(const ResumePoint &point)
-{
-    if (point.isTakenBack) {
-        QUILLON_LOG(logFile, logFunction, "the machine was started again, going on with %lld bytes",
-                    static_cast<long long>(point.alreadyDownloaded));
-        gRecordPlan(&m_resumeState, m_total, point, m_context.system.bootIdentity(),
-                    IdentityWith(m_target.path));
-    } else if (!m_resumeState.KnowsIdentity()) {
-        // From now on the word of another version of the module holds for this file and package only.
-        m_resumeState.SetIdentity(IdentityWith(m_target.path));
-        m_resumeState.Sync();
-    }
-    m_ranges = point.ranges;
-    m_downloaded = point.alreadyDownloaded;
-    DownloadState &state = m_context.state;
-    state.alreadyDownloaded = point.alreadyDownloaded;
-    state.activeSegments = static_cast<int>(std::count_if(
-        m_ranges.begin(), m_ranges.end(), [](const ByteRange &range) { return !range.IsEmpty(); }));
-}
-
-void PackageDownload::StartAnew(const ResumePoint &start)
-{
-    // In this order, a process that ends in between leaves no file that a plan wrongly fits: the plan
-    // names the new file, and is on disk before that takes the place of the old one.
-    const QString newFile = gNewTarget(m_target.path);
-    QFile::remove(newFile); // of a process that ended in between; its plan must not fit this one
-    m_newFile = gCreateEmptyFile(newFile, m_total) ? newFile : QString();
-    gRecordPlan(&m_resumeState, m_total, start, m_context.system.bootIdentity(),
-                IdentityWith(m_newFile.isEmpty() ? m_target.path : m_newFile));
-    m_context.system.flushFolder(m_context.configDirectory);
-    m_ranges = start.ranges;
-    m_context.state.alreadyDownloaded = 0;
-    m_context.state.activeSegments = ResumeState::rangeCount;
-}
-
-// --- The downloaders -------------------------------------------------------------------------------
 
 void PackageDownload::StartRanges()
 {
     if (m_lock == nullptr) {
         return; // The plan was closed or ended meanwhile.
     }
-    if (!m_isFresh) {
-        RunRanges();
-    } else if (m_newFile.isEmpty()) {
-        RunWithoutNewFile();
+    if (m_isFresh) {
+        m_files->StartAnew(m_start, m_lock);
     } else {
-        m_replacement->Start(m_newFile, m_target.path, logFunction);
+        m_files->GoOn(m_start, m_lock);
     }
-}
-
-void PackageDownload::AfterReplacement()
-{
-    m_newFile.clear();
-    // Windows may give a file the time of another one that had its name a moment before.
-    const DownloadIdentity identity = IdentityWith(m_target.path);
-    if (identity.targetFile != m_resumeState.Identity().targetFile) {
-        m_resumeState.SetIdentity(identity);
-        m_resumeState.Sync();
-    }
-    m_context.system.flushFolder(gFolderOf(m_target.path));
-    RunRanges();
-}
-
-void PackageDownload::AfterFailedReplacement()
-{
-    QUILLON_LOG(logFile, "LiveUpdateMgr::CreateEmptyFile", "Create file Filed!");
-    QFile::remove(m_newFile);
-    m_newFile.clear();
-    RunWithoutNewFile();
 }
 
 /// The ranges start all the same, and report what fails. A file that is there is not written into: the
@@ -160,6 +92,8 @@ void PackageDownload::RunWithoutNewFile()
         RunRanges();
     }
 }
+
+// --- The downloaders -------------------------------------------------------------------------------
 
 void PackageDownload::RunRanges()
 {
@@ -174,7 +108,7 @@ void PackageDownload::RunRanges()
     }
     const QPointer<PackageDownload> alive(this);
     for (int number = 1; number <= ResumeState::rangeCount && alive != nullptr; ++number) {
-        const ByteRange range = m_ranges.at(static_cast<size_t>(number - 1));
+        const ByteRange range = m_start.ranges.at(static_cast<size_t>(number - 1));
         const bool isCompletion = isComplete && number == ResumeState::rangeCount;
         if (m_isFresh || !range.IsEmpty() || isCompletion) {
             StartRange(number, range, lock);
@@ -203,14 +137,16 @@ void PackageDownload::Connect(DownloadMgr *downloader)
     connect(downloader, &DownloadMgr::BeginInstall, this, &PackageDownload::BeginInstall);
     connect(downloader, &DownloadMgr::InstallStarted, this, &PackageDownload::InstallStarted);
     connect(downloader, &DownloadMgr::CancelInstall, this, &PackageDownload::CancelInstall);
-    connect(downloader, &DownloadMgr::Error, this, &PackageDownload::EndFlushesWithTheLastRange);
+    connect(downloader, &DownloadMgr::Error, this, &PackageDownload::EndPlanWithTheLastRange);
     connect(downloader, &DownloadMgr::Error, this, &PackageDownload::Error);
     connect(downloader, &DownloadMgr::PatchIncreasePackageFaild, this,
             &PackageDownload::RememberFailedPatch);
     // The package may be complete while other ranges run, when a server sent the whole of it for
     // one: they close the file before it is moved into place.
-    connect(downloader, &DownloadMgr::DownloadFinished, this,
-            [this, downloader] { StopOthers(downloader); });
+    connect(downloader, &DownloadMgr::DownloadFinished, this, [this, downloader] {
+        StopOthers(downloader);
+        m_resumeState.Close();
+    });
 }
 
 /// Passes on what has been written in place since the last call. A redirected package is in no
@@ -226,19 +162,8 @@ void PackageDownload::RememberFailedPatch()
 {
     m_resumeState.SetFailedPatch(m_target.expectedMd5);
     m_resumeState.Sync();
+    m_resumeState.Close();
     emit PatchIncreasePackageFaild();
-}
-
-/// The lock is given back with the last range: from then on the state may be another process's.
-void PackageDownload::EndFlushesWithTheLastRange()
-{
-    const bool isRunning =
-        std::any_of(m_downloaders.begin(), m_downloaders.end(), [](const auto &downloader) {
-            return downloader != nullptr && downloader->IsRunning();
-        });
-    if (!isRunning) {
-        m_flushSchedule->End();
-    }
 }
 
 // --- The ends --------------------------------------------------------------------------------------
@@ -254,9 +179,7 @@ void PackageDownload::CloseRange(int rangeNumber)
     }
     if (rangeNumber == ResumeState::rangeCount) {
         // The last range gives the lock back: from here on the state may be another process's.
-        m_replacement->Cancel();
-        m_flushSchedule->End();
-        m_lock.reset();
+        EndPlan();
     }
 }
 
@@ -276,11 +199,30 @@ void PackageDownload::StopOthers(const DownloadMgr *downloader)
     }
 }
 
+/// As behind the last range that is closed.
+void PackageDownload::EndPlanWithTheLastRange()
+{
+    const bool isRunning =
+        std::any_of(m_downloaders.begin(), m_downloaders.end(), [](const auto &downloader) {
+            return downloader != nullptr && downloader->IsRunning();
+        });
+    if (!isRunning) {
+        EndPlan();
+    }
+}
+
+/// The lock and the state may be another process's from here on.
+void PackageDownload::EndPlan()
+{
+    m_files->Cancel();
+    m_flushSchedule->End();
+    m_resumeState.Close();
+    m_lock.reset();
+}
+
 void PackageDownload::End()
 {
-    m_replacement->Cancel();
-    m_flushSchedule->End();
-    m_lock.reset();
+    EndPlan();
     for (QPointer<DownloadMgr> &downloader : m_downloaders) {
         if (downloader != nullptr) {
             downloader->Stop();

@@ -15,16 +15,17 @@
 #include <memory>
 
 class DownloadMgr;
-class FileReplacement;
 class FlushSchedule;
+class PlanFiles;
 class ProcessLock;
 
 /// One plan: a package of a known size, its five ranges, and the downloaders that fetch them.
 ///
 ///     Plan ─► lock ─┬─► an earlier download goes on: what is left of each range
-///                   └─► a fresh start: a new file is made, and the state is written for it
-///     StartRanges ─► a new file takes the target's name
-///                 ─► a DownloadMgr for each range with bytes missing ─► the signals below
+///                   └─► a fresh start
+///     StartRanges ─┬─► goes on: the state is written anew
+///                  └─► fresh: a new file, a state for it, and it takes the target's name
+///                        └─► a DownloadMgr for each range with bytes missing ─► the signals below
 ///     CloseRange, CloseAll, End ─► the ranges that still run are ended
 ///
 /// Thread:    GUI thread.
@@ -41,14 +42,14 @@ public:
     PackageDownload(const DownloadTarget &target, const QString &oldPackagePath, qint64 total,
                     ResumeState &state, const UpdateContext &context, QObject *parent);
 
-    /// Takes the lock of the packages, then reads where an earlier download of the package stopped or
-    /// records a fresh start.
+    /// Takes the lock of the packages, then reads where an earlier download of the package stopped.
     /// @return false when another process has the lock, or when the size is 0
     bool Plan();
     /// The plan does not go on with an earlier download.
     bool IsFresh() const { return m_isFresh; }
 
-    /// Starts the downloaders. They hold the lock until the package is in place or they have ended.
+    /// Starts the downloaders once pool threads have made the files. The lock is held until the package
+    /// is in place or all of them have ended.
     void StartRanges();
 
     qint64 Total() const { return m_total; }
@@ -80,20 +81,16 @@ signals:
     void DiskFailed();
 
 private slots:
-    void EndAfterDiskFailure();
     void RunRanges();
-    void EndFlushesWithTheLastRange();
+    void RunWithoutNewFile();
+    void EndPlanWithTheLastRange();
+    void EndAfterDiskFailure();
     void RememberFailedPatch();
 
 private:
-    void Resume(const ResumePoint &point);
-    void StartAnew(const ResumePoint &start);
-    void AfterReplacement();
-    void AfterFailedReplacement();
-    void RunWithoutNewFile();
-    DownloadIdentity IdentityWith(const QString &file) const;
     void StartRange(int rangeNumber, ByteRange range, const std::shared_ptr<ProcessLock> &lock);
     void Connect(DownloadMgr *downloader);
+    void EndPlan();
     void CountWritten();
     void StopOthers(const DownloadMgr *downloader);
 
@@ -103,14 +100,12 @@ private:
     ResumeState &m_resumeState;
     UpdateContext m_context;
     FlushSchedule *m_flushSchedule;
-    FileReplacement *m_replacement;
+    PlanFiles *m_files;
     /// Held from `Plan` until the downloaders hold it.
     std::shared_ptr<ProcessLock> m_lock;
-    std::array<ByteRange, ResumeState::rangeCount> m_ranges{};
+    ResumePoint m_start;
     std::array<QPointer<DownloadMgr>, ResumeState::rangeCount> m_downloaders;
     bool m_isFresh = false;
-    /// The file of a fresh start, until it has the target's name; empty when there is none.
-    QString m_newFile;
     qint64 m_downloaded = 0;
     /// Written bytes that the flush schedule has been given.
     qint64 m_counted = 0;

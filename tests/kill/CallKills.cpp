@@ -30,9 +30,8 @@ QList<CallKills::Call> CallKills::Calls() const
                       m_scene.Home(),
                       m_scene.WorkingFolder(),
                       m_scene.WorkingFolder() + "/Corvina9(x64).lock"};
-    for (const QString &settings : {m_scene.StateFile(), m_scene.SettingsFile()}) {
-        files << settings + ".lock" << settings + ".lock.rmlock";
-    }
+    files << m_scene.StateFile() + ".new" << m_scene.Target() + ".new"
+          << m_scene.SettingsFile() + ".lock" << m_scene.SettingsFile() + ".lock.rmlock";
     return {{"openat", files}, {"write", files},        {"ftruncate", {}}, {"linkat", {}},
             {"rename", {}},    {"renameat2", {}},       {"unlink", {}},    {"fsync", {}},
             {"fdatasync", {}}, {"fdatasync", {target}}, {"flock", {}},     {"fcntl", {}}};
@@ -45,6 +44,10 @@ bool CallKills::Begin()
         return false;
     }
     m_begun = m_scene.BegunDownload();
+    if (!m_scene.WasKilled()) {
+        m_tally->Case("a begun download", {"it was not killed"});
+        return false;
+    }
     return true;
 }
 
@@ -68,9 +71,9 @@ void CallKills::RunShort()
 {
     m_tally->Begin("kills at system calls");
     if (Begin()) {
-        Kill({"rename", {}}, 4, false);
-        Kill({"flock", {}}, 2, false);
-        Kill({"linkat", {}}, 2, true);
+        Kill({"rename", {}}, 2, false);
+        Kill({"write", {m_scene.StateFile()}}, 3, false);
+        Kill({"write", {m_scene.StateFile()}}, 2, true);
         Kill({"fdatasync", {m_scene.Target()}}, 1, true);
     }
     m_tally->End();

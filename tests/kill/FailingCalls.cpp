@@ -37,6 +37,10 @@ bool FailingCalls::Begin()
         return false;
     }
     m_begun = m_scene.BegunDownload();
+    if (!m_scene.WasKilled()) {
+        m_tally->Case("a begun download", {"it was not killed"});
+        return false;
+    }
     return true;
 }
 

@@ -78,10 +78,10 @@ KillScene::Snapshot KillScene::Take() const
 
 KillScene::Snapshot KillScene::BegunDownload()
 {
-    // A rename puts every new state in the place of the old one, so the fourth is within the
-    // download.
+    // Every chunk is written over the state, so the fourth time is within the download.
     NewUser();
-    Inject({"-e", "trace=lseek,write,rename", "-e", "inject=rename:signal=SIGKILL:when=4"});
+    Inject(
+        {"-P", StateFile(), "-e", "trace=lseek,write", "-e", "inject=lseek:signal=SIGKILL:when=4"});
     Run();
     Inject({});
     return Take();

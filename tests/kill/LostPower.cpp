@@ -7,7 +7,6 @@
 #include "tests/support/TestBytes.h"
 #include "update/base/DownloadState.h"
 
-#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QTest>
@@ -166,25 +165,29 @@ void LostPower::Record()
 
 RecordedMoment LostPower::MomentAt(int index)
 {
-    constexpr int oneIn = 4;
+    constexpr int oneIn = 2;
 
     RecordedMoment moment = m_moments.at(index);
-    // The system may have lost the latest state as well.
     if (m_random.bounded(oneIn) == 0) {
-        moment.state = m_moments.at(m_random.bounded(index + 1)).state;
+        moment.state = MixedState(index);
     }
     return moment;
 }
 
-void LostPower::WriteState(const QByteArray &state)
+/// The state is written over in place without a sync, and a disk writes whole sectors in any order: it
+/// may have an earlier one for each.
+QByteArray LostPower::MixedState(int index)
 {
-    gWriteFile(m_rig->StateFile(), state);
-    // `QSettings` takes a file with the same size and time for the one that it has read already.
-    QFile file(m_rig->StateFile());
-    if (file.open(QIODevice::ReadWrite)) {
-        file.setFileTime(QDateTime::fromSecsSinceEpoch(++m_writes),
-                         QFileDevice::FileModificationTime);
+    constexpr int sectorSize = 512;
+
+    QByteArray mixed = m_moments.at(index).state;
+    for (int at = 0; at < mixed.size(); at += sectorSize) {
+        const QByteArray &earlier = m_moments.at(m_random.bounded(index + 1)).state;
+        if (earlier.size() == mixed.size()) {
+            mixed.replace(at, sectorSize, earlier.mid(at, sectorSize));
+        }
     }
+    return mixed;
 }
 
 void LostPower::Fail(const RecordedMoment &moment, const PowerLoss &loss)
@@ -192,7 +195,7 @@ void LostPower::Fail(const RecordedMoment &moment, const PowerLoss &loss)
     constexpr int oneIn = 10;
     constexpr int goesOnOneIn = 8;
 
-    WriteState(moment.state);
+    gWriteFile(m_rig->StateFile(), moment.state);
     QFile::remove(m_rig->Installer());
     QFile::remove(m_rig->Target());
     if (loss.data.has_value()) {

@@ -41,13 +41,13 @@ private:
     /// The recorded moment @p index after a loss of power: with its state or, at times, an earlier
     /// one.
     RecordedMoment MomentAt(int index);
+    QByteArray MixedState(int index);
 
     void Fail(const RecordedMoment &moment, const PowerLoss &loss);
     QStringList ProblemsOfClaims(const RecordedMoment &moment);
     /// The ranges that have to be asked for now, according to the state on disk.
     QStringList Missing() const;
     QStringList Resume(bool isRecorded);
-    void WriteState(const QByteArray &state);
 
     HttpAnswer Answer(bool isSlow);
 
@@ -60,7 +60,6 @@ private:
     int m_boot = 0;
     bool m_isBootTold = true;
     QList<RecordedMoment> m_moments;
-    qint64 m_writes = 0;
     qint64 m_written = 0;
     qint64 m_kept = 0;
 

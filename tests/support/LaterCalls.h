@@ -25,6 +25,7 @@ public:
     /// Every delay so far, in seconds.
     QList<int> Seconds() const { return m_seconds; }
 
+    int Waiting() const { return m_waiting.size(); }
     /// Makes the calls that are waiting.
     void Run();
     /// From now on every call is made in the next pass of the event loop.

@@ -5,16 +5,19 @@
 #include "api/QuillonInit.h"
 #include "api/UpdateInit.h"
 #include "tests/support/IniText.h"
+#include "update/base/BackgroundFlush.h"
 #include "update/base/DownloadState.h"
 #include "update/UpdateCommon/UpdateEventReport.h"
 #include "update/UpdateCommon/VersionInfo.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QEvent>
 #include <QLabel>
 #include <QNetworkReply>
 #include <QPushButton>
 #include <QSettings>
+#include <QThreadPool>
 
 UpdateRig::UpdateRig()
     : m_places(m_folder.path())
@@ -32,6 +35,7 @@ UpdateRig::UpdateRig()
 UpdateRig::~UpdateRig()
 {
     m_manager.reset();
+    gFlushPool()->waitForDone();
     // The next function of the test must not receive this one's reports.
     gSettleReports();
 }
@@ -96,6 +100,18 @@ void UpdateRig::StartFullDownload(const HttpAnswer &answer)
     }
     Offer(QStringLiteral("/files/setup.exe"));
     m_manager->UpdateNow();
+    SettlePlan();
+}
+
+void UpdateRig::SettlePlan()
+{
+    // The new file, the state, the rename, the state with another identity, the folder.
+    constexpr int steps = 5;
+
+    for (int step = 0; step < steps; ++step) {
+        gFlushPool()->waitForDone();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::FutureCallOut);
+    }
 }
 
 void UpdateRig::WriteState(const QString &packageSize, const QString &alreadyDownloaded,

@@ -70,6 +70,8 @@ public:
     /// The whole of a "Update Now": serves @p bytes as the full package "/files/setup.exe", offers
     /// it and plans.
     void StartFullDownload(const HttpAnswer &answer);
+    /// Lets the pool threads end what a plan begins with. Nothing else is delivered meanwhile.
+    static void SettlePlan();
     QString Installer() const { return WorkingFolder() + QStringLiteral("/setup.exe"); }
 
     /// Writes the resume-state file, each range as {start, end}.

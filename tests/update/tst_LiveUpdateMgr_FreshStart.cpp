@@ -32,6 +32,7 @@ private slots:
     void a_target_that_another_program_holds_is_waited_for();
     void a_download_that_is_closed_meanwhile_asks_for_nothing();
     void a_target_that_cannot_be_replaced_is_left_as_it_is();
+    void a_plan_without_a_new_file_fits_no_file();
     void a_new_file_of_an_ended_process_is_not_used_again();
     void what_a_state_names_is_in_one_line();
     void a_failed_patch_is_remembered_by_its_result_data();
@@ -183,6 +184,18 @@ void tst_LiveUpdateMgr_FreshStart::a_target_that_cannot_be_replaced_is_left_as_i
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }
 
+void tst_LiveUpdateMgr_FreshStart::a_plan_without_a_new_file_fits_no_file()
+{
+    const QByteArray ofAnother(packageSize, 'o');
+    QVERIFY(gWriteFile(m_rig->Target(), ofAnother));
+    QVERIFY(QDir().mkpath(NewFile() + "/in the way"));
+    m_rig->StartFullDownload(HttpAnswer::Body(m_package));
+    QCOMPARE(m_rig->HintText(), QStringLiteral("Failed to download the update."));
+    QCOMPARE(m_rig->State().value("Identity/Target_File", "none"), QString());
+    QVERIFY(gReadFile(m_rig->Target()) == ofAnother);
+    QVERIFY(m_rig->Server().Requests("GET").isEmpty());
+}
+
 void tst_LiveUpdateMgr_FreshStart::a_new_file_of_an_ended_process_is_not_used_again()
 {
     if (!gRemovesOpenFiles()) {
@@ -207,6 +220,7 @@ void tst_LiveUpdateMgr_FreshStart::what_a_state_names_is_in_one_line()
     manifest.replace("9.2.0.0", "\n  9.2.0.0\n");
     m_rig->Manager().findChild<VersionInfo *>()->setXml(manifest);
     m_rig->Manager().UpdateNow();
+    UpdateRig::SettlePlan();
     QCOMPARE(m_rig->State().value("Identity/Package_Version"), QStringLiteral("9.2.0.0"));
     QCOMPARE(m_rig->State().value("Identity/Package_Md5"), QStringLiteral("0123"));
 }

@@ -95,6 +95,7 @@ void tst_LiveUpdateMgr_Identity::UpdateNow(const HttpAnswer &answer,
     m_rig->Forget();
     m_rig->Offer(QStringLiteral("/files/setup.exe"), manifestElements);
     m_rig->Manager().UpdateNow();
+    UpdateRig::SettlePlan();
 }
 
 int tst_LiveUpdateMgr_Identity::FirstBytesAskedFor() const

@@ -207,7 +207,7 @@ void tst_LiveUpdateMgr_Order::in_begin_install_the_lock_is_free()
 void tst_LiveUpdateMgr_Order::a_dialog_closed_between_plan_and_ranges_asks_for_nothing()
 {
     connect(&m_rig->Manager(), &LiveUpdateMgr::SetCurrentWidget, this, [this](QWidget *page) {
-        if (page == &m_rig->Progress() && QFile::exists(m_rig->StateFile())) {
+        if (page == &m_rig->Progress() && IsLocked()) {
             emit m_rig->Progress().Close();
         }
     });

@@ -366,6 +366,7 @@ void tst_LiveUpdateMgr_Plan::without_common_documents_the_applications_folder_se
     m_rig->Server().Serve("/tst_Plan_fallback.exe", HttpAnswer::Body(package));
     m_rig->Offer("/tst_Plan_fallback.exe");
     m_rig->Manager().UpdateNow();
+    UpdateRig::SettlePlan();
     QVERIFY(QFile::exists(target));
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(gReadFile(installer) == package);

@@ -395,6 +395,7 @@ void tst_LiveUpdateMgr_Select::several_failed_patches_fall_back_once()
     m_rig->Server().Serve(fullPath, HttpAnswer::Body(gTestBytes(40000, 5)));
     Offer(gMd5(gInstallerBytes()));
     m_rig->Manager().UpdateNow();
+    UpdateRig::SettlePlan();
     QCOMPARE(Planned(), QByteArrayList{increasePath});
     int failures = 0;
     const QList<DownloadMgr *> downloaders = m_rig->Manager().findChildren<DownloadMgr *>();

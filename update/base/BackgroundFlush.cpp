@@ -2,6 +2,7 @@
 
 #include "update/base/BackgroundFlush.h"
 
+#include "platform/ProcessLock.h"
 #include "platform/StayLoaded.h"
 #include "update/base/BackgroundWork.h"
 
@@ -25,4 +26,17 @@ void gFlushInBackground(const QString &path, const FlushFunction &flush, QObject
                         std::function<void(FlushResult)> done)
 {
     gRunInBackground<FlushResult>([flush, path] { return flush(path); }, context, std::move(done));
+}
+
+void gFlushFolderInBackground(const QString &folder,
+                              const std::function<void(const QString &)> &flushFolder,
+                              const std::shared_ptr<ProcessLock> &lock, QObject *context,
+                              const std::function<void()> &done)
+{
+    const auto flush = [flushFolder, folder, held = lock]() mutable {
+        flushFolder(folder);
+        held.reset();
+        return true;
+    };
+    gRunInBackground<bool>(flush, context, [done](bool) { done(); });
 }

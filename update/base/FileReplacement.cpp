@@ -3,7 +3,17 @@
 #include "update/base/FileReplacement.h"
 
 #include "api/Log.h"
+#include "platform/ProcessLock.h"
+#include "update/base/BackgroundWork.h"
 #include "update/base/DownloadSystem.h"
+
+namespace
+{
+struct Attempt {
+    RenameResult result = RenameResult::Failed;
+    QString failure;
+};
+} // namespace
 
 FileReplacement::FileReplacement(const DownloadSystem &system, QObject *parent)
     : QObject(parent)
@@ -11,24 +21,42 @@ FileReplacement::FileReplacement(const DownloadSystem &system, QObject *parent)
 {
 }
 
-void FileReplacement::Start(const QString &from, const QString &to, const char *logFunction)
+void FileReplacement::Start(const QString &from, const QString &to,
+                            const std::shared_ptr<ProcessLock> &lock, const char *logFunction)
 {
     Cancel();
     m_from = from;
     m_to = to;
+    m_lock = lock;
     m_logFunction = logFunction;
     m_waited = std::chrono::milliseconds(0);
     Try();
 }
 
+void FileReplacement::Cancel()
+{
+    ++m_run;
+    m_lock.reset();
+}
+
 void FileReplacement::Try()
 {
-    QString failure;
-    const RenameResult result = m_system.renameOver(m_from, m_to, &failure);
-    if (result == RenameResult::Renamed) {
-        emit Replaced();
-        return;
-    }
+    const auto rename = [renameOver = m_system.renameOver, from = m_from, to = m_to,
+                         held = m_lock]() mutable {
+        Attempt attempt;
+        attempt.result = renameOver(from, to, &attempt.failure);
+        held.reset();
+        return attempt;
+    };
+    gRunInBackground<Attempt>(rename, this, [this, run = m_run](const Attempt &attempt) {
+        if (run == m_run) {
+            Judge(attempt.result, attempt.failure);
+        }
+    });
+}
+
+void FileReplacement::Judge(RenameResult result, const QString &failure)
+{
     if (result == RenameResult::Busy && m_waited < m_system.replaceLimit) {
         m_waited += m_system.replacePause;
         m_system.callLater(m_system.replacePause, this, [this, run = m_run] {
@@ -36,6 +64,11 @@ void FileReplacement::Try()
                 Try();
             }
         });
+        return;
+    }
+    Cancel();
+    if (result == RenameResult::Renamed) {
+        emit Replaced();
         return;
     }
     QUILLON_LOG("UpdateCommon", m_logFunction, "disk failure, %s cannot be moved to %s, %s",

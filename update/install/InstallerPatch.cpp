@@ -51,7 +51,7 @@ InstallerPatch::InstallerPatch(const UpdateContext &context, QObject *parent)
     , m_context(context)
     , m_replacement(new FileReplacement(context.system, this))
 {
-    connect(m_replacement, &FileReplacement::Replaced, this, &InstallerPatch::EndPatched);
+    connect(m_replacement, &FileReplacement::Replaced, this, &InstallerPatch::FlushName);
     connect(m_replacement, &FileReplacement::Failed, this, [this] {
         QUILLON_LOG(logFile, logFunction, "%s cannot be replaced",
                     m_keptInstaller.toStdString().c_str());
@@ -63,6 +63,7 @@ void InstallerPatch::Start(const QString &keptInstaller, const QString &patchFil
                            const QString &expectedMd5, std::shared_ptr<ProcessLock> lock)
 {
     m_isRunning = true;
+    ++m_run;
     m_keptInstaller = keptInstaller;
     m_newInstaller = gNewInstaller(keptInstaller);
     m_lock = std::move(lock);
@@ -74,7 +75,7 @@ void InstallerPatch::Start(const QString &keptInstaller, const QString &patchFil
     }
     QUILLON_LOG(logFile, logFunction, "Start Patch IncreasePackage");
     if (Make(program, patchFile, expectedMd5)) {
-        m_replacement->Start(m_newInstaller, m_keptInstaller, logFunction);
+        m_replacement->Start(m_newInstaller, m_keptInstaller, m_lock, logFunction);
     } else {
         Fail();
     }
@@ -130,9 +131,18 @@ bool InstallerPatch::Run(const QString &program, const QString &patchFile) const
     return false;
 }
 
+void InstallerPatch::FlushName()
+{
+    gFlushFolderInBackground(QFileInfo(m_keptInstaller).path(), m_context.system.flushFolder,
+                             m_lock, this, [this, run = m_run] {
+                                 if (m_isRunning && run == m_run) {
+                                     EndPatched();
+                                 }
+                             });
+}
+
 void InstallerPatch::EndPatched()
 {
-    m_context.system.flushFolder(QFileInfo(m_keptInstaller).path());
     Cancel();
     emit Patched();
 }

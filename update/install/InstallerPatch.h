@@ -38,7 +38,7 @@ public:
     ///             without it, what an earlier program has left is not removed
     void Start(const QString &keptInstaller, const QString &patchFile, const QString &expectedMd5,
                std::shared_ptr<ProcessLock> lock);
-    /// The kept installer is not replaced any more, and no signal follows.
+    /// No signal follows. The kept installer is replaced only by a rename that is under way.
     void Cancel();
     bool IsRunning() const { return m_isRunning; }
 
@@ -50,6 +50,7 @@ private:
     bool Make(const QString &program, const QString &patchFile, const QString &expectedMd5) const;
     bool ClearBefore() const;
     bool Run(const QString &program, const QString &patchFile) const;
+    void FlushName();
     void EndPatched();
     void Fail();
 
@@ -60,4 +61,6 @@ private:
     QString m_newInstaller;
     std::shared_ptr<ProcessLock> m_lock;
     bool m_isRunning = false;
+    /// Counts starts, so that the end of an earlier run is ignored.
+    int m_run = 0;
 };

@@ -39,7 +39,8 @@ public:
     /// Holds @p lock until it is in place; the lock is free in the slots of `PlaceFailed`, `Patched` and
     /// `PatchFailed`. Another program may hold the files for a while: the signals can come later.
     void Complete(const RangeTask &task, std::shared_ptr<ProcessLock> lock);
-    /// Nothing is moved or replaced any more; the next plan finds the package complete.
+    /// Nothing more is moved or replaced, but for a rename that is under way; without that the next plan
+    /// finds the package complete.
     void CancelPlacing();
     bool IsPlacing() const;
 

@@ -41,7 +41,7 @@ PackagePlacer::PackagePlacer(RangeStore &store, const DownloadSystem &system, QO
     , m_system(system)
     , m_replacement(new FileReplacement(system, this))
 {
-    connect(m_replacement, &FileReplacement::Replaced, this, &PackagePlacer::EndPlaced);
+    connect(m_replacement, &FileReplacement::Replaced, this, &PackagePlacer::FlushName);
     connect(m_replacement, &FileReplacement::Failed, this, &PackagePlacer::Fail);
 }
 
@@ -93,7 +93,7 @@ void PackagePlacer::Judge(const Finding &finding)
         Fail();
     } else {
         m_store.Close();
-        m_replacement->Start(m_store.TargetPath(), m_installerPath, logFunction);
+        m_replacement->Start(m_store.TargetPath(), m_installerPath, m_lock, logFunction);
     }
 }
 
@@ -128,9 +128,18 @@ void PackagePlacer::Fail()
     emit Failed();
 }
 
+void PackagePlacer::FlushName()
+{
+    gFlushFolderInBackground(QFileInfo(m_installerPath).path(), m_system.flushFolder, m_lock, this,
+                             [this, run = m_run] {
+                                 if (m_isRunning && run == m_run) {
+                                     EndPlaced();
+                                 }
+                             });
+}
+
 void PackagePlacer::EndPlaced()
 {
-    m_system.flushFolder(QFileInfo(m_installerPath).path());
     m_store.ForgetTarget();
     Cancel();
     emit Placed();

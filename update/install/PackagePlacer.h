@@ -19,7 +19,7 @@ struct DownloadSystem;
 ///     Start ─► flushed ─► read ─► compared ─► replaces what is at the installer's path ─► Placed
 ///                 └────────┴──────────┴──────────────────┴─► Failed
 ///
-/// Thread:    GUI thread; flushed and read on a pool thread.
+/// Thread:    GUI thread; a pool thread flushes, reads and renames.
 /// Ownership: its Qt parent, which owns the store as well. The system outlives it. It may be deleted in
 ///            any slot.
 /// Errors:    `Failed`; the log says why. An installer of before stays as it was. A package that is
@@ -34,7 +34,8 @@ public:
     /// @param md5  of the package, in any case; whatever is no MD5 is compared with nothing
     /// @param lock is held until the package is in place, and is free in the slots of both signals
     void Start(const QString &installerPath, const QString &md5, std::shared_ptr<ProcessLock> lock);
-    /// Nothing is moved any more; the next plan finds the package complete.
+    /// Nothing more is moved, but for a rename that is under way; without that the next plan finds the
+    /// package complete.
     void Cancel();
     bool IsRunning() const { return m_isRunning; }
 
@@ -49,6 +50,7 @@ private:
     bool IsPackage(const Finding &finding) const;
     void Discard();
     void Fail();
+    void FlushName();
     void EndPlaced();
 
     RangeStore &m_store;

@@ -57,20 +57,17 @@ void FlushSchedule::Flush()
         if (download != m_download) {
             return;
         }
-        m_isFlushing = false;
         switch (result) {
         case FlushResult::Flushed:
             Record(bytes);
             break;
         case FlushResult::Unknown:
+            EndFlush();
             break;
         case FlushResult::Failed:
             MarkAsDoubtful();
             emit Failed();
-            return;
-        }
-        if (m_unflushed > 0) {
-            Written(0);
+            break;
         }
     };
     gFlushInBackground(m_path, m_system.flush, this, done);
@@ -80,6 +77,7 @@ void FlushSchedule::Record(const Bytes &bytes)
 {
     const QString boot = m_system.bootIdentity();
     if (!boot.isEmpty() && m_state.KnowsBoot() && m_state.BootId().isEmpty()) {
+        EndFlush();
         return; // Marked as doubtful: a system reports what it lost once, and not to later flushes.
     }
     m_state.SetBootId(boot);
@@ -88,6 +86,20 @@ void FlushSchedule::Record(const Bytes &bytes)
         m_state.SetFlushedByte(number++, byte);
     }
     m_state.Sync();
+    // The data first, then the record of it: a record that is lost goes back to the one before.
+    gFlushInBackground(m_state.Path(), gFlushToDisk, this, [this, download = m_download](auto) {
+        if (download == m_download) {
+            EndFlush();
+        }
+    });
+}
+
+void FlushSchedule::EndFlush()
+{
+    m_isFlushing = false;
+    if (m_unflushed > 0) {
+        Written(0);
+    }
 }
 
 void FlushSchedule::MarkAsDoubtful()

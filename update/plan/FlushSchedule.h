@@ -15,7 +15,7 @@
 /// what is recorded here is not lost.
 ///
 ///     Begin ─► Written, Written, … ─► enough bytes or time ─► flush on a pool thread
-///                                                               └─► recorded; or Failed
+///                           recorded, and the record flushed; or Failed ◄─┘
 ///
 /// Thread:    GUI thread. Ownership: its Qt parent. The state and the system outlive it.
 class FlushSchedule : public QObject
@@ -42,6 +42,7 @@ private:
 
     void Flush();
     void Record(const Bytes &bytes);
+    void EndFlush();
     void MarkAsDoubtful();
 
     ResumeState &m_state;

@@ -2,19 +2,17 @@
 
 #include "update/plan/IniFormat.h"
 
-#include <QByteArray>
-#include <QFileDevice>
-#include <QString>
+#include <QList>
 
 #include <algorithm>
 #include <cstring>
 
 namespace
 {
-QString gUnquoted(const QByteArray &text)
+QByteArray gUnquoted(const QByteArray &text)
 {
     if (!text.startsWith('"')) {
-        return QString::fromUtf8(text);
+        return text;
     }
     QByteArray plain;
     for (int index = 1; index < text.size() && text.at(index) != '"'; ++index) {
@@ -23,12 +21,21 @@ QString gUnquoted(const QByteArray &text)
         }
         plain += text.at(index);
     }
-    return QString::fromUtf8(plain);
+    return plain;
 }
 
-QByteArray gQuoted(const QString &value)
+bool gIsNumber(const QByteArray &text)
 {
-    QByteArray text = value.toUtf8();
+    return std::all_of(text.begin(), text.end(),
+                       [](char character) { return character >= '0' && character <= '9'; });
+}
+
+QByteArray gQuoted(const QByteArray &value)
+{
+    if (gIsNumber(value)) {
+        return value; // as most values are that every chunk writes
+    }
+    QByteArray text = value;
     text.replace('\n', ' ').replace('\r', ' ');
     const bool isPlain =
         text == text.trimmed() && std::none_of(text.begin(), text.end(), [](char character) {
@@ -40,45 +47,42 @@ QByteArray gQuoted(const QString &value)
     text.replace('\\', "\\\\").replace('"', "\\\"");
     return '"' + text + '"';
 }
+} // namespace
 
-bool gReadIni(QIODevice &device, QSettings::SettingsMap &values)
+IniValues gParseIni(const QByteArray &text)
 {
-    QString group;
-    while (!device.atEnd()) {
-        const QByteArray line = device.readLine().trimmed();
+    IniValues values;
+    QByteArray group;
+    for (const QByteArray &rawLine : text.split('\n')) {
+        const QByteArray line = rawLine.trimmed();
         const int equals = line.indexOf('=');
         if (line.startsWith('[') && line.endsWith(']')) {
-            group = QString::fromUtf8(line.mid(1).chopped(1)) + QLatin1Char('/');
+            group = line.mid(1).chopped(1) + '/';
         } else if (equals > 0 && !line.startsWith(';')) {
-            values.insert(group + QString::fromUtf8(line.left(equals).trimmed()),
+            values.insert(group + line.left(equals).trimmed(),
                           gUnquoted(line.mid(equals + 1).trimmed()));
         }
     }
-    return true;
+    return values;
 }
 
-bool gWriteIni(QIODevice &device, const QSettings::SettingsMap &values)
+QByteArray gIniText(const IniValues &values)
 {
+    constexpr int expectedSize = 512;
+
     QByteArray text;
-    QString group;
+    text.reserve(expectedSize);
+    QByteArray group;
     for (auto value = values.begin(); value != values.end(); ++value) {
-        const QString itsGroup = value.key().section(QLatin1Char('/'), 0, 0);
+        const QByteArray &key = value.key();
+        const int nameStart = key.indexOf('/') + 1;
+        const QByteArray itsGroup = key.left(nameStart);
         if (itsGroup != group) {
-            text += (text.isEmpty() ? "[" : "\n[") + itsGroup.toUtf8() + "]\n";
+            text += (text.isEmpty() ? "[" : "\n[") + itsGroup.chopped(1) + "]\n";
             group = itsGroup;
         }
-        text += value.key().section(QLatin1Char('/'), 1).toUtf8() + '=' +
-                gQuoted(value.value().toString()) + '\n';
+        text.append(key.constData() + nameStart, key.size() - nameStart);
+        text += '=' + gQuoted(value.value()) + '\n';
     }
-    // QSettings does not check whether its buffer reaches the disk.
-    auto *const file = qobject_cast<QFileDevice *>(&device);
-    return device.write(text) == text.size() && (file == nullptr || file->flush());
-}
-} // namespace
-
-QSettings::Format gIniFormat()
-{
-    static const QSettings::Format format =
-        QSettings::registerFormat(QStringLiteral("ini"), gReadIni, gWriteIni, Qt::CaseSensitive);
-    return format;
+    return text;
 }

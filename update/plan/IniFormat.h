@@ -2,13 +2,15 @@
 
 #pragma once
 
-#include <QSettings>
+#include <QByteArray>
+#include <QMap>
 
-/// The ini format, as the settings class reads and writes it, for values that are numbers and short
-/// texts, with one difference: a file is left as it was when the disk cannot take the new one.
-///
-/// With its own ini format the settings class replaces the file with an empty one, or with the first
-/// part of the new one, when the disk is full or fails at the end of the write, without an error.
+/// The values of an ini file by "group/key", in UTF-8, as they stand in the file.
+using IniValues = QMap<QByteArray, QByteArray>;
+
+/// Reads and writes the ini text of `QSettings`, for values that are numbers and short texts. A line
+/// break in a value is written as a blank.
 ///
 /// Thread: any.
-QSettings::Format gIniFormat();
+IniValues gParseIni(const QByteArray &text);
+QByteArray gIniText(const IniValues &values);

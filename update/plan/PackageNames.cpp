@@ -3,7 +3,6 @@
 #include "update/plan/PackageNames.h"
 
 #include "api/ProductSettings.h"
-#include "api/QuillonInit.h"
 #include "platform/FileIdentity.h"
 #include "platform/FileName.h"
 #include "update/plan/DownloadTarget.h"
@@ -43,15 +42,14 @@ bool gIsSameFile(const QString &one, const QString &other)
 QStringList gFilesInUse()
 {
     const QString application = QCoreApplication::applicationDirPath();
-    const QString settings = QuillonInit::GetConfigFileDir();
+    const QString folder = gPackageFolder();
     const QString fullTarget = gDownloadTarget(PackageOffer(), false).path;
-    return {gPackageLockFile(),
-            fullTarget,
-            gNewTarget(fullTarget),
-            settings + QLatin1String(ProductSettings::fileName),
-            settings + QStringLiteral("/CvBreakResumeDownLoad.ini"),
-            QCoreApplication::applicationFilePath(),
-            application + QStringLiteral("/bspatch.exe")};
+    return {gPackageLockFile(), fullTarget, gNewTarget(fullTarget),
+            // Wherever the host keeps them: no package has these names.
+            folder + QLatin1String(ProductSettings::fileName),
+            folder + QStringLiteral("/CvBreakResumeDownLoad.ini"),
+            folder + QStringLiteral("/CvBreakResumeDownLoad.ini.new"),
+            QCoreApplication::applicationFilePath(), application + QStringLiteral("/bspatch.exe")};
 }
 
 QString gRefusal(const QString &path)

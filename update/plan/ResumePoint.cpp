@@ -83,8 +83,8 @@ ResumePoint gFreshStart(qint64 total)
     return point;
 }
 
-bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot,
-                 const DownloadIdentity &download)
+void gSetPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot,
+              const DownloadIdentity &download)
 {
     state->SetAlreadyDownloaded(point.alreadyDownloaded);
     state->SetPackageSize(total);
@@ -97,14 +97,4 @@ bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, con
         state->SetFlushedByte(number, range.start);
         ++number;
     }
-    if (state->Sync()) {
-        return true;
-    }
-    QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::StartDownload",
-                "disk failure, the resume state cannot be written, file path = %s",
-                state->Path().toStdString().c_str());
-    if (!point.isTakenBack) {
-        QFile::remove(state->Path());
-    }
-    return false;
 }

@@ -42,9 +42,7 @@ bool gCanResume(const ResumeState &state, const ResumePoint &point, qint64 total
 /// The beginning of a package of @p total bytes.
 ResumePoint gFreshStart(qint64 total);
 
-/// Writes into @p state, all at once, that @p download, of @p total bytes, goes on at @p point, and
-/// that what lies before that is on stable storage.
-/// @return false when it cannot be written, which is logged. If this plan starts anew, an older one
-/// is removed then: it would be taken for the plan of the new, empty file.
-bool gRecordPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot,
-                 const DownloadIdentity &download);
+/// Sets in @p state that @p download, of @p total bytes, goes on at @p point, and that what lies before
+/// that is on stable storage.
+void gSetPlan(ResumeState *state, qint64 total, const ResumePoint &point, const QString &boot,
+              const DownloadIdentity &download);

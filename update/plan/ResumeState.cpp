@@ -2,179 +2,164 @@
 
 #include "update/plan/ResumeState.h"
 
-#include "platform/SettingsLock.h"
-#include "update/plan/IniFormat.h"
+#include <QVariant>
 
 namespace
 {
-const QString &gPackageSizeKey()
+QByteArray gPackageSizeKey()
 {
-    static const QString key = QStringLiteral("FullPackage_size/FullPackage_size");
-    return key;
+    return QByteArrayLiteral("FullPackage_size/FullPackage_size");
 }
 
-const QString &gAlreadyDownloadedKey()
+QByteArray gAlreadyDownloadedKey()
 {
-    static const QString key = QStringLiteral("AlreadyDownload_size/AlreadyDownload_size");
-    return key;
+    return QByteArrayLiteral("AlreadyDownload_size/AlreadyDownload_size");
 }
 
-QString gStartByteKey(int rangeNumber)
+QByteArray gStartByteKey(int rangeNumber)
 {
-    return QStringLiteral("DownLoad_Tasks/Start_Byte%1").arg(rangeNumber);
+    return "DownLoad_Tasks/Start_Byte" + QByteArray::number(rangeNumber);
 }
 
-QString gEndByteKey(int rangeNumber)
+QByteArray gEndByteKey(int rangeNumber)
 {
-    return QStringLiteral("DownLoad_Tasks/End_Byte%1").arg(rangeNumber);
+    return "DownLoad_Tasks/End_Byte" + QByteArray::number(rangeNumber);
 }
 
-const QString &gBootIdKey()
+QByteArray gBootIdKey()
 {
-    static const QString key = QStringLiteral("Flushed/Boot_Id");
-    return key;
+    return QByteArrayLiteral("Flushed/Boot_Id");
 }
 
-QString gFlushedByteKey(int rangeNumber)
+QByteArray gFlushedByteKey(int rangeNumber)
 {
-    return QStringLiteral("Flushed/Flushed_Byte%1").arg(rangeNumber);
+    return "Flushed/Flushed_Byte" + QByteArray::number(rangeNumber);
 }
 
-const QString &gTargetFileKey()
+QByteArray gTargetFileKey()
 {
-    static const QString key = QStringLiteral("Identity/Target_File");
-    return key;
+    return QByteArrayLiteral("Identity/Target_File");
 }
 
-const QString &gPackageMd5Key()
+QByteArray gPackageMd5Key()
 {
-    static const QString key = QStringLiteral("Identity/Package_Md5");
-    return key;
+    return QByteArrayLiteral("Identity/Package_Md5");
 }
 
-const QString &gPackageVersionKey()
+QByteArray gPackageVersionKey()
 {
-    static const QString key = QStringLiteral("Identity/Package_Version");
-    return key;
+    return QByteArrayLiteral("Identity/Package_Version");
 }
 
-const QString &gFailedPatchKey()
+QByteArray gFailedPatchKey()
 {
-    static const QString key = QStringLiteral("Failed_Patch/Result_Md5");
-    return key;
+    return QByteArrayLiteral("Failed_Patch/Result_Md5");
+}
+
+/// As `QSettings` reads a number.
+qint32 gNumber(const QByteArray &text)
+{
+    return QVariant(QString::fromUtf8(text)).toInt();
 }
 } // namespace
 
 ResumeState::ResumeState(const QString &configDirectory)
-    : m_settings(gWithoutStaleLock(configDirectory + QStringLiteral("/CvBreakResumeDownLoad.ini")),
-                 gIniFormat())
+    : m_values(StateValues::Of(configDirectory + QStringLiteral("/CvBreakResumeDownLoad.ini")))
 {
+    Reload();
 }
 
 qint32 ResumeState::PackageSize() const
 {
-    return m_settings.value(gPackageSizeKey()).toInt();
+    return gNumber(m_values->Value(gPackageSizeKey()));
 }
 
 void ResumeState::SetPackageSize(qint64 bytes)
 {
-    m_settings.setValue(gPackageSizeKey(), QString::number(bytes));
+    m_values->SetValue(gPackageSizeKey(), QByteArray::number(bytes));
 }
 
 qint32 ResumeState::AlreadyDownloaded() const
 {
-    return m_settings.value(gAlreadyDownloadedKey()).toInt();
+    return gNumber(m_values->Value(gAlreadyDownloadedKey()));
 }
 
 void ResumeState::SetAlreadyDownloaded(qint64 bytes)
 {
-    m_settings.setValue(gAlreadyDownloadedKey(), QString::number(bytes));
+    m_values->SetValue(gAlreadyDownloadedKey(), QByteArray::number(bytes));
 }
 
 qint32 ResumeState::StartByte(int rangeNumber) const
 {
-    return m_settings.value(gStartByteKey(rangeNumber)).toInt();
+    return gNumber(m_values->Value(gStartByteKey(rangeNumber)));
 }
 
 void ResumeState::SetStartByte(int rangeNumber, qint64 byte)
 {
-    m_settings.setValue(gStartByteKey(rangeNumber), byte);
+    m_values->SetValue(gStartByteKey(rangeNumber), QByteArray::number(byte));
 }
 
 qint32 ResumeState::EndByte(int rangeNumber) const
 {
-    return m_settings.value(gEndByteKey(rangeNumber)).toInt();
+    return gNumber(m_values->Value(gEndByteKey(rangeNumber)));
 }
 
 void ResumeState::SetEndByte(int rangeNumber, qint64 byte)
 {
-    m_settings.setValue(gEndByteKey(rangeNumber), byte);
+    m_values->SetValue(gEndByteKey(rangeNumber), QByteArray::number(byte));
 }
 
 bool ResumeState::KnowsBoot() const
 {
-    return m_settings.contains(gBootIdKey());
+    return m_values->Contains(gBootIdKey());
 }
 
 QString ResumeState::BootId() const
 {
-    return m_settings.value(gBootIdKey()).toString();
+    return QString::fromUtf8(m_values->Value(gBootIdKey()));
 }
 
 void ResumeState::SetBootId(const QString &boot)
 {
-    m_settings.setValue(gBootIdKey(), boot);
+    m_values->SetValue(gBootIdKey(), boot.toUtf8());
 }
 
 qint32 ResumeState::FlushedByte(int rangeNumber) const
 {
-    return m_settings.value(gFlushedByteKey(rangeNumber)).toInt();
+    return gNumber(m_values->Value(gFlushedByteKey(rangeNumber)));
 }
 
 void ResumeState::SetFlushedByte(int rangeNumber, qint64 byte)
 {
-    m_settings.setValue(gFlushedByteKey(rangeNumber), byte);
+    m_values->SetValue(gFlushedByteKey(rangeNumber), QByteArray::number(byte));
 }
 
 bool ResumeState::KnowsIdentity() const
 {
-    return m_settings.contains(gTargetFileKey());
+    return m_values->Contains(gTargetFileKey());
 }
 
 DownloadIdentity ResumeState::Identity() const
 {
-    return {m_settings.value(gTargetFileKey()).toString(),
-            m_settings.value(gPackageMd5Key()).toString(),
-            m_settings.value(gPackageVersionKey()).toString()};
+    return {QString::fromUtf8(m_values->Value(gTargetFileKey())),
+            QString::fromUtf8(m_values->Value(gPackageMd5Key())),
+            QString::fromUtf8(m_values->Value(gPackageVersionKey()))};
 }
 
 void ResumeState::SetIdentity(const DownloadIdentity &identity)
 {
-    m_settings.setValue(gTargetFileKey(), identity.targetFile);
-    m_settings.setValue(gPackageMd5Key(), identity.packageMd5);
-    m_settings.setValue(gPackageVersionKey(), identity.version);
+    m_values->SetValue(gTargetFileKey(), identity.targetFile.toUtf8());
+    m_values->SetValue(gPackageMd5Key(), identity.packageMd5.toUtf8());
+    m_values->SetValue(gPackageVersionKey(), identity.version.toUtf8());
 }
 
 bool ResumeState::IsFailedPatch(const QString &resultMd5) const
 {
-    return m_settings.contains(gFailedPatchKey()) &&
-           m_settings.value(gFailedPatchKey()).toString() == resultMd5.simplified();
+    return m_values->Contains(gFailedPatchKey()) &&
+           m_values->Value(gFailedPatchKey()) == resultMd5.simplified().toUtf8();
 }
 
 void ResumeState::SetFailedPatch(const QString &resultMd5)
 {
-    m_settings.setValue(gFailedPatchKey(), resultMd5.simplified());
-}
-
-bool ResumeState::Sync()
-{
-    m_settings.sync();
-    if (m_settings.status() == QSettings::NoError) {
-        return true;
-    }
-    // A QSettings that has failed once keeps that status. Another one on the same file shares the
-    // values that are not on disk yet, and has a status of its own.
-    QSettings again(m_settings.fileName(), gIniFormat());
-    again.sync();
-    return again.status() == QSettings::NoError;
+    m_values->SetValue(gFailedPatchKey(), resultMd5.simplified().toUtf8());
 }

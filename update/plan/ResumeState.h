@@ -2,8 +2,12 @@
 
 #pragma once
 
-#include <QSettings>
+#include "update/plan/StateValues.h"
+
+#include <QByteArray>
 #include <QString>
+
+#include <memory>
 
 /// What a resume state belongs to: the file that its ranges lie in, and the package that they are cut
 /// out of.
@@ -36,14 +40,15 @@ struct DownloadIdentity {
 /// Every number is read as a 32-bit integer: 0 when it is missing, the low 32 bits of a number that
 /// does not fit. Range N is complete when Start_ByteN equals End_ByteN + 1.
 ///
+/// `StateValues` puts them on disk.
+///
 /// Thread: GUI thread. Objects on the same file share what is not on disk yet.
 class ResumeState
 {
 public:
     static constexpr int rangeCount = 5;
 
-    /// Opens the file in @p configDirectory. A lock that a killed process left behind is removed
-    /// first, so that it cannot hold up the first write.
+    /// Reads the file in @p configDirectory.
     explicit ResumeState(const QString &configDirectory);
 
     qint32 PackageSize() const;
@@ -78,11 +83,25 @@ public:
     bool IsFailedPatch(const QString &resultMd5) const;
     void SetFailedPatch(const QString &resultMd5);
 
-    QString Path() const { return m_settings.fileName(); }
+    QString Path() const { return m_values->Path(); }
 
-    /// Puts everything on disk. @return false when that failed; the file is as it was then.
-    bool Sync();
+    /// Takes over what another program has written, unless there is something that is not on disk yet.
+    void Reload() { m_values->Reload(); }
+    /// Puts everything on disk: over the file in place where that has room, else as a new file.
+    /// @return false when that failed; the file is as it was then.
+    bool Sync() { return m_values->Sync(); }
+    /// Puts `AlreadyDownloaded` and the ranges on disk with one small write, where a plan has made the
+    /// file; as `Sync` otherwise.
+    bool SyncProgress() { return m_values->SyncProgress(); }
+    /// Behind the end of a download the file may be another process's. What is synced later is a new
+    /// file.
+    void Close() { m_values->Close(); }
+
+    /// A new file in two steps, of which the one that waits for the disk can run on another thread:
+    /// `gReplaceStateFile` with this text, and then `EndReplacement`. Nothing may be changed between.
+    QByteArray BeginReplacement() { return m_values->BeginReplacement(); }
+    void EndReplacement(bool isReplaced) { m_values->EndReplacement(isReplaced); }
 
 private:
-    QSettings m_settings;
+    std::shared_ptr<StateValues> m_values;
 };

@@ -3,6 +3,9 @@
 #include "update/transfer/RangeStore.h"
 
 #include "api/Log.h"
+#include "update/base/BackgroundFlush.h"
+
+#include <QCoreApplication>
 
 #include <algorithm>
 
@@ -66,13 +69,18 @@ void RangeStore::Save(qint64 alreadyDownloaded)
         m_state.SetAlreadyDownloaded(alreadyDownloaded);
         m_state.SetStartByte(m_rangeNumber, m_nextByte);
     }
-    const bool failed = !m_state.Sync();
-    if (failed && !m_saveFailed) {
+    Tell(m_state.SyncProgress());
+}
+
+/// Once for a series of failures.
+void RangeStore::Tell(bool isSaved)
+{
+    if (!isSaved && !m_saveFailed) {
         QUILLON_LOG(logFile, "DownloadMgr::SaveResumeState",
                     "disk failure, the resume state cannot be written, file path = %s",
                     m_state.Path().toStdString().c_str());
     }
-    m_saveFailed = failed;
+    m_saveFailed = !isSaved;
 }
 
 qint64 RangeStore::PastLastByte() const
@@ -89,17 +97,21 @@ RangeQuestion RangeStore::Rest() const
 void RangeStore::Discard()
 {
     m_state.SetPackageSize(0);
-    m_state.Sync();
+    Tell(m_state.Sync());
+    // Where the power takes this back, the next plan would mix the bytes of two packages.
+    gFlushInBackground(m_state.Path(), gFlushToDisk, QCoreApplication::instance(),
+                       [](FlushResult /*result*/) {});
 }
 
 void RangeStore::ForgetTarget()
 {
     m_state.SetIdentity({});
-    m_state.Sync();
+    Tell(m_state.Sync());
+    m_state.Close();
 }
 
 void RangeStore::MarkAsDoubtful()
 {
     m_state.SetBootId(QString());
-    m_state.Sync();
+    Tell(m_state.Sync());
 }

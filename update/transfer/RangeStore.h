@@ -53,6 +53,8 @@ public:
     void MarkAsDoubtful();
 
 private:
+    void Tell(bool isSaved);
+
     PackageFile m_file;
     ResumeState &m_state;
     qint32 m_packageSize;

@@ -498,7 +498,9 @@ void tst_DownloadMgr::saving_writes_the_position_and_the_total()
     Serve(HttpAnswer::Broken(m_package, HttpAnswer::Fault::StallAfter, 500));
     Start(5, 800000, 1000002);
     QTRY_COMPARE(gDownloadState().alreadyDownloaded, qint64(500));
-    QVERIFY(QFile::remove(m_rig->StateFile()));
+    // On some systems a file that is open cannot be removed; then it is emptied.
+    QVERIFY(gRemovesOpenFiles() ? QFile::remove(m_rig->StateFile())
+                                : gWriteFile(m_rig->StateFile(), QByteArray()));
     gDownloadState().alreadyDownloaded = 123;
     m_downloader->SaveResumeState();
     QCOMPARE(m_rig->State().value("DownLoad_Tasks/Start_Byte5"), QStringLiteral("800500"));

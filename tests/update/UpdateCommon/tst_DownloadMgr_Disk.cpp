@@ -5,6 +5,7 @@
 #include "tests/update/UpdateRig.h"
 #include "update/base/DownloadState.h"
 #include "update/install/PostponedInstaller.h"
+#include "update/plan/PlanFiles.h"
 #include "update/plan/ResumePoint.h"
 
 #include <QtTest>
@@ -33,6 +34,12 @@ private slots:
     void settings_that_the_disk_cannot_take_stay_as_they_were();
 
 private:
+    DownloadTarget Target() const
+    {
+        DownloadTarget target;
+        target.path = m_rig->Target();
+        return target;
+    }
     static void LimitFiles(rlim_t bytes);
 
     /// In bytes: enough for the lock of the settings class, but not for a whole state.
@@ -146,7 +153,8 @@ void tst_DownloadMgr_Disk::a_package_that_the_disk_does_not_keep_is_not_put_in_p
 void tst_DownloadMgr_Disk::a_state_that_the_disk_cannot_take_stays_as_it_was()
 {
     ResumeState state(m_rig->ConfigFolder());
-    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one", {}));
+    gSetPlan(&state, 1000003, gFreshStart(1000003), "boot one", {});
+    QVERIFY(state.Sync());
     const QByteArray before = gReadFile(m_rig->StateFile());
     QVERIFY(before.size() > longestLock);
     state.SetStartByte(1, 4711);
@@ -159,26 +167,35 @@ void tst_DownloadMgr_Disk::a_state_that_the_disk_cannot_take_stays_as_it_was()
 void tst_DownloadMgr_Disk::a_plan_that_the_disk_cannot_take_leaves_no_older_one()
 {
     ResumeState state(m_rig->ConfigFolder());
-    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one", {}));
+    gSetPlan(&state, 1000003, gFreshStart(1000003), "boot one", {});
+    QVERIFY(state.Sync());
+    QVERIFY(QDir().mkpath(m_rig->WorkingFolder()));
+    PlanFiles files(Target(), 1000003, state, m_rig->Context(), nullptr);
+    const QSignalSpy ready(&files, &PlanFiles::Ready);
     LimitFiles(longestLock);
-    QVERIFY(!gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot two", {}));
+    files.StartAnew(gFreshStart(1000003), nullptr);
+    QTRY_COMPARE(ready.count(), 1);
     LimitFiles(RLIM_INFINITY);
     QVERIFY(!QFile::exists(m_rig->StateFile()));
-    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot two", {}));
+    files.StartAnew(gFreshStart(1000003), nullptr);
+    QTRY_COMPARE(ready.count(), 2);
     QCOMPARE(m_rig->State().value("FullPackage_size/FullPackage_size"), QStringLiteral("1000003"));
 }
 
 void tst_DownloadMgr_Disk::a_plan_taken_back_that_the_disk_cannot_take_leaves_the_older_one()
 {
     ResumeState state(m_rig->ConfigFolder());
-    QVERIFY(gRecordPlan(&state, 1000003, gFreshStart(1000003), "boot one", {}));
+    gSetPlan(&state, 1000003, gFreshStart(1000003), "boot one", {});
     state.SetStartByte(1, 4711);
     QVERIFY(state.Sync());
     const QByteArray before = gReadFile(m_rig->StateFile());
     const ResumePoint point = gResumePoint(state, 1000003, "boot two");
     QVERIFY(point.isTakenBack);
+    PlanFiles files(Target(), 1000003, state, m_rig->Context(), nullptr);
+    const QSignalSpy ready(&files, &PlanFiles::Ready);
     LimitFiles(longestLock);
-    QVERIFY(!gRecordPlan(&state, 1000003, point, "boot two", {}));
+    files.GoOn(point, nullptr);
+    QTRY_COMPARE(ready.count(), 1);
     LimitFiles(RLIM_INFINITY);
     QCOMPARE(gReadFile(m_rig->StateFile()), before);
 }

@@ -340,6 +340,7 @@ void tst_DownloadMgr_Increase::a_host_may_delete_the_dialog_when_the_patch_ends(
     const PatchProgram program;
     Offer(m_old, isRight ? gMd5(m_new) : gMd5(m_old));
     m_rig->Manager().UpdateNow();
+    UpdateRig::SettlePlan();
     const QPointer<LiveUpdateMgr> manager = &m_rig->Manager();
     const auto destroy = [this] { m_rig->Destroy(); };
     const auto downloaders = manager->findChildren<DownloadMgr *>();

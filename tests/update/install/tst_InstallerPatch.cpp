@@ -15,6 +15,8 @@
 
 #include <QtTest>
 
+#include <atomic>
+
 using namespace std::chrono_literals;
 
 /// Rebuilding an installer with the patch program beside the application.
@@ -336,6 +338,7 @@ void tst_InstallerPatch::without_the_lock_the_files_of_others_stay()
     const PatchProgram program(copyPatch);
     InstallerPatch patch(m_rig->Context(), nullptr);
     patch.Start(Kept(), Patch(), gMd5(m_new), nullptr);
+    QTRY_VERIFY(!patch.IsRunning());
     QVERIFY(gReadFile(Kept()) == m_new);
     QVERIFY(QFile::exists(Temporary()));
 }
@@ -384,11 +387,13 @@ void tst_InstallerPatch::a_kept_installer_that_another_program_holds_is_waited_f
     InstallerPatch patch(m_rig->Context(), nullptr);
     const QSignalSpy patched(&patch, &InstallerPatch::Patched);
     patch.Start(Kept(), Patch(), gMd5(m_new), nullptr);
+    QTRY_COMPARE(later.Waiting(), 1);
     later.Run();
+    QTRY_COMPARE(later.Waiting(), 1);
     QVERIFY(patch.IsRunning());
     isHeld = false;
     later.Run();
-    QCOMPARE(patched.count(), 1);
+    QTRY_COMPARE(patched.count(), 1);
     QVERIFY(!patch.IsRunning());
     QVERIFY2(meanwhile == m_old, "until it is replaced, the old one is there");
     QVERIFY(gReadFile(Kept()) == m_new);
@@ -397,9 +402,9 @@ void tst_InstallerPatch::a_kept_installer_that_another_program_holds_is_waited_f
 /// The first attempt finds the file held by another program.
 static void gHoldOnce(DownloadSystem *system)
 {
-    system->renameOver = [isHeld = true](const QString &from, const QString &to,
-                                         QString *failure) mutable {
-        return std::exchange(isHeld, false) ? RenameResult::Busy : gRenameOver(from, to, failure);
+    const auto isHeld = std::make_shared<std::atomic<bool>>(true);
+    system->renameOver = [isHeld](const QString &from, const QString &to, QString *failure) {
+        return isHeld->exchange(false) ? RenameResult::Busy : gRenameOver(from, to, failure);
     };
 }
 
@@ -487,8 +492,8 @@ void tst_InstallerPatch::the_lock_is_held_until_the_end_and_free_in_the_slots()
     connect(&patch, &InstallerPatch::Patched, this, [&] { freed.append(isFree()); });
     connect(&patch, &InstallerPatch::Failed, this, [&] { freed.append(isFree()); });
     patch.Start(Kept(), Patch(), gMd5(m_new), gLockPackages());
+    QTRY_COMPARE(freed, QList<bool>{true});
     QVERIFY(!wasFree);
-    QCOMPARE(freed, QList<bool>{true});
 }
 
 void tst_InstallerPatch::the_name_of_the_result_is_flushed()

@@ -139,13 +139,14 @@ void tst_PackagePlacer::an_installer_that_another_program_holds_is_waited_for()
         return ++attempts < 3 ? RenameResult::Busy : gRenameOver(from, to, failure);
     };
     Start();
-    QTRY_COMPARE(attempts, 1);
+    QTRY_COMPARE(later.Waiting(), 1);
     later.Run();
+    QTRY_COMPARE(later.Waiting(), 1);
     QVERIFY(m_placer->IsRunning());
     QVERIFY(!IsLockFree());
     VerifyUntouched();
     later.Run();
-    QCOMPARE(m_placed, 1);
+    QTRY_COMPARE(m_placed, 1);
     QCOMPARE(attempts, 3);
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
     QVERIFY(IsOver());

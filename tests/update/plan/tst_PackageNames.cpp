@@ -80,7 +80,8 @@ void tst_PackageNames::a_full_package_data()
                                                       << "used for something";
     QTest::newRow("the_lock") << "Corvina9(x64).lock"
                               << "used for something";
-    QTest::newRow("the_name_of_a_file_in_another_folder") << "Corvina.ini" << QString();
+    QTest::newRow("the_name_of_the_settings_that_are_in_another_folder") << "Corvina.ini"
+                                                                         << "used for something";
     QTest::newRow("a_temporary_file") << "bspatch-1-2.tmp"
                                       << "used for something";
     const QString onWindows = isWindows ? "used for something" : QString();
@@ -115,6 +116,7 @@ void tst_PackageNames::a_full_package_in_the_folder_of_the_host_data()
     QTest::newRow("the_patch_program") << "bspatch.exe" << true;
     QTest::newRow("the_settings") << "Corvina.ini" << true;
     QTest::newRow("the_state") << "CvBreakResumeDownLoad.ini" << true;
+    QTest::newRow("the_new_state") << "CvBreakResumeDownLoad.ini.new" << true;
 }
 
 void tst_PackageNames::a_full_package_in_the_folder_of_the_host()

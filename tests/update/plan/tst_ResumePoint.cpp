@@ -53,7 +53,8 @@ void tst_ResumePoint::init()
 
 void tst_ResumePoint::WriteHalf(ResumeState *state) const
 {
-    QVERIFY(gRecordPlan(state, 1000, gFreshStart(1000), "boot one", {"file", "md5", "9.2"}));
+    gSetPlan(state, 1000, gFreshStart(1000), "boot one", {"file", "md5", "9.2"});
+    QVERIFY(state->Sync());
     for (int number = 1; number <= 5; ++number) {
         state->SetStartByte(number, (number - 1) * 200 + 50);
         state->SetFlushedByte(number, (number - 1) * 200 + 30);
@@ -139,7 +140,8 @@ void tst_ResumePoint::a_state_that_knows_of_no_boot_is_taken_at_its_word()
 void tst_ResumePoint::a_recorded_plan_is_read_back()
 {
     ResumeState state(m_folder->path());
-    QVERIFY(gRecordPlan(&state, 1003, gFreshStart(1003), "boot one", {"file", "md5", "9.2"}));
+    gSetPlan(&state, 1003, gFreshStart(1003), "boot one", {"file", "md5", "9.2"});
+    QVERIFY(state.Sync());
     QCOMPARE(state.PackageSize(), 1003);
     QCOMPARE(state.BootId(), QStringLiteral("boot one"));
     QCOMPARE(state.FlushedByte(5), 800);

@@ -2,10 +2,12 @@
 
 #include "update/plan/ResumeState.h"
 
+#include "platform/FileIdentity.h"
 #include "tests/support/IniText.h"
 #include "tests/update/UpdateRig.h"
 
 #include <QElapsedTimer>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -26,12 +28,20 @@ private slots:
     void a_number_above32_bits_is_written_whole_and_read_as_its_low_bits();
     void two_objects_on_one_file_share_what_is_not_on_disk_yet();
     void writing_one_value_leaves_the_others();
+    void the_settings_class_reads_the_file();
+    void a_chunk_changes_one_sector_of_the_same_file();
+    void a_flush_leaves_the_sector_of_the_chunks();
+    void a_state_of_another_layout_becomes_a_new_file();
     void sync_reports_a_folder_that_cannot_be_written();
     void a_leftover_lock_holds_nothing_up_data();
     void a_leftover_lock_holds_nothing_up();
 
 private:
     QString File() const { return m_folder->filePath("CvBreakResumeDownLoad.ini"); }
+
+    static void Plan(ResumeState *state);
+
+    static constexpr int sectorSize = 512;
 
     std::unique_ptr<QTemporaryDir> m_folder;
 };
@@ -207,6 +217,79 @@ void tst_ResumeState::writing_one_value_leaves_the_others()
                                           {"DownLoad_Tasks/Start_Byte2", "22"},
                                           {"Other/Key", "kept"}};
     QCOMPARE(gReadIniText(File()), expected);
+}
+
+void tst_ResumeState::Plan(ResumeState *state)
+{
+    state->SetPackageSize(2000000000);
+    state->SetBootId("{a boot}, with more");
+    state->SetIdentity({"a file", "0123456789abcdef0123456789abcdef", "9.2.0.0"});
+    for (int number = 1; number <= ResumeState::rangeCount; ++number) {
+        state->SetStartByte(number, (number - 1) * qint64(400000000));
+        state->SetFlushedByte(number, (number - 1) * qint64(400000000));
+        state->SetEndByte(number, number * qint64(400000000) - 1);
+    }
+}
+
+void tst_ResumeState::the_settings_class_reads_the_file()
+{
+    ResumeState state(m_folder->path());
+    Plan(&state);
+    QVERIFY(state.Sync());
+    state.SetStartByte(5, 1999999999);
+    state.SetAlreadyDownloaded(1234567890);
+    QVERIFY(state.SyncProgress());
+    const QSettings settings(File(), QSettings::IniFormat);
+    QCOMPARE(settings.allKeys().size(), 21);
+    QCOMPARE(settings.value("DownLoad_Tasks/Start_Byte5").toInt(), 1999999999);
+    QCOMPARE(settings.value("DownLoad_Tasks/Start_Byte1").toInt(), 0);
+    QCOMPARE(settings.value("AlreadyDownload_size/AlreadyDownload_size").toString(),
+             QStringLiteral("1234567890"));
+    QCOMPARE(settings.value("Flushed/Boot_Id").toString(), QStringLiteral("{a boot}, with more"));
+    QCOMPARE(settings.value("FullPackage_size/FullPackage_size").toInt(), 2000000000);
+    QCOMPARE(settings.value("Identity/Package_Version").toString(), QStringLiteral("9.2.0.0"));
+}
+
+void tst_ResumeState::a_chunk_changes_one_sector_of_the_same_file()
+{
+    ResumeState state(m_folder->path());
+    Plan(&state);
+    QVERIFY(state.Sync());
+    const QByteArray before = gReadFile(File());
+    const QString identity = gFileIdentity(File());
+    state.SetStartByte(3, 1199999999);
+    state.SetAlreadyDownloaded(400000000);
+    QVERIFY(state.SyncProgress());
+    const QByteArray behind = gReadFile(File());
+    QVERIFY(behind.left(sectorSize) != before.left(sectorSize));
+    QCOMPARE(behind.mid(sectorSize), before.mid(sectorSize));
+    QCOMPARE(gFileIdentity(File()), identity);
+}
+
+void tst_ResumeState::a_flush_leaves_the_sector_of_the_chunks()
+{
+    ResumeState state(m_folder->path());
+    Plan(&state);
+    QVERIFY(state.Sync());
+    const QByteArray before = gReadFile(File());
+    const QString identity = gFileIdentity(File());
+    state.SetFlushedByte(3, 1199999999);
+    QVERIFY(state.Sync());
+    const QByteArray behind = gReadFile(File());
+    QCOMPARE(behind.left(sectorSize), before.left(sectorSize));
+    QVERIFY(behind.mid(sectorSize, sectorSize) != before.mid(sectorSize, sectorSize));
+    QCOMPARE(behind.mid(2 * sectorSize), before.mid(2 * sectorSize));
+    QCOMPARE(gFileIdentity(File()), identity);
+}
+
+void tst_ResumeState::a_state_of_another_layout_becomes_a_new_file()
+{
+    QVERIFY(gWriteFile(File(), "[DownLoad_Tasks]\nStart_Byte1=1\n"));
+    ResumeState state(m_folder->path());
+    state.SetStartByte(1, 22);
+    QVERIFY(state.SyncProgress());
+    QCOMPARE(gReadFile(File()).size() % sectorSize, 0);
+    QCOMPARE(gReadIniText(File()).value("DownLoad_Tasks/Start_Byte1"), QStringLiteral("22"));
 }
 
 void tst_ResumeState::sync_reports_a_folder_that_cannot_be_written()
