@@ -14,6 +14,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QSslConfiguration>
 #include <QThread>
 #include <QTimer>
 
@@ -53,6 +54,15 @@ void gWaitAtTheEnd()
 {
     UpdateEventReport::GetInstance()->WaitForReports();
 }
+
+/// Makes what the network layer and its TLS library make once, at their first use, and take down when
+/// the process calls `exit`, the latest first. What is older than the reports outlives them: a process
+/// that ends in the middle waits for its report, which would crash without it.
+void gMakeNetworkGlobals()
+{
+    const QNetworkAccessManager manager;
+    QSslConfiguration::defaultConfiguration();
+}
 } // namespace
 
 EventSink &gProcessReports(const QString &configDirectory)
@@ -72,6 +82,7 @@ UpdateEventReport::UpdateEventReport()
     , m_pid(ProductId(InstallLanguage()))
 {
     gStayLoaded();
+    gMakeNetworkGlobals();
 }
 
 UpdateEventReport::~UpdateEventReport()

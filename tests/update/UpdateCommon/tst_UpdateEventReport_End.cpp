@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QtTest>
 
+#include <array>
 #include <cstdlib>
 #include <optional>
 
@@ -20,6 +21,7 @@ class tst_UpdateEventReport_End : public QObject
 private slots:
     void a_process_does_not_hang_that_ends_data();
     void a_process_does_not_hang_that_ends();
+    void processes_that_end_in_the_middle_do_not_crash();
 };
 
 void tst_UpdateEventReport_End::a_process_does_not_hang_that_ends_data()
@@ -44,6 +46,25 @@ void tst_UpdateEventReport_End::a_process_does_not_hang_that_ends()
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
     QTEST(rig.Server().Connections(), "attempts");
+}
+
+/// The report is on its way in the network layer, or about to be, while the process takes down what that
+/// layer keeps. Several side by side come to different places of it.
+void tst_UpdateEventReport_End::processes_that_end_in_the_middle_do_not_crash()
+{
+    UpdateRig rig;
+    rig.WriteSetting("StatisticsHost", rig.Server().Host());
+    std::array<QProcess, 12> processes;
+    for (QProcess &process : processes) {
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QCoreApplication::applicationFilePath(),
+                      {"--in-the-middle", rig.ConfigFolder()});
+    }
+    for (QProcess &process : processes) {
+        QVERIFY2(process.waitForFinished(60000), "attempts of 5 s");
+        QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0,
+                 process.readAll().constData());
+    }
 }
 
 static void gReport()
