@@ -4,6 +4,7 @@
 import json
 import shutil
 import statistics
+import sys
 from dataclasses import dataclass, field, replace
 from pathlib import Path
 
@@ -68,6 +69,16 @@ class SyncedCurl(Curl):
 
     def download(self, job: Job) -> Run:
         return in_sequence([super().download(job), run(["sync", "-d", str(self.output(job))])])
+
+
+class PlainCopy(Downloader):
+    """What is left when a downloader does nothing but copy; no peer, since it can do nothing else."""
+
+    name = "plain copy + sync"
+    program = sys.executable
+
+    def command(self, job: Job) -> list[str]:
+        return [sys.executable, "-B", Path(__file__).parent / "plain_copy.py", job.url, self.output(job)]
 
 
 class PersistentCurl(Curl):

@@ -8,7 +8,7 @@ from collections.abc import Iterator
 from contextlib import contextmanager
 from pathlib import Path
 
-from .downloaders import Aria2, Axel, Curl, Downloader, SyncedCurl, Wget
+from .downloaders import Aria2, Axel, Curl, Downloader, PlainCopy, SyncedCurl, Wget
 from .measure import Run, Unavailable
 from .model import Section, at_least, at_most, median, not_measured, number, ratio, spread
 from .packages import Package
@@ -92,7 +92,7 @@ def on_disk(
 
 
 def plain_on_disk(bench: Bench) -> Iterator[Section]:
-    contenders = [Curl(), SyncedCurl(), Aria2(), bench.module]
+    contenders = [PlainCopy(), Curl(), SyncedCurl(), Aria2(), bench.module]
     yield on_disk(bench, "1. Plain HTTP", contenders, is_tls=False, goal="1", wall=1.05, cpu=1.0)
 
 
