@@ -76,13 +76,14 @@ QByteArray gIniText(const IniValues &values)
     for (auto value = values.begin(); value != values.end(); ++value) {
         const QByteArray &key = value.key();
         const int nameStart = key.indexOf('/') + 1;
-        const QByteArray itsGroup = key.left(nameStart);
-        if (itsGroup != group) {
-            text += (text.isEmpty() ? "[" : "\n[") + itsGroup.chopped(1) + "]\n";
-            group = itsGroup;
+        if (group.size() != nameStart || !key.startsWith(group)) {
+            group = key.left(nameStart);
+            text += (text.isEmpty() ? "[" : "\n[") + group.chopped(1) + "]\n";
         }
         text.append(key.constData() + nameStart, key.size() - nameStart);
-        text += '=' + gQuoted(value.value()) + '\n';
+        text += '=';
+        text += gQuoted(value.value());
+        text += '\n';
     }
     return text;
 }

@@ -73,11 +73,14 @@ void StateFile::Close()
     m_text.clear();
 }
 
+bool StateFile::HasName() const
+{
+    return m_file.isOpen() && m_file.exists();
+}
+
 bool StateFile::Overwrite(const QByteArray &text)
 {
-    // One that was removed would still take the bytes on some systems.
-    const bool isThere = m_file.isOpen() && m_file.exists();
-    if (!isThere || text.size() > Size() || !m_file.seek(0)) {
+    if (!m_file.isOpen() || text.size() > Size() || !m_file.seek(0)) {
         Close();
         return false;
     }

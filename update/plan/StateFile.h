@@ -28,6 +28,8 @@ public:
     void Close();
     /// Bytes that can be written over; 0 while the file is not open.
     int Size() const { return m_text.size(); }
+    /// The open file is still there: one that was removed takes bytes on some systems, and loses them.
+    bool HasName() const;
 
     /// Writes @p text, of `Size` bytes at most, over the beginning of the file. Where that fails, what
     /// was there is put back, and the file is closed: it has to be replaced.

@@ -98,7 +98,7 @@ void StateValues::Reload()
 
 bool StateValues::Sync()
 {
-    if (m_file.Overwrite(TextInPlace())) {
+    if (m_file.HasName() && m_file.Overwrite(TextInPlace())) {
         m_isChanged = false;
     } else {
         EndReplacement(gReplaceStateFile(Path(), BeginReplacement()));

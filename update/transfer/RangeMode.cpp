@@ -43,7 +43,7 @@ void RangeMode::Accept(const RangeAnswer &answer)
 bool RangeMode::Record(qint64 bytes)
 {
     m_state.alreadyDownloaded += bytes;
-    m_store.Save(m_state.alreadyDownloaded);
+    m_store.SaveChunk(m_state.alreadyDownloaded);
     return true;
 }
 

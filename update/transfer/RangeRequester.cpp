@@ -18,7 +18,7 @@ constexpr qint64 readBufferSize = qint64{576} * 1024;
 /// A chunk costs a write of the package and one of the state. An encrypted connection brings 4 KiB at
 /// a time.
 constexpr qint64 chunkSize = qint64{448} * 1024;
-constexpr int longestMoment = 20; // milliseconds
+constexpr int longestMoment = 40; // milliseconds
 } // namespace
 
 RangeRequester::RangeRequester(const DownloadSystem &system, QObject *parent)

@@ -63,13 +63,24 @@ qint64 RangeStore::Write(std::string_view bytes, const char *function)
     return written;
 }
 
+void RangeStore::SaveChunk(qint64 alreadyDownloaded)
+{
+    SetProgress(alreadyDownloaded);
+    Tell(m_state.SyncProgress());
+}
+
 void RangeStore::Save(qint64 alreadyDownloaded)
+{
+    SetProgress(alreadyDownloaded);
+    Tell(m_state.Sync());
+}
+
+void RangeStore::SetProgress(qint64 alreadyDownloaded)
 {
     if (!m_isWhole) {
         m_state.SetAlreadyDownloaded(alreadyDownloaded);
         m_state.SetStartByte(m_rangeNumber, m_nextByte);
     }
-    Tell(m_state.SyncProgress());
 }
 
 /// Once for a series of failures.

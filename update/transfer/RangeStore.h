@@ -31,7 +31,9 @@ public:
     /// Writes @p bytes and advances. Nothing is ever written behind the range, or behind the package.
     /// @return how many bytes of @p bytes were written.
     qint64 Write(std::string_view bytes, const char *function);
-    /// Puts on disk how far the range has come, and @p alreadyDownloaded bytes of the package.
+    /// Puts on disk how far the range has come, and @p alreadyDownloaded bytes of the package: with one
+    /// small write behind a chunk, or with all that the state has.
+    void SaveChunk(qint64 alreadyDownloaded);
     void Save(qint64 alreadyDownloaded);
 
     qint64 NextByte() const { return m_nextByte; }
@@ -53,6 +55,7 @@ public:
     void MarkAsDoubtful();
 
 private:
+    void SetProgress(qint64 alreadyDownloaded);
     void Tell(bool isSaved);
 
     PackageFile m_file;
