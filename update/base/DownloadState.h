@@ -2,10 +2,13 @@
 
 #pragma once
 
+#include "update/base/LoopTurn.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QtGlobal>
 
+#include <memory>
 #include <vector>
 
 /// What the plan and the downloaders of its ranges share. There is one for the process; it is made
@@ -26,6 +29,8 @@ struct DownloadState {
     QByteArray validator;
     /// Room for what has arrived, while it is written: one for all ranges, kept from chunk to chunk.
     std::vector<char> chunk;
+    /// The range that has it writes a chunk.
+    std::shared_ptr<LoopTurn> turn = std::make_shared<LoopTurn>();
     /// Path of the installer that is ready to be started.
     QString installerReady;
 

@@ -3,11 +3,14 @@
 #include "update/transfer/RangeRequester.h"
 
 #include "update/base/DeferredDeletion.h"
+#include "update/base/LoopTurn.h"
 #include "update/base/NetworkFailure.h"
 #include "update/transfer/TransferWatch.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
+
+#include <utility>
 
 namespace
 {
@@ -21,13 +24,15 @@ constexpr qint64 chunkSize = qint64{448} * 1024;
 constexpr int longestMoment = 40; // milliseconds
 } // namespace
 
-RangeRequester::RangeRequester(const DownloadSystem &system, QObject *parent)
+RangeRequester::RangeRequester(const DownloadSystem &system, std::shared_ptr<LoopTurn> turn,
+                               QObject *parent)
     : QObject(parent)
     , m_watch(new TransferWatch(system, this))
+    , m_turn(std::move(turn))
 {
     MakeManager();
     m_moment.setSingleShot(true);
-    connect(&m_moment, &QTimer::timeout, this, [this] { HandOver(m_reply); });
+    connect(&m_moment, &QTimer::timeout, this, &RangeRequester::EndMoment);
     connect(m_watch, &TransferWatch::Judging, this, [this] { HandOver(m_reply); });
     connect(m_watch, &TransferWatch::AskAgain, this, &RangeRequester::AskAgain);
     connect(m_watch, &TransferWatch::GivenUp, this, &RangeRequester::GivenUp);
@@ -89,6 +94,16 @@ void RangeRequester::Arrive()
     const int pause = m_reply->bytesAvailable() >= chunkSize ? 0 : longestMoment;
     if (!m_moment.isActive() || pause < m_moment.interval()) {
         m_moment.start(pause);
+    }
+}
+
+/// Five chunks in one pass of the event loop would hold up the window five times as long.
+void RangeRequester::EndMoment()
+{
+    if (m_turn->Take()) {
+        HandOver(m_reply);
+    } else {
+        m_moment.start(0);
     }
 }
 

@@ -7,6 +7,9 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <memory>
+
+class LoopTurn;
 class QNetworkAccessManager;
 class QNetworkRequest;
 class TransferWatch;
@@ -29,7 +32,8 @@ class RangeRequester : public QObject
     Q_OBJECT
 
 public:
-    RangeRequester(const DownloadSystem &system, QObject *parent);
+    /// @param turn which the requesters of a download take to hand over what has arrived
+    RangeRequester(const DownloadSystem &system, std::shared_ptr<LoopTurn> turn, QObject *parent);
     ~RangeRequester() override;
 
     /// Sends @p request and watches over its reply.
@@ -72,11 +76,13 @@ private:
     void ConnectReply(QNetworkReply *reply);
     void EndOfManager(QNetworkReply *reply);
     void Arrive();
+    void EndMoment();
     bool HandOver(const QNetworkReply *reply);
 
     QNetworkAccessManager *m_manager = nullptr;
     QPointer<QNetworkReply> m_reply;
     TransferWatch *m_watch;
+    std::shared_ptr<LoopTurn> m_turn;
     QTimer m_moment;
     bool m_hasArrived = false;
 };

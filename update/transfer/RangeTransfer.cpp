@@ -26,7 +26,7 @@ RangeTransfer::RangeTransfer(ResumeState &state, const UpdateContext &context, Q
     , m_context(context)
     , m_store(state)
     , m_filter(m_store)
-    , m_requester(new RangeRequester(context.system, this))
+    , m_requester(new RangeRequester(context.system, context.state.turn, this))
 {
 }
 

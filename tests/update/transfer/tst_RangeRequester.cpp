@@ -5,13 +5,16 @@
 #include "tests/support/HttpServer.h"
 #include "tests/support/TestBytes.h"
 #include "update/base/DownloadSystem.h"
+#include "update/base/LoopTurn.h"
 #include "update/transfer/RangeHttp.h"
 #include "update/transfer/TransferWatch.h"
 
 #include <QNetworkAccessManager>
 #include <QtTest>
 
+#include <memory>
 #include <utility>
+#include <vector>
 
 class tst_RangeRequester : public QObject
 {
@@ -20,6 +23,7 @@ class tst_RangeRequester : public QObject
 private slots:
     void a_body_that_is_not_read_stays_with_the_server();
     void small_pieces_are_handed_over_together();
+    void one_requester_hands_over_in_a_pass_of_the_event_loop();
     void what_has_arrived_comes_before_the_end_data();
     void what_has_arrived_comes_before_the_end();
     void what_has_arrived_comes_before_a_stall_is_judged();
@@ -30,6 +34,7 @@ private slots:
 
 private:
     DownloadSystem m_system;
+    std::shared_ptr<LoopTurn> m_turn = std::make_shared<LoopTurn>();
 };
 
 void tst_RangeRequester::a_body_that_is_not_read_stays_with_the_server()
@@ -39,7 +44,7 @@ void tst_RangeRequester::a_body_that_is_not_read_stays_with_the_server()
     HttpServer server;
     const QByteArray body = gTestBytes(8 * megabyte);
     server.Serve("/package", HttpAnswer::Body(body));
-    RangeRequester requester(m_system, nullptr);
+    RangeRequester requester(m_system, m_turn, nullptr);
     const QSignalSpy ended(&requester, &RangeRequester::Ended);
     requester.Send(gPackageRequest(server.Url("/package")));
     const auto available = [&requester] { return requester.Reply()->bytesAvailable(); };
@@ -57,7 +62,7 @@ void tst_RangeRequester::small_pieces_are_handed_over_together()
     HttpAnswer answer = HttpAnswer::Body(gTestBytes(4000));
     answer.chunkSize = 10;
     server.Serve("/package", answer);
-    RangeRequester requester(m_system, nullptr);
+    RangeRequester requester(m_system, m_turn, nullptr);
     QByteArray received;
     int handedOver = 0;
     connect(&requester, &RangeRequester::Readable, this, [&] {
@@ -69,6 +74,39 @@ void tst_RangeRequester::small_pieces_are_handed_over_together()
             [&] { QVERIFY2(requester.HasArrived(), "it waits for more"); });
     QTRY_COMPARE(received, gTestBytes(4000));
     QVERIFY2(handedOver < 100, qPrintable(QString::number(handedOver)));
+}
+
+void tst_RangeRequester::one_requester_hands_over_in_a_pass_of_the_event_loop()
+{
+    constexpr int requesterCount = 5;
+    constexpr int bodySize = 3000000;
+
+    HttpServer server;
+    const QByteArray body = gTestBytes(bodySize + 1);
+    server.Serve("/package", HttpAnswer::Broken(body, HttpAnswer::Fault::StallAfter, bodySize));
+    int pass = 0;
+    QTimer passes;
+    connect(&passes, &QTimer::timeout, this, [&pass] { ++pass; });
+    passes.start(0);
+    QList<int> passesOfChunks;
+    qint64 received = 0;
+    std::vector<std::unique_ptr<RangeRequester>> requesters;
+    for (int number = 0; number < requesterCount; ++number) {
+        requesters.push_back(std::make_unique<RangeRequester>(m_system, m_turn, nullptr));
+        RangeRequester *const requester = requesters.back().get();
+        connect(requester, &RangeRequester::Readable, this, [&, requester] {
+            received += requester->Reply()->readAll().size();
+            passesOfChunks.append(pass);
+        });
+        requester->Send(gPackageRequest(server.Url("/package")));
+        // It hands over what has arrived as well, ten times a second.
+        disconnect(requester->Reply(), &QNetworkReply::downloadProgress, requester, nullptr);
+    }
+    QTRY_COMPARE(received, qint64(requesterCount) * bodySize);
+    QVERIFY(passesOfChunks.size() > requesterCount);
+    for (int chunk = 1; chunk < passesOfChunks.size(); ++chunk) {
+        QVERIFY(passesOfChunks.at(chunk) > passesOfChunks.at(chunk - 1));
+    }
 }
 
 void tst_RangeRequester::what_has_arrived_comes_before_the_end_data()
@@ -86,7 +124,7 @@ void tst_RangeRequester::what_has_arrived_comes_before_the_end()
     server.Serve("/package",
                  cutAfter < 0 ? HttpAnswer::Body(body)
                               : HttpAnswer::Broken(body, HttpAnswer::Fault::CloseAfter, cutAfter));
-    RangeRequester requester(m_system, nullptr);
+    RangeRequester requester(m_system, m_turn, nullptr);
     QByteArray received;
     QList<int> atTheEnd;
     connect(&requester, &RangeRequester::Readable, this, [&] {
@@ -111,7 +149,7 @@ void tst_RangeRequester::what_has_arrived_comes_before_a_stall_is_judged()
 {
     HttpServer server;
     server.Serve("/package", HttpAnswer::Broken("bytes", HttpAnswer::Fault::StallAfter, 3));
-    RangeRequester requester(m_system, nullptr);
+    RangeRequester requester(m_system, m_turn, nullptr);
     const QSignalSpy readable(&requester, &RangeRequester::Readable);
     requester.Send(gPackageRequest(server.Url("/package")));
     int judged = 0;
@@ -132,7 +170,7 @@ void tst_RangeRequester::what_arrives_while_a_slot_runs_an_event_loop_is_handed_
     answer.chunkSize = 1000;
     answer.chunkPauseMs = 100;
     server.Serve("/package", answer);
-    RangeRequester requester(m_system, nullptr);
+    RangeRequester requester(m_system, m_turn, nullptr);
     QByteArray received;
     bool isFirst = true;
     connect(&requester, &RangeRequester::Readable, this, [&] {
@@ -152,7 +190,7 @@ void tst_RangeRequester::a_dropped_reply_sends_no_signal()
 {
     HttpServer server;
     server.Serve("/package", HttpAnswer::Broken("bytes", HttpAnswer::Fault::StallAfter, 3));
-    RangeRequester requester(m_system, nullptr);
+    RangeRequester requester(m_system, m_turn, nullptr);
     const QSignalSpy ended(&requester, &RangeRequester::Ended);
     const QSignalSpy failed(&requester, &RangeRequester::Failed);
     const QSignalSpy readable(&requester, &RangeRequester::Readable);
@@ -178,7 +216,7 @@ void tst_RangeRequester::a_dropped_connection_is_not_used_again()
     QFETCH(int, connections);
     HttpServer server;
     server.Serve("/package", HttpAnswer::Body("bytes"));
-    RangeRequester requester(m_system, nullptr);
+    RangeRequester requester(m_system, m_turn, nullptr);
     const QSignalSpy ended(&requester, &RangeRequester::Ended);
     const QSignalSpy finished(&requester, &RangeRequester::ManagerFinished);
     requester.Send(gPackageRequest(server.Url("/package")));
