@@ -2,7 +2,6 @@
 
 #include "update/PackageDownload.h"
 
-#include "api/Log.h"
 #include "platform/ProcessLock.h"
 #include "update/base/DownloadState.h"
 #include "update/base/DownloadSystem.h"
@@ -15,12 +14,6 @@
 
 #include <algorithm>
 #include <utility>
-
-namespace
-{
-constexpr char logFile[] = "LiveUpdateMgr";
-constexpr char logFunction[] = "LiveUpdateMgr::StartDownload";
-} // namespace
 
 PackageDownload::PackageDownload(const DownloadTarget &target, const QString &oldPackagePath,
                                  qint64 total, ResumeState &state, const UpdateContext &context,
@@ -39,6 +32,11 @@ PackageDownload::PackageDownload(const DownloadTarget &target, const QString &ol
     connect(m_files, &PlanFiles::NotMade, this, &PackageDownload::RunWithoutNewFile);
 }
 
+PackageDownload::~PackageDownload()
+{
+    EndPlan();
+}
+
 // --- The plan --------------------------------------------------------------------------------------
 
 bool PackageDownload::Plan()
@@ -48,11 +46,13 @@ bool PackageDownload::Plan()
         return false;
     }
     m_context.state.BeginPlan();
+    m_resumeState.Close();
     m_resumeState.Reload();
     if (m_total == 0) {
         m_lock.reset();
         return false;
     }
+    m_isPlanned = true;
     m_start = gResumePoint(m_resumeState, m_total, m_context.system.bootIdentity());
     m_isFresh = !gCanResume(m_resumeState, m_start, m_total, m_target.path,
                             m_files->IdentityWith(m_target.path));
@@ -145,7 +145,7 @@ void PackageDownload::Connect(DownloadMgr *downloader)
     // one: they close the file before it is moved into place.
     connect(downloader, &DownloadMgr::DownloadFinished, this, [this, downloader] {
         StopOthers(downloader);
-        m_resumeState.Close();
+        EndPlan();
     });
 }
 
@@ -162,7 +162,7 @@ void PackageDownload::RememberFailedPatch()
 {
     m_resumeState.SetFailedPatch(m_target.expectedMd5);
     m_resumeState.Sync();
-    m_resumeState.Close();
+    EndPlan();
     emit PatchIncreasePackageFaild();
 }
 
@@ -211,12 +211,17 @@ void PackageDownload::EndPlanWithTheLastRange()
     }
 }
 
-/// The lock and the state may be another process's from here on.
+/// The lock and the state may be another process's from here on. Without a plan they are that of another
+/// dialog of this process.
 void PackageDownload::EndPlan()
 {
+    if (!std::exchange(m_isPlanned, false)) {
+        return;
+    }
     m_files->Cancel();
     m_flushSchedule->End();
     m_resumeState.Close();
+    m_context.state.ReleaseChunk();
     m_lock.reset();
 }
 

@@ -41,6 +41,7 @@ public:
     ///                       package
     PackageDownload(const DownloadTarget &target, const QString &oldPackagePath, qint64 total,
                     ResumeState &state, const UpdateContext &context, QObject *parent);
+    ~PackageDownload() override;
 
     /// Takes the lock of the packages, then reads where an earlier download of the package stopped.
     /// @return false when another process has the lock, or when the size is 0
@@ -105,6 +106,8 @@ private:
     std::shared_ptr<ProcessLock> m_lock;
     ResumePoint m_start;
     std::array<QPointer<DownloadMgr>, ResumeState::rangeCount> m_downloaders;
+    /// From `Plan` to `EndPlan`.
+    bool m_isPlanned = false;
     bool m_isFresh = false;
     qint64 m_downloaded = 0;
     /// Written bytes that the flush schedule has been given.

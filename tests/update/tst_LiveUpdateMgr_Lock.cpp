@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 
+#include "platform/FileIdentity.h"
 #include "platform/ProcessLock.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestBytes.h"
@@ -99,7 +100,11 @@ void tst_LiveUpdateMgr_Lock::a_dialog_that_was_refused_leaves_the_download_of_an
         UpdateRig::Manifest(m_rig->Server().Address("/files/setup.exe")));
     second.UpdateNow();
     QCOMPARE(hint.findChild<QLabel *>()->text(), QStringLiteral("Failed to download the update."));
+    const QString state = gFileIdentity(m_rig->StateFile());
     emit hint.Close();
+    const qint64 saved = gDownloadState().alreadyDownloaded;
+    QTRY_VERIFY(gDownloadState().alreadyDownloaded > saved);
+    QVERIFY2(gFileIdentity(m_rig->StateFile()) == state, "it is still written over in place");
     QTRY_COMPARE(m_rig->Boxes(), 1);
     QVERIFY(gReadFile(m_rig->Installer()) == m_package);
 }

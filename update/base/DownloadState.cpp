@@ -13,6 +13,8 @@ void DownloadState::BeginPlan()
     downloadStarted = true;
     finishedSegments = 0;
     validator.clear();
+    // Of this application object: a turn that an earlier one never came round to would stay taken.
+    turn = std::make_shared<LoopTurn>();
 }
 
 DownloadState::Left DownloadState::CountEndedRange(qint64 packageSize)
@@ -37,6 +39,11 @@ bool DownloadState::EndDownload()
     const bool wasStarted = downloadStarted;
     downloadStarted = false;
     finishedSegments = 0;
-    chunk = {};
+    ReleaseChunk();
     return wasStarted;
+}
+
+void DownloadState::ReleaseChunk()
+{
+    std::vector<char>().swap(chunk);
 }

@@ -52,6 +52,9 @@ struct DownloadState {
 
     /// Ends the download. @return whether this call was the one that ended it.
     bool EndDownload();
+
+    /// Gives the memory of `chunk` back.
+    void ReleaseChunk();
 };
 
 /// The state of this process. For the dialog, which hands it in, and for tests.

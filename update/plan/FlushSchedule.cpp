@@ -75,6 +75,10 @@ void FlushSchedule::Flush()
 
 void FlushSchedule::Record(const Bytes &bytes)
 {
+    if (!m_state.IsOpen()) {
+        EndFlush();
+        return; // The package is complete, and the state may be another process's.
+    }
     const QString boot = m_system.bootIdentity();
     if (!boot.isEmpty() && m_state.KnowsBoot() && m_state.BootId().isEmpty()) {
         EndFlush();

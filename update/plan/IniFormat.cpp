@@ -78,7 +78,7 @@ QByteArray gIniText(const IniValues &values)
         const int nameStart = key.indexOf('/') + 1;
         if (group.size() != nameStart || !key.startsWith(group)) {
             group = key.left(nameStart);
-            text += (text.isEmpty() ? "[" : "\n[") + group.chopped(1) + "]\n";
+            text += (text.isEmpty() ? "[" : "\n[") + group.left(group.size() - 1) + "]\n";
         }
         text.append(key.constData() + nameStart, key.size() - nameStart);
         text += '=';

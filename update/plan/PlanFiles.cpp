@@ -42,6 +42,11 @@ void PlanFiles::Cancel()
 {
     ++m_run;
     m_replacement->Cancel();
+    if (m_isGivenUp != nullptr) {
+        *m_isGivenUp = true;
+        m_isGivenUp.reset();
+        m_state.AbandonReplacement();
+    }
     m_lock.reset();
 }
 
@@ -49,6 +54,7 @@ void PlanFiles::Cancel()
 
 void PlanFiles::GoOn(const ResumePoint &start, const std::shared_ptr<ProcessLock> &lock)
 {
+    Cancel();
     m_lock = lock;
     m_isFresh = false;
     if (start.isTakenBack) {
@@ -71,11 +77,12 @@ void PlanFiles::Plan(const ResumePoint &start, const QString &file)
 /// cannot be written, an older plan is removed: it would be taken for that of the new, empty file.
 void PlanFiles::Write(void (PlanFiles::*next)())
 {
+    m_isGivenUp = std::make_shared<std::atomic<bool>>(false);
     const auto write = [path = m_state.Path(), text = m_state.BeginReplacement(),
                         patience = m_context.system.replaceLimit, isFresh = m_isFresh,
-                        flushFolder = m_context.system.flushFolder,
+                        flushFolder = m_context.system.flushFolder, isGivenUp = m_isGivenUp,
                         folder = m_context.configDirectory, held = m_lock]() mutable {
-        const bool isWritten = gReplaceStateFile(path, text, patience);
+        const bool isWritten = gReplaceStateFile(path, text, patience, isGivenUp.get());
         if (!isWritten && isFresh) {
             QFile::remove(path);
         }
@@ -84,17 +91,16 @@ void PlanFiles::Write(void (PlanFiles::*next)())
         return isWritten;
     };
     gRunInBackground<bool>(write, this, [this, next, run = m_run](bool isWritten) {
-        EndWrite(isWritten);
         if (run == m_run) {
+            EndWrite(isWritten);
             (this->*next)();
-        } else {
-            m_state.Close(); // The lock is another process's.
         }
     });
 }
 
 void PlanFiles::EndWrite(bool isWritten)
 {
+    m_isGivenUp.reset();
     m_state.EndReplacement(isWritten);
     if (!isWritten) {
         QUILLON_LOG(logFile, logFunction,
@@ -109,6 +115,7 @@ void PlanFiles::EndWrite(bool isWritten)
 /// names the new file, and is on disk before that takes the place of the old one.
 void PlanFiles::StartAnew(const ResumePoint &start, const std::shared_ptr<ProcessLock> &lock)
 {
+    Cancel();
     m_lock = lock;
     m_isFresh = true;
     const auto make = [newFile = gNewTarget(m_target.path), total = m_total,

@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QString>
 
+#include <atomic>
 #include <memory>
 
 class FileReplacement;
@@ -67,6 +68,8 @@ private:
     std::shared_ptr<ProcessLock> m_lock;
     /// The file of a fresh start, until it has the target's name; empty when there is none.
     QString m_newFile;
+    /// Tells the thread that writes the state when nobody waits for it any more; null when none does.
+    std::shared_ptr<std::atomic<bool>> m_isGivenUp;
     bool m_isFresh = false;
     /// Counts starts and cancels, so that work of an earlier run is ignored.
     int m_run = 0;

@@ -85,7 +85,8 @@ public:
 
     QString Path() const { return m_values->Path(); }
 
-    /// Takes over what another program has written, unless there is something that is not on disk yet.
+    /// Takes over what another program has written, unless a plan of this process runs or there is
+    /// something that is not on disk yet.
     void Reload() { m_values->Reload(); }
     /// Puts everything on disk: over the file in place where that has room, else as a new file.
     /// @return false when that failed; the file is as it was then.
@@ -96,11 +97,14 @@ public:
     /// Behind the end of a download the file may be another process's. What is synced later is a new
     /// file.
     void Close() { m_values->Close(); }
+    bool IsOpen() const { return m_values->IsOpen(); }
 
     /// A new file in two steps, of which the one that waits for the disk can run on another thread:
     /// `gReplaceStateFile` with this text, and then `EndReplacement`. Nothing may be changed between.
+    /// Who does not wait for its end abandons it: what is on disk counts then.
     QByteArray BeginReplacement() { return m_values->BeginReplacement(); }
     void EndReplacement(bool isReplaced) { m_values->EndReplacement(isReplaced); }
+    void AbandonReplacement() { m_values->AbandonReplacement(); }
 
 private:
     std::shared_ptr<StateValues> m_values;

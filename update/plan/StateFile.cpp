@@ -30,13 +30,15 @@ bool gMakeFile(const QString &path, const QByteArray &text)
            gWriteAll(&file, text) == text.size();
 }
 
-bool gRenamePatiently(const QString &from, const QString &to, std::chrono::milliseconds patience)
+bool gRenamePatiently(const QString &from, const QString &to, std::chrono::milliseconds patience,
+                      const std::atomic<bool> *isGivenUp)
 {
     constexpr std::chrono::milliseconds pause{100};
 
     QString failure;
     RenameResult result = gRenameOver(from, to, &failure);
-    for (; result == RenameResult::Busy && patience > pause; patience -= pause) {
+    const auto goesOn = [&] { return isGivenUp == nullptr || !*isGivenUp; };
+    for (; result == RenameResult::Busy && patience > pause && goesOn(); patience -= pause) {
         QThread::msleep(static_cast<unsigned long>(pause.count()));
         result = gRenameOver(from, to, &failure);
     }
@@ -98,13 +100,13 @@ bool StateFile::Overwrite(const QByteArray &text)
 }
 
 bool gReplaceStateFile(const QString &path, const QByteArray &text,
-                       std::chrono::milliseconds patience)
+                       std::chrono::milliseconds patience, const std::atomic<bool> *isGivenUp)
 {
     const QString newFile = path + QStringLiteral(".new");
     // Without the flush, a loss of power could leave an empty file under the name.
     const bool isReplaced = gMakeFile(newFile, text) &&
                             gFlushToDisk(newFile) != FlushResult::Failed &&
-                            gRenamePatiently(newFile, path, patience);
+                            gRenamePatiently(newFile, path, patience, isGivenUp);
     if (!isReplaced) {
         QFile::remove(newFile);
     }

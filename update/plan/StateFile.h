@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QString>
 
+#include <atomic>
 #include <chrono>
 
 /// The file of the resume state on disk. A plan puts a new file in the place of the old one, in one
@@ -44,8 +45,10 @@ private:
 
 /// Puts a new file with @p text in the place of the one at @p path, which must not be open here. Its
 /// bytes are on stable storage before it takes the name.
-/// @param patience how long a program that holds the old file is waited for; virus scanners do so
+/// @param patience  how long a program that holds the old file is waited for; virus scanners do so
+/// @param isGivenUp may be set on another thread: nothing is waited for any more
 ///
 /// Thread: any; it waits for the disk. @return whether it is in place
 bool gReplaceStateFile(const QString &path, const QByteArray &text,
-                       std::chrono::milliseconds patience = std::chrono::milliseconds(0));
+                       std::chrono::milliseconds patience = std::chrono::milliseconds(0),
+                       const std::atomic<bool> *isGivenUp = nullptr);

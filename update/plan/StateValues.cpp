@@ -81,14 +81,11 @@ QByteArray StateValues::TextInPlace() const
 
 void StateValues::Reload()
 {
-    if (m_isChanged) {
+    // While the file is open, a plan of this process runs, and nobody else writes it.
+    if (m_isChanged || IsOpen()) {
         return;
     }
     const QByteArray text = m_file.Read();
-    if (text == TextInPlace()) {
-        return;
-    }
-    m_file.Close(); // Another file may have the name now.
     m_parts = {};
     const IniValues values = gParseIni(text);
     for (auto value = values.begin(); value != values.end(); ++value) {
@@ -128,4 +125,9 @@ void StateValues::EndReplacement(bool isReplaced)
         m_file.Open(Text());
     }
     m_isChanged = !isReplaced;
+}
+
+void StateValues::AbandonReplacement()
+{
+    m_isChanged = false;
 }

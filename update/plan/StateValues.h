@@ -44,6 +44,8 @@ public:
     void Close() { m_file.Close(); }
     QByteArray BeginReplacement();
     void EndReplacement(bool isReplaced);
+    void AbandonReplacement();
+    bool IsOpen() const { return m_file.Size() > 0; }
 
 private:
     static constexpr std::size_t partCount = 3;

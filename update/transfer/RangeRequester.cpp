@@ -7,6 +7,7 @@
 #include "update/base/NetworkFailure.h"
 #include "update/transfer/TransferWatch.h"
 
+#include <QMetaMethod>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
 
@@ -60,7 +61,10 @@ void RangeRequester::ConnectReply(QNetworkReply *reply)
     connect(reply, &QNetworkReply::readyRead, this, &RangeRequester::Arrive);
     connect(reply, &QNetworkReply::downloadProgress, this,
             [this, reply](qint64 bytesReceived, qint64 bytesTotal) {
-                if (HandOver(reply)) {
+                // Only where somebody listens: it hands over out of turn, ten times a second.
+                const bool isHeard =
+                    isSignalConnected(QMetaMethod::fromSignal(&RangeRequester::Progressed));
+                if (isHeard && HandOver(reply)) {
                     emit Progressed(bytesReceived, bytesTotal);
                 }
             });
@@ -110,9 +114,12 @@ void RangeRequester::EndMoment()
 /// @return whether @p reply is still at hand
 bool RangeRequester::HandOver(const QNetworkReply *reply)
 {
+    if (reply != m_reply) {
+        return false;
+    }
     m_moment.stop();
     const QPointer<RangeRequester> alive(this);
-    if (m_hasArrived && reply == m_reply) {
+    if (m_hasArrived) {
         emit Readable();
     }
     if (alive == nullptr || reply != m_reply) {

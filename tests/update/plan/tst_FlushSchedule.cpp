@@ -4,6 +4,7 @@
 
 #include "tests/support/IniText.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/TestFiles.h"
 #include "update/base/BackgroundFlush.h"
 
 #include <QMutex>
@@ -36,6 +37,7 @@ private slots:
     void a_flush_of_the_download_before_is_not_recorded();
     void bytes_of_the_download_before_do_not_count();
     void nothing_is_flushed_behind_the_end();
+    void a_flush_that_ends_behind_the_download_leaves_the_state();
     void a_busy_application_does_not_put_it_off();
     void a_flush_leaves_nothing_behind();
     void it_may_be_deleted_during_a_flush();
@@ -59,6 +61,7 @@ void tst_FlushSchedule::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     m_state = std::make_unique<ResumeState>(m_folder->path());
+    QVERIFY2(m_state->Sync(), "as a plan does");
     m_flushes = 0;
     m_result = FlushResult::Flushed;
     while (m_mayFlush.tryAcquire()) {
@@ -235,6 +238,21 @@ void tst_FlushSchedule::nothing_is_flushed_behind_the_end()
     m_schedule->End();
     m_schedule->Written(1000);
     QCOMPARE(gFlushPool()->activeThreadCount(), 0);
+}
+
+void tst_FlushSchedule::a_flush_that_ends_behind_the_download_leaves_the_state()
+{
+    m_state->SetStartByte(1, 200);
+    m_schedule->Written(200);
+    QTRY_COMPARE(m_flushes.load(), 1);
+    m_state->Close();
+    const QByteArray ofAnother("[FullPackage_size]\nFullPackage_size=1\n");
+    QVERIFY(gWriteFile(m_state->Path(), ofAnother));
+    m_mayFlush.release(100);
+    gFlushPool()->waitForDone();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::FutureCallOut);
+    QCOMPARE(gReadFile(m_state->Path()), ofAnother);
+    QVERIFY(!m_state->IsOpen());
 }
 
 void tst_FlushSchedule::a_busy_application_does_not_put_it_off()

@@ -32,6 +32,8 @@ private slots:
     void a_chunk_changes_one_sector_of_the_same_file();
     void a_flush_leaves_the_sector_of_the_chunks();
     void a_state_of_another_layout_becomes_a_new_file();
+    void the_values_of_a_running_plan_are_not_read_anew();
+    void what_is_not_waited_for_is_read_anew();
     void sync_reports_a_folder_that_cannot_be_written();
     void a_leftover_lock_holds_nothing_up_data();
     void a_leftover_lock_holds_nothing_up();
@@ -115,7 +117,7 @@ void tst_ResumeState::a_text_is_read_back()
         state.SetPackageSize(7);
         QVERIFY(state.Sync());
     }
-    // A copy under another path, because `QSettings` caches a file by its path.
+    // A copy under another path: objects on the same file share its values.
     QTemporaryDir other;
     QVERIFY(QFile::copy(File(), other.filePath("CvBreakResumeDownLoad.ini")));
     const ResumeState state(other.path());
@@ -290,6 +292,36 @@ void tst_ResumeState::a_state_of_another_layout_becomes_a_new_file()
     QVERIFY(state.SyncProgress());
     QCOMPARE(gReadFile(File()).size() % sectorSize, 0);
     QCOMPARE(gReadIniText(File()).value("DownLoad_Tasks/Start_Byte1"), QStringLiteral("22"));
+}
+
+void tst_ResumeState::the_values_of_a_running_plan_are_not_read_anew()
+{
+    ResumeState state(m_folder->path());
+    Plan(&state);
+    QVERIFY(state.Sync());
+    QVERIFY(gWriteFile(File(), QByteArray())); // what reads as if it could not be opened
+    const ResumeState ofAnotherDialog(m_folder->path());
+    QCOMPARE(ofAnotherDialog.PackageSize(), 2000000000);
+    QVERIFY(state.Sync());
+    QCOMPARE(gReadIniText(File()).value("FullPackage_size/FullPackage_size"),
+             QStringLiteral("2000000000"));
+    QVERIFY(gWriteFile(File(), "[FullPackage_size]\nFullPackage_size=7\n"));
+    state.Close();
+    state.Reload();
+    QCOMPARE(state.PackageSize(), 7);
+}
+
+void tst_ResumeState::what_is_not_waited_for_is_read_anew()
+{
+    QVERIFY(gWriteFile(File(), "[FullPackage_size]\nFullPackage_size=7\n"));
+    ResumeState state(m_folder->path());
+    state.SetPackageSize(8);
+    state.BeginReplacement();
+    state.Reload();
+    QCOMPARE(state.PackageSize(), 8);
+    state.AbandonReplacement();
+    state.Reload();
+    QCOMPARE(state.PackageSize(), 7);
 }
 
 void tst_ResumeState::sync_reports_a_folder_that_cannot_be_written()

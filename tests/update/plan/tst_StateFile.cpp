@@ -18,6 +18,7 @@ private slots:
     void init();
     void a_new_file_takes_the_place_of_the_old_one();
     void a_folder_in_the_way_leaves_nothing_behind();
+    void a_file_that_is_held_is_not_waited_for_by_who_gave_up();
     void what_is_written_over_it_keeps_the_rest();
     void a_longer_text_needs_a_new_file();
     void a_closed_file_needs_a_new_file();
@@ -54,6 +55,20 @@ void tst_StateFile::a_folder_in_the_way_leaves_nothing_behind()
     QVERIFY(!gReplaceStateFile(Path(), "new"));
     QCOMPARE(Files(), QStringList{"state"});
     QCOMPARE(StateFile(Path()).Read(), QByteArray());
+}
+
+void tst_StateFile::a_file_that_is_held_is_not_waited_for_by_who_gave_up()
+{
+    if (gRemovesOpenFiles()) {
+        QSKIP("On this system a file that is open can be replaced.");
+    }
+    QVERIFY(gWriteFile(Path(), "old"));
+    QFile held(Path());
+    QVERIFY(held.open(QIODevice::ReadOnly));
+    const std::atomic<bool> isGivenUp(true);
+    QVERIFY(!gReplaceStateFile(Path(), "new", std::chrono::hours(1), &isGivenUp));
+    QCOMPARE(Files(), QStringList{"state"});
+    QCOMPARE(StateFile(Path()).Read(), QByteArray("old"));
 }
 
 void tst_StateFile::what_is_written_over_it_keeps_the_rest()
