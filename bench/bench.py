@@ -74,7 +74,8 @@ def measured(name: str, bench: Bench) -> Iterator[Section]:
 
 def main() -> int:
     given = options()
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))  # so that servers and namespaces end as well
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, lambda *_: sys.exit(143))  # so that servers and namespaces end as well
     work = Path(tempfile.mkdtemp(prefix="bench-", dir=given.build.parent))
     memory_folder = Path(tempfile.mkdtemp(prefix="quillon-bench-", dir=MEMORY if os.access(MEMORY, os.W_OK) else work))
     rounds = given.rounds or (3 if given.quick else 9)
@@ -110,7 +111,7 @@ def about_text(given: argparse.Namespace, rounds: int, seconds: float) -> str:
     sections = f" Only: {', '.join(given.names)}." if given.only else ""
     return (
         f"{kind}{sections} {rounds} interleaved rounds, {seconds / 60:.1f} minutes; medians, and medians of the "
-        "ratios within each round."
+        "ratios within each round. Check, patch, memory, state and resume have rounds of their own."
     )
 
 

@@ -21,7 +21,7 @@ namespace
 {
 constexpr qint64 packageSize = 1000000003;
 
-/// What a chunk saves, as `RangeStore::Save` has it.
+/// What a chunk saves, as `RangeStore::SaveChunk` has it.
 bool gSaveChunk(ResumeState *state, int rangeNumber, qint64 nextByte, qint64 downloaded)
 {
     state->SetAlreadyDownloaded(downloaded);

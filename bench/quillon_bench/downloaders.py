@@ -56,7 +56,7 @@ class Curl(Downloader):
 
     def command(self, job: Job) -> list[str]:
         trust = ["--cacert", job.ca] if job.ca else []
-        return ["curl", "-sS", "--fail", *trust, "-o", self.output(job), job.url]
+        return ["curl", "-q", "-sS", "--fail", *trust, "-o", self.output(job), job.url]
 
     def resume(self, job: Job) -> list[str]:
         return self.command(job)[:-1] + ["-C", "-", job.url]
@@ -100,7 +100,7 @@ class Aria2(Downloader):
 
     def command(self, job: Job) -> list[str]:
         trust = [f"--ca-certificate={job.ca}"] if job.ca else []
-        return ["aria2c", "-q", "--no-conf", "-x5", "-s5", "-k1M", "--file-allocation=falloc", *trust,
+        return ["aria2c", "-q", "--no-conf", "-x5", "-s5", "-k1M", "--file-allocation=trunc", *trust,
                 "-d", job.folder, "-o", job.package.name, job.url]
 
     def resume(self, job: Job) -> list[str]:

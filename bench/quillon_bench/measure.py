@@ -39,13 +39,18 @@ class Process:
         self._deadline = time.monotonic() + limit
         self._peak_kib = 0
         self._started = time.monotonic()
-        self._child = subprocess.Popen(
-            self.argv,
-            stdin=subprocess.DEVNULL,
-            stdout=self._output,
-            stderr=subprocess.STDOUT,
-            env={**os.environ, "LC_ALL": "C", **(env or {})},
-        )
+        # A proxy that only some contenders use would compare two networks.
+        without_proxy = {name: value for name, value in os.environ.items() if not name.lower().endswith("_proxy")}
+        try:
+            self._child = subprocess.Popen(
+                self.argv,
+                stdin=subprocess.DEVNULL,
+                stdout=self._output,
+                stderr=subprocess.STDOUT,
+                env={**without_proxy, "LC_ALL": "C", **(env or {})},
+            )
+        except FileNotFoundError as missing:
+            raise Unavailable(f"{self.argv[0]} is not installed") from missing
         self.pid = self._child.pid
 
     def running(self, seconds: float = 0) -> bool:

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 """A download that does nothing but copy: one connection, one buffer, a preallocated file, and a sync. nginx sends by
-`sendfile`. No downloader over HTTP can cost much less, so it is the limit that the others are seen against."""
+`sendfile`. No downloader over HTTP can take much less processor time: the limit that the others are seen against."""
 
 import os
 import socket

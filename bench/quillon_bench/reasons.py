@@ -4,7 +4,8 @@
 REASONS: dict[str, str] = {
     "3b": "Qt's TLS hands on 4 KiB at a time, each with an event between two threads",
     "5b": "the size is asked for on a connection of its own, two round trips before the first byte",
-    "7a": "the write of a chunk waits for the file system's journal while another process syncs",
-    "7b": "a download of a second has fewer than 1,000 beats, so this is the longest gap",
-    "8b": "a save takes 10 µs, and with pieces of 16 KiB a chunk is only what 20 ms bring",
+    "7a": "a write waits while a flush allocates blocks of the same file, and the cores are shared with the threads that "
+    "fetch, the server and the other process",
+    "7b": "a download of a second has about 1,000 beats, so this is the longest gap or the second longest",
+    "8b": "with pieces of 16 KiB a chunk is only what 40 ms bring",
 }

@@ -15,9 +15,13 @@ from .servers import Nginx
 from .surroundings import Bench
 from .transfer import present
 
-CHUNK = 1 << 20  # bytes that the module writes and records at once, at most
+CHUNK = 1 << 20  # what a chunk had at most when the goal was set
 FILE = "resumed.exe"
 SECONDS_TO_HALF = 120
+
+
+class TooFast(Exception):
+    """The download ended before it could be killed."""
 
 
 @dataclass
@@ -79,7 +83,7 @@ def kill_at_half(bench: Bench, who: Downloader, job: Job, nginx: Nginx) -> int:
         process.signal(signal.SIGKILL)
         ended = process.wait()
     if not reached:
-        raise Failure(f"{who.name} did not get to half:\n{ended.output[-2000:]}")
+        raise TooFast(f"{who.name} did not get to half:\n{ended.output[-2000:]}")
     time.sleep(0.3)  # nginx logs a request when it sees that the connection is gone
     return nginx.bytes_sent(job.package) - unread
 
@@ -102,6 +106,16 @@ def kill_and_resume(bench: Bench, who: Downloader, nginx: Nginx, replaced: bool)
         return Outcome(again, is_same(package, who.output(job)), result.status)
 
 
+def at_third_try(bench: Bench, who: Downloader, nginx: Nginx, replaced: bool) -> Outcome:
+    for left in (2, 1, 0):
+        try:
+            return kill_and_resume(bench, who, nginx, replaced)
+        except TooFast as reason:
+            if left == 0:
+                raise Failure(str(reason)) from reason
+    raise AssertionError
+
+
 def row_of(name: str, kept: Outcome, replaced: Outcome, size: int) -> list[str]:
     def told(outcome: Outcome) -> str:
         if outcome.right:
@@ -118,14 +132,17 @@ def resumed(bench: Bench) -> Iterator[Section]:
         f"12. Killed at half of {size:,} bytes and started again",
         ["contender", "fetched twice MiB", "fetched in all", "result", "result when the file was replaced"],
     )
-    contenders: list[Downloader] = present([Curl(), Wget(), Aria2(), Axel(), bench.module])
+    peers = [] if bench.quick else [Curl(), Wget(), Aria2(), Axel()]
+    contenders: list[Downloader] = present([*peers, bench.module])
     with bench.server() as nginx:
         for who in contenders:
-            kept, replaced = (kill_and_resume(bench, who, nginx, replaced=each) for each in (False, True))
+            kept, replaced = (at_third_try(bench, who, nginx, replaced=each) for each in (False, True))
             section.rows.append(row_of(who.name, kept, replaced, size))
             if who is bench.module:
                 again, right = kept, kept.right and replaced.right
     section.verdicts = [at_most("12a", "bytes fetched a second time, in chunks of 1 MiB", again.again / CHUNK, 5)]
     section.verdicts.append(at_most("12b", "wrong results of the module", 0 if right else 1, 0))
+    section.notes.append("Chunks of 1 MiB are those of the goal; the module writes 0.44 to 0.56 MiB at once, in five ranges.")
+    section.notes.append("aria2c saves its state every 60 s and axel every 10 s, and this download takes about a second.")
     section.notes.append("Received is what the server sent less what stood unread in the buffers of the system.")
     yield section

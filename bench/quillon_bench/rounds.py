@@ -4,13 +4,15 @@
 import os
 from collections.abc import Callable
 
-from .measure import Run
+from .measure import Run, Unavailable
 
 
 class Samples(dict[str, list[Run]]):
     """The runs of each contender, one for each round."""
 
     def values(self, name: str, figure: str) -> list[float]:  # type: ignore[override]
+        if name not in self:
+            raise Unavailable(f"{name} is not installed")
         return [getattr(run, figure) for run in self[name]]
 
 

@@ -6,7 +6,7 @@ import subprocess
 import time
 from pathlib import Path
 
-from .measure import Failure
+from .measure import Failure, Unavailable
 from .packages import Package
 
 CONFIGURATION = """daemon off;
@@ -52,23 +52,32 @@ class Nginx:
         self._address = address
         self._limit = limit
         self._process: subprocess.Popen | None = None
-        self.ca = self._folder / "server.pem"
+        self.ca = self._folder / f"server-{address}.pem"
         (self._folder / "manifests").mkdir(parents=True, exist_ok=True)
 
     def __enter__(self) -> "Nginx":
         self._make_certificate()
-        for _ in range(5):  # another process may take a free port first
-            ports = free_ports(self._address, 3)
-            self._write_configuration(ports)
-            command = ["/usr/sbin/nginx", "-p", self._folder, "-c", "nginx.conf", "-e", "error.log"]
-            self._process = subprocess.Popen(command)
-            if self._is_ready(ports):
-                self.plain, self.limited = (f"http://{self._address}:{port}" for port in (ports[0], ports[2]))
-                self.tls = f"https://{self._address}:{ports[1]}"
-                self.port = ports[0]
-                return self
+        try:
+            for _ in range(5):  # another process may take a free port first
+                if self._starts(free_ports(self._address, 3)):
+                    return self
+                self._end()
+        except BaseException:  # __exit__ is not called then
             self._end()
+            raise
         raise Failure("nginx does not start: " + (self._folder / "error.log").read_text())
+
+    def _starts(self, ports: list[int]) -> bool:
+        self._write_configuration(ports)
+        command = ["/usr/sbin/nginx", "-p", self._folder, "-c", "nginx.conf", "-e", "error.log"]
+        try:
+            self._process = subprocess.Popen(command)
+        except FileNotFoundError as missing:
+            raise Unavailable("nginx is not installed") from missing
+        self.plain, self.limited = (f"http://{self._address}:{port}" for port in (ports[0], ports[2]))
+        self.tls = f"https://{self._address}:{ports[1]}"
+        self.port = ports[0]
+        return self._is_ready(ports)
 
     def __exit__(self, *_: object) -> None:
         self._end()
@@ -94,14 +103,18 @@ class Nginx:
         return sum(int(sent) for _, uri, _, sent in lines if uri.endswith("/" + package.name))
 
     def _make_certificate(self) -> None:
+        if self.ca.exists():
+            return
         subprocess.run(
             ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj", f"/CN={self._address}",
-             "-addext", f"subjectAltName=IP:{self._address}", "-keyout", self._folder / "server.key", "-out", self.ca],
+             "-addext", f"subjectAltName=IP:{self._address}", "-keyout", self.ca.with_suffix(".key"), "-out", self.ca],
             check=True, capture_output=True)
 
     def _write_configuration(self, ports: list[int]) -> None:
-        tls = " ssl; ssl_certificate server.pem; ssl_certificate_key server.key"
-        folder, limit = self._folder, f"limit_rate {self._limit};" if self._limit else ""
+        tls = f" ssl; ssl_certificate {self.ca.name}; ssl_certificate_key {self.ca.stem}.key"
+        # It sleeps behind each piece but the last one: of 2 MiB each, a fifth of a package would come too early.
+        limit = f"limit_rate {self._limit}; sendfile_max_chunk {self._limit // 100};" if self._limit else ""
+        folder = self._folder
         servers = "".join(
             SERVER.format(address=self._address, port=port, tls=kind, limit=rate, root=self._packages, folder=folder)
             for port, kind, rate in zip(ports, ("", tls, ""), ("", "", limit))
