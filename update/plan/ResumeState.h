@@ -92,7 +92,7 @@ public:
     /// @return false when that failed; the file is as it was then.
     bool Sync() { return m_values->Sync(); }
     /// Puts `AlreadyDownloaded` and the ranges on disk with one small write, where a plan has made the
-    /// file; as `Sync` otherwise. A file that was removed meanwhile is missed by the next `Sync` only.
+    /// file; as `Sync` otherwise. A file that was removed is made anew by `Sync` only.
     bool SyncProgress() { return m_values->SyncProgress(); }
     /// Behind the end of a download the file may be another process's. What is synced later is a new
     /// file.
