@@ -7,5 +7,4 @@ REASONS: dict[str, str] = {
     "7a": "a write waits while a flush allocates blocks of the same file, and the cores are shared with the threads that "
     "fetch, the server and the other process",
     "7b": "a download of a second has about 1,000 beats, so this is the longest gap or the second longest",
-    "8b": "with pieces of 16 KiB a chunk is only what 40 ms bring",
 }
