@@ -19,7 +19,12 @@
 /// | Quillon | Email          | string    | empty                     | query values of the check |
 /// | Quillon | SetupFile      | path      | no installer is kept      | read by a check, written  |
 /// |         |                |           |                           | when the user puts off    |
+/// | Quillon | SetupSha256    | hex       | no signed one is kept     | the same, with keys set   |
 /// | Quillon | StatisticsHost | host:port | the host of the build     | `gStatisticsHost`         |
+/// | Quillon | TrustSerial    | decimal   | 0                         | `TrustRecord`, with keys  |
+/// | Quillon | TrustTime      | ISO 8601  | no clock was relied on    | `TrustRecord`, with keys  |
+///
+/// "With keys" are the public keys of `UpdateTrust`.
 namespace ProductSettings
 {
 inline constexpr char fileName[] = "/Corvina.ini";
@@ -29,7 +34,10 @@ inline constexpr char defaultInstallLanguage[] = "ENG";
 inline constexpr char quillonGroup[] = "Quillon";
 inline constexpr char emailKey[] = "Email";
 inline constexpr char setupFileKey[] = "SetupFile";
+inline constexpr char setupSha256Key[] = "SetupSha256";
 inline constexpr char statisticsHostKey[] = "StatisticsHost";
+inline constexpr char trustSerialKey[] = "TrustSerial";
+inline constexpr char trustTimeKey[] = "TrustTime";
 } // namespace ProductSettings
 
 /// The language code of the installation, from the settings file in the host's data directory.
