@@ -36,7 +36,7 @@ PackageOffer VersionInfo::Offer() const
     return {namesVersion,  namesVersion ? m_releaseNotes.first().version : QString(),
             m_exeUrl,      m_ownFullPackageMd5,
             m_increaseUrl, m_increaseMd5,
-            m_oldVerify};
+            m_oldVerify,   m_statement};
 }
 
 QString VersionInfo::wrapNotes(QString notes)
@@ -55,6 +55,7 @@ void VersionInfo::ParseXml()
 void VersionInfo::TakeValues(const ManifestValues &manifest)
 {
     m_exeUrl = manifest.exeUrl;
+    m_statement = manifest.statement;
     // Not reset: publishers' manifests may leave it out after the first.
     if (manifest.verify) {
         m_fullPackageMd5 = *manifest.verify;

@@ -87,4 +87,5 @@ private:
     qint64 m_increaseSize = 0;
     bool m_autoNotify = false;
     QString m_oldVerify;
+    std::optional<SignedStatement> m_statement;
 };

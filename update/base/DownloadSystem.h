@@ -5,9 +5,11 @@
 #include "platform/AtomicRename.h"
 #include "platform/BootIdentity.h"
 #include "platform/FileIdentity.h"
+#include "platform/PrivateFolder.h"
 #include "platform/StableStorage.h"
 #include "update/base/BackgroundFlush.h"
 
+#include <QDateTime>
 #include <QtGlobal>
 
 #include <chrono>
@@ -26,8 +28,11 @@ void gCallLater(std::chrono::milliseconds delay, QObject *context,
 struct DownloadSystem {
     /// How long a size query may stay without an answer.
     std::chrono::milliseconds sizeLimit{30000};
-    /// How long a range may stay without a byte.
+    /// How long a range, and a signed answer to a check, may stay without a byte.
     std::chrono::milliseconds stallLimit{30000};
+    /// How long a signed answer may take in all: a server that sends a byte now and then would keep the
+    /// user waiting for days.
+    std::chrono::milliseconds answerLimit{300000};
     /// How long the patch program may take.
     std::chrono::milliseconds patchLimit{90000};
     /// How long a file that another program holds is waited for, and how often it is tried.
@@ -39,12 +44,15 @@ struct DownloadSystem {
 
     std::function<void(std::chrono::milliseconds, QObject *, const std::function<void()> &)>
         callLater = gCallLater;
+    /// By this machine's clock. An invalid time is a clock that cannot be read.
+    std::function<QDateTime()> now = QDateTime::currentDateTimeUtc;
     std::function<QString()> bootIdentity = gBootIdentity;
     FlushFunction flush = gFlushToDisk;
     std::function<void(const QString &)> flushFolder = gFlushFolder;
     std::function<QString(const QString &)> fileIdentity = gFileIdentity;
     std::function<RenameResult(const QString &, const QString &, QString *)> renameOver =
         gRenameOver;
+    std::function<QString(QString *failure)> privateFolder = gPrivateFolder;
 };
 
 /// The real system, for the dialog.

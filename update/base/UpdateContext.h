@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 class EventSink;
 struct DownloadState;
@@ -19,4 +20,6 @@ struct UpdateContext {
     /// `QuillonInit::GetConfigFileDir` at the time when the dialog was constructed. A host that sets
     /// another one later must not spread a download over two state files.
     QString configDirectory;
+    /// `UpdateTrust::GetPublicKeys` at that time; empty for a host that trusts TLS alone.
+    QStringList publicKeys{};
 };

@@ -2,16 +2,22 @@
 
 #pragma once
 
+#include "update/check/ManifestTrust.h"
+#include "update/check/TrustedManifest.h"
+
 #include <QNetworkRequest>
 #include <QObject>
 #include <QPointer>
 #include <QString>
 #include <QUrl>
 
+#include <optional>
+
 class QNetworkAccessManager;
 class QNetworkReply;
 class QSettings;
 class VersionInfo;
+struct UpdateContext;
 
 /// What a check tells the service about the host and its user.
 struct QueryValues {
@@ -30,6 +36,11 @@ QueryValues gGatherQueryValues(QSettings *productSettings);
 ///                └─► Untrusted, Failed
 ///     AskSilently: the same, blocking, with a limit and without signals
 ///
+/// With public keys the whole answer is waited for, and verified before it is parsed:
+///
+///     Start ─► GET ─► the answer ends ─► verified, judged ─► AnswerBegun ─► Answered
+///                └─► Untrusted, Failed ◄───────┘ refused
+///
 /// Thread:    GUI thread.
 /// Ownership: its Qt parent. The manifest outlives it. The host may delete it in any slot.
 /// Errors:    signals; the log says why.
@@ -40,7 +51,8 @@ class VersionCheck : public QObject
 public:
     /// @param urlTemplate see `gBuildCheckUrl`
     /// @param manifest    receives every manifest that is fetched
-    VersionCheck(const QString &urlTemplate, VersionInfo *manifest, QObject *parent);
+    VersionCheck(const QString &urlTemplate, VersionInfo *manifest, const UpdateContext &context,
+                 QObject *parent);
     ~VersionCheck() override;
 
     QUrl Address(const QueryValues &values) const;
@@ -55,11 +67,15 @@ public:
     /// @return whether a newer version exists; false on any failure
     bool AskSilently(const QueryValues &values);
 
+    /// Whether manifests have to be signed.
+    const ManifestTrust &Trust() const { return m_trust; }
+
     /// Reads the answer once, at its first bytes and up to 1 MiB; later bytes are dropped with the
-    /// reply.
+    /// reply. With public keys nothing is read before the answer has ended.
     void ReadAnswer();
 
-    /// Reports a reply that has ended with an error; one without is left to `ReadAnswer`.
+    /// Reports a reply that has ended with an error; one without is left to `ReadAnswer` or, with public
+    /// keys, judged here.
     void ReportEnd(QNetworkReply *reply);
 
 signals:
@@ -67,13 +83,22 @@ signals:
     void Answered();
     /// The server's certificate was not accepted.
     void Untrusted();
-    /// A network error, an error status, or an untrusted server. An error page has begun as an
-    /// answer before.
+    /// A network error, an error status, an untrusted server, or a manifest that was refused. An error
+    /// page has begun as an answer before.
     void Failed();
 
 private:
+    void LimitAnswer(QNetworkReply *reply);
+    void JudgeAnswer(QNetworkReply *reply);
+    bool IsAccepted(const std::optional<TrustedManifest> &manifest, const QString &version,
+                    QString refusal) const;
+
     QString m_urlTemplate;
     VersionInfo *m_manifest;
+    const DownloadSystem &m_system;
+    ManifestTrust m_trust;
+    /// What the service was told of the host's version by the latest check.
+    QString m_version;
     QNetworkAccessManager *m_network;
     QNetworkRequest m_request;
     QPointer<QNetworkReply> m_reply;

@@ -29,7 +29,8 @@ DownloadTarget gDownloadTarget(const PackageOffer &offer, bool incremental)
                 offer.incrementalMd5,
                 true,
                 QString(),
-                offer.version};
+                offer.version,
+                gSignedPackage(offer.statement, true)};
     }
     return {QUrl(offer.fullUrl),
             folder + QStringLiteral("Corvina9(x64).tmp"),
@@ -37,7 +38,8 @@ DownloadTarget gDownloadTarget(const PackageOffer &offer, bool incremental)
             QString(),
             false,
             offer.fullMd5.trimmed(),
-            offer.version};
+            offer.version,
+            gSignedPackage(offer.statement, false)};
 }
 
 QString gIdentifyingMd5(const DownloadTarget &target)

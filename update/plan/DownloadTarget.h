@@ -2,8 +2,12 @@
 
 #pragma once
 
+#include "update/trust/SignedPackage.h"
+
 #include <QString>
 #include <QUrl>
+
+#include <optional>
 
 struct PackageOffer;
 
@@ -20,6 +24,8 @@ struct DownloadTarget {
     /// MD5 of a full package itself; empty when the manifest names none, and for an incremental one.
     QString packageMd5;
     QString version;
+    /// What a verified manifest says of it.
+    std::optional<SignedPackage> signedPackage{};
 };
 
 /// The full or the incremental package of @p offer, in the folder of `gPackageFolder()`, under the name

@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "update/trust/SignedStatement.h"
+
 #include <QList>
 #include <QString>
 
@@ -31,6 +33,8 @@ struct ManifestValues {
     std::optional<QString> oldVerify;
     std::optional<IncreasePackage> increasePackage;
     QList<ReleaseNote> releaseNotes;
+    /// Of a manifest whose signature was verified. `gReadManifest` verifies none, and gives none.
+    std::optional<SignedStatement> statement;
 };
 
 /// Reads the manifest out of @p xml.

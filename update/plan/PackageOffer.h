@@ -2,7 +2,11 @@
 
 #pragma once
 
+#include "update/trust/SignedStatement.h"
+
 #include <QString>
+
+#include <optional>
 
 /// What a manifest offers for download, as values. Addresses are taken as they stand in it.
 struct PackageOffer {
@@ -19,4 +23,6 @@ struct PackageOffer {
     QString incrementalMd5;
     /// MD5 of the kept installer that the incremental package applies to.
     QString keptMd5;
+    /// Of a manifest whose signature was verified: what is fetched and offered has to be what it names.
+    std::optional<SignedStatement> statement;
 };

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+
+#include "update/plan/PlanRefusal.h"
+
+#include "api/Log.h"
+#include "update/plan/DownloadTarget.h"
+#include "update/plan/PackageNames.h"
+
+namespace
+{
+constexpr char logFile[] = "LiveUpdateMgr";
+constexpr char logFunction[] = "LiveUpdateMgr::StartDownload";
+} // namespace
+
+bool gIsRefused(const DownloadTarget &target, bool hasToBeSigned)
+{
+    const bool isUnsigned = hasToBeSigned && !target.signedPackage;
+    const QString refusal =
+        isUnsigned ? QStringLiteral("no signed manifest names it") : gNameRefusal(target);
+    if (refusal.isEmpty()) {
+        return false;
+    }
+    QUILLON_LOG(logFile, logFunction, "the package is not downloaded, %s",
+                refusal.toStdString().c_str());
+    return true;
+}
+
+bool gIsSizeRefused(const DownloadTarget &target, qint64 total)
+{
+    if (total == 0 || !target.signedPackage || target.signedPackage->file.size == total) {
+        return false;
+    }
+    QUILLON_LOG(logFile, logFunction,
+                "the package is not the signed one, it has %lld bytes instead of %lld",
+                static_cast<long long>(total),
+                static_cast<long long>(target.signedPackage->file.size));
+    return true;
+}
