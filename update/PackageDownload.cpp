@@ -123,6 +123,7 @@ void PackageDownload::StartRange(int rangeNumber, ByteRange range,
     m_downloaders.at(static_cast<size_t>(rangeNumber - 1)) = downloader;
     downloader->HoldLock(lock);
     downloader->SetPackageMd5(m_target.packageMd5);
+    downloader->SetSignedPackage(m_target.signedPackage);
     Connect(downloader);
     downloader->ResumeDownload(m_target.path, m_target.url, m_target.installerPath, range.start,
                                range.end, rangeNumber, m_target.isIncremental, m_target.expectedMd5,

@@ -72,7 +72,8 @@ void DownloadMgr::ResumeDownload(const QString &targetPath, const QUrl &url,
            incremental,
            expectedMd5,
            oldPackagePath.isNull() ? targetPath : oldPackagePath,
-           m_packageMd5});
+           m_packageMd5,
+           m_signedPackage});
 }
 
 void DownloadMgr::Fetch(const RangeTask &task)

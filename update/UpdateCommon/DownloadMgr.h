@@ -15,6 +15,7 @@
 #include <QUrl>
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 class NetworkCheck;
@@ -68,7 +69,12 @@ public:
     bool PatchIncreasePackage() { return m_end->Patch(m_task); }
 
     /// Offers an installer that an earlier session kept. Without the file nothing happens.
-    void OfferKeptInstaller(const QString &installerPath) { m_end->OfferKept(installerPath); }
+    /// @param signedCopy what is started instead of one that was verified
+    void OfferKeptInstaller(const QString &installerPath,
+                            const std::optional<PrivateCopy::Outcome> &signedCopy = std::nullopt)
+    {
+        m_end->OfferKept(installerPath, signedCopy);
+    }
 
     /// Starts the installer if the user has answered "Yes"; otherwise nothing happens.
     void Install() { m_end->Install(); }
@@ -85,6 +91,12 @@ public:
     /// A full package is compared with @p md5 before it is moved into place, where that is one. To be
     /// called before `ResumeDownload`.
     void SetPackageMd5(const QString &md5) { m_packageMd5 = md5; }
+    /// The package is put in place only if it is the one that a verified manifest names. To be called
+    /// before `ResumeDownload`, too.
+    void SetSignedPackage(const std::optional<SignedPackage> &package)
+    {
+        m_signedPackage = package;
+    }
 
     /// Holds @p lock until this range has ended, one way or the other.
     void HoldLock(std::shared_ptr<ProcessLock> lock) { m_lock = std::move(lock); }
@@ -144,6 +156,7 @@ private:
     NetworkCheck *m_networkCheck = nullptr;
     std::shared_ptr<ProcessLock> m_lock;
     QString m_packageMd5;
+    std::optional<SignedPackage> m_signedPackage;
     RangeTask m_task;
     State m_state = State::Idle;
     /// Source text of the message that `Error` carries; null while nothing has failed.

@@ -33,6 +33,8 @@ struct DownloadState {
     std::shared_ptr<LoopTurn> turn = std::make_shared<LoopTurn>();
     /// Path of the installer that is ready to be started.
     QString installerReady;
+    /// What a signed manifest said of it; empty when it was not signed.
+    QString installerSha256;
 
     enum class Left {
         /// Ranges are still running, or another one has ended the download already.

@@ -8,6 +8,8 @@
 
 #include <QPointer>
 
+#include <utility>
+
 namespace
 {
 constexpr char title[] = QT_TRANSLATE_NOOP("DownloadMgr", "Information");
@@ -20,6 +22,15 @@ constexpr char keptText[] = QT_TRANSLATE_NOOP(
     "A new version has been found in your device. However, the program is running. Please click "
     "Yes to terminate the program and install the new version. Click Cancel to install it next "
     "time.");
+
+bool gLaunch(const QString &installer, const std::shared_ptr<PrivateCopy> &copy, EventSink &events)
+{
+    const bool isStarted = gLaunchInstaller(installer, events);
+    if (isStarted && copy != nullptr) {
+        copy->Leave();
+    }
+    return isStarted;
+}
 } // namespace
 
 InstallOffer::InstallOffer(EventSink &events, QObject *parent)
@@ -31,9 +42,15 @@ InstallOffer::InstallOffer(EventSink &events, QObject *parent)
     connect(m_messageBox, &URMessageBox::Cancel, this, &InstallOffer::OnCancel);
 }
 
-void InstallOffer::OfferDownloaded(const QString &installer)
+void InstallOffer::Take(const QString &installer, std::shared_ptr<PrivateCopy> copy)
 {
-    m_installer = installer;
+    m_installer = copy != nullptr ? copy->Path() : installer;
+    m_copy = std::move(copy);
+}
+
+void InstallOffer::OfferDownloaded(const QString &installer, std::shared_ptr<PrivateCopy> copy)
+{
+    Take(installer, std::move(copy));
     const QPointer<InstallOffer> alive(this);
     emit BeginInstall();
     if (alive != nullptr) {
@@ -42,16 +59,16 @@ void InstallOffer::OfferDownloaded(const QString &installer)
     }
 }
 
-void InstallOffer::OfferKept(const QString &installer)
+void InstallOffer::OfferKept(const QString &installer, std::shared_ptr<PrivateCopy> copy)
 {
-    m_installer = installer;
+    Take(installer, std::move(copy));
     m_messageBox->ShowMessage(gTranslateForDownload(title), gTranslateForDownload(keptText));
 }
 
 void InstallOffer::Install()
 {
-    if (m_installRequested) {
-        Start(m_installer);
+    if (m_installRequested && gLaunch(m_installer, m_copy, m_events)) {
+        emit InstallStarted();
     }
 }
 
@@ -59,11 +76,12 @@ void InstallOffer::OnYes()
 {
     m_installRequested = true;
     const QString installer = m_installer;
+    const std::shared_ptr<PrivateCopy> copy = m_copy;
     EventSink &events = m_events;
     const QPointer<InstallOffer> alive(this);
     emit Close();
     // The installer is started even if the host has deleted the dialog in its slot for Close.
-    if (gLaunchInstaller(installer, events) && alive != nullptr) {
+    if (gLaunch(installer, copy, events) && alive != nullptr) {
         emit InstallStarted();
     }
 }
@@ -71,16 +89,10 @@ void InstallOffer::OnYes()
 void InstallOffer::OnCancel()
 {
     m_installRequested = false;
+    m_copy.reset();
     const QPointer<InstallOffer> alive(this);
     emit CancelInstall();
     if (alive != nullptr) {
         emit Close();
-    }
-}
-
-void InstallOffer::Start(const QString &installer)
-{
-    if (gLaunchInstaller(installer, m_events)) {
-        emit InstallStarted();
     }
 }

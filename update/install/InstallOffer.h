@@ -2,8 +2,12 @@
 
 #pragma once
 
+#include "update/trust/PrivateCopy.h"
+
 #include <QObject>
 #include <QString>
+
+#include <memory>
 
 class EventSink;
 class URMessageBox;
@@ -25,10 +29,11 @@ public:
     InstallOffer(EventSink &events, QObject *parent);
 
     /// Offers the installer that has just been put in place.
-    void OfferDownloaded(const QString &installer);
+    /// @param copy what is started instead; null where nothing is signed
+    void OfferDownloaded(const QString &installer, std::shared_ptr<PrivateCopy> copy = nullptr);
 
     /// Offers an installer that an earlier session kept.
-    void OfferKept(const QString &installer);
+    void OfferKept(const QString &installer, std::shared_ptr<PrivateCopy> copy = nullptr);
 
     /// Starts the installer if the user has answered "Yes"; otherwise nothing happens.
     void Install();
@@ -44,10 +49,12 @@ private slots:
     void OnCancel();
 
 private:
-    void Start(const QString &installer);
+    void Take(const QString &installer, std::shared_ptr<PrivateCopy> copy);
 
     EventSink &m_events;
     URMessageBox *m_messageBox;
+    /// What is started.
     QString m_installer;
+    std::shared_ptr<PrivateCopy> m_copy;
     bool m_installRequested = false;
 };

@@ -5,6 +5,7 @@
 #include "api/FileDigest.h"
 #include "api/Log.h"
 #include "platform/ProcessLock.h"
+#include "update/base/BackgroundWork.h"
 #include "update/base/DownloadSystem.h"
 #include "update/base/EventSink.h"
 #include "update/base/FileReplacement.h"
@@ -60,40 +61,118 @@ InstallerPatch::InstallerPatch(const UpdateContext &context, QObject *parent)
 }
 
 void InstallerPatch::Start(const QString &keptInstaller, const QString &patchFile,
-                           const QString &expectedMd5, std::shared_ptr<ProcessLock> lock)
+                           const QString &expectedMd5, std::shared_ptr<ProcessLock> lock,
+                           const std::optional<SignedPackage> &signedPackage)
 {
     m_isRunning = true;
     ++m_run;
     m_keptInstaller = keptInstaller;
     m_newInstaller = gNewInstaller(keptInstaller);
+    m_expectedMd5 = expectedMd5;
+    m_signedPackage = signedPackage;
+    m_copy.reset();
     m_lock = std::move(lock);
-    const QString program = QCoreApplication::applicationDirPath() + QStringLiteral("/bspatch.exe");
-    if (!QFile::exists(program)) {
+    m_program = QCoreApplication::applicationDirPath() + QStringLiteral("/bspatch.exe");
+    if (!QFile::exists(m_program)) {
         Cancel();
         emit Failed();
-        return;
-    }
-    QUILLON_LOG(logFile, logFunction, "Start Patch IncreasePackage");
-    if (Make(program, patchFile, expectedMd5)) {
-        m_replacement->Start(m_newInstaller, m_keptInstaller, m_lock, logFunction);
+    } else if (m_signedPackage) {
+        Copy(patchFile, QFileInfo(patchFile).fileName(), m_signedPackage->file.size,
+             &InstallerPatch::TakePatch);
     } else {
-        Fail();
+        Run(patchFile);
     }
 }
 
 void InstallerPatch::Cancel()
+{
+    End();
+    m_copy.reset();
+}
+
+void InstallerPatch::End()
 {
     m_isRunning = false;
     m_replacement->Cancel();
     m_lock.reset();
 }
 
-/// @return whether the new installer is there, verified and on stable storage
-bool InstallerPatch::Make(const QString &program, const QString &patchFile,
-                          const QString &expectedMd5) const
+/// Has a pool thread copy @p file, and goes on with @p judge.
+void InstallerPatch::Copy(const QString &file, const QString &name, qint64 mostBytes,
+                          CopyJudge judge)
 {
-    return ClearBefore() && Run(program, patchFile) &&
-           gVerify(m_newInstaller, expectedMd5, m_context.events) &&
+    const auto copy = [file, name, mostBytes, privateFolder = m_context.system.privateFolder] {
+        return PrivateCopy::Make(file, name, mostBytes, privateFolder);
+    };
+    gRunInBackground<PrivateCopy::Outcome>(
+        copy, this, [this, judge, run = m_run](const PrivateCopy::Outcome &copied) {
+            if (m_isRunning && run == m_run) {
+                (this->*judge)(copied);
+            }
+        });
+}
+
+void InstallerPatch::TakePatch(const PrivateCopy::Outcome &copied)
+{
+    const SignedFile &file = m_signedPackage->file;
+    if (copied.copy == nullptr) {
+        EndWithoutCopy(copied);
+    } else if (copied.size == file.size && copied.sha256 == file.sha256) {
+        Run(copied.copy->Path());
+    } else {
+        QUILLON_LOG(
+            logFile, logFunction,
+            "the patch is not the signed one, it has %lld bytes instead of %lld, SHA-256 %s "
+            "instead of %s",
+            static_cast<long long>(copied.size), static_cast<long long>(file.size),
+            copied.sha256.toStdString().c_str(), file.sha256.toStdString().c_str());
+        const std::shared_ptr<ProcessLock> held = m_lock;
+        Cancel();
+        emit PatchAltered();
+    }
+}
+
+/// Applies the patch. The program blocks this thread.
+void InstallerPatch::Run(const QString &patchFile)
+{
+    QUILLON_LOG(logFile, logFunction, "Start Patch IncreasePackage");
+    if (!Make(patchFile)) {
+        Fail();
+    } else if (m_signedPackage) {
+        Copy(m_newInstaller, QFileInfo(m_keptInstaller).fileName(),
+             QFileInfo(m_newInstaller).size(), &InstallerPatch::TakeResult);
+    } else {
+        Replace();
+    }
+}
+
+void InstallerPatch::TakeResult(const PrivateCopy::Outcome &copied)
+{
+    if (copied.copy == nullptr) {
+        EndWithoutCopy(copied);
+    } else if (copied.sha256 == m_signedPackage->installerSha256) {
+        m_copy = copied.copy;
+        Replace();
+    } else {
+        QUILLON_LOG(logFile, logFunction,
+                    "the result is not the signed installer, SHA-256 %s instead of %s",
+                    copied.sha256.toStdString().c_str(),
+                    m_signedPackage->installerSha256.toStdString().c_str());
+        m_context.events.ReportEvent(EventSink::PatchMd5Mismatch);
+        Fail();
+    }
+}
+
+void InstallerPatch::Replace()
+{
+    m_replacement->Start(m_newInstaller, m_keptInstaller, m_lock, logFunction);
+}
+
+/// @return whether the new installer is there, verified and on stable storage
+bool InstallerPatch::Make(const QString &patchFile) const
+{
+    return ClearBefore() && RunProgram(patchFile) &&
+           gVerify(m_newInstaller, m_expectedMd5, m_context.events) &&
            gFlushNewInstaller(m_newInstaller, m_context.system);
 }
 
@@ -109,10 +188,10 @@ bool InstallerPatch::ClearBefore() const
 }
 
 /// @return whether the program has ended by itself
-bool InstallerPatch::Run(const QString &program, const QString &patchFile) const
+bool InstallerPatch::RunProgram(const QString &patchFile) const
 {
     const PatchProcessEnd end = gRunPatchProcess(
-        program, {m_keptInstaller, m_newInstaller, patchFile}, m_context.system.patchLimit);
+        m_program, {m_keptInstaller, m_newInstaller, patchFile}, m_context.system.patchLimit);
     switch (end) {
     case PatchProcessEnd::Exited:
         return true;
@@ -143,8 +222,16 @@ void InstallerPatch::FlushName()
 
 void InstallerPatch::EndPatched()
 {
-    Cancel();
+    End();
     emit Patched();
+}
+
+void InstallerPatch::EndWithoutCopy(const PrivateCopy::Outcome &copied)
+{
+    QUILLON_LOG(logFile, logFunction, "disk failure, there is no private copy, %s",
+                copied.failure.toStdString().c_str());
+    Cancel();
+    emit CopyFailed();
 }
 
 void InstallerPatch::Fail()

@@ -3,11 +3,15 @@
 #pragma once
 
 #include "update/base/UpdateContext.h"
+#include "update/trust/PrivateCopy.h"
+#include "update/trust/SignedPackage.h"
 
 #include <QObject>
 #include <QString>
 
 #include <memory>
+#include <optional>
+#include <utility>
 
 class FileReplacement;
 class ProcessLock;
@@ -18,6 +22,13 @@ class ProcessLock;
 ///
 ///     Start ─► program ─► verified ─► flushed ─► replaces the kept installer ─► Patched
 ///                 └───────────┴───────────┴──────────────────┴─► Failed
+///
+/// A patch and a result that a signed manifest names are read into private copies, since others may write to
+/// the folder of both. The program is given the one, and the other is what is offered:
+///
+///     Start ─► patch copied, compared ─► program ─► verified ─► result copied, compared ─► flushed ─► …
+///                 ├─► PatchAltered                                 ├─► Failed
+///                 └─► CopyFailed                                   └─► CopyFailed
 ///
 /// Thread:    GUI thread. `Start` blocks it while the program runs, for the limit of the context's
 ///            system at most; it is not blocked while another program holds the kept installer.
@@ -36,22 +47,39 @@ public:
     /// @param expectedMd5 of the result, in lower case; an empty one matches nothing
     /// @param lock is held until the result is in place, and is free in the slots of both signals;
     ///             without it, what an earlier program has left is not removed
+    /// @param signedPackage what a verified manifest says of the patch and of its result
     void Start(const QString &keptInstaller, const QString &patchFile, const QString &expectedMd5,
-               std::shared_ptr<ProcessLock> lock);
+               std::shared_ptr<ProcessLock> lock,
+               const std::optional<SignedPackage> &signedPackage = std::nullopt);
     /// No signal follows. The kept installer is replaced only by a rename that is under way.
     void Cancel();
     bool IsRunning() const { return m_isRunning; }
+    /// The private copy of a signed result; null for one that is not signed.
+    std::shared_ptr<PrivateCopy> TakeCopy() { return std::move(m_copy); }
 
 signals:
     void Patched();
     void Failed();
+    /// The patch is not the signed one. The lock is still held.
+    void PatchAltered();
+    /// The disk has no private copy of the patch or of the result. Nothing is known against either.
+    void CopyFailed();
 
 private:
-    bool Make(const QString &program, const QString &patchFile, const QString &expectedMd5) const;
+    using CopyJudge = void (InstallerPatch::*)(const PrivateCopy::Outcome &);
+
+    void Copy(const QString &file, const QString &name, qint64 mostBytes, CopyJudge judge);
+    void TakePatch(const PrivateCopy::Outcome &copied);
+    void TakeResult(const PrivateCopy::Outcome &copied);
+    void Run(const QString &patchFile);
+    void Replace();
+    bool Make(const QString &patchFile) const;
     bool ClearBefore() const;
-    bool Run(const QString &program, const QString &patchFile) const;
+    bool RunProgram(const QString &patchFile) const;
     void FlushName();
+    void End();
     void EndPatched();
+    void EndWithoutCopy(const PrivateCopy::Outcome &copied);
     void Fail();
 
     UpdateContext m_context;
@@ -59,6 +87,10 @@ private:
     QString m_keptInstaller;
     /// What the program makes, until it takes the place of the kept installer.
     QString m_newInstaller;
+    QString m_program;
+    QString m_expectedMd5;
+    std::optional<SignedPackage> m_signedPackage;
+    std::shared_ptr<PrivateCopy> m_copy;
     std::shared_ptr<ProcessLock> m_lock;
     bool m_isRunning = false;
     /// Counts starts, so that the end of an earlier run is ignored.

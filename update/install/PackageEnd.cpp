@@ -9,6 +9,7 @@
 #include "update/install/PackagePlacer.h"
 #include "update/install/PatchProcess.h"
 #include "update/plan/PackageFolder.h"
+#include "update/transfer/RangeStore.h"
 #include "update/transfer/RangeTask.h"
 
 #include <QEventLoop>
@@ -18,47 +19,73 @@
 
 #include <utility>
 
+namespace
+{
+/// What is written to the settings when the user puts the installer off.
+void gSetReady(DownloadState &state, const QString &installer,
+               const std::optional<SignedPackage> &signedPackage)
+{
+    state.installerReady = installer;
+    state.installerSha256 = signedPackage ? signedPackage->installerSha256 : QString();
+}
+} // namespace
+
 PackageEnd::PackageEnd(RangeStore &store, const UpdateContext &context, QObject *parent)
     : QObject(parent)
+    , m_store(store)
     , m_context(context)
     , m_placer(new PackagePlacer(store, context.system, this))
     , m_patch(new InstallerPatch(context, this))
     , m_offer(new InstallOffer(context.events, this))
 {
     connect(m_placer, &PackagePlacer::Placed, this, [this] {
-        m_context.state.installerReady = m_installerPath;
-        Offer(m_installerPath);
+        gSetReady(m_context.state, m_installerPath, m_signedPackage);
+        Offer(m_installerPath, m_placer->TakeCopy());
     });
     connect(m_placer, &PackagePlacer::Failed, this, &PackageEnd::PlaceFailed);
+    ConnectPatch(m_patch);
     connect(m_patch, &InstallerPatch::Patched, this, &PackageEnd::EndPatched);
     connect(m_patch, &InstallerPatch::Failed, this, &PackageEnd::PatchFailed);
+    connect(m_patch, &InstallerPatch::PatchAltered, this, &PackageEnd::PlaceFailed);
+    connect(m_patch, &InstallerPatch::CopyFailed, this, &PackageEnd::PlaceFailed);
     connect(m_offer, &InstallOffer::Close, this, &PackageEnd::Close);
     connect(m_offer, &InstallOffer::BeginInstall, this, &PackageEnd::BeginInstall);
     connect(m_offer, &InstallOffer::CancelInstall, this, &PackageEnd::CancelInstall);
     connect(m_offer, &InstallOffer::InstallStarted, this, &PackageEnd::InstallStarted);
 }
 
+/// A patch that is not the signed one is fetched by nobody again: the next plan takes the full package.
+void PackageEnd::ConnectPatch(InstallerPatch *patch)
+{
+    connect(patch, &InstallerPatch::PatchAltered, this,
+            [this] { m_store.DiscardPatch(m_expectedMd5, "DownloadMgr::PatchIncreasePackage"); });
+}
+
 void PackageEnd::Complete(const RangeTask &task, std::shared_ptr<ProcessLock> lock)
 {
+    m_signedPackage = task.signedPackage;
+    m_expectedMd5 = task.expectedMd5;
     if (task.isIncremental) {
         m_installerPath = task.oldPackagePath;
-        m_patch->Start(m_installerPath, task.targetPath, task.expectedMd5, std::move(lock));
+        m_patch->Start(m_installerPath, task.targetPath, task.expectedMd5, std::move(lock),
+                       task.signedPackage);
     } else {
         m_installerPath = task.installerPath;
         if (lock != nullptr) {
             gRemovePatchTemporaryFiles(QFileInfo(m_installerPath).path());
         }
-        m_placer->Start(m_installerPath, task.packageMd5, std::move(lock));
+        m_placer->Start(m_installerPath, task.packageMd5, std::move(lock), task.signedPackage);
     }
 }
 
 void PackageEnd::EndPatched()
 {
-    m_context.state.installerReady = m_installerPath;
+    gSetReady(m_context.state, m_installerPath, m_signedPackage);
+    const std::shared_ptr<PrivateCopy> copy = m_patch->TakeCopy();
     const QPointer<PackageEnd> alive(this);
     emit Patched();
     if (alive != nullptr) {
-        Offer(m_installerPath);
+        Offer(m_installerPath, copy);
     }
 }
 
@@ -80,39 +107,46 @@ bool PackageEnd::IsPlacing() const
 bool PackageEnd::Patch(const RangeTask &task)
 {
     const QString installer = task.oldPackagePath;
+    const std::optional<SignedPackage> signedPackage = task.signedPackage;
     DownloadState &state = m_context.state;
+    m_expectedMd5 = task.expectedMd5;
     const QPointer<PackageEnd> alive(this);
     // On the stack: the dialog may be deleted while the loop below runs.
     InstallerPatch patch(m_context, nullptr);
     m_awaitedPatch = &patch;
+    ConnectPatch(&patch);
     bool isPatched = false;
     connect(&patch, &InstallerPatch::Patched, &patch, [&isPatched] { isPatched = true; });
-    patch.Start(installer, task.targetPath, task.expectedMd5, gLockPackages());
+    patch.Start(installer, task.targetPath, task.expectedMd5, gLockPackages(), signedPackage);
     QEventLoop loop;
     while (alive != nullptr && patch.IsRunning()) {
         loop.processEvents(QEventLoop::WaitForMoreEvents);
     }
     if (isPatched) {
-        state.installerReady = installer;
+        gSetReady(state, installer, signedPackage);
     }
     return isPatched;
 }
 
 /// Asks the user from the event loop: the question runs a nested one, in which the host may delete
 /// the dialog, so it is not asked from within a reply's own signal.
-void PackageEnd::Offer(const QString &installer)
+void PackageEnd::Offer(const QString &installer, const std::shared_ptr<PrivateCopy> &copy)
 {
     QMetaObject::invokeMethod(
-        m_offer, [offer = m_offer, installer] { offer->OfferDownloaded(installer); },
+        m_offer, [offer = m_offer, installer, copy] { offer->OfferDownloaded(installer, copy); },
         Qt::QueuedConnection);
 }
 
-void PackageEnd::OfferKept(const QString &installer)
+void PackageEnd::OfferKept(const QString &installer,
+                           const std::optional<PrivateCopy::Outcome> &signedCopy)
 {
-    if (QFile::exists(installer)) {
-        m_context.state.installerReady = installer;
-        m_offer->OfferKept(installer);
+    if (!signedCopy && !QFile::exists(installer)) {
+        return;
     }
+    const PrivateCopy::Outcome copied = signedCopy.value_or(PrivateCopy::Outcome());
+    m_context.state.installerReady = installer;
+    m_context.state.installerSha256 = copied.sha256;
+    m_offer->OfferKept(installer, copied.copy);
 }
 
 void PackageEnd::Install()

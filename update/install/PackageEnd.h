@@ -3,12 +3,15 @@
 #pragma once
 
 #include "update/base/UpdateContext.h"
+#include "update/trust/PrivateCopy.h"
+#include "update/trust/SignedPackage.h"
 
 #include <QObject>
 #include <QPointer>
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 class InstallerPatch;
 class InstallOffer;
@@ -22,7 +25,8 @@ struct RangeTask;
 ///     Complete ─┬─ full: PackagePlacer ─┬─► in place ─────────┬─► the offer
 ///               │                       └─► PlaceFailed       │
 ///               └─ incremental: InstallerPatch ─┬─► Patched ──┘
-///                                               └─► PatchFailed
+///                                               ├─► PatchFailed
+///                                               └─► PlaceFailed, when it is not the signed one
 ///     the offer, OfferKept ─► BeginInstall, then Close, CancelInstall or InstallStarted
 ///
 /// Thread:    GUI thread; the patch program blocks it for its limit at most.
@@ -51,7 +55,9 @@ public:
 
     /// Asks at once, about an installer that an earlier session kept. Without the file nothing
     /// happens.
-    void OfferKept(const QString &installer);
+    /// @param signedCopy what is started instead, and its SHA-256; nothing where nothing is signed
+    void OfferKept(const QString &installer,
+                   const std::optional<PrivateCopy::Outcome> &signedCopy = std::nullopt);
     /// Starts the installer if the user has answered "Yes"; otherwise nothing happens.
     void Install();
 
@@ -65,9 +71,11 @@ signals:
     void InstallStarted();
 
 private:
+    void ConnectPatch(InstallerPatch *patch);
     void EndPatched();
-    void Offer(const QString &installer);
+    void Offer(const QString &installer, const std::shared_ptr<PrivateCopy> &copy);
 
+    RangeStore &m_store;
     UpdateContext m_context;
     PackagePlacer *m_placer;
     InstallerPatch *m_patch;
@@ -75,4 +83,6 @@ private:
     QPointer<InstallerPatch> m_awaitedPatch;
     InstallOffer *m_offer;
     QString m_installerPath;
+    QString m_expectedMd5;
+    std::optional<SignedPackage> m_signedPackage;
 };

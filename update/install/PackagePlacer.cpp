@@ -9,8 +9,8 @@
 #include "update/base/DownloadSystem.h"
 #include "update/base/FileReplacement.h"
 #include "update/transfer/RangeStore.h"
+#include "update/trust/PrivateCopy.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <utility>
@@ -33,6 +33,8 @@ struct PackagePlacer::Finding {
     qint64 size = 0;
     /// Empty when the file cannot be read, and when there is nothing to compare with.
     QString md5;
+    /// Of a signed package.
+    PrivateCopy::Outcome copied;
 };
 
 PackagePlacer::PackagePlacer(RangeStore &store, const DownloadSystem &system, QObject *parent)
@@ -46,19 +48,27 @@ PackagePlacer::PackagePlacer(RangeStore &store, const DownloadSystem &system, QO
 }
 
 void PackagePlacer::Start(const QString &installerPath, const QString &md5,
-                          std::shared_ptr<ProcessLock> lock)
+                          std::shared_ptr<ProcessLock> lock,
+                          const std::optional<SignedPackage> &signedPackage)
 {
     m_isRunning = true;
     m_installerPath = installerPath;
-    m_md5 = gMd5Of(md5);
+    m_signedPackage = signedPackage;
+    m_copy.reset();
+    m_md5 = signedPackage ? QString() : gMd5Of(md5);
     m_lock = std::move(lock);
     const auto examine = [path = m_store.TargetPath(), flush = m_system.flush,
-                          isRead = !m_md5.isEmpty()] {
+                          isRead = !m_md5.isEmpty(), signedPackage,
+                          name = QFileInfo(installerPath).fileName(),
+                          privateFolder = m_system.privateFolder] {
         Finding finding;
         finding.flush = flush(path);
         finding.size = QFileInfo(path).size();
         if (isRead && finding.flush != FlushResult::Failed) {
             finding.md5 = FileMd5Hex(path);
+        }
+        if (signedPackage && finding.flush != FlushResult::Failed) {
+            finding.copied = PrivateCopy::Make(path, name, signedPackage->file.size, privateFolder);
         }
         return finding;
     };
@@ -70,6 +80,12 @@ void PackagePlacer::Start(const QString &installerPath, const QString &md5,
 }
 
 void PackagePlacer::Cancel()
+{
+    End();
+    m_copy.reset();
+}
+
+void PackagePlacer::End()
 {
     m_isRunning = false;
     m_replacement->Cancel();
@@ -88,10 +104,17 @@ void PackagePlacer::Judge(const Finding &finding)
         QUILLON_LOG(logFile, logFunction, "disk failure, %s cannot be read",
                     m_store.TargetPath().toStdString().c_str());
         Fail();
-    } else if (!IsPackage(finding)) {
-        Discard();
+    } else if (m_signedPackage && finding.copied.copy == nullptr) {
+        // The same: the private folder may have room again.
+        QUILLON_LOG(logFile, logFunction, "disk failure, %s has no private copy, %s",
+                    m_store.TargetPath().toStdString().c_str(),
+                    finding.copied.failure.toStdString().c_str());
+        Fail();
+    } else if (!(m_signedPackage ? IsSignedPackage(finding) : IsPackage(finding))) {
+        m_store.DiscardTarget(logFunction);
         Fail();
     } else {
+        m_copy = finding.copied.copy;
         m_store.Close();
         m_replacement->Start(m_store.TargetPath(), m_installerPath, m_lock, logFunction);
     }
@@ -110,16 +133,21 @@ bool PackagePlacer::IsPackage(const Finding &finding) const
     return false;
 }
 
-/// The plan is void before the file is gone: a process that ends in between leaves a plan that starts
-/// anew.
-void PackagePlacer::Discard()
+bool PackagePlacer::IsSignedPackage(const Finding &finding) const
 {
-    m_store.Discard();
-    m_store.Close();
-    if (!QFile::remove(m_store.TargetPath())) {
-        QUILLON_LOG(logFile, logFunction, "disk failure, %s cannot be removed",
-                    m_store.TargetPath().toStdString().c_str());
+    const PrivateCopy::Outcome &copied = finding.copied;
+    const SignedFile &file = m_signedPackage->file;
+    if (copied.size == file.size && copied.sha256 == file.sha256) {
+        return true;
     }
+    QUILLON_LOG(
+        logFile, logFunction,
+        "%s is not the signed package, it has %lld bytes instead of %lld, SHA-256 %s instead "
+        "of %s",
+        m_store.TargetPath().toStdString().c_str(), static_cast<long long>(copied.size),
+        static_cast<long long>(file.size), copied.sha256.toStdString().c_str(),
+        file.sha256.toStdString().c_str());
+    return false;
 }
 
 void PackagePlacer::Fail()
@@ -141,6 +169,6 @@ void PackagePlacer::FlushName()
 void PackagePlacer::EndPlaced()
 {
     m_store.ForgetTarget();
-    Cancel();
+    End();
     emit Placed();
 }

@@ -2,12 +2,17 @@
 
 #pragma once
 
+#include "update/trust/SignedPackage.h"
+
 #include <QObject>
 #include <QString>
 
 #include <memory>
+#include <optional>
+#include <utility>
 
 class FileReplacement;
+class PrivateCopy;
 class ProcessLock;
 class RangeStore;
 struct DownloadSystem;
@@ -18,6 +23,9 @@ struct DownloadSystem;
 ///
 ///     Start ─► flushed ─► read ─► compared ─► replaces what is at the installer's path ─► Placed
 ///                 └────────┴──────────┴──────────────────┴─► Failed
+///
+/// A package that a signed manifest names is read into a private copy, which is what is offered: others may
+/// write to the folder of the package itself.
 ///
 /// Thread:    GUI thread; a pool thread flushes, reads and renames.
 /// Ownership: its Qt parent, which owns the store as well. The system outlives it. It may be deleted in
@@ -33,11 +41,15 @@ public:
 
     /// @param md5  of the package, in any case; whatever is no MD5 is compared with nothing
     /// @param lock is held until the package is in place, and is free in the slots of both signals
-    void Start(const QString &installerPath, const QString &md5, std::shared_ptr<ProcessLock> lock);
+    /// @param signedPackage what a verified manifest says of it; it is compared instead of the MD5
+    void Start(const QString &installerPath, const QString &md5, std::shared_ptr<ProcessLock> lock,
+               const std::optional<SignedPackage> &signedPackage = std::nullopt);
     /// Nothing more is moved, but for a rename that is under way; without that the next plan finds the
     /// package complete.
     void Cancel();
     bool IsRunning() const { return m_isRunning; }
+    /// The private copy of a signed package that was placed; null for one that is not signed.
+    std::shared_ptr<PrivateCopy> TakeCopy() { return std::move(m_copy); }
 
 signals:
     void Placed();
@@ -48,7 +60,8 @@ private:
 
     void Judge(const Finding &finding);
     bool IsPackage(const Finding &finding) const;
-    void Discard();
+    bool IsSignedPackage(const Finding &finding) const;
+    void End();
     void Fail();
     void FlushName();
     void EndPlaced();
@@ -59,6 +72,8 @@ private:
     QString m_installerPath;
     /// In lower case; empty when there is nothing to compare with.
     QString m_md5;
+    std::optional<SignedPackage> m_signedPackage;
+    std::shared_ptr<PrivateCopy> m_copy;
     std::shared_ptr<ProcessLock> m_lock;
     bool m_isRunning = false;
     /// Counts the starts, so that a late flush is not taken for a later one.

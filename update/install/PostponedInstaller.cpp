@@ -4,40 +4,45 @@
 
 #include "api/Log.h"
 #include "api/ProductSettings.h"
+#include "update/base/BackgroundWork.h"
+#include "update/base/DownloadSystem.h"
+#include "update/base/SettingsRoom.h"
 
 #include <QFileInfo>
 #include <QSettings>
-#include <QTemporaryFile>
 
 namespace
 {
-/// Whether the disk takes another file like the one at @p path, and something more.
-bool gHasRoomForAnother(const QString &path)
+QString gRead(QSettings *settings, const char *key)
 {
-    constexpr int more = 65536;
-
-    QTemporaryFile other(path + QStringLiteral(".XXXXXX"));
-    const QByteArray bytes(static_cast<int>(QFileInfo(path).size()) + more, ' ');
-    return other.open() && other.write(bytes) == bytes.size() && other.flush();
+    settings->sync();
+    settings->beginGroup(QLatin1String(ProductSettings::quillonGroup));
+    const QString value = settings->value(QLatin1String(key)).toString();
+    settings->endGroup();
+    return value;
 }
 } // namespace
 
 QString gReadSetupFile(QSettings *settings)
 {
-    settings->sync();
-    settings->beginGroup(QLatin1String(ProductSettings::quillonGroup));
-    const QString path = settings->value(QLatin1String(ProductSettings::setupFileKey)).toString();
-    settings->endGroup();
-    return path;
+    return gRead(settings, ProductSettings::setupFileKey);
 }
 
-void gWriteSetupFile(QSettings *settings, const QString &path)
+QString gReadSetupSha256(QSettings *settings)
 {
-    // QSettings does not check whether its buffer reached the disk: on a full one it replaces the
-    // file, in which the host keeps other settings as well, with an empty one.
-    if (gHasRoomForAnother(settings->fileName())) {
+    return gRead(settings, ProductSettings::setupSha256Key);
+}
+
+void gWriteSetupFile(QSettings *settings, const QString &path, const QString &sha256)
+{
+    if (gHasRoomForSettings(settings->fileName())) {
         settings->beginGroup(QLatin1String(ProductSettings::quillonGroup));
         settings->setValue(QLatin1String(ProductSettings::setupFileKey), path);
+        if (sha256.isEmpty()) {
+            settings->remove(QLatin1String(ProductSettings::setupSha256Key));
+        } else {
+            settings->setValue(QLatin1String(ProductSettings::setupSha256Key), sha256);
+        }
         settings->endGroup();
         settings->sync();
         if (settings->status() == QSettings::NoError) {
@@ -47,4 +52,64 @@ void gWriteSetupFile(QSettings *settings, const QString &path)
     QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::KeepInstaller",
                 "disk failure, the settings cannot be written, file path = %s",
                 settings->fileName().toStdString().c_str());
+}
+
+PostponedInstaller::PostponedInstaller(QSettings &settings, bool isSigned,
+                                       const DownloadSystem &system, QObject *parent)
+    : QObject(parent)
+    , m_settings(settings)
+    , m_isSigned(isSigned)
+    , m_system(system)
+{
+    if (m_isSigned) {
+        const auto remove = [privateFolder = m_system.privateFolder] {
+            PrivateCopy::RemoveLeft(privateFolder);
+            return true;
+        };
+        gRunInBackground<bool>(remove, this, [](bool /*done*/) {});
+    }
+}
+
+void PostponedInstaller::Look()
+{
+    Cancel();
+    const QString path = gReadSetupFile(&m_settings);
+    if (!QFileInfo(path).isFile()) {
+        emit NotFound();
+    } else if (m_isSigned) {
+        Verify(path, gReadSetupSha256(&m_settings));
+    } else {
+        emit Found(path, std::nullopt);
+    }
+}
+
+void PostponedInstaller::Verify(const QString &path, const QString &sha256)
+{
+    const QFileInfo file(path);
+    const auto copy = [path, name = file.fileName(), size = file.size(),
+                       privateFolder = m_system.privateFolder] {
+        return PrivateCopy::Make(path, name, size, privateFolder);
+    };
+    gRunInBackground<PrivateCopy::Outcome>(
+        copy, this, [this, path, sha256, run = m_run](const PrivateCopy::Outcome &copied) {
+            if (run == m_run) {
+                Judge(path, sha256, copied);
+            }
+        });
+}
+
+void PostponedInstaller::Judge(const QString &path, const QString &sha256,
+                               const PrivateCopy::Outcome &copied)
+{
+    if (copied.copy != nullptr && copied.sha256 == sha256) {
+        emit Found(path, copied);
+        return;
+    }
+    const QString why = copied.copy == nullptr
+                            ? copied.failure
+                            : QStringLiteral("SHA-256 %1 instead of %2").arg(copied.sha256, sha256);
+    QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::CheckVersion",
+                "the kept installer %s is not offered, %s", path.toStdString().c_str(),
+                why.toStdString().c_str());
+    emit NotFound();
 }

@@ -6,6 +6,7 @@
 #include "update/base/BackgroundFlush.h"
 
 #include <QCoreApplication>
+#include <QFile>
 
 #include <algorithm>
 
@@ -112,6 +113,24 @@ void RangeStore::Discard()
     // Where the power takes this back, the next plan would mix the bytes of two packages.
     gFlushInBackground(m_state.Path(), gFlushToDisk, QCoreApplication::instance(),
                        [](FlushResult /*result*/) {});
+}
+
+/// The plan is void before the file is gone: a process that ends in between leaves a plan that starts
+/// anew.
+void RangeStore::DiscardTarget(const char *function)
+{
+    Discard();
+    Close();
+    if (!QFile::remove(TargetPath())) {
+        QUILLON_LOG(logFile, function, "disk failure, %s cannot be removed",
+                    TargetPath().toStdString().c_str());
+    }
+}
+
+void RangeStore::DiscardPatch(const QString &resultMd5, const char *function)
+{
+    m_state.SetFailedPatch(resultMd5);
+    DiscardTarget(function);
 }
 
 void RangeStore::ForgetTarget()

@@ -49,6 +49,11 @@ public:
 
     /// Marks the plan as void: the next one starts anew.
     void Discard();
+    /// The same, and removes the target, which is another package.
+    void DiscardTarget(const char *function);
+    /// The same for the patch that makes the installer with @p resultMd5: the next plan takes the full
+    /// package.
+    void DiscardPatch(const QString &resultMd5, const char *function);
     /// The package was moved away: the state vouches for no file any more.
     void ForgetTarget();
     /// What was written may not be on disk: the next plan goes back to what was flushed.

@@ -3,9 +3,12 @@
 #pragma once
 
 #include "update/plan/DownloadPlan.h"
+#include "update/trust/SignedPackage.h"
 
 #include <QString>
 #include <QUrl>
+
+#include <optional>
 
 /// What one downloader is to fetch, and what becomes of the package in the end.
 struct RangeTask {
@@ -24,6 +27,8 @@ struct RangeTask {
     QString oldPackagePath;
     /// MD5 of a full package itself; empty when there is none to compare with.
     QString packageMd5;
+    /// What a verified manifest says of the package. It is never put in place or offered without that.
+    std::optional<SignedPackage> signedPackage{};
 
     bool IsLast() const { return number >= ResumeState::rangeCount; }
 };
