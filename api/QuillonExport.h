@@ -4,7 +4,7 @@
 
 #include <QObject>
 
-/// Marks the three classes that a host binds to. QUILLON_BUILDING is defined while the module
+/// Marks the four classes that a host binds to. QUILLON_BUILDING is defined while the module
 /// itself is compiled; without it, as in a host, the classes are imported.
 #if defined(QUILLON_BUILDING)
 #define QUILLON_EXPORT Q_DECL_EXPORT

@@ -14,6 +14,7 @@ install(FILES
     api/QuillonInit.h
     api/UpdateInit.h
     api/UpdateMain.h
+    api/UpdateTrust.h
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/Quillon/api"
 )
 install(DIRECTORY host/CommonLib host/CvCommonLib

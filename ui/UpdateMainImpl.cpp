@@ -3,6 +3,7 @@
 #include "ui/UpdateMainImpl.h"
 
 #include "api/QuillonInit.h"
+#include "api/UpdateTrust.h"
 #include "ResourcePath.h"
 #include "ui/TitleBar.h"
 #include "update/base/DownloadState.h"
@@ -36,9 +37,11 @@ UpdateMainImpl::UpdateMainImpl(QWidget *parent)
     // the dialog keeps its first size of 570 x 250 (tst_UpdateMain); the progress page is the
     // current one as the first that was added.
     const QString configDirectory = QuillonInit::GetConfigFileDir();
-    m_manager = new LiveUpdateMgr(
-        m_progressPage, m_versionPage, m_hintPage,
-        {gRealSystem(), gDownloadState(), gProcessReports(configDirectory), configDirectory}, this);
+    m_manager =
+        new LiveUpdateMgr(m_progressPage, m_versionPage, m_hintPage,
+                          {gRealSystem(), gDownloadState(), gProcessReports(configDirectory),
+                           configDirectory, UpdateTrust::GetPublicKeys()},
+                          this);
     connect(m_manager, &LiveUpdateMgr::Close, this, &UpdateMainImpl::Close);
     connect(m_manager, &LiveUpdateMgr::RemindMeLater, this, &UpdateMainImpl::RemindMeLater);
     connect(m_manager, &LiveUpdateMgr::BeginInstall, this, &UpdateMainImpl::BeginInstall);

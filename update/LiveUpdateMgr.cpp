@@ -12,15 +12,13 @@
 #include "update/install/PostponedInstaller.h"
 #include "update/PackageDownload.h"
 #include "update/plan/PackageChoice.h"
-#include "update/plan/PackageNames.h"
 #include "update/plan/PackageSizeProbe.h"
+#include "update/plan/PlanRefusal.h"
 #include "update/UpdateCommon/HintDisplay.h"
 #include "update/UpdateCommon/ProgressDisplay.h"
 #include "update/UpdateCommon/VersionDisplay.h"
 #include "update/UpdateCommon/VersionInfo.h"
 #include "update/UpdatePages.h"
-
-#include <QFileInfo>
 
 LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version, HintDisplay *hint,
                              const UpdateContext &context, QObject *parent)
@@ -35,7 +33,9 @@ LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version,
     , m_hintPage(hint)
     , m_pages(new UpdatePages(progress, version, hint, this))
     , m_versionInfo(new VersionInfo(QString(), this))
-    , m_check(new VersionCheck(UpdateInit::GetUpdateUrl(), m_versionInfo, this))
+    , m_check(new VersionCheck(UpdateInit::GetUpdateUrl(), m_versionInfo, context, this))
+    , m_postponed(
+          new PostponedInstaller(m_productSettings, m_check->Trust().IsOn(), context.system, this))
     , m_downloadMgr(new DownloadMgr(context, this))
 {
     connect(m_pages, &UpdatePages::SetCurrentWidget, this, &LiveUpdateMgr::SetCurrentWidget);
@@ -90,19 +90,21 @@ bool LiveUpdateMgr::IsNeedUpdate()
 void LiveUpdateMgr::CheckVersion(const QString &pid, const QString &version, const QString &email)
 {
     m_check->GiveUp();
+    m_postponed->Cancel();
     if (!m_pages->ShowChecking()) {
         return;
     }
-    const QString keptInstaller = gReadSetupFile(&m_productSettings);
-    if (QFileInfo(keptInstaller).isFile()) {
-        m_downloadMgr->OfferKeptInstaller(keptInstaller);
-    } else {
-        m_check->Start({pid, version, email});
-    }
+    m_values = {pid, version, email};
+    m_postponed->Look();
 }
 
 void LiveUpdateMgr::ConnectCheck()
 {
+    connect(m_postponed, &PostponedInstaller::Found, m_downloadMgr,
+            &DownloadMgr::OfferKeptInstaller);
+    connect(m_postponed, &PostponedInstaller::NotFound, this, [this] { m_check->Start(m_values); });
+    // Nobody is asked behind a dialog that was closed.
+    connect(m_progressPage, &ProgressDisplay::Close, m_postponed, &PostponedInstaller::Cancel);
     connect(m_check, &VersionCheck::AnswerBegun, m_pages, &UpdatePages::ShowVersionPage);
     connect(m_check, &VersionCheck::Answered, this, &LiveUpdateMgr::ShowAnswer);
     connect(m_check, &VersionCheck::Failed, m_pages,
@@ -182,14 +184,16 @@ void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePat
     if (alive == nullptr) {
         return;
     }
-    if (const QString refusal = gNameRefusal(target); !refusal.isEmpty()) {
-        QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::StartDownload",
-                    "the package is not downloaded, %s", refusal.toStdString().c_str());
+    if (gIsRefused(target, m_check->Trust().IsOn())) {
         m_pages->ShowPlanFailure();
         return;
     }
     const qint64 total = QueryPackageSize(target.url);
     if (alive == nullptr) {
+        return;
+    }
+    if (gIsSizeRefused(target, total)) {
+        ShowDownloadError(UpdatePages::DownloadFailedText());
         return;
     }
     target.url = m_downloadUrl;
@@ -294,6 +298,7 @@ void LiveUpdateMgr::EndDownload()
 
 void LiveUpdateMgr::KeepInstaller()
 {
-    gWriteSetupFile(&m_productSettings, m_context.state.installerReady);
+    gWriteSetupFile(&m_productSettings, m_context.state.installerReady,
+                    m_context.state.installerSha256);
     emit CancelInstall();
 }

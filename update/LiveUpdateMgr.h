@@ -16,6 +16,7 @@
 
 class HintDisplay;
 class PackageDownload;
+class PostponedInstaller;
 class ProgressDisplay;
 class UpdatePages;
 class VersionDisplay;
@@ -114,6 +115,9 @@ private:
     UpdatePages *m_pages;
     VersionInfo *m_versionInfo;
     VersionCheck *m_check;
+    PostponedInstaller *m_postponed;
+    /// What the latest interactive check tells the service.
+    QueryValues m_values;
     /// Offers a kept installer; the ranges of a package have downloaders of their own.
     DownloadMgr *m_downloadMgr;
     /// The latest plan; null before the first one.

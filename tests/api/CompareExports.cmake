@@ -41,7 +41,7 @@ list(SORT exported)
 
 file(STRINGS "${LIST}" expected)
 foreach(name IN LISTS exported)
-    if(NOT name MATCHES "(^| )(UpdateMain|UpdateInit|QuillonInit)(::|$)")
+    if(NOT name MATCHES "(^| )(UpdateMain|UpdateInit|UpdateTrust|QuillonInit)(::|$)")
         message(SEND_ERROR "belongs to none of the host's classes: ${name}")
     endif()
     if(NOT name IN_LIST expected)
