@@ -25,6 +25,8 @@ UpdateRig::UpdateRig()
 {
     qRegisterMetaType<QNetworkReply *>();
     QDir().mkpath(ConfigFolder());
+    QDir().mkpath(PrivateFolder());
+    m_system.privateFolder = [folder = PrivateFolder()](QString * /*failure*/) { return folder; };
     QuillonInit::SetConfigFileDir(ConfigFolder());
     WriteSetting(QLatin1String(ProductSettings::statisticsHostKey), QStringLiteral("127.0.0.1:1"));
     UpdateInit::SetUpdateVersion(QStringLiteral("9.1.0.0"));
@@ -53,7 +55,8 @@ void UpdateRig::BlockWorkingFolder() const
 
 UpdateContext UpdateRig::Context() const
 {
-    return {m_system, gDownloadState(), gProcessReports(ConfigFolder()), ConfigFolder()};
+    return {m_system, gDownloadState(), gProcessReports(ConfigFolder()), ConfigFolder(),
+            m_publicKeys};
 }
 
 LiveUpdateMgr &UpdateRig::Build()

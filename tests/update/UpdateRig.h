@@ -55,6 +55,10 @@ public:
     /// Replaces the manager; the address template and the settings are read anew. Records its
     /// signals and its page changes.
     LiveUpdateMgr &Build();
+    /// Whose signature every manager that is built from now on asks for; none for no signature at all.
+    void SetPublicKeys(const QStringList &keys) { m_publicKeys = keys; }
+    /// Where private copies are made.
+    QString PrivateFolder() const { return Path(QStringLiteral("private")); }
     /// What every manager that is built from now on takes from the system.
     DownloadSystem &System() { return m_system; }
     /// What managers and downloaders are built with.
@@ -113,6 +117,7 @@ private:
     QTemporaryDir m_folder;
     SystemPlaces m_places;
     DownloadSystem m_system;
+    QStringList m_publicKeys;
     HttpServer m_server;
     Answer m_answer = Answer::Cancel;
     QStringList m_boxTexts;
