@@ -160,5 +160,6 @@ QByteArray gWithSignature(const QByteArray &document, const QByteArray &signatur
 
 QByteArray gWithoutSignature(const QByteArray &document)
 {
-    return document.left(document.indexOf(marker));
+    const int begin = document.indexOf(marker);
+    return begin < 0 ? document : document.left(begin);
 }
