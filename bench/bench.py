@@ -15,7 +15,7 @@ import time
 from collections.abc import Callable, Iterator
 from pathlib import Path
 
-from quillon_bench import desktop, links, machine, memory, report, resume, state, transfer
+from quillon_bench import desktop, links, machine, memory, report, resume, state, transfer, trust
 from quillon_bench.downloaders import Module
 from quillon_bench.measure import Failure, Unavailable
 from quillon_bench.model import Section, not_measured
@@ -36,6 +36,7 @@ SECTIONS: dict[str, Runner] = {
     "check": desktop.version_check,
     "digest": desktop.digest,
     "patch": desktop.patch,
+    "trust": trust.trust,
     "busy": transfer.busy_machine,
     "resume": resume.resumed,
 }
