@@ -28,6 +28,7 @@ const QStringList valueOptions{
     QStringLiteral("timeout"),
     QStringLiteral("linger"),
     QStringLiteral("ca"),
+    QStringLiteral("trust-key"),
     QStringLiteral("statistics-host"),
 };
 
@@ -58,6 +59,11 @@ public:
         if (IsSet(name)) {
             *text = m_parser.value(QLatin1String(name));
         }
+    }
+
+    void Read(const char *name, QStringList *texts) const
+    {
+        *texts = m_parser.values(QLatin1String(name));
     }
 
     /// @param words the option's values in the order of the enumeration
@@ -170,6 +176,7 @@ const char *DemoOptions::Usage()
   --screenshots DIR             save a picture of every page and of the prompt
   --log FILE                    all log lines go there
   --ca FILE                     trust the certificate authorities in this PEM file as well
+  --trust-key KEY               updates have to be signed by this minisign public key; repeat for more
   --statistics-host HOST:PORT   where event reports go; kept in Corvina.ini
   --timeout S                   end with status 3 after S seconds
   --linger S                    stay for S seconds after the last signal
@@ -196,6 +203,7 @@ DemoOptions DemoOptions::Parse(const QStringList &arguments)
     reader.Read("screenshots", &options.screenshotDir);
     reader.Read("log", &options.logFile);
     reader.Read("ca", &options.caFile);
+    reader.Read("trust-key", &options.trustKeys);
     reader.Read("statistics-host", &options.statisticsHost);
     reader.ReadSeconds("timeout", &options.timeout);
     reader.ReadSeconds("linger", &options.linger);

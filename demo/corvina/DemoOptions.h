@@ -40,6 +40,8 @@ struct DemoOptions {
 
     /// Certificate authorities to trust besides those of the system; empty for none.
     QString caFile;
+    /// Public keys of minisign, one of which has to have signed an update; empty for no signature.
+    QStringList trustKeys;
     /// Written to the setting `StatisticsHost`; empty leaves the setting as it is.
     QString statisticsHost;
     /// Empty: no screenshots, no log file.

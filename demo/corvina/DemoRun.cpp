@@ -5,6 +5,7 @@
 #include "api/QuillonInit.h"
 #include "api/UpdateInit.h"
 #include "api/UpdateMain.h"
+#include "api/UpdateTrust.h"
 #include "CvPaths.h"
 #include "demo/corvina/DialogScript.h"
 #include "demo/corvina/DialogWatcher.h"
@@ -82,6 +83,7 @@ void DemoRun::ConfigureModule() const
     QuillonInit::SetConfigFileDir(configDir);
     UpdateInit::SetUpdateUrl(m_options.updateUrl);
     UpdateInit::SetUpdateVersion(m_options.productVersion);
+    UpdateTrust::SetPublicKeys(m_options.trustKeys);
 }
 
 void DemoRun::Start()

@@ -3,7 +3,9 @@
 // Writes the seeds of the fuzz targets into the folder named, one folder for each target.
 
 #include "tests/support/BsdiffWriter.h"
+#include "tests/support/MinisignKeyPair.h"
 #include "tests/support/PeBuilder.h"
+#include "tests/support/SignedManifest.h"
 #include "tests/support/TestBytes.h"
 
 #include <QCoreApplication>
@@ -59,6 +61,33 @@ void gWriteManifests(const QString &folder)
                            "<a><ExeUrl_x64>&z;&#65;&amp;</ExeUrl_x64></a>");
     corpus.Add("cut", ("<Update>" + full + notes).left(150));
     corpus.Add("web-page", "<!DOCTYPE html><html><body><p>Log in<br></body></html>");
+}
+
+void gWriteSignedManifests(const QString &folder)
+{
+    const Corpus corpus(folder, "SignedManifest");
+    const MinisignKeyPair key('f'); // the one that the target trusts
+    SignedManifest manifest;
+    manifest.forVersion = "9.1.0.0";
+    manifest.expires = "2027-01-31T00:00:00Z";
+    corpus.Add("no-update", key.Sign(manifest.Document()));
+    manifest.exeUrl = QStringLiteral("https://u.example/c.exe");
+    manifest.full = "full";
+    corpus.Add("full", key.Sign(manifest.Document()));
+    manifest.patchUrl = QStringLiteral("https://u.example/c.patch");
+    manifest.patch = "patch";
+    manifest.result = manifest.full;
+    manifest.kept = "kept";
+    const QByteArray whole = key.Sign(manifest.Document());
+    corpus.Add("increase", whole);
+    corpus.Add("unsigned", manifest.Document());
+    corpus.Add("cut", whole.chopped(30));
+    corpus.Add("two-signatures", key.Sign(whole));
+    corpus.Add("odd-numbers", key.Sign(manifest.Document().replace("<Serial>5", "<Serial>+5")));
+    corpus.Add("twice", key.Sign(manifest.Document().replace("</Signed>", "</Signed><Signed/>")));
+    MinisignKeyPair::Spoil legacy;
+    legacy.algorithm = "Ed";
+    corpus.Add("legacy", key.Sign(manifest.Document(), legacy));
 }
 
 void gWritePrograms(const QString &folder)
@@ -154,6 +183,7 @@ int main(int argc, char *argv[])
         return 2;
     }
     gWriteManifests(folder);
+    gWriteSignedManifests(folder);
     gWritePrograms(folder);
     gWriteStates(folder);
     gWritePatches(folder);
