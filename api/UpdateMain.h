@@ -56,6 +56,9 @@ public:
     /// within `QApplication::exec()`, for example from a zero timer: `quit` has no effect before
     /// `exec()`.
     ///
+    /// With public keys (`UpdateTrust`) a kept installer is verified first, on another thread, and is
+    /// offered from the event loop. One that is not what was kept is not offered; the service is asked.
+    ///
     /// @param pid, version, email  the values that follow "pid=", "version=" and "email=" in the
     ///                             address of the check
     void LiveUpdate(QString pid, QString version, QString email);
