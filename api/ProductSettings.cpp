@@ -10,16 +10,21 @@
 QString InstallLanguage()
 {
     using namespace ProductSettings;
-    QSettings settings(CvGetCorvinaDirectory() + QLatin1String(fileName), QSettings::IniFormat);
+    QSettings settings(gProductSettingsFile(CvGetCorvinaDirectory()), QSettings::IniFormat);
     settings.beginGroup(QLatin1String(systemGroup));
     return settings.value(QLatin1String(installLanguageKey), QLatin1String(defaultInstallLanguage))
         .toString();
 }
 
+QString gProductSettingsFile(const QString &directory)
+{
+    return directory + QLatin1String(ProductSettings::fileName);
+}
+
 QString gStatisticsHost(const QString &configDirectory)
 {
     using namespace ProductSettings;
-    QSettings settings(configDirectory + QLatin1String(fileName), QSettings::IniFormat);
+    QSettings settings(gProductSettingsFile(configDirectory), QSettings::IniFormat);
     settings.beginGroup(QLatin1String(quillonGroup));
     const QString host = settings.value(QLatin1String(statisticsHostKey)).toString();
     return host.isEmpty() ? QStringLiteral(QUILLON_STATISTICS_HOST) : host;

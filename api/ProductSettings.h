@@ -40,6 +40,9 @@ inline constexpr char trustSerialKey[] = "TrustSerial";
 inline constexpr char trustTimeKey[] = "TrustTime";
 } // namespace ProductSettings
 
+/// The product settings file in @p directory.
+QString gProductSettingsFile(const QString &directory);
+
 /// The language code of the installation, from the settings file in the host's data directory.
 QString InstallLanguage();
 

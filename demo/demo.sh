@@ -1,6 +1,6 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# Two whole updates on this machine: publishes a release, serves it, and runs the demo host against it,
+# Two whole updates on this machine: publishes a signed release, serves it, and runs the demo host against it,
 # which downloads the full package; then publishes the next one, which arrives as a patch.
 #
 # usage: demo.sh [--auto] [--build DIR] [--screenshots DIR]
@@ -38,7 +38,7 @@ while [ $# -gt 0 ]; do
     esac
     shift
 done
-for tool in bsdiff jq makeself openssl; do
+for tool in bsdiff jq makeself minisign openssl; do
     command -v "$tool" > /dev/null || die "$tool is not installed"
 done
 for program in demo/quillon-serve demo/corvina-demo demo/bspatch.exe tools/quillon-publish; do
@@ -93,6 +93,12 @@ make_certificates() {
     ) > "$work/openssl.log" 2>&1 || { cat "$work/openssl.log" >&2; die "no certificates"; }
 }
 
+# A release engineer's keys. A real one has a password.
+make_keys() {
+    minisign -G -W -p "$work/release.pub" -s "$work/release.key" > "$work/minisign.log" 2>&1 ||
+        { cat "$work/minisign.log" >&2; die "no keys"; }
+}
+
 # The service prints where it listens, plain and encrypted, and then every event report that it receives.
 server_is_ready() {
     [ "$(wc -l < "$work/served")" -ge 2 ]
@@ -116,7 +122,7 @@ publish() { # INDEX PREVIOUS-OPTIONS...
     "$script_dir/make-installer.sh" "$version" "$megabytes" "$installer"
     "$build/tools/quillon-publish" --site "$work/site" --base-url "${url%%/update*}" \
         --product-version "$version" --installer "$installer" \
-        --notes "$script_dir/notes-$version.md" "$@" 2>&1 | tee "$work/publish.log" | renew_each ||
+        --notes "$script_dir/notes-$version.md" --sign-key "$work/release.key" --expires 7 "$@" 2>&1 | tee "$work/publish.log" | renew_each ||
         { cat "$work/publish.log" >&2; die "Corvina $version could not be published"; }
     grep -E '^(Installer|  patch:|Published) ' "$work/publish.log"
 }
@@ -176,17 +182,17 @@ show_hint() {
 run_host() { # NAME VERSION OPTIONS...
     local state=$work/$1 version=$2 reader_pid status=0
     shift 2
-    mkdir -p "$state/config" "$state/host" "$state/data" "$state/tmp"
+    mkdir -p "$state/config" "$state/host" "$state/data" "$state/cache" "$state/tmp"
     rm -f "$state/pipe"
     mkfifo "$state/pipe"
     tee "$state/events.jsonl" < "$state/pipe" | "$show" &
     reader_pid=$!
-    XDG_DATA_HOME=$state/data XDG_CONFIG_HOME=$state/config XDG_CONFIG_DIRS=$state/machine \
+    XDG_DATA_HOME=$state/data XDG_CACHE_HOME=$state/cache XDG_CONFIG_HOME=$state/config XDG_CONFIG_DIRS=$state/machine \
         TMPDIR=$state/tmp \
         CORVINA_INSTALL_LOG=$state/install.log \
         "$build/demo/corvina-demo" --update-url "$url" --product-version "$version" \
         --config-dir "$state/config" --data-dir "$state/host" --log "$state/module.log" \
-        --ca "$work/ca.pem" --statistics-host "$tls_address" \
+        --trust-key "$(tail -n 1 "$work/release.pub")" --ca "$work/ca.pem" --statistics-host "$tls_address" \
         "$@" > "$state/pipe" &
     host_pid=$!
     wait "$host_pid" || status=$?
@@ -254,6 +260,17 @@ show_reports() {
         | "  \(.oldver) -> \(.newver) (\(.type)): \(.result), \($names[.result | tostring])"'
 }
 
+# Whoever gets into the web server can put another offer there, and not sign it.
+refuse_unsigned() {
+    echo "Somebody changes the offer on the web server, and Corvina ${versions[0]} asks"
+    sed -i "s/Corvina9_${versions[2]}/Corvina9_6.6.6.6/" "$work/site/manifest.xml"
+    local show=show_hint
+    QT_QPA_PLATFORM=offscreen run_host plain "${versions[0]}" --check interactive --on-hint close \
+        --timeout 60 || show_log_and_die plain "the demo host failed"
+    grep -o 'the manifest is refused, .*' "$work/plain/module.log" ||
+        show_log_and_die plain "the changed offer was not refused"
+}
+
 automatic() {
     local kept
     kept=$(package_name "${versions[1]}")
@@ -276,6 +293,7 @@ automatic() {
     [ "$(sed 1,2d "$work/served" | jq -s 'map(.data.label.result) == [1, 1, 1]')" = true ] ||
         die "the service received other reports than it should: $(sed 1,2d "$work/served")"
     show_reports
+    refuse_unsigned
     echo "The installers equal the published ones; pictures are in $screenshots"
 }
 
@@ -298,6 +316,7 @@ by_hand() {
 }
 
 make_certificates
+make_keys
 start_server
 if [ "$auto" = yes ]; then
     automatic

@@ -24,9 +24,8 @@ LiveUpdateMgr::LiveUpdateMgr(ProgressDisplay *progress, VersionDisplay *version,
                              const UpdateContext &context, QObject *parent)
     : QObject(parent)
     , m_context(context)
-    , m_productSettings(
-          gWithoutStaleLock(context.configDirectory + QLatin1String(ProductSettings::fileName)),
-          QSettings::IniFormat)
+    , m_productSettings(gWithoutStaleLock(gProductSettingsFile(context.configDirectory)),
+                        QSettings::IniFormat)
     , m_resumeSettings(context.configDirectory)
     , m_progressPage(progress)
     , m_versionPage(version)
@@ -147,13 +146,13 @@ void LiveUpdateMgr::UpdateNow()
 void LiveUpdateMgr::StartIncrementalPackage(const QString &keptInstaller)
 {
     m_resumeSettings.Reload();
-    if (m_resumeSettings.IsFailedPatch(m_offer.incrementalMd5)) {
-        QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::UpdateNow",
-                    "the incremental package could not be applied before and is not taken");
-        StartFullPackage();
-    } else {
+    if (!m_resumeSettings.IsFailedPatch(m_offer.incrementalMd5)) {
         StartDownload(true, keptInstaller);
+        return;
     }
+    QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::UpdateNow",
+                "the incremental package could not be applied before and is not taken");
+    StartFullPackage();
 }
 
 /// Once for each "Update Now", so that a package that fails is not asked for in a loop.
@@ -192,7 +191,7 @@ void LiveUpdateMgr::StartDownload(bool incremental, const QString &oldPackagePat
     if (alive == nullptr) {
         return;
     }
-    if (gIsSizeRefused(target, total)) {
+    if (gIsSizeRefused(target, total, m_resumeSettings)) {
         ShowDownloadError(UpdatePages::DownloadFailedText());
         return;
     }

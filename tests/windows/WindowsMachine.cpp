@@ -3,6 +3,7 @@
 #include "tests/windows/WindowsMachine.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -86,6 +87,21 @@ QString WindowsMachine::PackageFolder() const
 bool WindowsMachine::RemovePackages() const
 {
     return QDir(PackageFolder()).removeRecursively();
+}
+
+QStringList WindowsMachine::PrivateCopies() const
+{
+    QStringList copies;
+    QDirIterator files(m_prefix->filePath(QStringLiteral("drive_c/users")), QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString path = files.next();
+        if (path.contains(QLatin1String("/AppData/Local/Halvard/Corvina-")) &&
+            !path.endsWith(QLatin1String(".lock"))) {
+            copies.append(files.fileName());
+        }
+    }
+    return copies;
 }
 
 QString WindowsMachine::HoldFile() const

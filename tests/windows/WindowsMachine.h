@@ -48,6 +48,9 @@ public:
     /// Removes that folder. @return whether it is gone
     bool RemovePackages() const;
 
+    /// The names of the files in this user's folder for private copies; locks are none.
+    QStringList PrivateCopies() const;
+
     /// Installers that were started wait as long as this file exists.
     QString HoldFile() const;
 

@@ -60,7 +60,7 @@ ManifestTrust::ManifestTrust(const UpdateContext &context)
     : m_isOn(!context.publicKeys.isEmpty())
     , m_keys(gReadMinisignKeys(context.publicKeys))
     , m_system(context.system)
-    , m_settingsFile(context.configDirectory + QLatin1String(ProductSettings::fileName))
+    , m_settingsFile(gProductSettingsFile(context.configDirectory))
 {
 }
 

@@ -3,13 +3,27 @@
 #include "update/plan/PlanRefusal.h"
 
 #include "api/Log.h"
+#include "platform/ProcessLock.h"
 #include "update/plan/DownloadTarget.h"
+#include "update/plan/PackageFolder.h"
 #include "update/plan/PackageNames.h"
+#include "update/plan/ResumeState.h"
 
 namespace
 {
 constexpr char logFile[] = "LiveUpdateMgr";
 constexpr char logFunction[] = "LiveUpdateMgr::StartDownload";
+
+/// Not while another download runs: the state is its own.
+void gRememberFailedPatch(const QString &resultMd5, ResumeState &state)
+{
+    if (const auto lock = gLockPackages()) {
+        state.Reload();
+        state.SetFailedPatch(resultMd5);
+        state.Sync();
+        state.Close();
+    }
+}
 } // namespace
 
 bool gIsRefused(const DownloadTarget &target, bool hasToBeSigned)
@@ -25,7 +39,7 @@ bool gIsRefused(const DownloadTarget &target, bool hasToBeSigned)
     return true;
 }
 
-bool gIsSizeRefused(const DownloadTarget &target, qint64 total)
+bool gIsSizeRefused(const DownloadTarget &target, qint64 total, ResumeState &state)
 {
     if (total == 0 || !target.signedPackage || target.signedPackage->file.size == total) {
         return false;
@@ -34,5 +48,8 @@ bool gIsSizeRefused(const DownloadTarget &target, qint64 total)
                 "the package is not the signed one, it has %lld bytes instead of %lld",
                 static_cast<long long>(total),
                 static_cast<long long>(target.signedPackage->file.size));
+    if (target.isIncremental) {
+        gRememberFailedPatch(target.expectedMd5, state);
+    }
     return true;
 }

@@ -31,6 +31,7 @@ private slots:
     void an_altered_patch_is_not_given_to_the_program_data();
     void an_altered_patch_is_not_given_to_the_program();
     void after_an_altered_patch_the_full_package_is_taken();
+    void after_a_patch_of_another_size_the_full_package_is_taken();
     void a_patch_of_another_release_is_refused();
     void a_result_that_is_not_the_signed_one_is_a_failed_patch();
     void a_patch_without_a_private_copy_is_not_applied();
@@ -272,6 +273,22 @@ void tst_TrustedPackage::after_an_altered_patch_the_full_package_is_taken()
     m_scene->ServePatch(QByteArray(m_scene->Manifest().patch.size(), 'x'));
     Update();
     QCOMPARE(m_scene->Rig().HintText(), failed);
+    Update();
+    QCOMPARE(m_scene->Started("9.2.0.0"), QByteArray("9.2.0.0"));
+    QCOMPARE(gReadFile(m_scene->Full()), m_scene->Manifest().full);
+}
+
+void tst_TrustedPackage::after_a_patch_of_another_size_the_full_package_is_taken()
+{
+    const PatchProgram program;
+    m_scene->Rig().SetAnswer(Answer::Yes);
+    m_scene->AddPatch();
+    m_scene->Publish();
+    m_scene->ServePatch(m_scene->Manifest().patch + "x");
+    Update();
+    QCOMPARE(m_scene->Rig().HintText(), failed);
+    // In the next session, too.
+    m_scene->Rig().Build();
     Update();
     QCOMPARE(m_scene->Started("9.2.0.0"), QByteArray("9.2.0.0"));
     QCOMPARE(gReadFile(m_scene->Full()), m_scene->Manifest().full);
