@@ -25,7 +25,7 @@ struct DownloadTarget {
     QString packageMd5;
     QString version;
     /// What a verified manifest says of it.
-    std::optional<SignedPackage> signedPackage{};
+    std::optional<SignedPackage> signedPackage = std::nullopt;
 };
 
 /// The full or the incremental package of @p offer, in the folder of `gPackageFolder()`, under the name

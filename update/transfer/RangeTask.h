@@ -28,7 +28,7 @@ struct RangeTask {
     /// MD5 of a full package itself; empty when there is none to compare with.
     QString packageMd5;
     /// What a verified manifest says of the package. It is never put in place or offered without that.
-    std::optional<SignedPackage> signedPackage{};
+    std::optional<SignedPackage> signedPackage = std::nullopt;
 
     bool IsLast() const { return number >= ResumeState::rangeCount; }
 };
