@@ -148,6 +148,22 @@ build_md4c() {
     install -m 644 -D "$work/md4c/LICENSE.md" "$sdk/licences/md4c.txt"
 }
 
+# What signatures are verified with. Without the compiler's checks of buffers: their library would be one more
+# DLL beside the host's program.
+build_libsodium() {
+    source_of libsodium
+    cd "$work/libsodium"
+    { autoreconf -fi &&
+        ./configure --host=$compiler --prefix="$sdk" --disable-shared --enable-static --disable-ssp \
+            CC=$compiler-gcc-posix CFLAGS=-O2 CPPFLAGS=-D_FORTIFY_SOURCE=0; } >configure.log 2>&1 ||
+        { tail configure.log; exit 1; }
+    make -j"$(nproc)" install >make.log 2>&1 || { tail make.log; exit 1; }
+    rm "$sdk/lib/libsodium.la"
+    # Its header takes it for a DLL otherwise.
+    sed -i '/^Cflags:/ s/$/ -DSODIUM_STATIC/' "$sdk/lib/pkgconfig/libsodium.pc"
+    install -m 644 -D LICENSE "$sdk/licences/libsodium.txt"
+}
+
 # The program that makes patches, for release engineers on Windows.
 build_bsdiff() {
     source_of bsdiff
@@ -187,7 +203,7 @@ copy_threads() {
 
 # --- Commands ------------------------------------------------------------------------------------------
 
-readonly parts=(qt runtime threads licences bzip2 md4c bsdiff)
+readonly parts=(qt runtime threads licences bzip2 md4c libsodium bsdiff)
 
 case "${1:-}" in
 path)
