@@ -20,3 +20,8 @@ bool gMakePrivateFolder(const QString &path, QString *failure);
 /// Whether no other account can change the folder at @p path, or what lies in it.
 /// @param failure receives who can, or why that is unknown
 bool gIsPrivateFolder(const QString &path, QString *failure);
+
+/// Whether no other account can give the folder at @p path another name, or do so with a folder above it.
+/// @param path absolute, and without links
+/// @param failure receives who can, or why that is unknown
+bool gIsKeptAbove(const QString &path, QString *failure);

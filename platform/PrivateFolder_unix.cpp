@@ -27,40 +27,19 @@ bool gIsOpenToOthers(const struct stat &folder)
     const bool isWritable = (folder.st_mode & (S_IWGRP | S_IWOTH)) != 0;
     return isWritable && (folder.st_mode & S_ISVTX) == 0;
 }
-
-/// Whether the folders above @p path keep its name.
-bool gIsKeptAbove(const QString &path, QString *failure)
-{
-    QString above = QFileInfo(path).path();
-    while (true) {
-        struct stat folder {
-        };
-        if (stat(QFile::encodeName(above).constData(), &folder) != 0) {
-            *failure = above + QStringLiteral(": ") + gSystemText(errno);
-            return false;
-        }
-        if ((folder.st_uid != geteuid() && folder.st_uid != 0) || gIsOpenToOthers(folder)) {
-            *failure = QStringLiteral("another account can change %1").arg(above);
-            return false;
-        }
-        const QString next = QFileInfo(above).path();
-        if (next == above) {
-            return true;
-        }
-        above = next;
-    }
-}
 } // namespace
 
 QString gPrivateFolder(QString *failure)
 {
     const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
-    if (cache.isEmpty() || !QDir().mkpath(cache)) {
+    const bool isThere = !cache.isEmpty() && QDir().mkpath(cache);
+    // Without links, so that the folders above are the ones that are looked at.
+    const QString above = isThere ? QFileInfo(cache).canonicalFilePath() : QString();
+    if (above.isEmpty()) {
         *failure = QStringLiteral("there is no folder for the cache");
         return {};
     }
-    // Without links, so that the folders above are the ones that are looked at.
-    const QString path = QFileInfo(cache).canonicalFilePath() + QStringLiteral("/Halvard");
+    const QString path = above + QStringLiteral("/Halvard");
     if (!QFileInfo::exists(path) && !gMakePrivateFolder(path, failure) &&
         !QFileInfo::exists(path)) {
         return {};
@@ -91,4 +70,26 @@ bool gIsPrivateFolder(const QString &path, QString *failure)
         return false;
     }
     return true;
+}
+
+bool gIsKeptAbove(const QString &path, QString *failure)
+{
+    QString above = QFileInfo(path).path();
+    while (true) {
+        struct stat folder {
+        };
+        if (stat(QFile::encodeName(above).constData(), &folder) != 0) {
+            *failure = above + QStringLiteral(": ") + gSystemText(errno);
+            return false;
+        }
+        if ((folder.st_uid != geteuid() && folder.st_uid != 0) || gIsOpenToOthers(folder)) {
+            *failure = QStringLiteral("another account can change %1").arg(above);
+            return false;
+        }
+        const QString next = QFileInfo(above).path();
+        if (next == above) {
+            return true;
+        }
+        above = next;
+    }
 }

@@ -2,10 +2,12 @@
 
 #include "platform/PrivateFolder.h"
 
+#include "platform/AccessList_win.h"
+
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
 
-#include <array>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -15,7 +17,6 @@
 
 #include <aclapi.h>
 #include <sddl.h>
-#include <shlobj.h>
 
 namespace
 {
@@ -25,9 +26,17 @@ struct LocalMemory {
 template<typename Pointer>
 using Local = std::unique_ptr<std::remove_pointer_t<Pointer>, LocalMemory>;
 
+struct OpenHandle {
+    void operator()(void *handle) const { CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<void, OpenHandle>;
+
+/// In the form that is not limited to 260 characters, if there is one.
 std::wstring gNativeName(const QString &path)
 {
-    return QDir::toNativeSeparators(path).toStdWString();
+    const QString name = QDir::toNativeSeparators(QDir::cleanPath(path));
+    const bool hasDrive = QDir::isAbsolutePath(path) && !name.startsWith(QLatin1Char('\\'));
+    return (hasDrive ? QStringLiteral("\\\\?\\") + name : name).toStdWString();
 }
 
 QString gSystemText(DWORD error)
@@ -38,17 +47,17 @@ QString gSystemText(DWORD error)
 /// The account that this process runs under, as a token of the system holds it.
 std::vector<BYTE> gThisUser()
 {
-    HANDLE token = nullptr;
-    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) == FALSE) {
+    HANDLE opened = nullptr;
+    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened) == FALSE) {
         return {};
     }
+    const Handle token(opened);
     DWORD size = 0;
-    GetTokenInformation(token, TokenUser, nullptr, 0, &size);
+    GetTokenInformation(token.get(), TokenUser, nullptr, 0, &size);
     std::vector<BYTE> user(size);
-    const BOOL isKnown =
-        size == 0 ? FALSE : GetTokenInformation(token, TokenUser, user.data(), size, &size);
-    CloseHandle(token);
-    return isKnown == FALSE ? std::vector<BYTE>() : user;
+    const bool isKnown =
+        size != 0 && GetTokenInformation(token.get(), TokenUser, user.data(), size, &size) != FALSE;
+    return isKnown ? user : std::vector<BYTE>();
 }
 
 PSID gSid(std::vector<BYTE> &user)
@@ -56,45 +65,55 @@ PSID gSid(std::vector<BYTE> &user)
     return reinterpret_cast<TOKEN_USER *>(user.data())->User.Sid;
 }
 
-bool gIsOneOf(PSID account, PSID user)
+/// Opens a folder to ask who may do what. A link in its place is none, and neither is one on a volume that
+/// does not know who may do what.
+/// @return the system's error
+DWORD gOpenFolder(const QString &path, Handle *folder)
 {
-    return EqualSid(account, user) != FALSE ||
-           IsWellKnownSid(account, WinLocalSystemSid) != FALSE ||
-           IsWellKnownSid(account, WinBuiltinAdministratorsSid) != FALSE;
+    HANDLE opened =
+        CreateFileW(gNativeName(path).c_str(), READ_CONTROL | FILE_READ_ATTRIBUTES,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                    FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (opened == INVALID_HANDLE_VALUE) {
+        return GetLastError();
+    }
+    folder->reset(opened);
+    BY_HANDLE_FILE_INFORMATION info{};
+    DWORD volume = 0;
+    if (GetFileInformationByHandle(opened, &info) == FALSE ||
+        GetVolumeInformationByHandleW(opened, nullptr, 0, nullptr, nullptr, &volume, nullptr, 0) ==
+            FALSE) {
+        return GetLastError();
+    }
+    const bool isFolder = (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+                          (info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+    if (!isFolder) {
+        return ERROR_DIRECTORY;
+    }
+    return (volume & FILE_PERSISTENT_ACLS) == 0 ? ERROR_NOT_SUPPORTED : ERROR_SUCCESS;
 }
 
-/// Whether an entry lets somebody else change the folder.
-bool gLetsOthersWrite(const ACE_HEADER &header, void *entry, PSID user)
+/// Whether nobody else can do it to the folder.
+bool gIsKept(const QString &path, FolderChange change, QString *failure)
 {
-    constexpr DWORD writing = FILE_WRITE_DATA | FILE_APPEND_DATA | FILE_WRITE_EA |
-                              FILE_WRITE_ATTRIBUTES | FILE_DELETE_CHILD | DELETE | WRITE_DAC |
-                              WRITE_OWNER | GENERIC_WRITE | GENERIC_ALL;
-
-    if (header.AceType == ACCESS_DENIED_ACE_TYPE) {
+    Handle folder;
+    DWORD error = gOpenFolder(path, &folder);
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (error == ERROR_SUCCESS) {
+        error = GetSecurityInfo(folder.get(), SE_FILE_OBJECT,
+                                OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, nullptr,
+                                nullptr, nullptr, nullptr, &descriptor);
+    }
+    const Local<PSECURITY_DESCRIPTOR> held(descriptor);
+    if (error != ERROR_SUCCESS) {
+        *failure =
+            QStringLiteral("it is unknown who can change %1: %2").arg(path, gSystemText(error));
         return false;
     }
-    if (header.AceType != ACCESS_ALLOWED_ACE_TYPE) {
-        return true; // Of a kind that is not known here.
-    }
-    const auto *allowed = static_cast<ACCESS_ALLOWED_ACE *>(entry);
-    PSID account = const_cast<DWORD *>(&allowed->SidStart);
-    // What is made in the folder gets the entry of its maker, and only those who may write make something.
-    const bool isForMakers = IsWellKnownSid(account, WinCreatorOwnerSid) != FALSE ||
-                             IsWellKnownSid(account, WinCreatorGroupSid) != FALSE;
-    return (allowed->Mask & writing) != 0 && !isForMakers && !gIsOneOf(account, user);
-}
-
-bool gLetsOnlyWrite(PACL list, PSID user)
-{
-    if (list == nullptr) {
-        return false; // Without a list everybody may do everything.
-    }
-    for (DWORD index = 0; index < list->AceCount; ++index) {
-        void *entry = nullptr;
-        if (GetAce(list, index, &entry) == FALSE ||
-            gLetsOthersWrite(*static_cast<ACE_HEADER *>(entry), entry, user)) {
-            return false;
-        }
+    std::vector<BYTE> user = gThisUser();
+    if (user.empty() || !gIsKeptFrom(change, descriptor, gSid(user))) {
+        *failure = QStringLiteral("another account can change %1").arg(path);
+        return false;
     }
     return true;
 }
@@ -103,13 +122,11 @@ bool gLetsOnlyWrite(PACL list, PSID user)
 Local<PSECURITY_DESCRIPTOR> gDescriptor()
 {
     std::vector<BYTE> user = gThisUser();
-    wchar_t *name = nullptr;
-    if (user.empty() || ConvertSidToStringSidW(gSid(user), &name) == FALSE) {
+    const std::wstring name = user.empty() ? std::wstring() : gAccountText(gSid(user));
+    if (name.empty()) {
         return nullptr;
     }
-    const Local<wchar_t *> held(name);
-    const std::wstring rules =
-        std::wstring(L"D:P(A;OICI;FA;;;") + name + L")(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)";
+    const std::wstring rules = L"D:P(A;OICI;FA;;;" + name + L")(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)";
     PSECURITY_DESCRIPTOR descriptor = nullptr;
     ConvertStringSecurityDescriptorToSecurityDescriptorW(rules.c_str(), SDDL_REVISION_1,
                                                          &descriptor, nullptr);
@@ -119,28 +136,33 @@ Local<PSECURITY_DESCRIPTOR> gDescriptor()
 
 QString gPrivateFolder(QString *failure)
 {
-    std::array<wchar_t, MAX_PATH> folder{};
-    const HRESULT result = SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA | CSIDL_FLAG_CREATE,
-                                            nullptr, SHGFP_TYPE_CURRENT, folder.data());
-    if (FAILED(result)) {
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const bool isThere = !data.isEmpty() && QDir().mkpath(data);
+    // Without links, so that the folders above are the ones that are looked at.
+    const QString above = isThere ? QFileInfo(data).canonicalFilePath() : QString();
+    if (above.isEmpty()) {
         *failure = QStringLiteral("there is no folder for local data");
         return {};
     }
-    const QString path = QDir::fromNativeSeparators(QString::fromWCharArray(folder.data())) +
-                         QStringLiteral("/Halvard");
+    const QString path = above + QStringLiteral("/Halvard");
     if (!QFileInfo::exists(path) && !gMakePrivateFolder(path, failure) &&
         !QFileInfo::exists(path)) {
         return {};
     }
-    return gIsPrivateFolder(path, failure) ? path : QString();
+    return gIsPrivateFolder(path, failure) && gIsKeptAbove(path, failure) ? path : QString();
 }
 
 bool gMakePrivateFolder(const QString &path, QString *failure)
 {
     const Local<PSECURITY_DESCRIPTOR> descriptor = gDescriptor();
+    if (descriptor == nullptr) {
+        *failure = QStringLiteral("the account of this user is unknown");
+        return false;
+    }
     SECURITY_ATTRIBUTES security{sizeof(SECURITY_ATTRIBUTES), descriptor.get(), FALSE};
-    if (descriptor == nullptr || CreateDirectoryW(gNativeName(path).c_str(), &security) == FALSE) {
-        *failure = path + QStringLiteral(": ") + gSystemText(GetLastError());
+    if (CreateDirectoryW(gNativeName(path).c_str(), &security) == FALSE) {
+        const DWORD error = GetLastError();
+        *failure = path + QStringLiteral(": ") + gSystemText(error);
         return false;
     }
     return true;
@@ -148,26 +170,22 @@ bool gMakePrivateFolder(const QString &path, QString *failure)
 
 bool gIsPrivateFolder(const QString &path, QString *failure)
 {
-    const std::wstring name = gNativeName(path);
-    const DWORD attributes = GetFileAttributesW(name.c_str());
-    const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES &&
-                          (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
-                          (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
-    std::vector<BYTE> user = gThisUser();
-    PSID owner = nullptr;
-    PACL list = nullptr;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    const DWORD error = GetNamedSecurityInfoW(
-        name.c_str(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
-        &owner, nullptr, &list, nullptr, &descriptor);
-    const Local<PSECURITY_DESCRIPTOR> held(descriptor);
-    if (!isFolder || user.empty() || error != ERROR_SUCCESS) {
-        *failure = QStringLiteral("it is unknown who can change %1").arg(path);
-        return false;
+    return gIsKept(path, FolderChange::Any, failure);
+}
+
+bool gIsKeptAbove(const QString &path, QString *failure)
+{
+    QString above = QFileInfo(path).path();
+    while (true) {
+        const QString next = QFileInfo(above).path();
+        const bool isVolume = next == above;
+        if (!gIsKept(above, isVolume ? FolderChange::NamesOfVolume : FolderChange::Names,
+                     failure)) {
+            return false;
+        }
+        if (isVolume) {
+            return true;
+        }
+        above = next;
     }
-    if (owner == nullptr || !gIsOneOf(owner, gSid(user)) || !gLetsOnlyWrite(list, gSid(user))) {
-        *failure = QStringLiteral("another account can change %1").arg(path);
-        return false;
-    }
-    return true;
 }
