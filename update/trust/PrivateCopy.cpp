@@ -63,7 +63,11 @@ PrivateCopy::Outcome PrivateCopy::Make(const QString &source, const QString &nam
     QFile from(source);
     QFile to(copy->m_path);
     // Whatever else has the name, a pipe for instance, might never come to an end.
-    if (!QFileInfo(source).isFile() || !from.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+    if (!QFileInfo(source).isFile()) {
+        outcome.failure = QStringLiteral("%1 is no file").arg(source);
+        return outcome;
+    }
+    if (!from.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         outcome.failure = source + QStringLiteral(": ") + from.errorString();
         return outcome;
     }
@@ -112,10 +116,13 @@ void PrivateCopy::RemoveLeft(const PrivateFolderFunction &privateFolder)
     if (base.isEmpty()) {
         return;
     }
-    const QStringList names =
-        QDir(base).entryList({prefix.mid(1) + QLatin1Char('*')}, QDir::Dirs | QDir::NoDotAndDotDot);
+    // A process that was ended in between left a lock without a folder.
+    const QStringList names = QDir(base).entryList({prefix.mid(1) + QLatin1Char('*')},
+                                                   QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot);
     for (const QString &name : names) {
-        const QString folder = base + QLatin1Char('/') + name;
+        const bool isLock = name.endsWith(lockSuffix);
+        const QString folder =
+            base + QLatin1Char('/') + (isLock ? name.chopped(lockSuffix.size()) : name);
         ProcessLock lock;
         if (lock.TryLock(folder + lockSuffix) == ProcessLock::Outcome::Taken) {
             QDir(folder).removeRecursively();
