@@ -27,6 +27,9 @@ private slots:
 
     void a_named_pipe_is_not_copied();
     void a_link_to_a_file_is_followed_once();
+    void the_mode_of_the_process_opens_no_copy();
+    void a_source_that_cannot_be_read_leaves_no_copy();
+    void a_full_disk_leaves_no_copy_data();
     void a_full_disk_leaves_no_copy();
     void what_another_process_uses_is_not_removed();
 
@@ -93,10 +96,44 @@ void tst_PrivateCopy_unix::a_link_to_a_file_is_followed_once()
     QCOMPARE(gReadFile(outcome.copy->Path()), QByteArray("bytes"));
 }
 
+void tst_PrivateCopy_unix::the_mode_of_the_process_opens_no_copy()
+{
+    QVERIFY(gWriteFile(Path("source"), "bytes"));
+    const mode_t before = umask(0);
+    const PrivateCopy::Outcome outcome = Make();
+    umask(before);
+    QVERIFY2(outcome.copy != nullptr, qPrintable(outcome.failure));
+    const QFileInfo folder(QFileInfo(outcome.copy->Path()).path());
+    QCOMPARE(folder.permissions() & ~(QFile::ReadUser | QFile::WriteUser | QFile::ExeUser),
+             QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+void tst_PrivateCopy_unix::a_source_that_cannot_be_read_leaves_no_copy()
+{
+    // It can be opened, and nothing is at its beginning.
+    const QString source = "/proc/self/mem";
+    if (!QFile(source).open(QIODevice::ReadOnly)) {
+        QSKIP("This system has no file that can be opened and not be read.");
+    }
+    const PrivateCopy::Outcome outcome = PrivateCopy::Make(source, "setup.exe", noLimit, Private());
+    QVERIFY(outcome.copy == nullptr);
+    QVERIFY2(outcome.failure.startsWith(source + ": "), qPrintable(outcome.failure));
+    QCOMPARE(Left(), QStringList());
+}
+
+void tst_PrivateCopy_unix::a_full_disk_leaves_no_copy_data()
+{
+    QTest::addColumn<int>("room");
+    QTest::newRow("none") << 0;
+    QTest::newRow("for_a_part") << 450000;
+    QTest::newRow("for_all_but_one_byte") << 1000002;
+}
+
 void tst_PrivateCopy_unix::a_full_disk_leaves_no_copy()
 {
+    QFETCH(int, room);
     QVERIFY(gWriteFile(Path("source"), gTestBytes(1000003)));
-    LimitFiles(450000);
+    LimitFiles(static_cast<rlim_t>(room));
     const PrivateCopy::Outcome outcome = Make();
     LimitFiles(RLIM_INFINITY);
     QVERIFY(outcome.copy == nullptr);
