@@ -32,6 +32,7 @@ install(PROGRAMS "${sdk}/plugins/styles/qwindowsvistastyle.dll"
     DESTINATION "${CMAKE_INSTALL_BINDIR}/styles"
 )
 install(DIRECTORY "${sdk}/licences" DESTINATION .)
-install(FILES docs/windows.md docs/publishing.md README.md CHANGELOG.md LICENSE SECURITY.md
+install(FILES
+    docs/windows.md docs/publishing.md docs/trust.md README.md CHANGELOG.md LICENSE SECURITY.md
     DESTINATION .
 )
