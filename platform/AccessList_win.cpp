@@ -42,8 +42,8 @@ bool gIsTrusted(PSID account, PSID user)
            gAccountText(account) == trustedInstaller;
 }
 
-/// Whether the account stands for whoever makes something in the folder, which takes the right to write, or
-/// for the owner, who is looked at anyway. The maker's group is no such account: others are in it.
+/// Whether the account stands for whoever makes something in the folder, which takes the right to
+/// write, or for the owner, who is looked at anyway. The maker's group is none: others are in it.
 bool gIsOwnerToBe(PSID account)
 {
     return IsWellKnownSid(account, WinCreatorOwnerSid) != FALSE ||

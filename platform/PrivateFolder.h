@@ -21,7 +21,8 @@ bool gMakePrivateFolder(const QString &path, QString *failure);
 /// @param failure receives who can, or why that is unknown
 bool gIsPrivateFolder(const QString &path, QString *failure);
 
-/// Whether no other account can give the folder at @p path another name, or do so with a folder above it.
+/// Whether no other account can rename or replace the folder at @p path, or a folder above it, from
+/// the folders above.
 /// @param path absolute, and without links
 /// @param failure receives who can, or why that is unknown
 bool gIsKeptAbove(const QString &path, QString *failure);

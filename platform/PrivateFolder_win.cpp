@@ -44,6 +44,13 @@ QString gSystemText(DWORD error)
     return qt_error_string(static_cast<int>(error));
 }
 
+/// The error of a call that failed, also when the system does not name it.
+DWORD gLastError()
+{
+    const DWORD error = GetLastError();
+    return error == ERROR_SUCCESS ? ERROR_GEN_FAILURE : error;
+}
+
 /// The account that this process runs under, as a token of the system holds it.
 std::vector<BYTE> gThisUser()
 {
@@ -65,8 +72,8 @@ PSID gSid(std::vector<BYTE> &user)
     return reinterpret_cast<TOKEN_USER *>(user.data())->User.Sid;
 }
 
-/// Opens a folder to ask who may do what. A link in its place is none, and neither is one on a volume that
-/// does not know who may do what.
+/// Opens a folder to ask who may do what. A link in its place is refused, and so is a folder on a
+/// volume that has no access lists.
 /// @return the system's error
 DWORD gOpenFolder(const QString &path, Handle *folder)
 {
@@ -75,7 +82,7 @@ DWORD gOpenFolder(const QString &path, Handle *folder)
                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                     FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
     if (opened == INVALID_HANDLE_VALUE) {
-        return GetLastError();
+        return gLastError();
     }
     folder->reset(opened);
     BY_HANDLE_FILE_INFORMATION info{};
@@ -83,7 +90,7 @@ DWORD gOpenFolder(const QString &path, Handle *folder)
     if (GetFileInformationByHandle(opened, &info) == FALSE ||
         GetVolumeInformationByHandleW(opened, nullptr, 0, nullptr, nullptr, &volume, nullptr, 0) ==
             FALSE) {
-        return GetLastError();
+        return gLastError();
     }
     const bool isFolder = (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
                           (info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;

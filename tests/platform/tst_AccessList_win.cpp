@@ -42,7 +42,7 @@ QString gRules(const QString &entry)
 }
 } // namespace
 
-/// Lists as the system writes them. No file system keeps them here, so that all of it shows under Wine, too.
+/// Lists as the system writes them. No file system has to keep them, so all of it shows under Wine.
 class tst_AccessList_win : public QObject
 {
     Q_OBJECT

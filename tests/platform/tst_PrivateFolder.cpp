@@ -8,7 +8,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-/// What holds on every system. The folder of this user stays as it is: the tests have a place of their own.
+/// What holds on every system. The folder of this user stays as it is: the tests have a place of
+/// their own.
 class tst_PrivateFolder : public QObject
 {
     Q_OBJECT

@@ -59,7 +59,7 @@ bool gSetList(const QString &path, const QString &rules)
 }
 } // namespace
 
-/// The owner and the list of folders on this disk. What each entry means is told by tst_AccessList_win.
+/// The owner and the list of folders on this disk. tst_AccessList_win tells what an entry means.
 class tst_PrivateFolder_win : public QObject
 {
     Q_OBJECT
