@@ -37,6 +37,21 @@ void gWritePatch(QXmlStreamWriter &xml, const Manifest &manifest)
     xml.writeEndElement();
 }
 
+SignedStatement gStatement(const Manifest &manifest)
+{
+    SignedStatement statement;
+    statement.serial = manifest.term->serial;
+    statement.expires = manifest.term->expires;
+    statement.forVersion = manifest.forVersion;
+    statement.full = manifest.fullFile;
+    statement.patch = manifest.patchFile;
+    if (manifest.patchFile) {
+        // The patch makes the full package.
+        statement.resultSha256 = manifest.fullFile->sha256;
+    }
+    return statement;
+}
+
 QByteArray gManifestDocument(const Manifest &manifest)
 {
     QByteArray document;
@@ -58,6 +73,9 @@ QByteArray gManifestDocument(const Manifest &manifest)
             gWritePatch(xml, manifest);
         }
     }
+    if (manifest.term) {
+        gWriteStatement(xml, gStatement(manifest));
+    }
     xml.writeEndDocument();
     return document;
 }
@@ -76,9 +94,8 @@ bool gHasPatch(const VersionInfo &read, const Manifest &manifest)
            read.AutoNotify() == manifest.autoNotify && read.OldVerify() == manifest.oldMd5;
 }
 
-bool gReadsBack(const QByteArray &document, const Manifest &manifest)
+bool gReadsBack(const VersionInfo &read, const Manifest &manifest)
 {
-    const VersionInfo read(QString::fromUtf8(document), nullptr);
     if (manifest.exeUrl.isEmpty()) {
         return !read.HasExeUrl() && !read.HasIncreasePackage();
     }
@@ -87,21 +104,43 @@ bool gReadsBack(const QByteArray &document, const Manifest &manifest)
     return read.ExeUrl() == manifest.exeUrl && read.FullPackageMd5() == manifest.md5 &&
            gHasNotes(read, manifest) && hasRightPatch;
 }
+
+[[noreturn]] void gRefuseMisreading()
+{
+    throw PublishError(
+        QStringLiteral("clients would not read the manifest as it is meant; check the notes"));
+}
 } // namespace
 
 QByteArray gWriteManifest(const Manifest &manifest)
 {
     QByteArray document = gManifestDocument(manifest);
-    if (document.size() > maxManifestBytes) {
+    gRefuseManifestSize(document.size());
+    if (!gReadsBack(VersionInfo(QString::fromUtf8(document), nullptr), manifest)) {
+        gRefuseMisreading();
+    }
+    return document;
+}
+
+void gCheckSignedManifest(const QByteArray &document, const ManifestValues &values,
+                          const Manifest &manifest)
+{
+    VersionInfo trusted(QString(), nullptr);
+    trusted.SetManifest(QString(), values);
+    if (!values.statement || !gIsSameStatement(*values.statement, gStatement(manifest)) ||
+        !gReadsBack(trusted, manifest) ||
+        !gReadsBack(VersionInfo(QString::fromUtf8(document), nullptr), manifest)) {
+        gRefuseMisreading();
+    }
+}
+
+void gRefuseManifestSize(int bytes)
+{
+    if (bytes > maxManifestBytes) {
         throw PublishError(
             QStringLiteral("a manifest would have %1 bytes, and clients read no more "
                            "than %2: shorten the release notes")
-                .arg(document.size())
+                .arg(bytes)
                 .arg(maxManifestBytes));
     }
-    if (!gReadsBack(document, manifest)) {
-        throw PublishError(
-            QStringLiteral("clients would not read the manifest as it is meant; check the notes"));
-    }
-    return document;
 }

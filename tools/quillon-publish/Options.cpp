@@ -43,8 +43,11 @@ void gAddOptions(QCommandLineParser &parser)
                 "or bspatch in PATH.",
                 "PROGRAM"),
         gOption("bsdiff", "The program that makes patches. Default: bsdiff in PATH.", "PROGRAM"),
-        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")},
+        gOption("no-sign", "Publish without signatures into a site that was signed."),
     });
+    SigningOptions::AddTo(parser);
+    parser.addOption(
+        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
 }
 
 QString gDefaultBspatch()
@@ -60,12 +63,10 @@ QString gDefaultBspatch()
     return QStandardPaths::findExecutable(name).isEmpty() ? QStringLiteral("bspatch") : name;
 }
 
-QString gUsageError(const QCommandLineParser &parser)
+/// The first of @p names that the command line lacks or gives twice, as an error.
+QString gNeededError(const QCommandLineParser &parser, const QStringList &names)
 {
-    if (!parser.positionalArguments().isEmpty()) {
-        return QStringLiteral("unexpected argument '%1'").arg(parser.positionalArguments().first());
-    }
-    for (const QString &name : neededOptions) {
+    for (const QString &name : names) {
         if (parser.value(name).isEmpty()) {
             return QStringLiteral("--%1 is missing").arg(name);
         }
@@ -74,6 +75,17 @@ QString gUsageError(const QCommandLineParser &parser)
         }
     }
     return {};
+}
+
+QString gUsageError(const QCommandLineParser &parser)
+{
+    if (!parser.positionalArguments().isEmpty()) {
+        return QStringLiteral("unexpected argument '%1'").arg(parser.positionalArguments().first());
+    }
+    if (parser.isSet(QStringLiteral("no-sign")) && parser.isSet(QStringLiteral("sign-key"))) {
+        return QStringLiteral("--no-sign cannot stand with --sign-key");
+    }
+    return gNeededError(parser, neededOptions);
 }
 
 QString gBaseUrlError(const QString &text)
@@ -121,7 +133,14 @@ Options Options::Parse(const QStringList &arguments)
     options.bsdiff = parser.value(QStringLiteral("bsdiff"));
     options.bspatch = parser.value(QStringLiteral("bspatch"));
 
+    options.noSign = parser.isSet(QStringLiteral("no-sign"));
+
     options.error = gUsageError(parser);
+    QString signingError;
+    options.signing = SigningOptions::Read(parser, &signingError);
+    if (options.error.isEmpty()) {
+        options.error = signingError;
+    }
     if (options.error.isEmpty()) {
         options.error = gValueError(options);
     }

@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "tools/quillon-publish/SigningOptions.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -21,6 +23,9 @@ struct Options {
     /// The programs, as paths or as names to be found in PATH.
     QString bsdiff;
     QString bspatch;
+    SigningOptions signing;
+    /// Publish without signatures into a site that was signed.
+    bool noSign = false;
     bool help = false;
     QString error;
 

@@ -15,6 +15,7 @@ namespace
 const QString packagesFolder = QStringLiteral("packages");
 const QString manifestsFolder = QStringLiteral("manifests");
 const QString mainManifest = QStringLiteral("manifest.xml");
+const QString serialFile = QStringLiteral("serial");
 const QString scratchFolder = QStringLiteral("scratch");
 const QString backupFolder = QStringLiteral("backup");
 
@@ -52,9 +53,13 @@ void gWriteReadable(const QString &path, const QByteArray &content)
     gMakeReadable(path);
 }
 
-QString gManifestOf(const QString &version)
+QByteArray gRead(const QString &path)
 {
-    return manifestsFolder + QLatin1Char('/') + version + QLatin1String(".xml");
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw PublishError(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+    }
+    return file.readAll();
 }
 } // namespace
 
@@ -136,24 +141,57 @@ QString Site::OtherPackageOfSize(qint64 size, const QString &name) const
     return {};
 }
 
-void Site::AddManifest(const QString &version, const QByteArray &document)
+QStringList Site::ManifestVersions() const
 {
-    gWriteReadable(Staged(gManifestOf(version)), document);
-    m_manifests.append(gManifestOf(version));
-}
-
-void Site::SetMainManifest(const QByteArray &document)
-{
+    QStringList versions;
     const QStringList present =
         QDir(Published(manifestsFolder))
             .entryList({QStringLiteral("*.xml")}, QDir::Files | QDir::Hidden);
     for (const QString &name : present) {
         const QString version = QFileInfo(name).completeBaseName();
-        if (!m_manifests.contains(gManifestOf(version))) {
-            AddManifest(version, document);
+        if (!version.isEmpty()) {
+            versions.append(version);
         }
     }
-    gWriteReadable(Staged(mainManifest), document);
+    if (QFileInfo(Published(mainManifest)).isFile()) {
+        versions.append(QString());
+    }
+    return versions;
+}
+
+QByteArray Site::PublishedManifest(const QString &version) const
+{
+    return gRead(Published(ManifestName(version)));
+}
+
+QString Site::ManifestName(const QString &version)
+{
+    return version.isEmpty() ? mainManifest
+                             : manifestsFolder + QLatin1Char('/') + version + QLatin1String(".xml");
+}
+
+void Site::AddManifest(const QString &version, const QByteArray &document)
+{
+    gWriteReadable(Staged(ManifestName(version)), document);
+    if (!version.isEmpty()) {
+        m_manifests.append(ManifestName(version));
+    }
+}
+
+bool Site::HasSerial() const
+{
+    return QFileInfo::exists(Published(serialFile));
+}
+
+QByteArray Site::SerialText() const
+{
+    return gRead(Published(serialFile));
+}
+
+void Site::SetSerial(quint64 serial)
+{
+    gWriteReadable(Staged(serialFile), QByteArray::number(serial) + '\n');
+    m_serials = QStringList{serialFile};
 }
 
 void Site::Publish()
@@ -162,7 +200,8 @@ void Site::Publish()
     changes.MakeFolder(m_folder);
     changes.MakeFolder(Published(packagesFolder));
     changes.MakeFolder(Published(manifestsFolder));
-    for (const QString &relative : m_packages + m_manifests + QStringList{mainManifest}) {
+    for (const QString &relative :
+         m_serials + m_packages + m_manifests + QStringList{mainManifest}) {
         changes.Move(Staged(relative), Published(relative));
     }
     changes.Keep();

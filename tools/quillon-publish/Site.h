@@ -13,6 +13,7 @@
 ///     packages/            installers and patches; a name never changes its content
 ///     manifests/V.xml      what the service answers to clients of version V
 ///     manifest.xml         what it answers to all others
+///     serial               the number of the last signed publication; only in a site that was signed
 ///
 /// Nothing in the site changes before `Publish`. The destructor removes the staging folder; the
 /// constructor removes one that an earlier run has left.
@@ -40,16 +41,31 @@ public:
     /// is none.
     QString OtherPackageOfSize(qint64 size, const QString &name) const;
 
-    /// Adds the manifest for clients of @p version to the release. @throws PublishError
+    /// The versions that the published site has manifests for; the empty one, which is the last, is that of
+    /// "manifest.xml".
+    QStringList ManifestVersions() const;
+
+    /// The published manifest for clients of @p version. @throws PublishError
+    QByteArray PublishedManifest(const QString &version) const;
+
+    /// The path below the site of the manifest for clients of @p version; for the empty one "manifest.xml".
+    static QString ManifestName(const QString &version);
+
+    /// Adds the manifest for clients of @p version to the release; the empty version is for all others and
+    /// has to be added once. @throws PublishError
     void AddManifest(const QString &version, const QByteArray &document);
 
-    /// Adds the manifest for all other clients to the release. It also replaces the manifests that
-    /// the site has for versions without one in this release, because those name an older release.
+    /// Whether the published site has the file of the serial, and what that contains.
+    bool HasSerial() const;
     /// @throws PublishError
-    void SetMainManifest(const QByteArray &document);
+    QByteArray SerialText() const;
 
-    /// Moves the release into the site: the packages, then the manifests of single versions, then
-    /// "manifest.xml". In this order no manifest ever names a package that is missing.
+    /// Adds @p serial to the release. @throws PublishError
+    void SetSerial(quint64 serial);
+
+    /// Moves the release into the site: the serial, the packages, then the manifests of single
+    /// versions, then "manifest.xml". In this order no manifest ever names a package that is missing,
+    /// and a run that is killed never leaves a serial to be used twice.
     /// @throws PublishError; the changes are then taken back (`FileChanges`).
     void Publish();
 
@@ -62,6 +78,7 @@ private:
     QString m_staging;
     QLockFile m_lock;
     /// New files, relative to the site, in the order of their publication.
+    QStringList m_serials;
     QStringList m_packages;
     QStringList m_manifests;
 };

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QtGlobal>
+
+class Site;
+
+/// Whether @p site was signed once: it has the file of the serial, or a manifest with a signature.
+/// @throws PublishError when a manifest cannot be read
+bool gWasSigned(const Site &site);
+
+/// The serial of the next publication of @p site: above the one in its file, and above those in its manifests,
+/// which are not verified for it.
+/// @throws PublishError when one of them is damaged, or nothing can follow
+quint64 gNextSerial(const Site &site);
