@@ -15,6 +15,13 @@ namespace
 const QStringList neededOptions{QStringLiteral("site"), QStringLiteral("base-url"),
                                 QStringLiteral("product-version"), QStringLiteral("installer"),
                                 QStringLiteral("notes")};
+const QStringList neededToRenew{QStringLiteral("site"), QStringLiteral("sign-key"),
+                                QStringLiteral("expires")};
+/// What only a release has.
+const QStringList releaseOptions{
+    QStringLiteral("base-url"), QStringLiteral("product-version"), QStringLiteral("installer"),
+    QStringLiteral("previous"), QStringLiteral("notes"),           QStringLiteral("auto-notify"),
+    QStringLiteral("bspatch"),  QStringLiteral("bsdiff"),          QStringLiteral("no-sign")};
 
 QCommandLineOption gOption(const char *name, const char *description, const char *value = nullptr)
 {
@@ -26,7 +33,8 @@ void gAddOptions(QCommandLineParser &parser)
 {
     parser.setApplicationDescription(
         QStringLiteral("Publishes a release into the folder that an update service serves.\n"
-                       "Needed: --site, --base-url, --product-version, --installer, --notes."));
+                       "Needed: --site, --base-url, --product-version, --installer, --notes.\n"
+                       "Or signs a site anew: --renew, --site, --sign-key, --expires."));
     parser.addOptions({
         gOption("site", "The folder to publish into; made if missing.", "DIR"),
         gOption("base-url", "The address that the folder is served under, http or https.", "URL"),
@@ -44,6 +52,9 @@ void gAddOptions(QCommandLineParser &parser)
                 "PROGRAM"),
         gOption("bsdiff", "The program that makes patches. Default: bsdiff in PATH.", "PROGRAM"),
         gOption("no-sign", "Publish without signatures into a site that was signed."),
+        gOption("renew",
+                "Sign the site anew, with the same offers and a later end, instead of publishing "
+                "a release."),
     });
     SigningOptions::AddTo(parser);
     parser.addOption(
@@ -77,10 +88,24 @@ QString gNeededError(const QCommandLineParser &parser, const QStringList &names)
     return {};
 }
 
+QString gRenewalError(const QCommandLineParser &parser)
+{
+    for (const QString &name : releaseOptions) {
+        if (parser.isSet(name)) {
+            return QStringLiteral("--renew publishes no release, --%1 cannot stand with it")
+                .arg(name);
+        }
+    }
+    return gNeededError(parser, neededToRenew);
+}
+
 QString gUsageError(const QCommandLineParser &parser)
 {
     if (!parser.positionalArguments().isEmpty()) {
         return QStringLiteral("unexpected argument '%1'").arg(parser.positionalArguments().first());
+    }
+    if (parser.isSet(QStringLiteral("renew"))) {
+        return gRenewalError(parser);
     }
     if (parser.isSet(QStringLiteral("no-sign")) && parser.isSet(QStringLiteral("sign-key"))) {
         return QStringLiteral("--no-sign cannot stand with --sign-key");
@@ -105,6 +130,9 @@ QString gBaseUrlError(const QString &text)
 
 QString gValueError(const Options &options)
 {
+    if (options.renew) {
+        return {};
+    }
     if (!gIsPlainVersion(options.productVersion)) {
         return QStringLiteral("not a version that can stand in an address: '%1'")
             .arg(options.productVersion);
@@ -134,6 +162,7 @@ Options Options::Parse(const QStringList &arguments)
     options.bspatch = parser.value(QStringLiteral("bspatch"));
 
     options.noSign = parser.isSet(QStringLiteral("no-sign"));
+    options.renew = parser.isSet(QStringLiteral("renew"));
 
     options.error = gUsageError(parser);
     QString signingError;

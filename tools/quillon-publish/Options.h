@@ -24,6 +24,8 @@ struct Options {
     QString bsdiff;
     QString bspatch;
     SigningOptions signing;
+    /// Sign the site anew instead of publishing a release.
+    bool renew = false;
     /// Publish without signatures into a site that was signed.
     bool noSign = false;
     bool help = false;

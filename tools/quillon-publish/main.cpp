@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 
-// quillon-publish: puts a release into the folder that an update service serves.
+// quillon-publish: puts a release into the folder that an update service serves, or signs that anew.
 
 #include "tools/quillon-publish/Console.h"
 #include "tools/quillon-publish/Options.h"
 #include "tools/quillon-publish/PublishError.h"
 #include "tools/quillon-publish/Release.h"
+#include "tools/quillon-publish/Renewal.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -28,7 +29,11 @@ int main(int argc, char *argv[])
         return 2;
     }
     try {
-        Release(options).Publish();
+        if (options.renew) {
+            Renewal(options).Publish();
+        } else {
+            Release(options).Publish();
+        }
     } catch (const PublishError &error) {
         gPrintError(error.Message());
         return 1;
