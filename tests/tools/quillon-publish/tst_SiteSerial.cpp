@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+
+#include "tests/tools/quillon-publish/ArrivalWatch.h"
+#include "tests/tools/quillon-publish/SigningDesk.h"
+
+#include <QTest>
+
+namespace
+{
+QString gLatin1(const char *text)
+{
+    return QString::fromLatin1(text);
+}
+
+const char mainManifest[] = "manifest.xml";
+} // namespace
+
+/// The number that grows with each publication of a signed site, and how quillon-publish knows such a site.
+class tst_SiteSerial : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_desk.reset(new SigningDesk); }
+
+    void the_serial_grows_with_each_publication();
+    void the_serial_is_above_every_number_of_the_site();
+    void the_serial_arrives_before_everything_else();
+    void a_site_that_was_signed_is_not_published_unsigned_data();
+    void a_site_that_was_signed_is_not_published_unsigned();
+    void a_site_stays_a_signed_one_after_an_unsigned_publication();
+    void a_damaged_serial_is_refused_data();
+    void a_damaged_serial_is_refused();
+
+private:
+    static bool Publish(const QStringList &arguments);
+
+    QScopedPointer<SigningDesk> m_desk;
+};
+
+bool tst_SiteSerial::Publish(const QStringList &arguments)
+{
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    if (outcome.code != 0) {
+        qWarning("%d: %s", outcome.code, qPrintable(outcome.err));
+    }
+    return outcome.code == 0;
+}
+
+void tst_SiteSerial::the_serial_grows_with_each_publication()
+{
+    const QStringList release = m_desk->Release(gLatin1("9.3.0.0"), {gLatin1("9.2.0.0")});
+    const QStringList unsignedRelease = m_desk->Release(gLatin1("9.3.0.0"), {gLatin1("9.2.0.0")},
+                                                        {{gLatin1("sign-key"), QString()}}) +
+                                        QStringList{gLatin1("--no-sign")};
+    for (const quint64 serial : {Q_UINT64_C(1), Q_UINT64_C(2), Q_UINT64_C(3)}) {
+        QVERIFY(Publish(release));
+        QCOMPARE(m_desk->Document(gLatin1("serial")), QByteArray::number(serial) + '\n');
+        for (const QString &name : m_desk->Manifests()) {
+            QCOMPARE(m_desk->Statement(name).serial, serial);
+        }
+        QVERIFY(Publish(unsignedRelease));
+        QVERIFY(!m_desk->Document(gLatin1(mainManifest)).contains("minisign"));
+        QVERIFY(!m_desk->Document(gLatin1(mainManifest)).contains("Signed"));
+        QCOMPARE(m_desk->Document(gLatin1("serial")), QByteArray::number(serial) + '\n');
+    }
+}
+
+void tst_SiteSerial::the_serial_is_above_every_number_of_the_site()
+{
+    const QStringList release = m_desk->Release(gLatin1("9.3.0.0"), {gLatin1("9.2.0.0")});
+    QVERIFY(Publish(release));
+    // As a run leaves it that was killed before its manifests.
+    m_desk->Replace(gLatin1("serial"), "41\n");
+    QVERIFY(Publish(release));
+    QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, Q_UINT64_C(42));
+
+    QVERIFY(QFile::remove(m_desk->Site() + gLatin1("/serial")));
+    QVERIFY(QFile::remove(m_desk->Site() + gLatin1("/manifest.xml")));
+    QVERIFY(Publish(release));
+    QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, Q_UINT64_C(43));
+
+    m_desk->Replace(gLatin1("serial"), "18446744073709551613\n");
+    QVERIFY(Publish(release));
+    QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, SignedStatement::serialLimit - 1);
+}
+
+void tst_SiteSerial::the_serial_arrives_before_everything_else()
+{
+    const QString site = m_desk->Site();
+    QVERIFY(Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
+    ArrivalWatch watch({site, site + gLatin1("/packages"), site + gLatin1("/manifests")});
+    QVERIFY(Publish(m_desk->Release(gLatin1("9.3.0.0"), {})));
+    QCOMPARE(
+        watch.Events(),
+        (QStringList{site + gLatin1("/serial"), site + gLatin1("/packages/corvina-9.3.0.0.exe"),
+                     site + gLatin1("/manifests/9.3.0.0.xml"),
+                     site + gLatin1("/manifests/9.2.0.0.xml"), site + gLatin1("/manifest.xml")}));
+}
+
+void tst_SiteSerial::a_site_that_was_signed_is_not_published_unsigned_data()
+{
+    QTest::addColumn<QString>("removed");
+    QTest::newRow("with_all_its_files") << QString();
+    QTest::newRow("without_its_serial") << gLatin1("serial");
+    QTest::newRow("without_its_main_manifest") << gLatin1(mainManifest);
+}
+
+void tst_SiteSerial::a_site_that_was_signed_is_not_published_unsigned()
+{
+    QFETCH(QString, removed);
+    QVERIFY(Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
+    if (!removed.isEmpty()) {
+        QVERIFY(QFile::remove(m_desk->Site() + QLatin1Char('/') + removed));
+    }
+    const QStringList arguments =
+        m_desk->Release(gLatin1("9.3.0.0"), {}, {{gLatin1("sign-key"), QString()}});
+    const auto before = m_desk->Files();
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 1);
+    QVERIFY2(outcome.err.contains(gLatin1("--sign-key")), qPrintable(outcome.err));
+    QVERIFY2(outcome.err.contains(gLatin1("--no-sign")), qPrintable(outcome.err));
+    QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
+    QCOMPARE(m_desk->Files(), before);
+
+    QVERIFY(Publish(arguments + QStringList{gLatin1("--no-sign")}));
+    QVERIFY(m_desk->Manifest(gLatin1(mainManifest))->ExeUrl().contains(gLatin1("9.3.0.0")));
+}
+
+void tst_SiteSerial::a_site_stays_a_signed_one_after_an_unsigned_publication()
+{
+    const QStringList arguments =
+        m_desk->Release(gLatin1("9.3.0.0"), {}, {{gLatin1("sign-key"), QString()}});
+    QVERIFY(Publish(m_desk->Release(gLatin1("9.3.0.0"), {})));
+    QVERIFY(Publish(arguments + QStringList{gLatin1("--no-sign")}));
+    QCOMPARE(ReleaseDesk::Run(arguments).code, 1);
+}
+
+void tst_SiteSerial::a_damaged_serial_is_refused_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("says");
+    const QString damaged = gLatin1("\"serial\" is damaged");
+    QTest::newRow("empty") << QByteArray() << damaged;
+    QTest::newRow("without_its_line_feed") << QByteArray("5") << damaged;
+    QTest::newRow("two_line_feeds") << QByteArray("5\n\n") << damaged;
+    QTest::newRow("no_number") << QByteArray("five\n") << damaged;
+    QTest::newRow("a_sign") << QByteArray("-5\n") << damaged;
+    QTest::newRow("a_leading_zero") << QByteArray("05\n") << damaged;
+    QTest::newRow("above_64_bits") << QByteArray("18446744073709551616\n") << damaged;
+    QTest::newRow("the_last_one") << QByteArray("18446744073709551614\n")
+                                  << gLatin1("no serial can follow");
+    QTest::newRow("behind_the_last_one")
+        << QByteArray("18446744073709551615\n") << gLatin1("no serial can follow");
+}
+
+void tst_SiteSerial::a_damaged_serial_is_refused()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, says);
+    QCOMPARE(ReleaseDesk::Run(m_desk->Release(gLatin1("9.2.0.0"), {})).code, 0);
+    m_desk->Replace(gLatin1("serial"), content);
+    const QStringList arguments = m_desk->Release(gLatin1("9.3.0.0"), {});
+    const auto before = m_desk->Files();
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 1);
+    QVERIFY2(outcome.err.contains(says), qPrintable(outcome.err));
+    QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
+    QCOMPARE(m_desk->Files(), before);
+}
+
+QTEST_GUILESS_MAIN(tst_SiteSerial)
+#include "tst_SiteSerial.moc"
