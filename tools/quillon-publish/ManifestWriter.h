@@ -36,11 +36,13 @@ struct Manifest {
 /// document is larger than what clients read: the bytes that arrive first.
 QByteArray gWriteManifest(const Manifest &manifest);
 
-/// Compares what clients with and without keys read out of @p document, which was signed, with @p manifest.
+/// Compares what clients with and without keys read out of @p document, which was signed, with @p
+/// manifest.
 /// @param values what a client with keys reads
 /// @throws PublishError when that differs
 void gCheckSignedManifest(const QByteArray &document, const ManifestValues &values,
                           const Manifest &manifest);
 
-/// @throws PublishError when a document of @p bytes, with its signature, is larger than what clients read
+/// @throws PublishError when a document of @p bytes, with its signature, is larger than what
+/// clients read
 void gRefuseManifestSize(int bytes);

@@ -160,7 +160,6 @@ Options Options::Parse(const QStringList &arguments)
     options.autoNotify = parser.isSet(QStringLiteral("auto-notify"));
     options.bsdiff = parser.value(QStringLiteral("bsdiff"));
     options.bspatch = parser.value(QStringLiteral("bspatch"));
-
     options.noSign = parser.isSet(QStringLiteral("no-sign"));
     options.renew = parser.isSet(QStringLiteral("renew"));
 

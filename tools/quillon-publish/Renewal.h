@@ -12,8 +12,8 @@ class Site;
 
 /// Signs the manifests of a site anew: the same offers, the next serial, a later end.
 ///
-/// Only what the public keys verify is signed again, and only manifests of one publication: who can write
-/// into the site must not get a signature for a manifest of his, or for an older release.
+/// Only what the public keys verify is signed again, and only manifests of one publication: who can
+/// write into the site must not get a signature for their own manifest, or for an older release.
 ///
 /// Errors: the constructor and `Publish` throw PublishError; the site is then unchanged.
 class Renewal

@@ -22,7 +22,8 @@ struct SigningTerm {
 /// Writes the element `Signed`.
 void gWriteStatement(QXmlStreamWriter &xml, const SignedStatement &statement);
 
-/// @p document, which ends with an element `Signed` as `gWriteStatement` writes it, with another term.
+/// @p document, which ends with an element `Signed` as `gWriteStatement` writes it, with another
+/// term.
 /// @return empty when there is no such element
 QByteArray gWithTerm(const QByteArray &document, const SigningTerm &term);
 

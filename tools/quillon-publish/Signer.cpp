@@ -15,8 +15,8 @@
 
 namespace
 {
-/// The paths in @p folder to which @p documents were written. They are numbered: what a version is called
-/// does not matter to the program.
+/// The paths in @p folder to which @p documents were written. They are numbered: what a version is
+/// called does not matter to the program.
 QStringList gWriteNumbered(const QList<QByteArray> &documents, const QString &folder)
 {
     QStringList paths;

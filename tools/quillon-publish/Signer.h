@@ -15,7 +15,8 @@ struct Manifest;
 struct SigningOptions;
 struct SigningTerm;
 
-/// Signs the manifests of a publication, and reads each back as clients that have the public keys do.
+/// Signs the manifests of a publication, and reads each back as clients that have the public keys
+/// do.
 ///
 /// Errors: all throw PublishError.
 class Signer
@@ -29,8 +30,8 @@ public:
     /// The manifest in @p document, verified by the public keys. @param name names it in the error
     TrustedManifest Verified(const QByteArray &document, const QString &name) const;
 
-    /// @p documents with their signatures behind them, in the same order. Whether clients accept them is for
-    /// `Verified` to say.
+    /// @p documents with their signatures behind them, in the same order. Whether clients accept
+    /// them is for `Verified` to say.
     /// @param scratchFolder an existing folder for files that are not published
     QList<QByteArray> Sign(const QList<QByteArray> &documents, quint64 serial,
                            const QString &scratchFolder) const;

@@ -38,7 +38,8 @@ QByteArray gReadPassword(int descriptor)
     return password;
 }
 
-/// What the program said of its failure, without its prompt, and without the password if a program repeats it.
+/// What the program said of its failure, without its prompt, and without the password if a program
+/// repeats it.
 QString gReason(QProcess &process, const QByteArray &password)
 {
     QByteArray text = process.readAllStandardError();

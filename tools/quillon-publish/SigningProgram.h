@@ -12,8 +12,9 @@ struct SigningOptions;
 
 /// The program minisign with a secret key.
 ///
-/// The password of the key is asked for by the program itself, on the terminal, or it is read from a descriptor
-/// and handed to the program's standard input. It stands in no command line and in no message.
+/// The password of the key is asked for by the program itself, on the terminal, or it is read from
+/// a descriptor and handed to the program's standard input. It stands in no command line and in no
+/// message.
 class SigningProgram
 {
 public:
@@ -21,7 +22,8 @@ public:
     /// @throws PublishError when the secret key or the password cannot be read
     explicit SigningProgram(const SigningOptions &options);
 
-    /// Signs all @p files with one run. Each signature stands beside its file, with ".minisig" behind the name.
+    /// Signs all @p files with one run. Each signature stands beside its file, with ".minisig"
+    /// behind the name.
     /// @param trustedComment one line that is signed with each of them
     /// @throws PublishError
     void Sign(const QStringList &files, const QString &trustedComment) const;

@@ -13,7 +13,7 @@
 ///     packages/            installers and patches; a name never changes its content
 ///     manifests/V.xml      what the service answers to clients of version V
 ///     manifest.xml         what it answers to all others
-///     serial               the number of the last signed publication; only in a site that was signed
+///     serial               the number of the last signed publication, if there was one
 ///
 /// Nothing in the site changes before `Publish`. The destructor removes the staging folder; the
 /// constructor removes one that an earlier run has left.
@@ -41,18 +41,19 @@ public:
     /// is none.
     QString OtherPackageOfSize(qint64 size, const QString &name) const;
 
-    /// The versions that the published site has manifests for; the empty one, which is the last, is that of
-    /// "manifest.xml".
+    /// The versions that the published site has manifests for; the empty one, which is the last, is
+    /// that of "manifest.xml".
     QStringList ManifestVersions() const;
 
     /// The published manifest for clients of @p version. @throws PublishError
     QByteArray PublishedManifest(const QString &version) const;
 
-    /// The path below the site of the manifest for clients of @p version; for the empty one "manifest.xml".
+    /// The path below the site of the manifest for clients of @p version; for the empty one
+    /// "manifest.xml".
     static QString ManifestName(const QString &version);
 
-    /// Adds the manifest for clients of @p version to the release; the empty version is for all others and
-    /// has to be added once. @throws PublishError
+    /// Adds the manifest for clients of @p version to the release; the empty version is for all
+    /// others and has to be added once. @throws PublishError
     void AddManifest(const QString &version, const QByteArray &document);
 
     /// Whether the published site has the file of the serial, and what that contains.
@@ -64,8 +65,8 @@ public:
     void SetSerial(quint64 serial);
 
     /// Moves the release into the site: the serial, the packages, then the manifests of single
-    /// versions, then "manifest.xml". In this order no manifest ever names a package that is missing,
-    /// and a run that is killed never leaves a serial to be used twice.
+    /// versions, then "manifest.xml". In this order no manifest ever names a package that is
+    /// missing, and a run that is killed never leaves a serial to be used twice.
     /// @throws PublishError; the changes are then taken back (`FileChanges`).
     void Publish();
 

@@ -10,7 +10,7 @@ class Site;
 /// @throws PublishError when a manifest cannot be read
 bool gWasSigned(const Site &site);
 
-/// The serial of the next publication of @p site: above the one in its file, and above those in its manifests,
-/// which are not verified for it.
+/// The serial of the next publication of @p site: above the one in its file, and above those in its
+/// manifests, which are not verified for it.
 /// @throws PublishError when one of them is damaged, or nothing can follow
 quint64 gNextSerial(const Site &site);

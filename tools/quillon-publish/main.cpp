@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// quillon-publish: puts a release into the folder that an update service serves, or signs that anew.
+// quillon-publish: puts a release into the folder that an update service serves, or signs that
+// anew.
 
 #include "tools/quillon-publish/Console.h"
 #include "tools/quillon-publish/Options.h"

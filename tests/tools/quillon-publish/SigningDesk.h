@@ -12,7 +12,8 @@
 
 #include <optional>
 
-/// A release engineer's desk with the program minisign, keys that it has made, and installers of a few bytes.
+/// A release engineer's desk with the program minisign, keys that it has made, and installers of a
+/// few bytes.
 class SigningDesk : public ReleaseDesk
 {
 public:
@@ -21,14 +22,15 @@ public:
     /// Writes the release notes and the installers 9.1.0.0, 9.2.0.0 and 9.3.0.0.
     SigningDesk();
 
-    /// The folder with the key pairs "plain", "other", and "locked" with a password: NAME.key and NAME.pub. They
-    /// are made once.
+    /// The secret key of the pair "plain", "other" or, with a password, "locked". The public key is
+    /// in the file beside it. The pairs are made once.
     static QString Key(const QString &name);
     static QString PublicKey(const QString &name);
     static QByteArray Password() { return "correct horse"; }
 
     QString SmallInstaller(const QString &version) const;
-    /// Values for "bsdiff" and "bspatch": stand-ins, whose patch is the new installer behind one more line.
+    /// Values for "bsdiff" and "bspatch": stand-ins, whose patch is the new installer behind one
+    /// more line.
     Changes MarkedPatches() const;
 
     /// A command line that publishes @p version, by patches from @p previous, signed with "plain".

@@ -15,7 +15,8 @@ QString gLatin1(const char *text)
 }
 } // namespace
 
-/// What quillon-publish refuses to sign, and what happens when the program that signs fails: nothing is published.
+/// What quillon-publish refuses to sign, and what happens when the program that signs fails:
+/// nothing is published.
 class tst_SignFailure : public QObject
 {
     Q_OBJECT

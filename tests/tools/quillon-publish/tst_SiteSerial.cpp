@@ -15,7 +15,8 @@ QString gLatin1(const char *text)
 const char mainManifest[] = "manifest.xml";
 } // namespace
 
-/// The number that grows with each publication of a signed site, and how quillon-publish knows such a site.
+/// The number that grows with each publication of a signed site, and how quillon-publish knows such
+/// a site.
 class tst_SiteSerial : public QObject
 {
     Q_OBJECT
