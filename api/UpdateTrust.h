@@ -23,7 +23,7 @@ class QUILLON_EXPORT UpdateTrust
 {
 public:
     /// @param keys public keys of minisign, each the second line of a ".pub" file: 56 characters that
-    ///             begin with "RWQ". Any of them may sign. Empty, as when the module is loaded: off.
+    ///             begin with "RW". Any of them may sign. Empty, as when the module is loaded: off.
     ///
     /// Set them before the first `UpdateMain` is constructed. A dialog copies the list when it is
     /// constructed; a later change does not reach it.

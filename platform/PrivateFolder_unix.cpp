@@ -27,12 +27,21 @@ bool gIsOpenToOthers(const struct stat &folder)
     const bool isWritable = (folder.st_mode & (S_IWGRP | S_IWOTH)) != 0;
     return isWritable && (folder.st_mode & S_ISVTX) == 0;
 }
+/// Makes what is missing of the folders of @p path, for this user alone: a new account may have no cache yet,
+/// and what its other programs would make may be open to its group.
+bool gMakeMissing(const QString &path, QString *failure)
+{
+    if (QFileInfo::exists(path)) {
+        return true;
+    }
+    return gMakeMissing(QFileInfo(path).path(), failure) && gMakePrivateFolder(path, failure);
+}
 } // namespace
 
 QString gPrivateFolder(QString *failure)
 {
     const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
-    const bool isThere = !cache.isEmpty() && QDir().mkpath(cache);
+    const bool isThere = !cache.isEmpty() && gMakeMissing(cache, failure);
     // Without links, so that the folders above are the ones that are looked at.
     const QString above = isThere ? QFileInfo(cache).canonicalFilePath() : QString();
     if (above.isEmpty()) {

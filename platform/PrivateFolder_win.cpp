@@ -51,20 +51,22 @@ DWORD gLastError()
     return error == ERROR_SUCCESS ? ERROR_GEN_FAILURE : error;
 }
 
-/// The account that this process runs under, as a token of the system holds it.
-std::vector<BYTE> gThisUser()
+/// The account that this process runs under, as a token of the system holds it. Empty, with
+/// @p failure, when the system does not say.
+std::vector<BYTE> gThisUser(QString *failure)
 {
     HANDLE opened = nullptr;
-    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened) == FALSE) {
-        return {};
+    std::vector<BYTE> user;
+    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened) != FALSE) {
+        const Handle token(opened);
+        DWORD size = sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE;
+        user.resize(size);
+        if (GetTokenInformation(token.get(), TokenUser, user.data(), size, &size) != FALSE) {
+            return user;
+        }
     }
-    const Handle token(opened);
-    DWORD size = 0;
-    GetTokenInformation(token.get(), TokenUser, nullptr, 0, &size);
-    std::vector<BYTE> user(size);
-    const bool isKnown =
-        size != 0 && GetTokenInformation(token.get(), TokenUser, user.data(), size, &size) != FALSE;
-    return isKnown ? user : std::vector<BYTE>();
+    *failure = QStringLiteral("the account of this user is unknown: ") + gSystemText(gLastError());
+    return {};
 }
 
 PSID gSid(std::vector<BYTE> &user)
@@ -117,8 +119,11 @@ bool gIsKept(const QString &path, FolderChange change, QString *failure)
             QStringLiteral("it is unknown who can change %1: %2").arg(path, gSystemText(error));
         return false;
     }
-    std::vector<BYTE> user = gThisUser();
-    if (user.empty() || !gIsKeptFrom(change, descriptor, gSid(user))) {
+    std::vector<BYTE> user = gThisUser(failure);
+    if (user.empty()) {
+        return false;
+    }
+    if (!gIsKeptFrom(change, descriptor, gSid(user))) {
         *failure = QStringLiteral("another account can change %1").arg(path);
         return false;
     }
@@ -126,17 +131,19 @@ bool gIsKept(const QString &path, FolderChange change, QString *failure)
 }
 
 /// Who may do everything in a folder of this user, whatever the folder above lets its accounts do.
-Local<PSECURITY_DESCRIPTOR> gDescriptor()
+Local<PSECURITY_DESCRIPTOR> gDescriptor(QString *failure)
 {
-    std::vector<BYTE> user = gThisUser();
-    const std::wstring name = user.empty() ? std::wstring() : gAccountText(gSid(user));
-    if (name.empty()) {
+    std::vector<BYTE> user = gThisUser(failure);
+    if (user.empty()) {
         return nullptr;
     }
+    const std::wstring name = gAccountText(gSid(user));
     const std::wstring rules = L"D:P(A;OICI;FA;;;" + name + L")(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)";
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    ConvertStringSecurityDescriptorToSecurityDescriptorW(rules.c_str(), SDDL_REVISION_1,
-                                                         &descriptor, nullptr);
+    if (ConvertStringSecurityDescriptorToSecurityDescriptorW(rules.c_str(), SDDL_REVISION_1,
+                                                             &descriptor, nullptr) == FALSE) {
+        *failure = QStringLiteral("no access list can be made: ") + gSystemText(gLastError());
+    }
     return Local<PSECURITY_DESCRIPTOR>(descriptor);
 }
 } // namespace
@@ -161,9 +168,8 @@ QString gPrivateFolder(QString *failure)
 
 bool gMakePrivateFolder(const QString &path, QString *failure)
 {
-    const Local<PSECURITY_DESCRIPTOR> descriptor = gDescriptor();
+    const Local<PSECURITY_DESCRIPTOR> descriptor = gDescriptor(failure);
     if (descriptor == nullptr) {
-        *failure = QStringLiteral("the account of this user is unknown");
         return false;
     }
     SECURITY_ATTRIBUTES security{sizeof(SECURITY_ATTRIBUTES), descriptor.get(), FALSE};

@@ -3,8 +3,11 @@
 #include "update/check/ManifestTrust.h"
 
 #include "api/ProductSettings.h"
+#include "platform/ProcessLock.h"
 #include "update/base/DownloadSystem.h"
 #include "update/base/UpdateContext.h"
+
+#include <QThread>
 
 namespace
 {
@@ -39,6 +42,22 @@ QString gClockRefusal(const SignedStatement &statement, const TrustRecord &recor
     return {};
 }
 
+/// Waits for a moment for another process that judges a manifest: between its reading and its writing of
+/// the serial a higher one of this process would be lost. Where nothing can be locked nobody is waited for.
+bool gLockRecord(ProcessLock *lock, const QString &path)
+{
+    constexpr int attempts = 100;
+    constexpr unsigned long pauseMs = 10;
+
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        if (lock->TryLock(path) != ProcessLock::Outcome::HeldByAnother) {
+            return true;
+        }
+        QThread::msleep(pauseMs);
+    }
+    return false;
+}
+
 /// The rule that @p statement breaks; empty when it breaks none.
 QString gRefusal(const SignedStatement &statement, const QString &version,
                  const TrustRecord &record, const QDateTime &now)
@@ -67,6 +86,12 @@ ManifestTrust::ManifestTrust(const UpdateContext &context)
 bool ManifestTrust::Accept(const SignedStatement &statement, const QString &version,
                            QString *refusal) const
 {
+    ProcessLock lock;
+    if (!gLockRecord(&lock, m_settingsFile + QStringLiteral(".trust.lock"))) {
+        *refusal =
+            QStringLiteral("another process keeps the last serial locked, %1").arg(m_settingsFile);
+        return false;
+    }
     const std::optional<TrustRecord> record = TrustRecord::Read(m_settingsFile);
     if (!record) {
         *refusal = QStringLiteral("the settings file with the last serial cannot be read, %1")

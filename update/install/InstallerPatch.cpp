@@ -15,6 +15,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QPointer>
 
 #include <utility>
 
@@ -126,9 +127,14 @@ void InstallerPatch::TakePatch(const PrivateCopy::Outcome &copied)
             "instead of %s",
             static_cast<long long>(copied.size), static_cast<long long>(file.size),
             copied.sha256.toStdString().c_str(), file.sha256.toStdString().c_str());
-        const std::shared_ptr<ProcessLock> held = m_lock;
+        std::shared_ptr<ProcessLock> held = m_lock;
         Cancel();
+        const QPointer<InstallerPatch> alive(this);
         emit PatchAltered();
+        held.reset();
+        if (alive != nullptr) {
+            emit Refused();
+        }
     }
 }
 
@@ -139,8 +145,8 @@ void InstallerPatch::Run(const QString &patchFile)
     if (!Make(patchFile)) {
         Fail();
     } else if (m_signedPackage) {
-        Copy(m_newInstaller, QFileInfo(m_keptInstaller).fileName(),
-             QFileInfo(m_newInstaller).size(), &InstallerPatch::TakeResult);
+        Copy(m_newInstaller, QFileInfo(m_keptInstaller).fileName(), PrivateCopy::mostBytesOfPackage,
+             &InstallerPatch::TakeResult);
     } else {
         Replace();
     }
@@ -231,7 +237,7 @@ void InstallerPatch::EndWithoutCopy(const PrivateCopy::Outcome &copied)
     QUILLON_LOG(logFile, logFunction, "disk failure, there is no private copy, %s",
                 copied.failure.toStdString().c_str());
     Cancel();
-    emit CopyFailed();
+    emit Refused();
 }
 
 void InstallerPatch::Fail()

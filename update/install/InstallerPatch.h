@@ -27,8 +27,8 @@ class ProcessLock;
 /// the folder of both. The program is given the one, and the other is what is offered:
 ///
 ///     Start ─► patch copied, compared ─► program ─► verified ─► result copied, compared ─► flushed ─► …
-///                 ├─► PatchAltered                                 ├─► Failed
-///                 └─► CopyFailed                                   └─► CopyFailed
+///                 ├─► PatchAltered, Refused                        ├─► Failed
+///                 └─► Refused                                      └─► Refused
 ///
 /// Thread:    GUI thread. `Start` blocks it while the program runs, for the limit of the context's
 ///            system at most; it is not blocked while another program holds the kept installer.
@@ -60,10 +60,11 @@ public:
 signals:
     void Patched();
     void Failed();
-    /// The patch is not the signed one. The lock is still held.
+    /// The patch is not the signed one. The lock is still held; `Refused` follows.
     void PatchAltered();
-    /// The disk has no private copy of the patch or of the result. Nothing is known against either.
-    void CopyFailed();
+    /// Nothing is patched or offered. Unless it follows the signal above, nothing is known against the
+    /// files: the disk has no private copy of one.
+    void Refused();
 
 private:
     using CopyJudge = void (InstallerPatch::*)(const PrivateCopy::Outcome &);

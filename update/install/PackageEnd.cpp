@@ -2,6 +2,7 @@
 
 #include "update/install/PackageEnd.h"
 
+#include "api/Log.h"
 #include "platform/ProcessLock.h"
 #include "update/base/DownloadState.h"
 #include "update/install/InstallerPatch.h"
@@ -46,8 +47,7 @@ PackageEnd::PackageEnd(RangeStore &store, const UpdateContext &context, QObject 
     ConnectPatch(m_patch);
     connect(m_patch, &InstallerPatch::Patched, this, &PackageEnd::EndPatched);
     connect(m_patch, &InstallerPatch::Failed, this, &PackageEnd::PatchFailed);
-    connect(m_patch, &InstallerPatch::PatchAltered, this, &PackageEnd::PlaceFailed);
-    connect(m_patch, &InstallerPatch::CopyFailed, this, &PackageEnd::PlaceFailed);
+    connect(m_patch, &InstallerPatch::Refused, this, &PackageEnd::PlaceFailed);
     connect(m_offer, &InstallOffer::Close, this, &PackageEnd::Close);
     connect(m_offer, &InstallOffer::BeginInstall, this, &PackageEnd::BeginInstall);
     connect(m_offer, &InstallOffer::CancelInstall, this, &PackageEnd::CancelInstall);
@@ -132,9 +132,24 @@ bool PackageEnd::Patch(const RangeTask &task)
 /// the dialog, so it is not asked from within a reply's own signal.
 void PackageEnd::Offer(const QString &installer, const std::shared_ptr<PrivateCopy> &copy)
 {
+    if (!MayOffer(installer, copy)) {
+        emit PlaceFailed();
+        return;
+    }
     QMetaObject::invokeMethod(
         m_offer, [offer = m_offer, installer, copy] { offer->OfferDownloaded(installer, copy); },
         Qt::QueuedConnection);
+}
+
+/// Where updates have to be signed, nothing but a verified copy is ever started, whoever asks for it.
+bool PackageEnd::MayOffer(const QString &installer, const std::shared_ptr<PrivateCopy> &copy) const
+{
+    if (copy != nullptr || m_context.publicKeys.isEmpty()) {
+        return true;
+    }
+    QUILLON_LOG("UpdateCommon", "DownloadMgr::_DownloadFinished",
+                "%s is not offered, it was not verified", installer.toStdString().c_str());
+    return false;
 }
 
 void PackageEnd::OfferKept(const QString &installer,
@@ -144,6 +159,9 @@ void PackageEnd::OfferKept(const QString &installer,
         return;
     }
     const PrivateCopy::Outcome copied = signedCopy.value_or(PrivateCopy::Outcome());
+    if (!MayOffer(installer, copied.copy)) {
+        return;
+    }
     m_context.state.installerReady = installer;
     m_context.state.installerSha256 = copied.sha256;
     m_offer->OfferKept(installer, copied.copy);

@@ -73,6 +73,7 @@ signals:
 private:
     void ConnectPatch(InstallerPatch *patch);
     void EndPatched();
+    bool MayOffer(const QString &installer, const std::shared_ptr<PrivateCopy> &copy) const;
     void Offer(const QString &installer, const std::shared_ptr<PrivateCopy> &copy);
 
     RangeStore &m_store;

@@ -7,6 +7,7 @@
 #include "update/base/BackgroundWork.h"
 #include "update/base/DownloadSystem.h"
 #include "update/base/SettingsRoom.h"
+#include "update/trust/Sha256.h"
 
 #include <QFileInfo>
 #include <QSettings>
@@ -85,10 +86,13 @@ void PostponedInstaller::Look()
 
 void PostponedInstaller::Verify(const QString &path, const QString &sha256)
 {
-    const QFileInfo file(path);
-    const auto copy = [path, name = file.fileName(), size = file.size(),
+    if (!gIsSha256(sha256)) {
+        Refuse(path, QStringLiteral("no SHA-256 was remembered"));
+        return;
+    }
+    const auto copy = [path, name = QFileInfo(path).fileName(),
                        privateFolder = m_system.privateFolder] {
-        return PrivateCopy::Make(path, name, size, privateFolder);
+        return PrivateCopy::Make(path, name, PrivateCopy::mostBytesOfPackage, privateFolder);
     };
     gRunInBackground<PrivateCopy::Outcome>(
         copy, this, [this, path, sha256, run = m_run](const PrivateCopy::Outcome &copied) {
@@ -105,9 +109,13 @@ void PostponedInstaller::Judge(const QString &path, const QString &sha256,
         emit Found(path, copied);
         return;
     }
-    const QString why = copied.copy == nullptr
-                            ? copied.failure
-                            : QStringLiteral("SHA-256 %1 instead of %2").arg(copied.sha256, sha256);
+    Refuse(path, copied.copy == nullptr
+                     ? copied.failure
+                     : QStringLiteral("SHA-256 %1 instead of %2").arg(copied.sha256, sha256));
+}
+
+void PostponedInstaller::Refuse(const QString &path, const QString &why)
+{
     QUILLON_LOG("LiveUpdateMgr", "LiveUpdateMgr::CheckVersion",
                 "the kept installer %s is not offered, %s", path.toStdString().c_str(),
                 why.toStdString().c_str());

@@ -53,6 +53,7 @@ signals:
 private:
     void Verify(const QString &path, const QString &sha256);
     void Judge(const QString &path, const QString &sha256, const PrivateCopy::Outcome &copied);
+    void Refuse(const QString &path, const QString &why);
 
     QSettings &m_settings;
     bool m_isSigned;

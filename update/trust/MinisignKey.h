@@ -9,7 +9,7 @@
 
 #include <optional>
 
-/// A public key of minisign: "RWQ…", the base64 form of 42 bytes. They are "Ed", eight bytes by which a
+/// A public key of minisign: "RW…", the base64 form of 42 bytes. They are "Ed", eight bytes by which a
 /// signature names its key, and the Ed25519 public key.
 struct MinisignKey {
     QByteArray id;

@@ -3,11 +3,11 @@
 #include "update/trust/PrivateCopy.h"
 
 #include "platform/PrivateFolder.h"
+#include "platform/RegularFile.h"
 #include "update/trust/Sha256.h"
 
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QUuid>
 
 #include <algorithm>
@@ -18,8 +18,10 @@ namespace
 const QString prefix = QStringLiteral("/Corvina-");
 const QString lockSuffix = QStringLiteral(".lock");
 
-/// Copies until the end of @p from, or one byte behind @p mostBytes.
-bool gCopy(QFile &from, QFile &to, qint64 mostBytes, PrivateCopy::Outcome *outcome)
+/// Copies until the end of @p from, or one byte behind @p mostBytes. @param source the name of @p from, which it
+/// does not know
+bool gCopy(const QString &source, QFile &from, QFile &to, qint64 mostBytes,
+           PrivateCopy::Outcome *outcome)
 {
     constexpr qint64 chunk = qint64{256} * 1024;
 
@@ -33,7 +35,7 @@ bool gCopy(QFile &from, QFile &to, qint64 mostBytes, PrivateCopy::Outcome *outco
         const qint64 room = mostBytes + 1 - outcome->size;
         const qint64 size = from.read(bytes.get(), std::min(chunk, room));
         if (size < 0) {
-            outcome->failure = from.fileName() + QStringLiteral(": ") + from.errorString();
+            outcome->failure = source + QStringLiteral(": ") + from.errorString();
             return false;
         }
         if (size == 0) {
@@ -63,19 +65,15 @@ PrivateCopy::Outcome PrivateCopy::Make(const QString &source, const QString &nam
     QFile from(source);
     QFile to(copy->m_path);
     // Whatever else has the name, a pipe for instance, might never come to an end.
-    if (!QFileInfo(source).isFile()) {
-        outcome.failure = QStringLiteral("%1 is no file").arg(source);
-        return outcome;
-    }
-    if (!from.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-        outcome.failure = source + QStringLiteral(": ") + from.errorString();
+    if (!gOpenRegularFile(&from)) {
+        outcome.failure = QStringLiteral("%1 is no file that can be read").arg(source);
         return outcome;
     }
     if (!to.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered)) {
         outcome.failure = copy->m_path + QStringLiteral(": ") + to.errorString();
         return outcome;
     }
-    if (gCopy(from, to, mostBytes, &outcome)) {
+    if (gCopy(source, from, to, std::min(mostBytes, mostBytesOfPackage), &outcome)) {
         outcome.copy = copy;
     }
     // The destructor of a copy that failed removes the file, which Windows does not while it is open.

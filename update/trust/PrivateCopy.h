@@ -8,6 +8,7 @@
 #include <QtGlobal>
 
 #include <functional>
+#include <limits>
 #include <memory>
 
 /// Finds the folder that private copies are made in, see `gPrivateFolder`.
@@ -26,6 +27,9 @@ using PrivateFolderFunction = std::function<QString(QString *failure)>;
 class PrivateCopy
 {
 public:
+    /// No package is larger: its ranges are counted in 32 bits.
+    static constexpr qint64 mostBytesOfPackage = std::numeric_limits<qint32>::max();
+
     /// What `Make` did. Without a copy `failure` says why.
     struct Outcome {
         std::shared_ptr<PrivateCopy> copy;
@@ -37,7 +41,8 @@ public:
 
     /// Copies the file at @p source. Blocks while the disk works.
     /// @param name     of the copy, without a folder
-    /// @param mostBytes a longer file is not read to its end, and its size is given as one byte more
+    /// @param mostBytes a longer file is not read to its end, and its size is given as one byte more;
+    ///                  at most `mostBytesOfPackage`
     static Outcome Make(const QString &source, const QString &name, qint64 mostBytes,
                         const PrivateFolderFunction &privateFolder);
 

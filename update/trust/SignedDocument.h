@@ -15,7 +15,7 @@
 ///     signed bytes            all bytes before the comment
 ///     <!--minisign
 ///     untrusted comment: …    the four lines of a signature file of minisign
-///     RUQ…                    "ED", the key's number, Ed25519 signature of the BLAKE2b-512 of the bytes
+///     RU…                     "ED", the key's number, Ed25519 signature of the BLAKE2b-512 of the bytes
 ///     trusted comment: …
 ///     …                       Ed25519 signature of the signature above and the trusted comment
 ///     -->                     and an optional line feed

@@ -19,7 +19,8 @@ struct TrustRecord {
     QDateTime time;
 
     /// Reads the record out of the settings file at @p path.
-    /// @return nothing when the file cannot be read, or holds a value that is none
+    /// @return nothing when the file cannot be read, is damaged so that it could have lost them, or holds
+    ///         a value that is none. A file that ends too early between two lines shows no damage.
     static std::optional<TrustRecord> Read(const QString &path);
 
     /// Writes the record into the settings file at @p path; other settings stay.

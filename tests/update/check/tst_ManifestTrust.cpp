@@ -2,11 +2,13 @@
 
 #include "update/check/ManifestTrust.h"
 
+#include "platform/ProcessLock.h"
 #include "tests/support/MinisignKeyPair.h"
 #include "tests/support/SignedManifest.h"
 #include "tests/update/UpdateRig.h"
 #include "update/check/TrustedManifest.h"
 
+#include <QSettings>
 #include <QtTest>
 
 class tst_ManifestTrust : public QObject
@@ -31,6 +33,11 @@ private slots:
     void without_an_expiry_the_clock_is_not_looked_at();
     void a_clock_that_cannot_be_read_refuses();
     void a_refused_manifest_is_not_remembered();
+    void a_damaged_settings_file_refuses_data();
+    void a_damaged_settings_file_refuses();
+    void a_settings_file_of_the_hosts_own_is_read();
+    void another_process_is_waited_for();
+    void a_serial_that_another_process_has_remembered_counts();
     void a_damaged_record_refuses_data();
     void a_damaged_record_refuses();
     void settings_that_cannot_be_written_refuse();
@@ -199,6 +206,62 @@ void tst_ManifestTrust::a_refused_manifest_is_not_remembered()
     QCOMPARE(m_rig->Setting("TrustSerial") + m_rig->Setting("TrustTime"), QString());
     SetClock(noon);
     QVERIFY(AcceptsUntil(noon.addDays(30)));
+}
+
+void tst_ManifestTrust::a_damaged_settings_file_refuses_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    const QByteArray whole = "[Quillon]\nEmail=a@b.example\nTrustSerial=100\n";
+    QTest::newRow("cut_in_the_group") << QByteArray("[Quil");
+    QTest::newRow("cut_in_the_key") << whole.left(whole.indexOf("ial="));
+    QTest::newRow("cut_in_the_number") << whole.chopped(2);
+    QTest::newRow("zeros_after_a_loss_of_power") << QByteArray(whole.size(), '\0');
+    QTest::newRow("zeros_behind_the_first_line") << whole.left(10) + QByteArray(40, '\0');
+    QTest::newRow("something_else") << QByteArray("<html>\n") + whole;
+}
+
+/// Also when the settings were read before in this process, as the dialog does: QSettings tells of damage
+/// only once.
+void tst_ManifestTrust::a_damaged_settings_file_refuses()
+{
+    QFETCH(QByteArray, text);
+    gPutFile(m_rig->SettingsFile(), text);
+    const QSettings dialog(m_rig->SettingsFile(), QSettings::IniFormat);
+    for (int check = 0; check < 2; ++check) {
+        QVERIFY(!Accepts(99));
+        QVERIFY2(m_refusal.startsWith("the settings file with the last serial cannot be read"),
+                 qPrintable(m_refusal));
+    }
+    QCOMPARE(gReadFile(m_rig->SettingsFile()), text);
+}
+
+void tst_ManifestTrust::a_settings_file_of_the_hosts_own_is_read()
+{
+    gPutFile(m_rig->SettingsFile(), "; a comment\r\n\r\n[Quillon]\r\nTrustSerial=7\r\n"
+                                    "[Other]\r\nkey = value");
+    QVERIFY(!Accepts(6));
+    QCOMPARE(m_refusal, QString("the manifest is older than one before, serial 6 after 7"));
+    QVERIFY2(Accepts(8), qPrintable(m_refusal));
+}
+
+void tst_ManifestTrust::another_process_is_waited_for()
+{
+    ProcessLock other;
+    QCOMPARE(other.TryLock(m_rig->SettingsFile() + ".trust.lock"), ProcessLock::Outcome::Taken);
+    QVERIFY(!Accepts(7));
+    QVERIFY2(m_refusal.contains("locked"), qPrintable(m_refusal));
+    other.Unlock();
+    QVERIFY(Accepts(7));
+    QVERIFY(!QFile::exists(m_rig->SettingsFile() + ".trust.lock"));
+}
+
+void tst_ManifestTrust::a_serial_that_another_process_has_remembered_counts()
+{
+    QVERIFY(Accepts(8));
+    QByteArray text = gReadFile(m_rig->SettingsFile());
+    gPutFile(m_rig->SettingsFile(), text.replace("TrustSerial=8", "TrustSerial=12"));
+    QVERIFY(!Accepts(10));
+    QCOMPARE(m_rig->Setting("TrustSerial"), QString("12"));
 }
 
 void tst_ManifestTrust::a_damaged_record_refuses_data()

@@ -159,7 +159,7 @@ void tst_PrivateCopy::what_is_no_file_is_not_copied()
     const PrivateCopy::Outcome outcome =
         PrivateCopy::Make(Path(name), "setup.exe", noLimit, Private());
     QVERIFY(outcome.copy == nullptr);
-    QCOMPARE(outcome.failure, Path(name) + " is no file");
+    QCOMPARE(outcome.failure, Path(name) + " is no file that can be read");
     QCOMPARE(Left(), QStringList());
 }
 

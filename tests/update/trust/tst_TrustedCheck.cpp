@@ -22,6 +22,7 @@ private slots:
     void an_attack_is_a_failed_check_data();
     void an_attack_is_a_failed_check();
     void an_older_manifest_is_refused_after_a_newer_one();
+    void a_clock_that_was_set_back_is_a_failed_check();
     void an_older_release_with_a_higher_serial_is_offered();
     void a_manifest_in_many_pieces_is_waited_for();
     void an_answer_of_one_mebibyte_is_read();
@@ -204,6 +205,19 @@ void tst_TrustedCheck::an_older_manifest_is_refused_after_a_newer_one()
     // In another session as well.
     m_scene->Rig().Build();
     QCOMPARE(m_scene->Check(), QString("hint"));
+}
+
+void tst_TrustedCheck::a_clock_that_was_set_back_is_a_failed_check()
+{
+    m_scene->Manifest().expires = "2026-07-01T00:00:00Z";
+    m_scene->Publish();
+    QCOMPARE(m_scene->Check(), QString("version"));
+    // The manifest has expired by now, and somebody wants it to hold again.
+    m_scene->Rig().System().now = [] { return noon.addDays(-30); };
+    m_scene->Rig().Build();
+    QCOMPARE(m_scene->Check(), QString("hint"));
+    QCOMPARE(m_scene->Rule(), QString("the clock was set back, it has been 2026-06-15T12:00:00Z"));
+    QVERIFY(!m_scene->CheckSilently());
 }
 
 void tst_TrustedCheck::an_older_release_with_a_higher_serial_is_offered()

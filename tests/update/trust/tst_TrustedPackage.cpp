@@ -24,10 +24,13 @@ private slots:
     void an_altered_package_is_discarded();
     void after_an_altered_package_the_right_one_is_downloaded_anew();
     void a_package_that_is_swapped_while_the_user_is_asked_is_not_started();
+    void a_package_that_is_swapped_before_it_is_read_is_discarded();
     void a_package_without_a_private_copy_is_not_offered();
     void an_offer_without_a_signature_is_not_downloaded();
 
     void the_signed_patch_makes_the_signed_installer();
+    void the_program_is_given_a_private_copy_of_the_patch();
+    void a_result_that_is_swapped_while_the_user_is_asked_is_not_started();
     void an_altered_patch_is_not_given_to_the_program_data();
     void an_altered_patch_is_not_given_to_the_program();
     void after_an_altered_patch_the_full_package_is_taken();
@@ -44,6 +47,9 @@ private slots:
     void nobody_is_asked_about_a_kept_installer_behind_a_closed_dialog();
     void a_second_check_overtakes_the_look_for_a_kept_installer();
     void an_installer_that_is_put_off_twice_is_offered_a_third_time();
+    void an_endless_file_in_the_place_of_the_kept_installer_is_not_copied();
+    void a_dialog_may_be_deleted_at_any_moment_data();
+    void a_dialog_may_be_deleted_at_any_moment();
 
 private:
     /// "Update Now" for what the site offers.
@@ -185,6 +191,24 @@ void tst_TrustedPackage::a_package_that_is_swapped_while_the_user_is_asked_is_no
     QCOMPARE(m_scene->Started("9.2.0.0"), QByteArray("9.2.0.0"));
 }
 
+/// The size query and the ranges were right. In the shared folder another account puts another file there.
+void tst_TrustedPackage::a_package_that_is_swapped_before_it_is_read_is_discarded()
+{
+    m_scene->Rig().SetAnswer(Answer::Yes);
+    m_scene->Rig().System().flush = [this](const QString &path) {
+        if (path == m_scene->Rig().Target()) {
+            gPutFile(path, m_scene->Manifest().full + "x");
+        }
+        return FlushResult::Flushed;
+    };
+    m_scene->Publish();
+    Update();
+    ExpectRefusedDownload();
+    QVERIFY(!QFile::exists(m_scene->Full()));
+    QVERIFY(!QFile::exists(m_scene->Rig().Target()));
+    QCOMPARE(m_scene->Reports(), QList<int>{-1});
+}
+
 void tst_TrustedPackage::a_package_without_a_private_copy_is_not_offered()
 {
     m_scene->Rig().SetAnswer(Answer::Yes);
@@ -234,6 +258,34 @@ void tst_TrustedPackage::the_signed_patch_makes_the_signed_installer()
     QCOMPARE(m_scene->PrivateFiles().filter("Corvina9"), QStringList{"Corvina9"});
     QVERIFY(!m_scene->PrivateFiles().contains("setup.patch"));
     QCOMPARE(m_scene->Reports(), QList<int>{1});
+}
+
+void tst_TrustedPackage::the_program_is_given_a_private_copy_of_the_patch()
+{
+    const QString seen = m_scene->Rig().Path("seen");
+    const QString made = gPutFile(m_scene->Rig().Path("made"), m_scene->Manifest().full);
+    const PatchProgram program("arguments\t" + seen.toUtf8() + "\ncopy\t" + made.toUtf8() + "\t$2");
+    m_scene->Rig().SetAnswer(Answer::Yes);
+    m_scene->AddPatch();
+    m_scene->Publish();
+    Update();
+    QCOMPARE(m_scene->Started("9.2.0.0"), QByteArray("9.2.0.0"));
+    const QString arguments = QString::fromUtf8(gReadFile(seen)).replace('\\', '/');
+    QVERIFY2(arguments.contains(m_scene->Rig().PrivateFolder()), qPrintable(arguments));
+    QVERIFY2(!arguments.contains(m_scene->PatchFile()), qPrintable(arguments));
+}
+
+void tst_TrustedPackage::a_result_that_is_swapped_while_the_user_is_asked_is_not_started()
+{
+    const PatchProgram program;
+    m_scene->Rig().SetAnswer(Answer::Yes);
+    m_scene->AddPatch();
+    m_scene->Publish();
+    QCOMPARE(m_scene->Check(), QString("version"));
+    connect(&m_scene->Rig().Manager(), &LiveUpdateMgr::BeginInstall, this,
+            [this] { gPutFile(m_scene->Kept(), m_scene->Installer("evil")); });
+    m_scene->UpdateNow();
+    QCOMPARE(m_scene->Started("9.2.0.0"), QByteArray("9.2.0.0"));
 }
 
 void tst_TrustedPackage::an_altered_patch_is_not_given_to_the_program_data()
@@ -459,6 +511,66 @@ void tst_TrustedPackage::an_installer_that_is_put_off_twice_is_offered_a_third_t
     m_scene->Rig().Build();
     m_scene->Check();
     QCOMPARE(m_scene->Started("9.2.0.0"), QByteArray("9.2.0.0"));
+}
+
+/// Another account made it so large that the copy would fill the disk.
+void tst_TrustedPackage::an_endless_file_in_the_place_of_the_kept_installer_is_not_copied()
+{
+    PutOff();
+    m_scene->Rig().WriteSetting("SetupSha256", "");
+    QFile file(m_scene->Full());
+    QVERIFY(file.open(QIODevice::ReadWrite) && file.resize(qint64{64} * 1024 * 1024 * 1024));
+    m_scene->Rig().Build();
+    QCOMPARE(m_scene->Check(), QString("version"));
+    QCOMPARE(m_scene->Log().CountContaining("no SHA-256 was remembered"), 1);
+}
+
+void tst_TrustedPackage::a_dialog_may_be_deleted_at_any_moment_data()
+{
+    QTest::addColumn<QString>("moment");
+    for (const char *moment : {"while_the_package_is_copied", "in_begin_install", "in_close",
+                               "in_cancel_install", "while_the_kept_installer_is_copied"}) {
+        QTest::newRow(moment) << moment;
+    }
+}
+
+void tst_TrustedPackage::a_dialog_may_be_deleted_at_any_moment()
+{
+    QFETCH(QString, moment);
+    const auto destroy = [this] { m_scene->Rig().Destroy(); };
+    const bool isYes = moment == "in_close";
+    if (moment == "while_the_kept_installer_is_copied") {
+        PutOff();
+        m_scene->Rig().Manager().LiveUpdate("1", "9.1.0.0", "me@u.example");
+        destroy();
+    } else {
+        m_scene->Rig().SetAnswer(isYes ? Answer::Yes : Answer::Cancel);
+        m_scene->Publish();
+        QCOMPARE(m_scene->Check(), QString("version"));
+        LiveUpdateMgr &manager = m_scene->Rig().Manager();
+        QSignalSpy destroyed(&manager, &QObject::destroyed);
+        if (moment == "in_begin_install") {
+            connect(&manager, &LiveUpdateMgr::BeginInstall, this, destroy);
+        } else if (isYes) {
+            connect(&manager, &LiveUpdateMgr::Close, this, destroy);
+        } else if (moment == "in_cancel_install") {
+            connect(&manager, &LiveUpdateMgr::CancelInstall, this, destroy);
+        } else {
+            // From the pool thread that is about to make the copy.
+            m_scene->Rig().System().privateFolder =
+                [this, destroy, folder = m_scene->Rig().PrivateFolder()](QString * /*failure*/) {
+                    QMetaObject::invokeMethod(this, destroy, Qt::QueuedConnection);
+                    return folder;
+                };
+        }
+        manager.UpdateNow();
+        QTRY_COMPARE(destroyed.size(), 1);
+    }
+    gFlushPool()->waitForDone();
+    QCoreApplication::processEvents();
+    // What the user agreed to is started all the same.
+    QCOMPARE(m_scene->Started(isYes ? "9.2.0.0" : ""), QByteArray(isYes ? "9.2.0.0" : ""));
+    QCOMPARE(m_scene->PrivateFiles().filter("setup.exe").size(), isYes ? 1 : 0);
 }
 
 QTEST_MAIN(tst_TrustedPackage)
