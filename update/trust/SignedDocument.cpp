@@ -6,6 +6,7 @@
 
 #include <sodium.h>
 
+#include <algorithm>
 #include <array>
 
 namespace
@@ -50,9 +51,11 @@ QList<QByteArray> gSignatureLines(const QByteArray &document, int begin, QString
                        : QStringLiteral("the signature is cut off");
         return {};
     }
-    const QByteArray inner = comment.mid(opening.size()).chopped(closing.size());
+    // Both may share a line feed, in a comment that has no line at all.
+    const int size = comment.size() - opening.size() - closing.size();
+    const QByteArray inner = comment.mid(opening.size(), std::max(0, size));
     // A comment of XML ends at the first two hyphens: what follows them would be read as the document.
-    if (!comment.startsWith(opening) || inner.contains("--")) {
+    if (size < 0 || !comment.startsWith(opening) || inner.contains("--")) {
         *refusal = QStringLiteral("the signature is damaged");
         return {};
     }

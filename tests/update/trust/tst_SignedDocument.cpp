@@ -113,6 +113,8 @@ void tst_SignedDocument::what_is_altered_is_refused_with_the_rule_data()
     row("an_element_behind_it", good + "<Update/>", notLast);
     row("two_line_feeds_behind_it", good + "\n", notLast);
     row("cut_off", good.chopped(6), cut);
+    row("no_line_at_all", manifest + "<!--minisign\n-->\n", damaged);
+    row("an_empty_line", manifest + "<!--minisign\n\n-->\n", damaged);
     row("no_line_feed_behind_the_word", manifest + "<!--minisign" + signature.mid(13), damaged);
     row("a_line_more", QByteArray(good).replace("\n-->", "\nx\n-->"), damaged);
     row("lines_of_windows", manifest + QByteArray(signature).replace("\n", "\r\n"), notLast);
