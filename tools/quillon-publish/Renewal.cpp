@@ -21,6 +21,7 @@ void Renewal::Publish()
     Site site(m_options.site);
     ReadManifests(site);
     RefuseMixture();
+    RefuseOlderPublication(site);
     const SigningTerm term{gNextSerial(site), m_signer.Expiry()};
     RefuseEarlierEnd(*term.expires);
     const QList<QByteArray> documents =
@@ -69,6 +70,18 @@ void Renewal::RefuseMixture() const
                     .arg(Site::ManifestName(m_versions.at(i)))
                     .arg(serial));
         }
+    }
+}
+
+void Renewal::RefuseOlderPublication(const Site &site) const
+{
+    const quint64 serial = m_values.first().statement->serial;
+    const std::optional<quint64> last = gLastSerial(site);
+    if (last && *last != serial) {
+        throw PublishError(QStringLiteral("the manifests have the serial %1, and the last "
+                                          "publication had %2; publish the release again")
+                               .arg(serial)
+                               .arg(*last));
     }
 }
 

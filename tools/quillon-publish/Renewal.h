@@ -12,8 +12,9 @@ class Site;
 
 /// Signs the manifests of a site anew: the same offers, the next serial, a later end.
 ///
-/// Only what the public keys verify is signed again, and only manifests of one publication: who can
-/// write into the site must not get a signature for their own manifest, or for an older release.
+/// Only what the public keys verify is signed again, and only manifests of one publication, the last
+/// one by the site's file of the serial: who can write into the site must not get a signature for
+/// their own manifest. An older release with its own file of the serial cannot be recognised.
 ///
 /// Errors: the constructor and `Publish` throw PublishError; the site is then unchanged.
 class Renewal
@@ -26,6 +27,7 @@ public:
 private:
     void ReadManifests(const Site &site);
     void RefuseMixture() const;
+    void RefuseOlderPublication(const Site &site) const;
     void RefuseEarlierEnd(const QDateTime &expires) const;
     QList<QByteArray> Renewed(const SigningTerm &term) const;
     void RefuseChanges(const QList<QByteArray> &documents, const SigningTerm &term) const;

@@ -55,9 +55,14 @@ bool gWasSigned(const Site &site)
     });
 }
 
+std::optional<quint64> gLastSerial(const Site &site)
+{
+    return site.HasSerial() ? std::make_optional(gSerialInFile(site.SerialText())) : std::nullopt;
+}
+
 quint64 gNextSerial(const Site &site)
 {
-    quint64 highest = site.HasSerial() ? gSerialInFile(site.SerialText()) : 0;
+    quint64 highest = gLastSerial(site).value_or(0);
     for (const QString &version : site.ManifestVersions()) {
         highest = std::max(highest, gSerialInManifest(site.PublishedManifest(version),
                                                       Site::ManifestName(version)));

@@ -4,11 +4,17 @@
 
 #include <QtGlobal>
 
+#include <optional>
+
 class Site;
 
 /// Whether @p site was signed once: it has the file of the serial, or a manifest with a signature.
 /// @throws PublishError when a manifest cannot be read
 bool gWasSigned(const Site &site);
+
+/// The number in the site's file of the serial; nothing without that file.
+/// @throws PublishError when it is damaged
+std::optional<quint64> gLastSerial(const Site &site);
 
 /// The serial of the next publication of @p site: above the one in its file, and above those in its
 /// manifests, which are not verified for it.

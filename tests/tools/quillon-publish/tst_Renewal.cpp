@@ -48,6 +48,7 @@ private slots:
     void a_site_without_an_end_is_not_renewed();
     void what_somebody_else_has_changed_is_not_signed_data();
     void what_somebody_else_has_changed_is_not_signed();
+    void an_older_publication_is_not_renewed();
     void a_site_that_is_not_there_is_refused();
     void a_signature_that_clients_would_refuse_is_not_published();
     void a_failure_of_the_program_leaves_the_site_as_it_was();
@@ -240,6 +241,21 @@ void tst_Renewal::what_somebody_else_has_changed_is_not_signed()
     m_desk->Replace(name, content);
     RefuseRenewal(m_desk->Renewal(gLatin1("60")), says);
     RefuseRenewal(m_desk->Renewal(gLatin1("60")), name);
+}
+
+void tst_Renewal::an_older_publication_is_not_renewed()
+{
+    QMap<QString, QByteArray> older;
+    for (const QString &name : m_desk->Manifests()) {
+        older.insert(name, m_desk->Document(name));
+    }
+    QCOMPARE(ReleaseDesk::Run(m_desk->Renewal(gLatin1("60"))).code, 0);
+    for (auto manifest = older.cbegin(); manifest != older.cend(); ++manifest) {
+        m_desk->Replace(manifest.key(), manifest.value());
+    }
+    RefuseRenewal(m_desk->Renewal(gLatin1("60")),
+                  gLatin1("the manifests have the serial 2, and the last publication had 3; "
+                          "publish the release again"));
 }
 
 void tst_Renewal::a_site_that_is_not_there_is_refused()
