@@ -38,16 +38,8 @@ QByteArray gReadPassword(int descriptor)
     return password;
 }
 
-/// What the program said of its failure, without its prompt, and without the password if a program
-/// repeats it.
-QString gReason(QProcess &process, const QByteArray &password)
-{
-    QByteArray text = process.readAllStandardError();
-    text.replace("Password: ", "").replace(password, "(the password)");
-    return QString::fromLocal8Bit(text);
-}
-
-void gRefuseFailure(QProcess &process, const std::optional<QByteArray> &password)
+/// @param isSilent the program's own text is not shown: with a password at hand it could repeat it
+void gRefuseFailure(const QProcess &process, bool isSilent)
 {
     if (process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0) {
         return;
@@ -55,10 +47,11 @@ void gRefuseFailure(QProcess &process, const std::optional<QByteArray> &password
     const QString how = process.exitStatus() == QProcess::NormalExit
                             ? QStringLiteral("exit code %1").arg(process.exitCode())
                             : QStringLiteral("it crashed");
-    throw PublishError(QStringLiteral("%1 did not sign, %2: %3")
-                           .arg(process.program(), how,
-                                password ? gReason(process, *password)
-                                         : QStringLiteral("its own message stands above")));
+    throw PublishError(
+        QStringLiteral("minisign failed, %1: %2")
+            .arg(how, isSilent
+                          ? QStringLiteral("the password may be wrong, or the key cannot be read")
+                          : QStringLiteral("its own message stands above")));
 }
 } // namespace
 
@@ -80,6 +73,7 @@ void SigningProgram::Sign(const QStringList &files, const QString &trustedCommen
     QProcess process;
     if (m_password) {
         process.setStandardOutputFile(QProcess::nullDevice());
+        process.setStandardErrorFile(QProcess::nullDevice());
     } else {
         process.setInputChannelMode(QProcess::ForwardedInputChannel);
         process.setProcessChannelMode(QProcess::ForwardedChannels);
@@ -98,5 +92,5 @@ void SigningProgram::Sign(const QStringList &files, const QString &trustedCommen
         process.closeWriteChannel();
     }
     process.waitForFinished(noLimit);
-    gRefuseFailure(process, m_password);
+    gRefuseFailure(process, m_password.has_value());
 }

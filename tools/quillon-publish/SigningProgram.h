@@ -14,7 +14,7 @@ struct SigningOptions;
 ///
 /// The password of the key is asked for by the program itself, on the terminal, or it is read from
 /// a descriptor and handed to the program's standard input. It stands in no command line and in no
-/// message.
+/// message: what the program says is not shown then.
 class SigningProgram
 {
 public:
