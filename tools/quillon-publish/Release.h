@@ -19,7 +19,8 @@ class Site;
 /// One release that is put into the site: the installer, a patch from each previous version, and
 /// the manifests that offer them.
 ///
-/// Errors: the constructor and `Publish` throw PublishError; the site is then unchanged.
+/// Errors: the constructor and `Publish` throw PublishError; the site is then unchanged
+/// but for a serial that may be used up.
 class Release
 {
 public:

@@ -16,7 +16,8 @@ class Site;
 /// one by the site's file of the serial: who can write into the site must not get a signature for
 /// their own manifest. An older release with its own file of the serial cannot be recognised.
 ///
-/// Errors: the constructor and `Publish` throw PublishError; the site is then unchanged.
+/// Errors: the constructor and `Publish` throw PublishError; the site is then unchanged
+/// but for a serial that may be used up.
 class Renewal
 {
 public:

@@ -18,6 +18,7 @@ const QString mainManifest = QStringLiteral("manifest.xml");
 const QString serialFile = QStringLiteral("serial");
 const QString scratchFolder = QStringLiteral("scratch");
 const QString backupFolder = QStringLiteral("backup");
+const QString serialBackupFolder = QStringLiteral("serial-backup");
 
 QString gSiteFolder(const QString &folder)
 {
@@ -94,7 +95,8 @@ void Site::MakeStaging() const
 {
     QDir staging(m_staging);
     bool made = staging.removeRecursively();
-    for (const QString &name : {packagesFolder, manifestsFolder, scratchFolder, backupFolder}) {
+    for (const QString &name :
+         {packagesFolder, manifestsFolder, scratchFolder, backupFolder, serialBackupFolder}) {
         made = made && staging.mkpath(name);
     }
     if (!made) {
@@ -191,19 +193,31 @@ QByteArray Site::SerialText() const
 void Site::SetSerial(quint64 serial)
 {
     gWriteReadable(Staged(serialFile), QByteArray::number(serial) + '\n');
-    m_serials = QStringList{serialFile};
+    m_hasNewSerial = true;
 }
 
 void Site::Publish()
 {
+    if (m_hasNewSerial) {
+        PublishSerial();
+    }
     FileChanges changes(Staged(backupFolder));
     changes.MakeFolder(m_folder);
     changes.MakeFolder(Published(packagesFolder));
     changes.MakeFolder(Published(manifestsFolder));
-    for (const QString &relative :
-         m_serials + m_packages + m_manifests + QStringList{mainManifest}) {
+    for (const QString &relative : m_packages + m_manifests + QStringList{mainManifest}) {
         changes.Move(Staged(relative), Published(relative));
     }
+    changes.Keep();
+}
+
+void Site::PublishSerial() const
+{
+    // Kept whatever fails later: clients that have read a manifest with the number meanwhile would
+    // refuse another publication with it.
+    FileChanges changes(Staged(serialBackupFolder));
+    changes.MakeFolder(m_folder);
+    changes.Move(Staged(serialFile), Published(serialFile));
     changes.Keep();
 }
 

@@ -66,12 +66,14 @@ public:
 
     /// Moves the release into the site: the serial, the packages, then the manifests of single
     /// versions, then "manifest.xml". In this order no manifest ever names a package that is
-    /// missing, and a run that is killed never leaves a serial to be used twice.
-    /// @throws PublishError; the changes are then taken back (`FileChanges`).
+    /// missing, and no serial is used twice, whether a run fails or is killed.
+    /// @throws PublishError; the changes are then taken back (`FileChanges`), but not the serial:
+    /// clients may have seen it.
     void Publish();
 
 private:
     void MakeStaging() const;
+    void PublishSerial() const;
     QString Staged(const QString &relative) const;
     QString Published(const QString &relative) const;
 
@@ -79,7 +81,7 @@ private:
     QString m_staging;
     QLockFile m_lock;
     /// New files, relative to the site, in the order of their publication.
-    QStringList m_serials;
     QStringList m_packages;
     QStringList m_manifests;
+    bool m_hasNewSerial = false;
 };

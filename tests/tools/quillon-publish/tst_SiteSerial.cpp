@@ -3,6 +3,7 @@
 #include "tests/tools/quillon-publish/ArrivalWatch.h"
 #include "tests/tools/quillon-publish/SigningDesk.h"
 
+#include <QDir>
 #include <QTest>
 
 namespace
@@ -27,6 +28,8 @@ private slots:
     void the_serial_grows_with_each_publication();
     void the_serial_is_above_every_number_of_the_site();
     void the_serial_arrives_before_everything_else();
+    void a_serial_that_clients_may_have_seen_is_not_taken_back_data();
+    void a_serial_that_clients_may_have_seen_is_not_taken_back();
     void a_site_that_was_signed_is_not_published_unsigned_data();
     void a_site_that_was_signed_is_not_published_unsigned();
     void a_site_stays_a_signed_one_after_an_unsigned_publication();
@@ -97,6 +100,38 @@ void tst_SiteSerial::the_serial_arrives_before_everything_else()
         (QStringList{site + gLatin1("/serial"), site + gLatin1("/packages/corvina-9.3.0.0.exe"),
                      site + gLatin1("/manifests/9.3.0.0.xml"),
                      site + gLatin1("/manifests/9.2.0.0.xml"), site + gLatin1("/manifest.xml")}));
+}
+
+void tst_SiteSerial::a_serial_that_clients_may_have_seen_is_not_taken_back_data()
+{
+    QTest::addColumn<bool>("isFirst");
+    QTest::newRow("the_first_serial_of_a_site") << true;
+    QTest::newRow("a_later_one") << false;
+}
+
+void tst_SiteSerial::a_serial_that_clients_may_have_seen_is_not_taken_back()
+{
+    QFETCH(bool, isFirst);
+    const QString serial = m_desk->Site() + gLatin1("/serial");
+    const QString main = m_desk->Site() + gLatin1("/manifest.xml");
+    QVERIFY(Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
+    QVERIFY(!isFirst || (QFile::remove(serial) &&
+                         QDir(m_desk->Site() + gLatin1("/manifests")).removeRecursively()));
+    // The manifests of single versions are published before it.
+    QVERIFY(QFile::remove(main));
+    QVERIFY(QDir().mkpath(main + gLatin1("/a folder in its place")));
+    const QStringList arguments = m_desk->Release(gLatin1("9.3.0.0"), {});
+
+    auto expected = m_desk->Files();
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 1);
+    QVERIFY2(outcome.err.contains(gLatin1("/manifest.xml")), qPrintable(outcome.err));
+    QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
+    QCOMPARE(m_desk->Document(gLatin1("serial")), QByteArray(isFirst ? "1\n" : "2\n"));
+    auto files = m_desk->Files();
+    expected.remove(serial);
+    files.remove(serial);
+    QCOMPARE(files, expected);
 }
 
 void tst_SiteSerial::a_site_that_was_signed_is_not_published_unsigned_data()
