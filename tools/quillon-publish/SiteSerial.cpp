@@ -17,6 +17,23 @@ bool gHasSignature(const QByteArray &document)
     return gWithoutSignature(document).size() != document.size();
 }
 
+/// Above it a serial was not counted up to. It leaves room for every publication of a site to come.
+constexpr quint64 highestSerial = Q_UINT64_C(1000000000000000);
+
+/// @param source is where @p serial stands, and @p remedy what is to be done there
+quint64 gPlausible(quint64 serial, const QString &source, const QString &remedy)
+{
+    if (serial > highestSerial) {
+        throw PublishError(QStringLiteral("%1 has the serial %2, which is above %3: somebody may "
+                                          "have put it there; %4")
+                               .arg(source)
+                               .arg(serial)
+                               .arg(highestSerial)
+                               .arg(remedy));
+    }
+    return serial;
+}
+
 quint64 gSerialInFile(const QByteArray &text)
 {
     const std::optional<quint64> serial =
@@ -26,7 +43,8 @@ quint64 gSerialInFile(const QByteArray &text)
             QStringLiteral("the site's file \"serial\" is damaged: it has to be the number of the "
                            "last signed publication and a line feed"));
     }
-    return *serial;
+    return gPlausible(*serial, QStringLiteral("the site's file \"serial\""),
+                      QStringLiteral("write the right number into it"));
 }
 
 quint64 gSerialInManifest(const QByteArray &document, const QString &name)
@@ -40,7 +58,9 @@ quint64 gSerialInManifest(const QByteArray &document, const QString &name)
         throw PublishError(
             QStringLiteral("the serial of %1 cannot be read: %2").arg(name, refusal));
     }
-    return statement->serial;
+    return gPlausible(
+        statement->serial, name,
+        QStringLiteral("remove this file, and see that \"serial\" has the right number"));
 }
 } // namespace
 
@@ -66,9 +86,6 @@ quint64 gNextSerial(const Site &site)
     for (const QString &version : site.ManifestVersions()) {
         highest = std::max(highest, gSerialInManifest(site.PublishedManifest(version),
                                                       Site::ManifestName(version)));
-    }
-    if (highest >= SignedStatement::serialLimit - 1) {
-        throw PublishError(QStringLiteral("no serial can follow %1").arg(highest));
     }
     return highest + 1;
 }

@@ -13,10 +13,10 @@ class Site;
 bool gWasSigned(const Site &site);
 
 /// The number in the site's file of the serial; nothing without that file.
-/// @throws PublishError when it is damaged
+/// @throws PublishError when it is damaged or impossibly high
 std::optional<quint64> gLastSerial(const Site &site);
 
 /// The serial of the next publication of @p site: above the one in its file, and above those in its
 /// manifests, which are not verified for it.
-/// @throws PublishError when one of them is damaged, or nothing can follow
+/// @throws PublishError when one of them is damaged or impossibly high
 quint64 gNextSerial(const Site &site);

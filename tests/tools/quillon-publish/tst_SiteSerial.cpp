@@ -2,6 +2,7 @@
 
 #include "tests/tools/quillon-publish/ArrivalWatch.h"
 #include "tests/tools/quillon-publish/SigningDesk.h"
+#include "update/trust/SignedDocument.h"
 
 #include <QDir>
 #include <QTest>
@@ -35,6 +36,7 @@ private slots:
     void a_site_stays_a_signed_one_after_an_unsigned_publication();
     void a_damaged_serial_is_refused_data();
     void a_damaged_serial_is_refused();
+    void a_manifest_with_an_impossible_serial_is_refused();
 
 private:
     static bool Publish(const QStringList &arguments);
@@ -84,9 +86,9 @@ void tst_SiteSerial::the_serial_is_above_every_number_of_the_site()
     QVERIFY(Publish(release));
     QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, Q_UINT64_C(43));
 
-    m_desk->Replace(gLatin1("serial"), "18446744073709551613\n");
+    m_desk->Replace(gLatin1("serial"), "999999999999999\n");
     QVERIFY(Publish(release));
-    QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, SignedStatement::serialLimit - 1);
+    QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, Q_UINT64_C(1000000000000000));
 }
 
 void tst_SiteSerial::the_serial_arrives_before_everything_else()
@@ -185,9 +187,11 @@ void tst_SiteSerial::a_damaged_serial_is_refused_data()
     QTest::newRow("a_leading_zero") << QByteArray("05\n") << damaged;
     QTest::newRow("above_64_bits") << QByteArray("18446744073709551616\n") << damaged;
     QTest::newRow("the_last_one") << QByteArray("18446744073709551614\n")
-                                  << gLatin1("no serial can follow");
+                                  << gLatin1("write the right number into it");
+    QTest::newRow("above_what_is_counted_up_to")
+        << QByteArray("1000000000000001\n") << gLatin1("somebody may have put it there");
     QTest::newRow("behind_the_last_one")
-        << QByteArray("18446744073709551615\n") << gLatin1("no serial can follow");
+        << QByteArray("18446744073709551615\n") << gLatin1("somebody may have put it there");
 }
 
 void tst_SiteSerial::a_damaged_serial_is_refused()
@@ -203,6 +207,27 @@ void tst_SiteSerial::a_damaged_serial_is_refused()
     QVERIFY2(outcome.err.contains(says), qPrintable(outcome.err));
     QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
     QCOMPARE(m_desk->Files(), before);
+}
+
+void tst_SiteSerial::a_manifest_with_an_impossible_serial_is_refused()
+{
+    const QString planted = gLatin1("manifests/0.xml");
+    QVERIFY(Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
+    QByteArray document = gWithoutSignature(m_desk->Document(gLatin1(mainManifest)));
+    document.replace("<Serial>1<", "<Serial>1000000000000001<");
+    m_desk->Replace(planted, m_desk->Signed(document, gLatin1("other")));
+    const QStringList arguments = m_desk->Release(gLatin1("9.3.0.0"), {});
+    const auto before = m_desk->Files();
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 1);
+    QVERIFY2(outcome.err.contains(planted + gLatin1(" has the serial 1000000000000001")),
+             qPrintable(outcome.err));
+    QVERIFY2(outcome.err.contains(gLatin1("remove this file")), qPrintable(outcome.err));
+    QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
+    QCOMPARE(m_desk->Files(), before);
+
+    QVERIFY(QFile::remove(m_desk->Site() + QLatin1Char('/') + planted));
+    QVERIFY(Publish(arguments));
 }
 
 QTEST_GUILESS_MAIN(tst_SiteSerial)
