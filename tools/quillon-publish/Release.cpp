@@ -89,6 +89,10 @@ void Release::AddPatches(Site &site)
 quint64 Release::SerialFor(const Site &site) const
 {
     if (m_signer) {
+        if (!m_signer->Expiry() && gHasExpiry(site)) {
+            gPrintError(QStringLiteral("warning: the manifests did expire, and will not any more; "
+                                       "give --expires to keep that"));
+        }
         return gNextSerial(site);
     }
     if (!m_options.noSign && gWasSigned(site)) {

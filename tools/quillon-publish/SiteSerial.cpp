@@ -75,6 +75,17 @@ bool gWasSigned(const Site &site)
     });
 }
 
+bool gHasExpiry(const Site &site)
+{
+    if (!site.ManifestVersions().contains(QString())) {
+        return false;
+    }
+    const QByteArray document = site.PublishedManifest(QString());
+    QString refusal;
+    const auto statement = gReadSignedStatement(gWithoutSignature(document), &refusal);
+    return gHasSignature(document) && statement && statement->expires;
+}
+
 std::optional<quint64> gLastSerial(const Site &site)
 {
     return site.HasSerial() ? std::make_optional(gSerialInFile(site.SerialText())) : std::nullopt;

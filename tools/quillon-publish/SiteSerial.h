@@ -12,6 +12,10 @@ class Site;
 /// @throws PublishError when a manifest cannot be read
 bool gWasSigned(const Site &site);
 
+/// Whether the manifest.xml of @p site is signed and expires. It is not verified for it.
+/// @throws PublishError when it cannot be read
+bool gHasExpiry(const Site &site);
+
 /// The number in the site's file of the serial; nothing without that file.
 /// @throws PublishError when it is damaged or impossibly high
 std::optional<quint64> gLastSerial(const Site &site);

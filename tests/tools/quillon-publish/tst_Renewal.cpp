@@ -43,6 +43,7 @@ private slots:
     void notes_that_look_like_the_signed_element_stay();
     void a_release_can_follow_a_renewal();
 
+    void a_release_that_ends_the_expiry_is_warned_about();
     void an_end_that_is_not_later_is_refused_data();
     void an_end_that_is_not_later_is_refused();
     void a_site_without_an_end_is_not_renewed();
@@ -168,10 +169,27 @@ void tst_Renewal::notes_that_look_like_the_signed_element_stay()
 void tst_Renewal::a_release_can_follow_a_renewal()
 {
     QCOMPARE(ReleaseDesk::Run(m_desk->Renewal(gLatin1("60"))).code, 0);
-    QCOMPARE(ReleaseDesk::Run(m_desk->Release(gLatin1("9.3.0.0"), {})).code, 0);
+    const QStringList arguments =
+        m_desk->Release(gLatin1("9.3.0.0"), {}, {{gLatin1("expires"), gLatin1("30")}});
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 0);
+    QCOMPARE(outcome.err, QString());
     for (const QString &name : m_desk->Manifests()) {
         QCOMPARE(m_desk->Statement(name).serial, Q_UINT64_C(4));
     }
+}
+
+void tst_Renewal::a_release_that_ends_the_expiry_is_warned_about()
+{
+    const QStringList arguments = m_desk->Release(gLatin1("9.3.0.0"), {});
+    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
+    QCOMPARE(outcome.code, 0);
+    QCOMPARE(outcome.err,
+             gLatin1("quillon-publish: warning: the manifests did expire, and will not any more; "
+                     "give --expires to keep that\n"));
+    const ReleaseDesk::Outcome again = ReleaseDesk::Run(arguments);
+    QCOMPARE(again.code, 0);
+    QCOMPARE(again.err, QString());
 }
 
 void tst_Renewal::an_end_that_is_not_later_is_refused_data()
