@@ -54,8 +54,9 @@ QList<MinisignKey> gReadPublicKeys(const SigningOptions &options)
         if (!QFileInfo::exists(beside)) {
             throw PublishError(
                 QStringLiteral("there is no public key beside the secret one, in %1: "
-                               "name one with --public-key")
-                    .arg(beside));
+                               "name one with --public-key, or make the file anew: "
+                               "minisign -R -s %2 -p %1")
+                    .arg(beside, options.secretKey));
         }
         return {gReadPublicKey(beside)};
     }

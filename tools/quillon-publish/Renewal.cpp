@@ -47,7 +47,7 @@ void Renewal::ReadManifests(const Site &site)
     for (const QString &version : qAsConst(m_versions)) {
         const QByteArray document = site.PublishedManifest(version);
         const QString name = Site::ManifestName(version);
-        m_values.append(m_signer.Verified(document, name).values);
+        m_values.append(m_signer.VerifiedPublished(document, name).values);
         m_documents.append(gWithoutSignature(document));
         if (m_values.last().statement->forVersion != version) {
             throw PublishError(QStringLiteral("%1 was signed for clients of the version '%2'")

@@ -58,6 +58,22 @@ QByteArray gWithSignatureBeside(const QByteArray &document, const QString &path)
     gRefuseManifestSize(whole.size());
     return whole;
 }
+/// @param ofAnotherKey the error when the signature is of none of the keys
+TrustedManifest gVerified(const QByteArray &document, const QList<MinisignKey> &keys,
+                          const QString &name, const QString &ofAnotherKey)
+{
+    QString refusal;
+    std::optional<TrustedManifest> manifest = gReadTrustedManifest(document, keys, &refusal);
+    if (manifest) {
+        return *manifest;
+    }
+    // As the verifier calls it.
+    if (refusal == QLatin1String("the key of the signature is not trusted")) {
+        throw PublishError(ofAnotherKey);
+    }
+    throw PublishError(
+        QStringLiteral("clients with the public key would refuse %1: %2").arg(name, refusal));
+}
 } // namespace
 
 Signer::Signer(const SigningOptions &options)
@@ -80,14 +96,16 @@ std::optional<QDateTime> Signer::Expiry() const
 
 TrustedManifest Signer::Verified(const QByteArray &document, const QString &name) const
 {
-    QString refusal;
-    std::optional<TrustedManifest> manifest =
-        gReadTrustedManifest(document, m_publicKeys, &refusal);
-    if (!manifest) {
-        throw PublishError(
-            QStringLiteral("clients with the public key would refuse %1: %2").arg(name, refusal));
-    }
-    return *manifest;
+    return gVerified(document, m_publicKeys, name,
+                     QStringLiteral("the secret key does not belong to the public key"));
+}
+
+TrustedManifest Signer::VerifiedPublished(const QByteArray &document, const QString &name) const
+{
+    return gVerified(document, m_publicKeys, name,
+                     QStringLiteral("%1 was signed by another key; name its public key with "
+                                    "--public-key too if you trust it")
+                         .arg(name));
 }
 
 QList<QByteArray> Signer::Sign(const QList<QByteArray> &documents, quint64 serial,

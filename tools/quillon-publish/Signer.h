@@ -27,8 +27,12 @@ public:
     /// The end of what is signed now.
     std::optional<QDateTime> Expiry() const;
 
-    /// The manifest in @p document, verified by the public keys. @param name names it in the error
+    /// The manifest in @p document, which was signed now, verified by the public keys.
+    /// @param name names it in the error
     TrustedManifest Verified(const QByteArray &document, const QString &name) const;
+
+    /// The same for one that was published before.
+    TrustedManifest VerifiedPublished(const QByteArray &document, const QString &name) const;
 
     /// @p documents with their signatures behind them, in the same order. Whether clients accept
     /// them is for `Verified` to say.

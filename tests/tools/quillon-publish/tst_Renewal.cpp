@@ -237,7 +237,8 @@ void tst_Renewal::what_somebody_else_has_changed_is_not_signed_data()
     QTest::newRow("an_unsigned_main_manifest")
         << main << gWithoutSignature(m_desk->Document(main)) << gLatin1("is not signed");
     QTest::newRow("a_manifest_of_another_key")
-        << patch << m_desk->Signed(bare, gLatin1("other")) << gLatin1("is not trusted");
+        << patch << m_desk->Signed(bare, gLatin1("other"))
+        << gLatin1("was signed by another key; name its public key with --public-key too");
     QTest::newRow("a_manifest_for_another_version")
         << patch << m_desk->Document(main) << gLatin1("signed for clients of the version ''");
     QByteArray older = bare;
@@ -291,7 +292,7 @@ void tst_Renewal::a_signature_that_clients_would_refuse_is_not_published()
         m_desk->Renewal(gLatin1("60"),
                         {{gLatin1("sign-key"), SigningDesk::Key(gLatin1("other"))},
                          {gLatin1("public-key"), SigningDesk::PublicKey(gLatin1("plain"))}}),
-        gLatin1("is not trusted"));
+        gLatin1("the secret key does not belong to the public key"));
 }
 
 void tst_Renewal::a_failure_of_the_program_leaves_the_site_as_it_was()
@@ -301,7 +302,7 @@ void tst_Renewal::a_failure_of_the_program_leaves_the_site_as_it_was()
         gLatin1("cannot start"));
     RefuseRenewal(m_desk->Renewal(gLatin1("60"), {{gLatin1("public-key"),
                                                    SigningDesk::PublicKey(gLatin1("other"))}}),
-                  gLatin1("is not trusted"));
+                  gLatin1("was signed by another key"));
 }
 
 QTEST_GUILESS_MAIN(tst_Renewal)

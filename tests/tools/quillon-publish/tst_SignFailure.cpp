@@ -143,11 +143,13 @@ void tst_SignFailure::a_failure_leaves_the_site_as_it_was_data()
     add("a_folder_as_the_secret_key", {{secretKey, m_desk.Path(QString())}},
         "cannot read the secret key");
     add("no_public_key_beside_the_secret_one", {{secretKey, alone}}, "--public-key");
+    add("a_missing_public_key_can_be_made_anew", {{secretKey, alone}},
+        qPrintable(gLatin1("minisign -R -s %1 -p ").arg(alone)));
     add("a_public_key_that_is_none", {{publicKey, gLatin1("RWQ")}}, "neither a public key");
     add("a_file_that_is_no_public_key", {{publicKey, m_desk.Path(gLatin1("notes.md"))}},
         "neither a public key");
     add("the_public_key_of_another_pair", {{publicKey, SigningDesk::PublicKey(gLatin1("other"))}},
-        "the key of the signature is not trusted");
+        "the secret key does not belong to the public key");
 
     add("no_program", {{minisign, m_desk.Path(gLatin1("nothing"))}}, "cannot start");
     add("a_program_that_writes_nothing", {{minisign, Signing("idle", "exit 0")}},
