@@ -94,7 +94,10 @@ Site::~Site()
 void Site::MakeStaging() const
 {
     QDir staging(m_staging);
-    bool made = staging.removeRecursively();
+    // What is not published yet is nobody else's.
+    bool made = staging.removeRecursively() && QDir().mkdir(m_staging) &&
+                QFile::setPermissions(m_staging, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                                     QFileDevice::ExeOwner);
     for (const QString &name :
          {packagesFolder, manifestsFolder, scratchFolder, backupFolder, serialBackupFolder}) {
         made = made && staging.mkpath(name);

@@ -39,6 +39,7 @@ private slots:
     void a_version_with_two_hyphens_is_signed_too();
 
     void the_password_comes_from_a_descriptor_and_stands_nowhere();
+    void what_is_not_published_yet_is_for_its_owner_only();
     void the_password_is_asked_for_once_without_a_descriptor();
     void the_public_key_is_a_text_or_a_file_data();
     void the_public_key_is_a_text_or_a_file();
@@ -204,6 +205,17 @@ void tst_SignedPublish::the_password_comes_from_a_descriptor_and_stands_nowhere(
     for (const QString &name : m_desk->Manifests()) {
         QVERIFY2(gReadTrustedManifest(m_desk->Document(name), keys, &refusal), qPrintable(refusal));
     }
+}
+
+void tst_SignedPublish::what_is_not_published_yet_is_for_its_owner_only()
+{
+    const QString staging = m_desk->Path(gLatin1(".site.quillon-publish"));
+    const QString told = m_desk->Path(gLatin1("mode"));
+    const QString minisign =
+        m_desk->Script(gLatin1("signing"), "stat -c %a '" + staging.toUtf8() + "' > '" +
+                                               told.toUtf8() + "'\nexec minisign \"$@\"\n");
+    QVERIFY(Publish(m_desk->Release(gLatin1("9.3.0.0"), {}, {{gLatin1("minisign"), minisign}})));
+    QCOMPARE(gReadFile(told), QByteArray("700\n"));
 }
 
 void tst_SignedPublish::the_password_is_asked_for_once_without_a_descriptor()
