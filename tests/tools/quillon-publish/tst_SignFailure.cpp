@@ -229,7 +229,7 @@ void tst_SignFailure::a_wrong_password_is_told_in_one_line_and_not_repeated()
     QCOMPARE(m_desk.Files(), before);
 
     const QString repeating =
-        Signing("repeating", "read -r line; echo \"no: $line\" >&2; echo \"$line\"; exit 3");
+        Signing("repeating", R"(read -r line; echo "no: $line" >&2; echo "$line"; exit 3)");
     const ReleaseDesk::Outcome told = m_desk.RunWithDescriptor(
         arguments + QStringList{gLatin1("--minisign"), repeating}, gLatin1("wrong"));
     QCOMPARE(told.code, 1);
