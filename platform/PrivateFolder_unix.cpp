@@ -45,7 +45,9 @@ QString gPrivateFolder(QString *failure)
     // Without links, so that the folders above are the ones that are looked at.
     const QString above = isThere ? QFileInfo(cache).canonicalFilePath() : QString();
     if (above.isEmpty()) {
-        *failure = QStringLiteral("there is no folder for the cache");
+        if (failure->isEmpty()) {
+            *failure = QStringLiteral("there is no folder for the cache");
+        }
         return {};
     }
     const QString path = above + QStringLiteral("/Halvard");
