@@ -7,6 +7,7 @@
 #include "tests/support/MinisignKeyPair.h"
 #include "update/check/TrustedManifest.h"
 #include "update/trust/PrivateCopy.h"
+#include "update/trust/SignedDocument.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>
