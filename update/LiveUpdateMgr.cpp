@@ -105,21 +105,13 @@ void LiveUpdateMgr::ConnectCheck()
     // Nobody is asked behind a dialog that was closed.
     connect(m_progressPage, &ProgressDisplay::Close, m_postponed, &PostponedInstaller::Cancel);
     connect(m_check, &VersionCheck::AnswerBegun, m_pages, &UpdatePages::ShowVersionPage);
-    connect(m_check, &VersionCheck::Answered, this, &LiveUpdateMgr::ShowAnswer);
+    connect(m_check, &VersionCheck::Answered, m_pages,
+            [this] { m_pages->ShowAnswer(*m_versionInfo); });
     connect(m_check, &VersionCheck::Failed, m_pages,
             [this] { m_pages->ShowCheckFailure(m_interactive == 1); });
     // Spelled out after a silent check, too: no other text names a service that is not trusted.
     connect(m_check, &VersionCheck::Untrusted, m_pages,
             [this] { m_pages->ShowCheckFailure(true); });
-}
-
-void LiveUpdateMgr::ShowAnswer()
-{
-    if (m_versionInfo->HasExeUrl()) {
-        m_pages->SetReleaseNotes(m_versionInfo->ReleaseNotes());
-    } else {
-        m_pages->ShowUpToDate();
-    }
 }
 
 // --- "Update Now" ----------------------------------------------------------------------------------

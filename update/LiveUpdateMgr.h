@@ -88,7 +88,6 @@ signals:
     void RemindMeLater();
 
 private slots:
-    void ShowAnswer();
     void StartFullPackage();
     void ShowDownloadError(const QString &text);
     void KeepInstaller();

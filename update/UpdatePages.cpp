@@ -8,6 +8,7 @@
 #include "update/UpdateCommon/HintDisplay.h"
 #include "update/UpdateCommon/ProgressDisplay.h"
 #include "update/UpdateCommon/VersionDisplay.h"
+#include "update/UpdateCommon/VersionInfo.h"
 
 #include <QPointer>
 
@@ -57,13 +58,12 @@ void UpdatePages::ShowVersionPage()
     emit SetCurrentWidget(m_versionPage);
 }
 
-void UpdatePages::SetReleaseNotes(const QList<ReleaseNote> &notes)
+void UpdatePages::ShowAnswer(const VersionInfo &manifest)
 {
-    m_versionPage->SetText(BuildVersionPageHtml(notes));
-}
-
-void UpdatePages::ShowUpToDate()
-{
+    if (manifest.HasExeUrl()) {
+        m_versionPage->SetText(BuildVersionPageHtml(manifest.ReleaseNotes()));
+        return;
+    }
     SetHint(gTranslateForUpdate(upToDate));
     ShowHintPage();
 }

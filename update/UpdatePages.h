@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include <QList>
 #include <QObject>
 #include <QString>
 
@@ -10,7 +9,7 @@ class HintDisplay;
 class ProgressDisplay;
 class QWidget;
 class VersionDisplay;
-struct ReleaseNote;
+class VersionInfo;
 
 /// The texts of an update on the dialog's three pages, and which page is shown.
 ///
@@ -34,8 +33,9 @@ public:
     bool ShowChecking();
     /// Shows the version page as it is.
     void ShowVersionPage();
-    void SetReleaseNotes(const QList<ReleaseNote> &notes);
-    void ShowUpToDate();
+    /// What a manifest says: the release notes, on the page that is shown by then, or that there is no
+    /// newer version.
+    void ShowAnswer(const VersionInfo &manifest);
     /// Shows the hint page; with the text that the check has failed if @p isSpelledOut.
     void ShowCheckFailure(bool isSpelledOut);
 
