@@ -70,7 +70,8 @@ public:
 
     /// Asks the service without showing or changing the dialog. A kept installer is not looked for.
     ///
-    /// Blocks the thread for at most 5000 ms, without running its event loop. No signal is emitted.
+    /// Blocks the thread for at most 5000 ms, without running its event loop. With public keys another
+    /// process that remembers a serial is waited for as well, a second at most. No signal is emitted.
     /// @return true when the service's manifest names an installer; versions are not compared.
     ///         False when it names none, on any failure, and when the time has passed.
     bool IsNeedUpdate();

@@ -78,3 +78,16 @@ bool gIsSameFileName(const QString &one, const QString &other, FileNameRules rul
     }
     return false;
 }
+
+QString gProgramName(const QString &name, FileNameRules rules)
+{
+    const QString ending = QStringLiteral(".exe");
+
+    switch (rules) {
+    case FileNameRules::Unix:
+        return name;
+    case FileNameRules::Windows:
+        return name.endsWith(ending, Qt::CaseInsensitive) ? name : name + ending;
+    }
+    return name;
+}

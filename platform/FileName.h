@@ -23,3 +23,8 @@ bool gIsFileName(const QString &name, FileNameRules rules = gFileNameRules());
 /// Whether @p one and @p other, without their folders, name the same file of a folder.
 bool gIsSameFileName(const QString &one, const QString &other,
                      FileNameRules rules = gFileNameRules());
+
+/// The name under which a program is started that somebody else may have named: Windows decides by the end
+/// of a name whether it runs the file itself or hands it to another program, a batch file for instance.
+/// @return @p name, with ".exe" at its end where names have a meaning
+QString gProgramName(const QString &name, FileNameRules rules = gFileNameRules());

@@ -14,6 +14,8 @@ private slots:
     void a_name();
     void two_names_of_one_file_data();
     void two_names_of_one_file();
+    void the_name_of_a_program_data();
+    void the_name_of_a_program();
     void the_rules_are_those_of_this_system();
 };
 
@@ -88,6 +90,29 @@ void tst_FileName::two_names_of_one_file()
     QFETCH(QString, other);
     QTEST(gIsSameFileName("Setup.exe", other, FileNameRules::Unix), "onUnix");
     QTEST(gIsSameFileName(other, "Setup.exe", FileNameRules::Windows), "onWindows");
+}
+
+void tst_FileName::the_name_of_a_program_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("onWindows");
+    QTest::newRow("of_an_installer") << "Corvina 9.2(x64)-setup.exe"
+                                     << "Corvina 9.2(x64)-setup.exe";
+    QTest::newRow("in_capitals") << "SETUP.EXE"
+                                 << "SETUP.EXE";
+    QTest::newRow("without_an_ending") << "Corvina9"
+                                       << "Corvina9.exe";
+    QTest::newRow("of_a_batch_file") << "a&b.bat"
+                                     << "a&b.bat.exe";
+    QTest::newRow("with_the_ending_within") << "setup.exe.cmd"
+                                            << "setup.exe.cmd.exe";
+}
+
+void tst_FileName::the_name_of_a_program()
+{
+    QFETCH(QString, name);
+    QTEST(gProgramName(name, FileNameRules::Windows), "onWindows");
+    QCOMPARE(gProgramName(name, FileNameRules::Unix), name);
 }
 
 void tst_FileName::the_rules_are_those_of_this_system()

@@ -43,14 +43,19 @@ QString gClockRefusal(const SignedStatement &statement, const TrustRecord &recor
 }
 
 /// Waits for a moment for another process that judges a manifest: between its reading and its writing of
-/// the serial a higher one of this process would be lost. Where nothing can be locked nobody is waited for.
+/// the serial a higher one of this process would be lost. Where nothing can be locked, after a few attempts,
+/// nobody is waited for: some home folders are on a file system without locks.
 bool gLockRecord(ProcessLock *lock, const QString &path)
 {
     constexpr int attempts = 100;
+    constexpr int attemptsWithoutLocks = 10;
     constexpr unsigned long pauseMs = 10;
 
+    int unavailable = 0;
     for (int attempt = 0; attempt < attempts; ++attempt) {
-        if (lock->TryLock(path) != ProcessLock::Outcome::HeldByAnother) {
+        const ProcessLock::Outcome outcome = lock->TryLock(path);
+        unavailable += outcome == ProcessLock::Outcome::Unavailable ? 1 : 0;
+        if (outcome == ProcessLock::Outcome::Taken || unavailable == attemptsWithoutLocks) {
             return true;
         }
         QThread::msleep(pauseMs);

@@ -63,7 +63,8 @@ public:
     /// Sends the request; one that is still under way is given up.
     void Start(const QueryValues &values);
 
-    /// Blocks for at most 5000 ms, with the time to read and to parse the answer.
+    /// Blocks for at most 5000 ms, with the time to read and to parse the answer. With public keys another
+    /// process that remembers a serial is waited for as well, a second at most.
     /// @return whether a newer version exists; false on any failure
     bool AskSilently(const QueryValues &values);
 

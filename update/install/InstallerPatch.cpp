@@ -4,6 +4,7 @@
 
 #include "api/FileDigest.h"
 #include "api/Log.h"
+#include "platform/FileName.h"
 #include "platform/ProcessLock.h"
 #include "update/base/BackgroundWork.h"
 #include "update/base/DownloadSystem.h"
@@ -145,8 +146,9 @@ void InstallerPatch::Run(const QString &patchFile)
     if (!Make(patchFile)) {
         Fail();
     } else if (m_signedPackage) {
-        Copy(m_newInstaller, QFileInfo(m_keptInstaller).fileName(), PrivateCopy::mostBytesOfPackage,
-             &InstallerPatch::TakeResult);
+        // Another account may have named the kept installer.
+        Copy(m_newInstaller, gProgramName(QFileInfo(m_keptInstaller).fileName()),
+             PrivateCopy::mostBytesOfPackage, &InstallerPatch::TakeResult);
     } else {
         Replace();
     }

@@ -4,6 +4,7 @@
 
 #include "api/FileDigest.h"
 #include "api/Log.h"
+#include "platform/FileName.h"
 #include "platform/ProcessLock.h"
 #include "update/base/BackgroundWork.h"
 #include "update/base/DownloadSystem.h"
@@ -59,7 +60,7 @@ void PackagePlacer::Start(const QString &installerPath, const QString &md5,
     m_lock = std::move(lock);
     const auto examine = [path = m_store.TargetPath(), flush = m_system.flush,
                           isRead = !m_md5.isEmpty(), signedPackage,
-                          name = QFileInfo(installerPath).fileName(),
+                          name = gProgramName(QFileInfo(installerPath).fileName()),
                           privateFolder = m_system.privateFolder] {
         Finding finding;
         finding.flush = flush(path);

@@ -4,6 +4,7 @@
 
 #include "api/Log.h"
 #include "api/ProductSettings.h"
+#include "platform/FileName.h"
 #include "update/base/BackgroundWork.h"
 #include "update/base/DownloadSystem.h"
 #include "update/base/SettingsRoom.h"
@@ -90,7 +91,7 @@ void PostponedInstaller::Verify(const QString &path, const QString &sha256)
         Refuse(path, QStringLiteral("no SHA-256 was remembered"));
         return;
     }
-    const auto copy = [path, name = QFileInfo(path).fileName(),
+    const auto copy = [path, name = gProgramName(QFileInfo(path).fileName()),
                        privateFolder = m_system.privateFolder] {
         return PrivateCopy::Make(path, name, PrivateCopy::mostBytesOfPackage, privateFolder);
     };

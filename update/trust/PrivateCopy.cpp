@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QUuid>
 
 #include <algorithm>
@@ -15,7 +16,7 @@
 
 namespace
 {
-const QString prefix = QStringLiteral("/Corvina-");
+const QString prefix = QStringLiteral("Corvina-");
 const QString lockSuffix = QStringLiteral(".lock");
 
 /// Copies until the end of @p from, or one byte behind @p mostBytes. @param source the name of @p from, which it
@@ -50,6 +51,13 @@ bool gCopy(const QString &source, QFile &from, QFile &to, qint64 mostBytes,
     }
     outcome->sha256 = digest.Hex();
     return true;
+}
+
+/// The host may have folders of its own beside the copies: none of another name is touched.
+QRegularExpression gNameOfCopy()
+{
+    return QRegularExpression(QStringLiteral("\\A") + prefix +
+                              QStringLiteral("[0-9a-f]{32}(\\.lock)?\\z"));
 }
 } // namespace
 
@@ -88,7 +96,8 @@ bool PrivateCopy::MakeFolder(const PrivateFolderFunction &privateFolder, QString
     if (base.isEmpty()) {
         return false;
     }
-    const QString folder = base + prefix + QUuid::createUuid().toString(QUuid::Id128);
+    const QString folder =
+        base + QLatin1Char('/') + prefix + QUuid::createUuid().toString(QUuid::Id128);
     if (m_lock.TryLock(folder + lockSuffix) != ProcessLock::Outcome::Taken) {
         *failure = QStringLiteral("%1 cannot be locked").arg(folder + lockSuffix);
         return false;
@@ -115,9 +124,8 @@ void PrivateCopy::RemoveLeft(const PrivateFolderFunction &privateFolder)
         return;
     }
     // A process that was ended in between left a lock without a folder.
-    const QStringList names = QDir(base).entryList({prefix.mid(1) + QLatin1Char('*')},
-                                                   QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot);
-    for (const QString &name : names) {
+    const QStringList names = QDir(base).entryList(QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot);
+    for (const QString &name : names.filter(gNameOfCopy())) {
         const bool isLock = name.endsWith(lockSuffix);
         const QString folder =
             base + QLatin1Char('/') + (isLock ? name.chopped(lockSuffix.size()) : name);

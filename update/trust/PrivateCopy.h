@@ -17,9 +17,10 @@ using PrivateFolderFunction = std::function<QString(QString *failure)>;
 /// A copy of a file, in a folder that only this user can write to: what was verified stays what it is,
 /// whoever may write to the folder of the original.
 ///
-///     <private folder>/Corvina-<random>.lock     held by the process that uses the copy
+///     <private folder>/Corvina-<random>.lock     held by the object that uses the copy
 ///     <private folder>/Corvina-<random>/<name>   the copy
 ///
+/// <random> has 32 lower-case hexadecimal digits.
 /// The file is read once: the digest is that of the bytes that were written into the copy.
 ///
 /// Thread:    any, one at a time. Ownership: shared by those who use the copy.
@@ -46,7 +47,7 @@ public:
     static Outcome Make(const QString &source, const QString &name, qint64 mostBytes,
                         const PrivateFolderFunction &privateFolder);
 
-    /// Removes the copies that no process uses: those of installers that were started, and of processes that
+    /// Removes the copies that nobody uses: those of installers that were started, and of processes that
     /// were ended. One that the system does not let go of stays until the next call.
     static void RemoveLeft(const PrivateFolderFunction &privateFolder);
 

@@ -36,27 +36,40 @@ bool gIsCutValue(const QByteArray &line)
            line.startsWith(ProductSettings::trustTimeKey);
 }
 
-/// Whether the settings file can be read and shows no damage. One that is not there is as good.
-bool gIsWhole(const QString &path)
+/// The text of a settings file that can be read and shows no damage. One that is not there has none.
+std::optional<QByteArray> gReadWhole(const QString &path)
 {
     QFile file(path);
     if (!file.exists()) {
-        return true;
+        return QByteArray();
     }
     if (!file.open(QIODevice::ReadOnly)) {
-        return false;
+        return std::nullopt;
     }
     const QByteArray text = file.readAll();
     const QList<QByteArray> lines = text.split('\n');
-    return file.error() == QFileDevice::NoError && !text.contains('\0') &&
-           std::all_of(lines.cbegin(), lines.cend(), gIsIniLine) && !gIsCutValue(lines.last());
+    const bool isWhole = file.error() == QFileDevice::NoError && !text.contains('\0') &&
+                         std::all_of(lines.cbegin(), lines.cend(), gIsIniLine) &&
+                         !gIsCutValue(lines.last());
+    return isWhole ? std::make_optional(text) : std::nullopt;
+}
+
+/// A key of ours. QSettings takes a line for a part of the one before when that has one quotation mark, or a
+/// backslash at its end: the key is lost then, and its name is still there.
+std::optional<QVariant> gReadValue(const QSettings &settings, const QByteArray &text,
+                                   const char *key)
+{
+    const QVariant value = settings.value(gKey(key));
+    const bool isLost = !value.isValid() && text.contains(key);
+    return isLost ? std::nullopt : std::make_optional(value);
 }
 } // namespace
 
 std::optional<TrustRecord> TrustRecord::Read(const QString &path)
 {
     // QSettings tells of damage only who reads the file first in this process.
-    if (!gIsWhole(path)) {
+    const std::optional<QByteArray> text = gReadWhole(path);
+    if (!text) {
         return std::nullopt;
     }
     // An object of its own: one that could not be written once says so for ever.
@@ -65,18 +78,21 @@ std::optional<TrustRecord> TrustRecord::Read(const QString &path)
     if (settings.status() != QSettings::NoError) {
         return std::nullopt;
     }
+    const auto serial = gReadValue(settings, *text, ProductSettings::trustSerialKey);
+    const auto time = gReadValue(settings, *text, ProductSettings::trustTimeKey);
+    if (!serial || !time) {
+        return std::nullopt;
+    }
     TrustRecord record;
-    const QVariant serial = settings.value(gKey(ProductSettings::trustSerialKey));
-    if (serial.isValid()) {
-        const std::optional<quint64> number = gReadDecimal(serial.toString());
+    if (serial->isValid()) {
+        const std::optional<quint64> number = gReadDecimal(serial->toString());
         if (!number) {
             return std::nullopt;
         }
         record.serial = *number;
     }
-    const QVariant time = settings.value(gKey(ProductSettings::trustTimeKey));
-    if (time.isValid()) {
-        record.time = QDateTime::fromString(time.toString(), Qt::ISODate);
+    if (time->isValid()) {
+        record.time = QDateTime::fromString(time->toString(), Qt::ISODate);
         if (!record.time.isValid()) {
             return std::nullopt;
         }

@@ -36,6 +36,7 @@ private slots:
     void a_damaged_settings_file_refuses_data();
     void a_damaged_settings_file_refuses();
     void a_settings_file_of_the_hosts_own_is_read();
+    void a_folder_for_the_settings_is_made();
     void another_process_is_waited_for();
     void a_serial_that_another_process_has_remembered_counts();
     void a_damaged_record_refuses_data();
@@ -217,6 +218,14 @@ void tst_ManifestTrust::a_damaged_settings_file_refuses_data()
     QTest::newRow("cut_in_the_number") << whole.chopped(2);
     QTest::newRow("zeros_after_a_loss_of_power") << QByteArray(whole.size(), '\0');
     QTest::newRow("zeros_behind_the_first_line") << whole.left(10) + QByteArray(40, '\0');
+    QTest::newRow("one_quotation_mark_before_it")
+        << QByteArray("[Quillon]\nEmail=\"a@b.example\nTrustSerial=100\nX=\"\"\n");
+    QTest::newRow("a_backslash_before_it")
+        << QByteArray("[Quillon]\nEmail=a@b.example\\\nTrustSerial=100\n");
+    QTest::newRow("a_quotation_mark_before_the_time")
+        << QByteArray("[Quillon]\nTrustSerial=1\nA=\"\nTrustTime=2026-06-15T12:00:00Z\n");
+    // QSettings reads it, and does not write it any more.
+    QTest::newRow("a_byte_order_mark") << "\xef\xbb\xbf" + whole;
     QTest::newRow("something_else") << QByteArray("<html>\n") + whole;
 }
 
@@ -242,6 +251,18 @@ void tst_ManifestTrust::a_settings_file_of_the_hosts_own_is_read()
     QVERIFY(!Accepts(6));
     QCOMPARE(m_refusal, QString("the manifest is older than one before, serial 6 after 7"));
     QVERIFY2(Accepts(8), qPrintable(m_refusal));
+}
+
+void tst_ManifestTrust::a_folder_for_the_settings_is_made()
+{
+    UpdateContext context = m_rig->Context();
+    context.configDirectory = m_rig->Path("not/yet");
+    SignedStatement statement;
+    statement.serial = 7;
+    QVERIFY2(ManifestTrust(context).Accept(statement, "9.1.0.0", &m_refusal),
+             qPrintable(m_refusal));
+    statement.serial = 6;
+    QVERIFY(!ManifestTrust(context).Accept(statement, "9.1.0.0", &m_refusal));
 }
 
 void tst_ManifestTrust::another_process_is_waited_for()

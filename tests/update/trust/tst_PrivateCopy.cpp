@@ -11,6 +11,11 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+static QString gNameOfCopy(char digit)
+{
+    return "Corvina-" + QString(32, digit);
+}
+
 /// Copies in a private folder of the test's own.
 class tst_PrivateCopy : public QObject
 {
@@ -36,6 +41,7 @@ private slots:
     void what_is_in_use_is_not_removed();
     void a_folder_without_a_lock_is_removed();
     void a_lock_without_a_folder_is_removed();
+    void what_is_no_copy_is_not_removed_data();
     void what_is_no_copy_is_not_removed();
     void without_a_private_folder_nothing_is_removed();
 
@@ -230,30 +236,48 @@ void tst_PrivateCopy::what_is_in_use_is_not_removed()
 
 void tst_PrivateCopy::a_folder_without_a_lock_is_removed()
 {
-    QVERIFY(QDir().mkpath(Path("private/Corvina-1/inner")));
-    QVERIFY(gWriteFile(Path("private/Corvina-1/setup.exe"), "bytes"));
-    QVERIFY(gWriteFile(Path("private/Corvina-1/inner/more"), "bytes"));
+    const QString folder = Path("private/") + gNameOfCopy('1');
+    QVERIFY(QDir().mkpath(folder + "/inner"));
+    QVERIFY(gWriteFile(folder + "/setup.exe", "bytes"));
+    QVERIFY(gWriteFile(folder + "/inner/more", "bytes"));
     PrivateCopy::RemoveLeft(Private());
     QCOMPARE(Left(), QStringList());
 }
 
 void tst_PrivateCopy::a_lock_without_a_folder_is_removed()
 {
-    QVERIFY(gWriteFile(Path("private/Corvina-1.lock"), ""));
-    QVERIFY(gWriteFile(Path("private/Corvina-2.lock"), ""));
-    QVERIFY(QDir().mkpath(Path("private/Corvina-2")));
+    const QString heldName = gNameOfCopy('3') + ".lock";
+    QVERIFY(gWriteFile(Path("private/") + gNameOfCopy('1') + ".lock", ""));
+    QVERIFY(gWriteFile(Path("private/") + gNameOfCopy('2') + ".lock", ""));
+    QVERIFY(QDir().mkpath(Path("private/") + gNameOfCopy('2')));
     ProcessLock held;
-    QCOMPARE(held.TryLock(Path("private/Corvina-3.lock")), ProcessLock::Outcome::Taken);
+    QCOMPARE(held.TryLock(Path("private/") + heldName), ProcessLock::Outcome::Taken);
     PrivateCopy::RemoveLeft(Private());
-    QCOMPARE(Left(), QStringList("Corvina-3.lock"));
+    QCOMPARE(Left(), QStringList(heldName));
+}
+
+void tst_PrivateCopy::what_is_no_copy_is_not_removed_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("another_name") << "Other";
+    QTest::newRow("the_hosts_own_folder") << "Corvina-Viewer";
+    QTest::newRow("in_other_letters") << gNameOfCopy('a').toLower();
+    QTest::newRow("with_capital_digits") << "Corvina-" + QString(32, 'A');
+    QTest::newRow("a_digit_less") << gNameOfCopy('1').chopped(1);
+    QTest::newRow("a_digit_more") << gNameOfCopy('1') + "1";
+    QTest::newRow("with_an_ending") << gNameOfCopy('1') + ".backup";
 }
 
 void tst_PrivateCopy::what_is_no_copy_is_not_removed()
 {
-    QVERIFY(QDir().mkpath(Path("private/Other")));
-    QVERIFY(gWriteFile(Path("private/other.lock"), ""));
+    QFETCH(QString, name);
+    const QString lock = name + ".lock";
+    QVERIFY(QDir().mkpath(Path("private/") + name));
+    QVERIFY(gWriteFile(Path("private/") + name + "/file", "of the host"));
+    QVERIFY(gWriteFile(Path("private/") + lock, ""));
     PrivateCopy::RemoveLeft(Private());
-    QCOMPARE(Left(), QStringList({"Other", "other.lock"}));
+    QCOMPARE(gReadFile(Path("private/") + name + "/file"), QByteArray("of the host"));
+    QCOMPARE(Left().size(), 2);
 }
 
 void tst_PrivateCopy::without_a_private_folder_nothing_is_removed()

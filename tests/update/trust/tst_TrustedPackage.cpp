@@ -2,6 +2,7 @@
 
 #include "tests/update/trust/TrustScene.h"
 
+#include "platform/FileName.h"
 #include "tests/support/PatchProgram.h"
 #include "update/base/BackgroundFlush.h"
 
@@ -29,6 +30,7 @@ private slots:
     void an_offer_without_a_signature_is_not_downloaded();
 
     void the_signed_patch_makes_the_signed_installer();
+    void another_accounts_name_for_the_kept_installer_means_nothing();
     void the_program_is_given_a_private_copy_of_the_patch();
     void a_result_that_is_swapped_while_the_user_is_asked_is_not_started();
     void an_altered_patch_is_not_given_to_the_program_data();
@@ -255,9 +257,23 @@ void tst_TrustedPackage::the_signed_patch_makes_the_signed_installer()
     QCOMPARE(m_scene->Started("9.2.0.0"), QByteArray("9.2.0.0"));
     QCOMPARE(gReadFile(m_scene->Kept()), m_scene->Manifest().full);
     // The copy of the patch is gone, that of the installer is being run.
-    QCOMPARE(m_scene->PrivateFiles().filter("Corvina9"), QStringList{"Corvina9"});
+    QCOMPARE(m_scene->PrivateFiles().filter("Corvina9"), QStringList{gProgramName("Corvina9")});
     QVERIFY(!m_scene->PrivateFiles().contains("setup.patch"));
     QCOMPARE(m_scene->Reports(), QList<int>{1});
+}
+
+/// On Windows the system would hand a batch file to its command processor.
+void tst_TrustedPackage::another_accounts_name_for_the_kept_installer_means_nothing()
+{
+    const QString name = "a&b.bat";
+    const PatchProgram program;
+    m_scene->Rig().SetAnswer(Answer::Yes);
+    m_scene->AddPatch();
+    QVERIFY(QFile::rename(m_scene->Kept(), m_scene->Rig().WorkingFolder() + '/' + name));
+    m_scene->Publish();
+    Update();
+    QCOMPARE(m_scene->Started("9.2.0.0"), QByteArray("9.2.0.0"));
+    QCOMPARE(m_scene->PrivateFiles().filter("a&b"), QStringList{gProgramName(name)});
 }
 
 void tst_TrustedPackage::the_program_is_given_a_private_copy_of_the_patch()
