@@ -87,6 +87,28 @@ ReleaseDesk::Outcome ReleaseDesk::Run(const QStringList &arguments)
             QString::fromUtf8(process->readAllStandardError())};
 }
 
+bool ReleaseDesk::Publish(const QStringList &arguments)
+{
+    const Outcome outcome = Run(arguments);
+    if (outcome.code != 0) {
+        qWarning("%d: %s", outcome.code, qPrintable(outcome.err));
+    }
+    return outcome.code == 0;
+}
+
+QString ReleaseDesk::RefusalFault(const QStringList &arguments, const QString &says, int code) const
+{
+    const auto before = Files();
+    const Outcome outcome = Run(arguments);
+    if (outcome.code != code) {
+        return QStringLiteral("exit code %1: %2").arg(outcome.code).arg(outcome.err);
+    }
+    if (!outcome.err.contains(says) || outcome.err.count(QLatin1Char('\n')) != 1) {
+        return QStringLiteral("not one line with '%1': %2").arg(says, outcome.err);
+    }
+    return Files() == before ? QString() : QStringLiteral("it changed files");
+}
+
 std::unique_ptr<QProcess> ReleaseDesk::Start(const QStringList &arguments)
 {
     auto process = std::make_unique<QProcess>();

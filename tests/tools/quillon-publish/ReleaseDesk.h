@@ -48,6 +48,12 @@ public:
 
     /// Runs quillon-publish to its end.
     static Outcome Run(const QStringList &arguments);
+    /// Runs it and warns of a failure. @return whether it published
+    static bool Publish(const QStringList &arguments);
+    /// Runs it with @p arguments that it has to refuse: with @p code and one line on stderr that
+    /// contains @p says, and with all files of the desk as they were.
+    /// @return what it did instead, otherwise empty
+    QString RefusalFault(const QStringList &arguments, const QString &says, int code = 1) const;
     static std::unique_ptr<QProcess> Start(const QStringList &arguments);
 
     /// The manifest @p relative of the site, as clients read it.

@@ -123,6 +123,13 @@ QStringList SigningDesk::Release(const QString &version, const QStringList &prev
     return Arguments(gMerged(values, changes), installers);
 }
 
+bool SigningDesk::PublishTwice(const Changes &changes) const
+{
+    const QString first = QStringLiteral("9.2.0.0");
+    return Publish(Release(first, {QStringLiteral("9.1.0.0")}, changes)) &&
+           Publish(Release(QStringLiteral("9.3.0.0"), {first}, changes));
+}
+
 QStringList SigningDesk::Renewal(const QString &days, const Changes &changes) const
 {
     return gOptionList(gMerged({{QStringLiteral("site"), Site()},

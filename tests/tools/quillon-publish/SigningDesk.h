@@ -36,6 +36,8 @@ public:
     /// A command line that publishes @p version, by patches from @p previous, signed with "plain".
     QStringList Release(const QString &version, const QStringList &previous,
                         const Changes &changes = {}) const;
+    /// Publishes 9.2.0.0 by a patch from 9.1.0.0, then 9.3.0.0 by one from 9.2.0.0.
+    bool PublishTwice(const Changes &changes = {}) const;
     /// A command line that renews the site for @p days with "plain".
     QStringList Renewal(const QString &days, const Changes &changes = {}) const;
 

@@ -45,31 +45,12 @@ private slots:
     void the_public_key_is_a_text_or_a_file();
 
 private:
-    static bool Publish(const QStringList &arguments);
-    /// Publishes 9.2.0.0 by a patch from 9.1.0.0, then 9.3.0.0 by one from 9.2.0.0.
-    bool PublishTwice(const SigningDesk::Changes &changes = {}) const;
-
     QScopedPointer<SigningDesk> m_desk;
 };
 
-bool tst_SignedPublish::Publish(const QStringList &arguments)
-{
-    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
-    if (outcome.code != 0) {
-        qWarning("%d: %s", outcome.code, qPrintable(outcome.err));
-    }
-    return outcome.code == 0;
-}
-
-bool tst_SignedPublish::PublishTwice(const SigningDesk::Changes &changes) const
-{
-    return Publish(m_desk->Release(gLatin1("9.2.0.0"), {gLatin1("9.1.0.0")}, changes)) &&
-           Publish(m_desk->Release(gLatin1("9.3.0.0"), {gLatin1("9.2.0.0")}, changes));
-}
-
 void tst_SignedPublish::every_manifest_is_signed_for_its_clients()
 {
-    QVERIFY(PublishTwice());
+    QVERIFY(m_desk->PublishTwice());
     const QMap<QString, QString> expected{{gLatin1(mainManifest), QString()},
                                           {gLatin1("manifests/9.1.0.0.xml"), gLatin1("9.1.0.0")},
                                           {gLatin1(patchManifest), gLatin1("9.2.0.0")},
@@ -87,7 +68,7 @@ void tst_SignedPublish::every_manifest_is_signed_for_its_clients()
 
 void tst_SignedPublish::manifests_name_the_digests_and_sizes_of_the_packages()
 {
-    QVERIFY(PublishTwice());
+    QVERIFY(m_desk->PublishTwice());
     const QByteArray full = m_desk->Document(gLatin1("packages/corvina-9.3.0.0.exe"));
     const QByteArray patch = m_desk->Document(gLatin1("packages/corvina-9.2.0.0-to-9.3.0.0.patch"));
     QVERIFY(!full.isEmpty() && !patch.isEmpty() && full != patch);
@@ -110,8 +91,8 @@ void tst_SignedPublish::manifests_name_the_digests_and_sizes_of_the_packages()
 void tst_SignedPublish::manifests_expire_after_the_days_that_are_given()
 {
     const qint64 before = QDateTime::currentSecsSinceEpoch();
-    QVERIFY(Publish(m_desk->Release(gLatin1("9.3.0.0"), {gLatin1("9.2.0.0")},
-                                    {{gLatin1("expires"), gLatin1("30")}})));
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.3.0.0"), {gLatin1("9.2.0.0")},
+                                                 {{gLatin1("expires"), gLatin1("30")}})));
     const qint64 after = QDateTime::currentSecsSinceEpoch();
     const qint64 days = qint64(30) * 24 * 60 * 60;
     for (const QString &name : m_desk->Manifests()) {
@@ -124,7 +105,7 @@ void tst_SignedPublish::manifests_expire_after_the_days_that_are_given()
 
 void tst_SignedPublish::minisign_accepts_what_was_signed()
 {
-    QVERIFY(Publish(m_desk->Release(gLatin1("9.3.0.0"), {gLatin1("9.2.0.0")})));
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.3.0.0"), {gLatin1("9.2.0.0")})));
     const QString bytes = m_desk->Path(gLatin1("bytes"));
     const QString signature = m_desk->Path(gLatin1("signature"));
     const QStringList verify{
@@ -149,12 +130,12 @@ void tst_SignedPublish::minisign_accepts_what_was_signed()
 
 void tst_SignedPublish::clients_without_keys_read_what_they_read_before()
 {
-    QVERIFY(PublishTwice());
+    QVERIFY(m_desk->PublishTwice());
     const QStringList names = m_desk->Manifests();
     QCOMPARE(names.size(), 4);
     const QScopedPointer<SigningDesk> signedDesk(m_desk.take());
     init();
-    QVERIFY(PublishTwice({{gLatin1("sign-key"), QString()}}));
+    QVERIFY(m_desk->PublishTwice({{gLatin1("sign-key"), QString()}}));
     QCOMPARE(m_desk->Manifests(), names);
     for (const QString &name : names) {
         const auto read = signedDesk->Manifest(name);
@@ -177,7 +158,7 @@ void tst_SignedPublish::a_version_with_two_hyphens_is_signed_too()
 {
     // In the comment of the signature they would end it.
     m_desk->Write(gLatin1("corvina-9.3--rc.exe"), "#!/bin/sh\n# FileVersion=9.3--rc\n");
-    QVERIFY(Publish(m_desk->Release(gLatin1("9.3--rc"), {})));
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.3--rc"), {})));
     QCOMPARE(m_desk->Statement(gLatin1("manifests/9.3--rc.xml")).forVersion, gLatin1("9.3--rc"));
 }
 
@@ -214,7 +195,8 @@ void tst_SignedPublish::what_is_not_published_yet_is_for_its_owner_only()
     const QString minisign =
         m_desk->Script(gLatin1("signing"), "stat -c %a '" + staging.toUtf8() + "' > '" +
                                                told.toUtf8() + "'\nexec minisign \"$@\"\n");
-    QVERIFY(Publish(m_desk->Release(gLatin1("9.3.0.0"), {}, {{gLatin1("minisign"), minisign}})));
+    QVERIFY(ReleaseDesk::Publish(
+        m_desk->Release(gLatin1("9.3.0.0"), {}, {{gLatin1("minisign"), minisign}})));
     QCOMPARE(gReadFile(told), QByteArray("700\n"));
 }
 
@@ -250,7 +232,7 @@ void tst_SignedPublish::the_public_key_is_a_text_or_a_file()
     for (const QString &key : keys) {
         arguments << gLatin1("--public-key") << key;
     }
-    QVERIFY(Publish(arguments));
+    QVERIFY(ReleaseDesk::Publish(arguments));
     QVERIFY(m_desk->Trusted(gLatin1(mainManifest)));
 }
 
