@@ -93,7 +93,7 @@ quint64 Release::SerialFor(const Site &site) const
             gPrintError(QStringLiteral("warning: the manifests did expire, and will not any more; "
                                        "give --expires to keep that"));
         }
-        return gNextSerial(site);
+        return gNextSerial(site, *m_signer);
     }
     if (!m_options.noSign && gWasSigned(site)) {
         throw PublishError(

@@ -22,7 +22,7 @@ void Renewal::Publish()
     ReadManifests(site);
     RefuseMixture();
     RefuseOlderPublication(site);
-    const SigningTerm term{gNextSerial(site), m_signer.Expiry()};
+    const SigningTerm term{gNextSerial(site, m_signer), m_signer.Expiry()};
     RefuseEarlierEnd(*term.expires);
     const QList<QByteArray> documents =
         m_signer.Sign(Renewed(term), term.serial, site.ScratchFolder());

@@ -6,6 +6,7 @@
 
 #include <optional>
 
+class Signer;
 class Site;
 
 /// Whether @p site was signed once: it has the file of the serial, or a manifest with a signature.
@@ -20,7 +21,10 @@ bool gHasExpiry(const Site &site);
 /// @throws PublishError when it is damaged or impossibly high
 std::optional<quint64> gLastSerial(const Site &site);
 
-/// The serial of the next publication of @p site: above the one in its file, and above those in its
-/// manifests, which are not verified for it.
-/// @throws PublishError when one of them is damaged or impossibly high
-quint64 gNextSerial(const Site &site);
+/// The serial of the next publication of @p site: above the one in its file. Without the file it is
+/// above those in the manifests, which @p signer then has to verify.
+///
+/// Who can write into the site could otherwise use up all serials: clients never go back.
+/// @throws PublishError when a number is damaged or impossibly high, when a manifest is above the
+/// file, or without the file is not verified
+quint64 gNextSerial(const Site &site, const Signer &signer);

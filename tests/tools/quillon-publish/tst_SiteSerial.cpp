@@ -15,6 +15,7 @@ QString gLatin1(const char *text)
 }
 
 const char mainManifest[] = "manifest.xml";
+const char planted[] = "manifests/0.xml";
 } // namespace
 
 /// The number that grows with each publication of a signed site, and how quillon-publish knows such
@@ -36,21 +37,33 @@ private slots:
     void a_site_stays_a_signed_one_after_an_unsigned_publication();
     void a_damaged_serial_is_refused_data();
     void a_damaged_serial_is_refused();
-    void a_manifest_with_an_impossible_serial_is_refused();
+    void a_manifest_above_the_file_of_the_serial_is_refused_data();
+    void a_manifest_above_the_file_of_the_serial_is_refused();
+    void without_the_file_manifests_have_to_be_verified_data();
+    void without_the_file_manifests_have_to_be_verified();
+    void without_the_file_a_manifest_of_an_older_key_counts_when_it_is_named();
 
 private:
-    static bool Publish(const QStringList &arguments);
+    /// Puts manifests/0.xml into the site, a copy of manifest.xml with @p serial. Without a @p key it
+    /// ends as a signed one does, and is not signed.
+    void Plant(const QByteArray &serial, const QString &key) const;
+    void RemovePlanted() const;
 
     QScopedPointer<SigningDesk> m_desk;
 };
 
-bool tst_SiteSerial::Publish(const QStringList &arguments)
+void tst_SiteSerial::Plant(const QByteArray &serial, const QString &key) const
 {
-    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
-    if (outcome.code != 0) {
-        qWarning("%d: %s", outcome.code, qPrintable(outcome.err));
-    }
-    return outcome.code == 0;
+    QByteArray document = gWithoutSignature(m_desk->Document(gLatin1(mainManifest)));
+    document.replace("<Serial>1<", "<Serial>" + serial + '<');
+    QVERIFY(document.contains('>' + serial + '<'));
+    m_desk->Replace(gLatin1(planted), key.isEmpty() ? document + "<!--minisign\n-->\n"
+                                                    : m_desk->Signed(document, key));
+}
+
+void tst_SiteSerial::RemovePlanted() const
+{
+    QVERIFY(QFile::remove(m_desk->Site() + QLatin1Char('/') + gLatin1(planted)));
 }
 
 void tst_SiteSerial::the_serial_grows_with_each_publication()
@@ -60,12 +73,12 @@ void tst_SiteSerial::the_serial_grows_with_each_publication()
                                                         {{gLatin1("sign-key"), QString()}}) +
                                         QStringList{gLatin1("--no-sign")};
     for (const quint64 serial : {Q_UINT64_C(1), Q_UINT64_C(2), Q_UINT64_C(3)}) {
-        QVERIFY(Publish(release));
+        QVERIFY(ReleaseDesk::Publish(release));
         QCOMPARE(m_desk->Document(gLatin1("serial")), QByteArray::number(serial) + '\n');
         for (const QString &name : m_desk->Manifests()) {
             QCOMPARE(m_desk->Statement(name).serial, serial);
         }
-        QVERIFY(Publish(unsignedRelease));
+        QVERIFY(ReleaseDesk::Publish(unsignedRelease));
         QVERIFY(!m_desk->Document(gLatin1(mainManifest)).contains("minisign"));
         QVERIFY(!m_desk->Document(gLatin1(mainManifest)).contains("Signed"));
         QCOMPARE(m_desk->Document(gLatin1("serial")), QByteArray::number(serial) + '\n');
@@ -75,28 +88,28 @@ void tst_SiteSerial::the_serial_grows_with_each_publication()
 void tst_SiteSerial::the_serial_is_above_every_number_of_the_site()
 {
     const QStringList release = m_desk->Release(gLatin1("9.3.0.0"), {gLatin1("9.2.0.0")});
-    QVERIFY(Publish(release));
+    QVERIFY(ReleaseDesk::Publish(release));
     // As a run leaves it that was killed before its manifests.
     m_desk->Replace(gLatin1("serial"), "41\n");
-    QVERIFY(Publish(release));
+    QVERIFY(ReleaseDesk::Publish(release));
     QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, Q_UINT64_C(42));
 
     QVERIFY(QFile::remove(m_desk->Site() + gLatin1("/serial")));
     QVERIFY(QFile::remove(m_desk->Site() + gLatin1("/manifest.xml")));
-    QVERIFY(Publish(release));
+    QVERIFY(ReleaseDesk::Publish(release));
     QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, Q_UINT64_C(43));
 
     m_desk->Replace(gLatin1("serial"), "999999999999999\n");
-    QVERIFY(Publish(release));
+    QVERIFY(ReleaseDesk::Publish(release));
     QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, Q_UINT64_C(1000000000000000));
 }
 
 void tst_SiteSerial::the_serial_arrives_before_everything_else()
 {
     const QString site = m_desk->Site();
-    QVERIFY(Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
     ArrivalWatch watch({site, site + gLatin1("/packages"), site + gLatin1("/manifests")});
-    QVERIFY(Publish(m_desk->Release(gLatin1("9.3.0.0"), {})));
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.3.0.0"), {})));
     QCOMPARE(
         watch.Events(),
         (QStringList{site + gLatin1("/serial"), site + gLatin1("/packages/corvina-9.3.0.0.exe"),
@@ -116,7 +129,7 @@ void tst_SiteSerial::a_serial_that_clients_may_have_seen_is_not_taken_back()
     QFETCH(bool, isFirst);
     const QString serial = m_desk->Site() + gLatin1("/serial");
     const QString main = m_desk->Site() + gLatin1("/manifest.xml");
-    QVERIFY(Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
     QVERIFY(!isFirst || (QFile::remove(serial) &&
                          QDir(m_desk->Site() + gLatin1("/manifests")).removeRecursively()));
     // The manifests of single versions are published before it.
@@ -147,7 +160,7 @@ void tst_SiteSerial::a_site_that_was_signed_is_not_published_unsigned_data()
 void tst_SiteSerial::a_site_that_was_signed_is_not_published_unsigned()
 {
     QFETCH(QString, removed);
-    QVERIFY(Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
     if (!removed.isEmpty()) {
         QVERIFY(QFile::remove(m_desk->Site() + QLatin1Char('/') + removed));
     }
@@ -161,7 +174,7 @@ void tst_SiteSerial::a_site_that_was_signed_is_not_published_unsigned()
     QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
     QCOMPARE(m_desk->Files(), before);
 
-    QVERIFY(Publish(arguments + QStringList{gLatin1("--no-sign")}));
+    QVERIFY(ReleaseDesk::Publish(arguments + QStringList{gLatin1("--no-sign")}));
     QVERIFY(m_desk->Manifest(gLatin1(mainManifest))->ExeUrl().contains(gLatin1("9.3.0.0")));
 }
 
@@ -169,8 +182,8 @@ void tst_SiteSerial::a_site_stays_a_signed_one_after_an_unsigned_publication()
 {
     const QStringList arguments =
         m_desk->Release(gLatin1("9.3.0.0"), {}, {{gLatin1("sign-key"), QString()}});
-    QVERIFY(Publish(m_desk->Release(gLatin1("9.3.0.0"), {})));
-    QVERIFY(Publish(arguments + QStringList{gLatin1("--no-sign")}));
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.3.0.0"), {})));
+    QVERIFY(ReleaseDesk::Publish(arguments + QStringList{gLatin1("--no-sign")}));
     QCOMPARE(ReleaseDesk::Run(arguments).code, 1);
 }
 
@@ -190,6 +203,8 @@ void tst_SiteSerial::a_damaged_serial_is_refused_data()
                                   << gLatin1("write the right number into it");
     QTest::newRow("above_what_is_counted_up_to")
         << QByteArray("1000000000000001\n") << gLatin1("somebody may have put it there");
+    QTest::newRow("nothing_is_counted_up_to_behind_it")
+        << QByteArray("1000000000000000\n") << gLatin1("none is signed above it");
     QTest::newRow("behind_the_last_one")
         << QByteArray("18446744073709551615\n") << gLatin1("somebody may have put it there");
 }
@@ -201,33 +216,80 @@ void tst_SiteSerial::a_damaged_serial_is_refused()
     QCOMPARE(ReleaseDesk::Run(m_desk->Release(gLatin1("9.2.0.0"), {})).code, 0);
     m_desk->Replace(gLatin1("serial"), content);
     const QStringList arguments = m_desk->Release(gLatin1("9.3.0.0"), {});
-    const auto before = m_desk->Files();
-    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
-    QCOMPARE(outcome.code, 1);
-    QVERIFY2(outcome.err.contains(says), qPrintable(outcome.err));
-    QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
-    QCOMPARE(m_desk->Files(), before);
+    QCOMPARE(m_desk->RefusalFault(arguments, says), QString());
 }
 
-void tst_SiteSerial::a_manifest_with_an_impossible_serial_is_refused()
+void tst_SiteSerial::a_manifest_above_the_file_of_the_serial_is_refused_data()
 {
-    const QString planted = gLatin1("manifests/0.xml");
-    QVERIFY(Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
-    QByteArray document = gWithoutSignature(m_desk->Document(gLatin1(mainManifest)));
-    document.replace("<Serial>1<", "<Serial>1000000000000001<");
-    m_desk->Replace(planted, m_desk->Signed(document, gLatin1("other")));
-    const QStringList arguments = m_desk->Release(gLatin1("9.3.0.0"), {});
-    const auto before = m_desk->Files();
-    const ReleaseDesk::Outcome outcome = ReleaseDesk::Run(arguments);
-    QCOMPARE(outcome.code, 1);
-    QVERIFY2(outcome.err.contains(planted + gLatin1(" has the serial 1000000000000001")),
-             qPrintable(outcome.err));
-    QVERIFY2(outcome.err.contains(gLatin1("remove this file")), qPrintable(outcome.err));
-    QCOMPARE(outcome.err.count(QLatin1Char('\n')), 1);
-    QCOMPARE(m_desk->Files(), before);
+    QTest::addColumn<QByteArray>("serial");
+    QTest::addColumn<QString>("key");
+    QTest::newRow("the_highest_one_unsigned") << QByteArray("1000000000000000") << QString();
+    QTest::newRow("one_more_by_another_key") << QByteArray("2") << gLatin1("other");
+    // As it is when somebody has put an older file back.
+    QTest::newRow("one_more_by_the_own_key") << QByteArray("2") << gLatin1("plain");
+    QTest::newRow("an_impossible_one") << QByteArray("1000000000000001") << gLatin1("other");
+}
 
-    QVERIFY(QFile::remove(m_desk->Site() + QLatin1Char('/') + planted));
-    QVERIFY(Publish(arguments));
+void tst_SiteSerial::a_manifest_above_the_file_of_the_serial_is_refused()
+{
+    QFETCH(QByteArray, serial);
+    QFETCH(QString, key);
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
+    Plant(serial, key);
+    const QStringList arguments = m_desk->Release(gLatin1("9.3.0.0"), {});
+    const QString says =
+        gLatin1("manifests/0.xml has the serial %1, and the site's file \"serial\" "
+                "has 1, which no manifest is above: somebody may have put it "
+                "there; remove this file, and see that \"serial\" has the number");
+    QCOMPARE(m_desk->RefusalFault(arguments, says.arg(QString::fromLatin1(serial))), QString());
+
+    RemovePlanted();
+    QVERIFY(ReleaseDesk::Publish(arguments));
+    QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, Q_UINT64_C(2));
+}
+
+void tst_SiteSerial::without_the_file_manifests_have_to_be_verified_data()
+{
+    QTest::addColumn<QByteArray>("serial");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("says");
+    QTest::newRow("an_unsigned_one")
+        << QByteArray("1000000000000000") << QString() << gLatin1("would refuse manifests/0.xml: ");
+    QTest::newRow("one_of_another_key")
+        << QByteArray("5") << gLatin1("other") << gLatin1("manifests/0.xml was signed by another");
+    QTest::newRow("what_to_do") << QByteArray("5") << gLatin1("other")
+                                << gLatin1("write it and a line feed into that file");
+    QTest::newRow("an_impossible_one_of_the_own_key")
+        << QByteArray("1000000000000001") << gLatin1("plain")
+        << gLatin1("manifests/0.xml has the serial 1000000000000001, which is above");
+}
+
+void tst_SiteSerial::without_the_file_manifests_have_to_be_verified()
+{
+    QFETCH(QByteArray, serial);
+    QFETCH(QString, key);
+    QFETCH(QString, says);
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
+    QVERIFY(QFile::remove(m_desk->Site() + gLatin1("/serial")));
+    Plant(serial, key);
+    const QStringList arguments = m_desk->Release(gLatin1("9.3.0.0"), {});
+    QCOMPARE(m_desk->RefusalFault(arguments, says), QString());
+
+    RemovePlanted();
+    QVERIFY(ReleaseDesk::Publish(arguments));
+    QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, Q_UINT64_C(2));
+}
+
+void tst_SiteSerial::without_the_file_a_manifest_of_an_older_key_counts_when_it_is_named()
+{
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.2.0.0"), {})));
+    QVERIFY(QFile::remove(m_desk->Site() + gLatin1("/serial")));
+    Plant("7", gLatin1("other"));
+    const QString key = gLatin1("--public-key");
+    QVERIFY(ReleaseDesk::Publish(m_desk->Release(gLatin1("9.3.0.0"), {}) +
+                                 QStringList{key, SigningDesk::PublicKey(gLatin1("plain")), key,
+                                             SigningDesk::PublicKey(gLatin1("other"))}));
+    QCOMPARE(m_desk->Statement(gLatin1(mainManifest)).serial, Q_UINT64_C(8));
 }
 
 QTEST_GUILESS_MAIN(tst_SiteSerial)
