@@ -77,7 +77,13 @@ void Renewal::RefuseOlderPublication(const Site &site) const
 {
     const quint64 serial = m_values.first().statement->serial;
     const std::optional<quint64> last = gLastSerial(site);
-    if (last && *last != serial) {
+    if (!last) {
+        throw PublishError(
+            QStringLiteral("the site's file \"serial\" is missing, so nothing tells whether the "
+                           "manifests are of the last publication; write the number of the last "
+                           "publication into it, with a line feed behind it"));
+    }
+    if (*last != serial) {
         throw PublishError(QStringLiteral("the manifests have the serial %1, and the last "
                                           "publication had %2; publish the release again")
                                .arg(serial)

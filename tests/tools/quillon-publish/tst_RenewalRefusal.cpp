@@ -31,6 +31,7 @@ private slots:
     void what_somebody_else_has_changed_is_not_signed_data();
     void what_somebody_else_has_changed_is_not_signed();
     void an_older_publication_is_not_renewed();
+    void an_older_publication_is_not_renewed_without_the_file_of_the_serial();
     void a_site_that_is_not_there_is_refused();
     void a_signature_that_clients_would_refuse_is_not_published();
     void a_failure_of_the_program_leaves_the_site_as_it_was();
@@ -140,6 +141,20 @@ void tst_RenewalRefusal::an_older_publication_is_not_renewed()
                                   gLatin1("the manifests have the serial 2, and the last "
                                           "publication had 3; publish the release again")),
              QString());
+}
+
+void tst_RenewalRefusal::an_older_publication_is_not_renewed_without_the_file_of_the_serial()
+{
+    PutOlderPublicationBack();
+    QVERIFY(QFile::remove(m_desk->Site() + gLatin1("/serial")));
+    const QString says =
+        gLatin1("file \"serial\" is missing, so nothing tells whether the manifests "
+                "are of the last publication; write the number of the last "
+                "publication into it");
+    QCOMPARE(m_desk->RefusalFault(m_desk->Renewal(gLatin1("60")), says), QString());
+
+    m_desk->Replace(gLatin1("serial"), "2\n");
+    QVERIFY(ReleaseDesk::Publish(m_desk->Renewal(gLatin1("60"))));
 }
 
 void tst_RenewalRefusal::a_site_that_is_not_there_is_refused()
