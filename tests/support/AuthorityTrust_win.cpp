@@ -33,9 +33,12 @@ void gTrustAuthority(const QSslCertificate &authority)
     parameters.cbSize = sizeof parameters;
     const CERT_CHAIN_CONTEXT *chain = nullptr;
     if (CertGetCertificateChain(nullptr, certificate, nullptr, nullptr, &parameters, 0, nullptr,
-                                &chain) == FALSE ||
-        chain->TrustStatus.dwErrorStatus != CERT_TRUST_NO_ERROR) {
-        qFatal("The system does not trust the test's authority.");
+                                &chain) == FALSE) {
+        qFatal("The system cannot judge the test's authority, error %lu.", GetLastError());
+    }
+    if (chain->TrustStatus.dwErrorStatus != CERT_TRUST_NO_ERROR) {
+        qFatal("The system does not trust the test's authority, status %lx.",
+               chain->TrustStatus.dwErrorStatus);
     }
     CertFreeCertificateChain(chain);
     CertFreeCertificateContext(certificate);
