@@ -356,7 +356,9 @@ void tst_UpdateMain::the_title_bars_close_behind_a_failure_ends_what_still_runs(
     m_dialog->LiveUpdate();
     QTRY_VERIFY(qobject_cast<VersionDisplay *>(CurrentPage()));
     emit m_dialog->findChild<VersionDisplay *>()->UpdateNow();
-    QTRY_VERIFY(m_server->OpenConnections() >= 5);
+    // The check and five ranges. A connection whose request was not sent yet has no transfer to end, and
+    // the network layer may keep it.
+    QTRY_COMPARE(m_server->Requests("GET").size(), 6);
     Show<HintDisplay>();
     PressTitleBarClose();
     QTRY_VERIFY2(m_server->OpenConnections() <= 1, "that of the check may be kept for later");
