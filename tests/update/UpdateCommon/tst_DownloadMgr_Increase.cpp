@@ -16,6 +16,8 @@
 
 #include <QtTest>
 
+#include <atomic>
+
 /// A whole incremental package: the download, the patch, and the question. The installers are
 /// stand-ins that write a file "mark".
 class tst_DownloadMgr_Increase : public QObject
@@ -243,7 +245,7 @@ void tst_DownloadMgr_Increase::closing_while_the_kept_installer_is_held_replaces
     const PatchProgram program;
     LaterCalls later;
     m_rig->System().callLater = later.Seam();
-    int attempts = 0;
+    std::atomic<int> attempts{0};
     m_rig->System().renameOver = [&](const QString &from, const QString &to, QString *failure) {
         const bool isHeld = to == Kept() && ++attempts == 1;
         return isHeld ? RenameResult::Busy : gRenameOver(from, to, failure);
@@ -251,13 +253,13 @@ void tst_DownloadMgr_Increase::closing_while_the_kept_installer_is_held_replaces
     m_rig->Build();
     Offer(m_old, gMd5(m_new));
     m_rig->Manager().UpdateNow();
-    QTRY_COMPARE(attempts, 1);
+    QTRY_COMPARE(attempts.load(), 1);
     QCOMPARE(ProcessLock().TryLock(gPackageLockFile()), ProcessLock::Outcome::HeldByAnother);
     emit m_rig->Progress().Close();
     QCOMPARE(ProcessLock().TryLock(gPackageLockFile()), ProcessLock::Outcome::Taken);
     later.Run();
     QCoreApplication::processEvents();
-    QCOMPARE(attempts, 1);
+    QCOMPARE(attempts.load(), 1);
     QVERIFY(gReadFile(Kept()) == m_old);
     QCOMPARE(m_rig->Boxes(), 0);
     QCOMPARE(m_rig->Signals().count("Close"), 5);

@@ -16,6 +16,8 @@
 #include <QSemaphore>
 #include <QtTest>
 
+#include <atomic>
+
 /// A complete full package takes the installer's place, in one step of the system.
 class tst_PackagePlacer : public QObject
 {
@@ -181,12 +183,12 @@ void tst_PackagePlacer::nothing_is_moved_once_it_is_cancelled()
     QFETCH(bool, isHeld);
     LaterCalls later;
     System().callLater = later.Seam();
-    int attempts = 0;
+    std::atomic<int> attempts{0};
     System().renameOver = [&](const QString &from, const QString &to, QString *failure) {
         return ++attempts == 1 && isHeld ? RenameResult::Busy : gRenameOver(from, to, failure);
     };
     Start();
-    QTRY_COMPARE(attempts, isHeld ? 1 : 0);
+    QTRY_COMPARE(attempts.load(), isHeld ? 1 : 0);
     m_placer->Cancel();
     QVERIFY(IsOver());
     later.Run();
@@ -194,7 +196,7 @@ void tst_PackagePlacer::nothing_is_moved_once_it_is_cancelled()
     QCoreApplication::processEvents();
     VerifyUntouched();
     QCOMPARE(m_placed + m_failed, 0);
-    QCOMPARE(attempts, isHeld ? 1 : 0);
+    QCOMPARE(attempts.load(), isHeld ? 1 : 0);
 }
 
 void tst_PackagePlacer::a_late_flush_is_not_taken_for_that_of_a_later_start()
