@@ -27,6 +27,7 @@ bool gIsOpenToOthers(const struct stat &folder)
     const bool isWritable = (folder.st_mode & (S_IWGRP | S_IWOTH)) != 0;
     return isWritable && (folder.st_mode & S_ISVTX) == 0;
 }
+
 /// Makes what is missing of the folders of @p path, for this user alone: a new account may have no cache yet,
 /// and what its other programs would make may be open to its group.
 bool gMakeMissing(const QString &path, QString *failure)

@@ -58,6 +58,7 @@ QByteArray gWithSignatureBeside(const QByteArray &document, const QString &path)
     gRefuseManifestSize(whole.size());
     return whole;
 }
+
 /// @param ofAnotherKey the error when the signature is of none of the keys
 TrustedManifest gVerified(const QByteArray &document, const QList<MinisignKey> &keys,
                           const QString &name, const QString &ofAnotherKey)
